@@ -1,0 +1,136 @@
+// libquor: the host's catalogue of storage policies and of the datastores that use them.
+//
+// A manager replaces the whole catalogue with AddPolicyInfo() and AddDatastoreInfo(); storage
+// daemons ask for the policy blob that applies; GetDbHash() tells whether anything changed.
+//
+//   TavQuor::QuorLib::AddPolicyInfo(policies);           // replaces all policies, durably
+//   std::string blob = TavQuor::QuorLib::GetPolicyBlobById("gold-01", "ds:///volumes/a1/");
+//
+// Where the records live. Each call reads one host-wide feature switch, once, and uses the host
+// configuration store (switch set) or the host configuration file (switch clear) for the whole
+// call. Nothing is copied between the two when the switch is flipped.
+//
+// Not found is never an error: a lookup answers the empty string, a listing an empty vector.
+//
+// Exceptions. The library raises none of its own. Failures of the configuration store arrive as
+// TavConfigStore::ConfigStoreException, those of the configuration file as
+// ZynCtl::Config::ConfigFileException; both derive from std::exception and what() names the file,
+// the reason and what to do. Any call may also raise std::bad_alloc. After a failed replacement
+// the catalogue is as it was before, with one exception that the message states: when the new
+// catalogue is in place but the directory could not be flushed, its durability is unknown.
+//
+// Threads. Every function may be called from any number of threads at once. None starts a thread,
+// installs a signal handler or prints anything. errno is left as it was.
+//
+// Fork. Safe at any moment; a child may call every function, also when a thread of the parent was
+// inside one.
+//
+// Durability. A replacement that returned survives a crash of the process and a loss of power.
+// A reader sees the catalogue before a replacement or after it, never a mixture.
+//
+// Lengths. All strings are byte strings: any byte, NUL included, any length; compared byte for
+// byte, never folded, trimmed or normalised.
+#ifndef QUOR_QUOR_LIB_H_
+#define QUOR_QUOR_LIB_H_
+
+#include <cstdint>
+#include <string>
+#include <utility>
+#include <vector>
+
+#if defined(__GLIBCXX__) && !_GLIBCXX_USE_CXX11_ABI
+#error \
+    "libquor passes std::string across its interface in the C++11 ABI; build this program without -D_GLIBCXX_USE_CXX11_ABI=0"
+#endif
+
+#define QUOR_API __attribute__((visibility("default")))
+
+namespace TavQuor {
+
+// One storage policy.
+struct QuorPolicyInfo {
+  // The policy's blobs as (blob, namespace) pairs: the opaque blob first, then the storage
+  // namespace that it applies to.
+  std::vector<std::pair<std::string, std::string>> blobs;
+  std::string name;         // display name
+  std::string policyId;     // identifier
+  std::string description;  // free text
+  std::int64_t generationNumber = 0;
+};
+
+// One datastore.
+struct QuorDatastoreInfo {
+  std::string url;                 // the key by which it is stored and looked up
+  std::string datastoreNamespace;  // its storage namespace
+  std::string defaultPolicyId;     // identifier of its default policy; empty when it has none
+};
+
+// The library's entry points. Callers own every argument and every result; nothing is kept after a
+// call returns.
+class QUOR_API QuorLib {
+ public:
+  QuorLib() = delete;
+
+  // Does nothing in either backend and needs not be called. Kept for callers that bracket their
+  // use of the library.
+  static void Init();
+
+  // Deletes every policy and every datastore. Succeeds on a host where nothing was ever stored.
+  //
+  // Configuration store: one transaction; a store that refuses a deletion still commits, so only
+  // a failure to begin or to commit is raised, and nothing is changed then.
+  static void Reset();
+
+  // Replaces all policies by `policies`; an empty vector deletes them all. Datastores are left as
+  // they are.
+  //
+  // In the configuration store a policy is kept under its name: of two records with one name the
+  // later one stays. A pair whose namespace is empty is not stored; of two pairs with one
+  // namespace the later one stays. No other field is tested; empty strings are stored.
+  static void AddPolicyInfo(const std::vector<QuorPolicyInfo>& policies);
+
+  // Replaces all datastores by `datastores`; an empty vector deletes them all. Policies are left
+  // as they are. In the configuration store a datastore is kept under its URL: of two records with
+  // one URL the later one stays.
+  static void AddDatastoreInfo(const std::vector<QuorDatastoreInfo>& datastores);
+
+  // All datastores, in the order in which the store lists them (that of their first write). A
+  // record that cannot be read, a damaged one say, is left out; a store that cannot be opened or
+  // enumerated is raised.
+  static std::vector<QuorDatastoreInfo> ListDatastoreInfo();
+
+  // All policies, in the order in which the store lists them (that of their first write). A record
+  // that cannot be read, a damaged one say, is left out; a store that cannot be opened or
+  // enumerated is raised.
+  static std::vector<QuorPolicyInfo> ListPolicyInfo();
+
+  // The blob of the policy `policyId` for the namespace "RILK". Empty when there is no such policy
+  // or it has no such blob. Costs a scan of the policies; GetRilkPolicyBlobByName() does not.
+  static std::string GetRilkPolicyBlobById(const std::string& policyId);
+
+  // The blob of the policy named `policyName` for the namespace "RILK". Empty when there is no
+  // such policy or it has no such blob.
+  static std::string GetRilkPolicyBlobByName(const std::string& policyName);
+
+  // The blob of the default policy of the datastore `datastoreUrl`, for that datastore's
+  // namespace. Empty when the datastore is unknown, has no default policy, or its default policy
+  // has no blob for the namespace. Reads the store more than once: a replacement by another
+  // process between two reads can make the answer empty or of the newer catalogue.
+  static std::string GetDefaultPolicyBlob(const std::string& datastoreUrl);
+
+  // The blob of the policy `policyId` for the namespace of the datastore `datastoreUrl`. An
+  // unknown datastore has the empty namespace, for which the configuration store has no blob.
+  static std::string GetPolicyBlobById(const std::string& policyId,
+                                       const std::string& datastoreUrl);
+
+  // Digests of all policies (first) and of all datastores (second), in that order and read one
+  // after the other. Each is 32 lower-case hexadecimal digits (MD5), or empty when there is
+  // nothing to digest. Independent of the order in which the records are stored as long as policy
+  // identifiers, the namespaces of one policy, and URLs are unique. For telling change, not for
+  // telling forgery.
+  static std::pair<std::string, std::string> GetDbHash();
+};
+
+}  // namespace TavQuor
+
+#endif  // QUOR_QUOR_LIB_H_

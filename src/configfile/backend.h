@@ -1,0 +1,14 @@
+// The configuration-file backend: policies and datastores as branches of the host configuration
+// file.
+#ifndef SRC_CONFIGFILE_BACKEND_H_
+#define SRC_CONFIGFILE_BACKEND_H_
+
+#include "api/backend.h"
+
+namespace TavQuor::ConfigFileBackend {
+
+extern const Backend kBackend;
+
+}  // namespace TavQuor::ConfigFileBackend
+
+#endif  // SRC_CONFIGFILE_BACKEND_H_

@@ -1,0 +1,43 @@
+// The catalogue's layout in the host configuration store.
+//
+//   object                                   instance       values
+//   (quor_policies, storage, tav)            policy name    name, policy_id, description,
+//                                                           generation_number
+//     sub-object "blobs"                     namespace      blob, datastore_namespace
+//   (quor_datastores, storage, tav)          URL            url, datastore_namespace, drp_policy_id
+//
+// A policy is kept under its name: by name it is found with one fetch, by identifier only by a
+// scan. The stored values are what is read back, never the instance.
+#ifndef SRC_CONFIGSTORE_KEYS_H_
+#define SRC_CONFIGSTORE_KEYS_H_
+
+#include "tavconfigstore/object_id.h"
+
+namespace TavQuor::ConfigStoreBackend {
+
+inline constexpr char kComponent[] = "tav";
+inline constexpr char kGroup[] = "storage";
+inline constexpr char kPolicies[] = "quor_policies";
+inline constexpr char kDatastores[] = "quor_datastores";
+inline constexpr char kBlobs[] = "blobs";
+
+inline constexpr char kName[] = "name";
+inline constexpr char kPolicyId[] = "policy_id";
+inline constexpr char kDescription[] = "description";
+inline constexpr char kGenerationNumber[] = "generation_number";
+inline constexpr char kBlob[] = "blob";
+inline constexpr char kDatastoreNamespace[] = "datastore_namespace";
+inline constexpr char kUrl[] = "url";
+inline constexpr char kDefaultPolicyId[] = "drp_policy_id";
+
+// The identifier of all policies or of all datastores; with an instance assigned, of one.
+inline TavConfigStore::ConfigStoreObjectId PolicyObjectId() {
+  return TavConfigStore::ConfigStoreObjectId(kPolicies, kGroup, kComponent);
+}
+inline TavConfigStore::ConfigStoreObjectId DatastoreObjectId() {
+  return TavConfigStore::ConfigStoreObjectId(kDatastores, kGroup, kComponent);
+}
+
+}  // namespace TavQuor::ConfigStoreBackend
+
+#endif  // SRC_CONFIGSTORE_KEYS_H_

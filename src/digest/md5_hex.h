@@ -1,0 +1,15 @@
+// MD5 as text.
+#ifndef SRC_DIGEST_MD5_HEX_H_
+#define SRC_DIGEST_MD5_HEX_H_
+
+#include <string>
+
+namespace TavQuor::Digest {
+
+// The MD5 digest (RFC 1321) of all bytes of `text` as 32 lower-case hexadecimal digits. An empty
+// text gives the empty string, so that "nothing there" has a digest of its own.
+std::string Md5Hex(const std::string& text);
+
+}  // namespace TavQuor::Digest
+
+#endif  // SRC_DIGEST_MD5_HEX_H_
