@@ -1,0 +1,37 @@
+// The base of every exception that a host service raises.
+#ifndef BRISK_EXCEPTION_H_
+#define BRISK_EXCEPTION_H_
+
+#include <exception>
+#include <memory>
+#include <string>
+
+#include "platform/export.h"
+
+namespace Brisk {
+namespace Lib {
+
+// A message for a person, and an attachment that a service may add for its callers. Copies share
+// the attachment.
+class PLATFORM_API BriskException : public std::exception {
+ public:
+  explicit BriskException(std::string message);
+  BriskException(const BriskException&) = default;
+  BriskException& operator=(const BriskException&) = default;
+  ~BriskException() override;
+
+  // The message's characters; valid as long as the exception.
+  const char* what() const noexcept override;
+
+  const std::shared_ptr<const void>& attachment() const { return attachment_; }
+  void set_attachment(std::shared_ptr<const void> attachment);
+
+ private:
+  std::string message_;
+  std::shared_ptr<const void> attachment_;
+};
+
+}  // namespace Lib
+}  // namespace Brisk
+
+#endif  // BRISK_EXCEPTION_H_

@@ -1,0 +1,24 @@
+// Message digests.
+#ifndef PLATFORM_CRYPTO_HASH_H_
+#define PLATFORM_CRYPTO_HASH_H_
+
+#include <stddef.h>
+
+#include "platform/export.h"
+
+enum { kCryptoHashMd5Size = 16 };
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+// Writes the MD5 digest (RFC 1321) of `length` bytes at `data` (may be null when `length` is 0) to
+// the 16 bytes at `digest`. Returns 0: computing a digest cannot fail. For telling change, not for
+// security.
+PLATFORM_API int CryptoHash_ComputeMD5(const void* data, size_t length, unsigned char* digest);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif  // PLATFORM_CRYPTO_HASH_H_

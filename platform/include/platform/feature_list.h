@@ -1,0 +1,27 @@
+// The host's feature switches: one byte each, non-zero is on.
+//
+// The bytes live in one page for the life of the process. While the host's `features` file is
+// mapped over that page a flip made by any process is seen at the next load, with no system call;
+// without the file the page holds the built-in defaults. See admin.h for reading and setting.
+#ifndef PLATFORM_FEATURE_LIST_H_
+#define PLATFORM_FEATURE_LIST_H_
+
+#include "platform/export.h"
+
+enum {
+  kFeatureCount = 256,
+  kFeatureQuorUsesConfigStore = 62,  // which host store keeps the catalogue; on by default
+};
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+// FeatureList[i] points to switch i, for 0 <= i < kFeatureCount; the pointers never change.
+extern PLATFORM_API const unsigned char* const FeatureList[];
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif  // PLATFORM_FEATURE_LIST_H_

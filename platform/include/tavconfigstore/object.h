@@ -1,0 +1,143 @@
+// Objects of the configuration store: named values, and sub-objects that hold named values.
+//
+// A fetched object is a view of the snapshot that it was read from and keeps that snapshot alive;
+// values and sub-objects are decoded when they are asked for. The first change to it takes a copy.
+// Nothing reaches the store before ConfigStore::SetObject(). An object is used by one thread at a
+// time; distinct objects are independent.
+#ifndef TAVCONFIGSTORE_OBJECT_H_
+#define TAVCONFIGSTORE_OBJECT_H_
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/export.h"
+#include "tavconfigstore/object_id.h"
+
+namespace TavConfigStore {
+
+class ConfigStoreSubObject;
+class FilterSpecObject;
+
+// The platform's own, defined in its sources: what a changed or new object holds, and where the
+// bytes of a fetched one are.
+struct ObjectContents;
+class RecordSource;
+struct ObjectAccess;
+
+struct StoredRecord {
+  std::shared_ptr<const RecordSource> source;  // null: not fetched from the store
+  std::uint32_t number = 0;                    // which record of the source
+  std::string_view part;                       // of a sub-object: its bytes within the record
+};
+
+// A value in place, valid until its object is changed or released.
+struct ValueRef {
+  enum class Type { kAbsent, kString, kInteger };
+  Type type = Type::kAbsent;
+  std::string_view text;
+  long long integer = 0;
+};
+
+class PLATFORM_API BaseObject {
+ public:
+  // The JSON document that the object was read from; null, since this platform keeps none.
+  virtual const void* GetJsonDocPtr() const = 0;
+  // The value of that name; kAbsent when there is none.
+  virtual ValueRef GetValuePtr(const char* key) const = 0;
+  // The value that the object's schema gives where the object has none; kAbsent, since objects of
+  // this platform have no schema.
+  virtual ValueRef GetValuePtrDefault(const char* key) const = 0;
+
+ protected:
+  ~BaseObject() = default;
+};
+
+class PLATFORM_API ReadOnlyObject : public BaseObject {
+ public:
+  ReadOnlyObject(const ReadOnlyObject&) = delete;
+  ReadOnlyObject& operator=(const ReadOnlyObject&) = delete;
+
+  // Copies the value named `key` to `*value` and returns true. Returns false and leaves `*value`
+  // as it is when there is none. Raises ConfigStoreException (kWrongType) when the value is of the
+  // other type.
+  bool GetValue(const char* key, std::string* value) const;
+  bool GetValue(const char* key, long long* value) const;
+
+  const void* GetJsonDocPtr() const override;
+  ValueRef GetValuePtr(const char* key) const override;
+  ValueRef GetValuePtrDefault(const char* key) const override;
+
+ protected:
+  explicit ReadOnlyObject(std::unique_ptr<ObjectContents> contents);
+  explicit ReadOnlyObject(StoredRecord stored);
+  ~ReadOnlyObject();
+
+  StoredRecord stored_;
+  std::unique_ptr<ObjectContents> contents_;  // once set, used instead of stored_
+};
+
+class PLATFORM_API WritableObject : public ReadOnlyObject {
+ public:
+  // Sets the value named `key`, of either type, in place of one that has the name already.
+  void SetValue(const char* key, const std::string& value);
+  void SetValue(const char* key, long long value);
+
+ protected:
+  explicit WritableObject(std::unique_ptr<ObjectContents> contents);
+  explicit WritableObject(StoredRecord stored);
+  ~WritableObject();
+
+  ObjectContents& MutableContents();
+};
+
+// Selects objects: with an identifier whose instance is empty every object of the kind, otherwise
+// the one of that instance. Likewise for sub-objects, where the identifier's key is their name.
+class PLATFORM_API FilterSpecObject final : public WritableObject,
+                                            public std::enable_shared_from_this<FilterSpecObject> {
+ public:
+  explicit FilterSpecObject(const ConfigStoreObjectId& id);
+  ~FilterSpecObject();
+
+  friend struct ObjectAccess;
+};
+
+// A named part of an object, with values of its own.
+class PLATFORM_API ConfigStoreSubObject final
+    : public WritableObject,
+      public std::enable_shared_from_this<ConfigStoreSubObject> {
+ public:
+  explicit ConfigStoreSubObject(const SubObjectId& id);
+  explicit ConfigStoreSubObject(StoredRecord stored);
+  ~ConfigStoreSubObject();
+
+  friend struct ObjectAccess;
+};
+
+class PLATFORM_API ConfigStoreObject final
+    : public WritableObject,
+      public std::enable_shared_from_this<ConfigStoreObject> {
+ public:
+  explicit ConfigStoreObject(const ConfigStoreObjectId& id);
+  explicit ConfigStoreObject(StoredRecord stored);
+  ~ConfigStoreObject();
+
+  // The sub-object, for reading; null when there is none.
+  std::shared_ptr<const ConfigStoreSubObject> GetSubObject(const SubObjectId& id) const;
+
+  // The sub-object, for writing; one that exists already is returned as it is. What is set on it
+  // belongs to this object.
+  std::shared_ptr<ConfigStoreSubObject> CreateSubObject(const SubObjectId& id);
+
+  // The sub-objects that the filter selects, in the order of their creation.
+  std::vector<std::shared_ptr<const ConfigStoreSubObject>> GetSubObjectInstances(
+      const std::shared_ptr<FilterSpecObject>& filter) const;
+
+  friend struct ObjectAccess;
+};
+
+}  // namespace TavConfigStore
+
+#endif  // TAVCONFIGSTORE_OBJECT_H_

@@ -1,0 +1,47 @@
+#include "tavconfigstore/exception.h"
+
+#include <utility>
+
+#include "configstore/failure.h"
+
+namespace TavConfigStore {
+
+ConfigStoreException::ConfigStoreException(std::string message, CSErrorCodes code)
+    : BriskException(std::move(message)), code_(code) {}
+
+ConfigStoreException::~ConfigStoreException() = default;
+
+void RaiseCorrupt(const std::string& path, const std::string& reason) {
+  throw ConfigStoreException(path + ": damaged: " + reason +
+                                 "; nothing was changed. Restore the file from a backup, or move "
+                                 "it away and push the catalogue again",
+                             kCorrupt);
+}
+
+void RaiseUsage(const char* message) {
+  throw ConfigStoreException(message, kUsage);
+}
+
+void Raise(const HostPlatform::Io::Error& error) {
+  using HostPlatform::Io::ErrorKind;
+  CSErrorCodes code = kIoError;
+  switch (error.kind()) {
+    case ErrorKind::kBusy:
+      code = kBusy;
+      break;
+    case ErrorKind::kNoSpace:
+      code = kNoSpace;
+      break;
+    case ErrorKind::kPermissionDenied:
+      code = kPermissionDenied;
+      break;
+    case ErrorKind::kInsecure:
+      code = kInsecure;
+      break;
+    case ErrorKind::kOther:
+      break;
+  }
+  throw ConfigStoreException(error.what(), code);
+}
+
+}  // namespace TavConfigStore

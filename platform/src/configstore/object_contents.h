@@ -1,0 +1,59 @@
+// What an object holds that was made or changed in this process.
+#ifndef PLATFORM_SRC_CONFIGSTORE_OBJECT_CONTENTS_H_
+#define PLATFORM_SRC_CONFIGSTORE_OBJECT_CONTENTS_H_
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+#include "tavconfigstore/object.h"
+
+namespace TavConfigStore {
+
+struct NamedValue {
+  std::string name;
+  std::variant<std::string, long long> value;
+};
+
+struct ObjectContents {
+  std::string kind;      // of an object or filter: its encoded kind
+  std::string name;      // of a sub-object its name; of a filter that of the ones it selects
+  std::string instance;  // empty in a filter: any
+  std::vector<NamedValue> values;                                 // in the order of setting
+  std::vector<std::shared_ptr<ConfigStoreSubObject>> subObjects;  // in the order of creation
+};
+
+// Where the bytes of fetched objects are; each object keeps its source alive.
+class RecordSource {
+ public:
+  virtual ~RecordSource() = default;
+
+  struct Record {
+    std::string_view kind;
+    std::string_view instance;
+    std::string_view body;
+  };
+  // The record, checked and in place; raises kCorrupt when it is damaged.
+  virtual Record Read(std::uint32_t number) const = 0;
+};
+
+// The store's way to what an object holds.
+struct ObjectAccess {
+  static const ObjectContents* Contents(const ConfigStoreObject& object) {
+    return object.contents_.get();
+  }
+  // Null when the sub-object was fetched.
+  static ObjectContents* Contents(const ConfigStoreSubObject& subObject) {
+    return subObject.contents_.get();
+  }
+  // Raises kUsage when the filter is null or asks for values, which this store cannot search by.
+  static const ObjectContents& Contents(const std::shared_ptr<FilterSpecObject>& filter);
+  static const StoredRecord& Stored(const ConfigStoreObject& object) { return object.stored_; }
+};
+
+}  // namespace TavConfigStore
+
+#endif  // PLATFORM_SRC_CONFIGSTORE_OBJECT_CONTENTS_H_

@@ -1,0 +1,133 @@
+#include "configstore/overlay.h"
+
+#include <utility>
+
+#include "configstore/snapshot_writer.h"
+
+namespace TavConfigStore {
+
+// A record that this transaction wrote.
+class Overlay::WrittenRecord final : public RecordSource {
+ public:
+  WrittenRecord(std::string kind, std::string instance, std::string body)
+      : kind_(std::move(kind)), instance_(std::move(instance)), body_(std::move(body)) {}
+
+  Record Read(std::uint32_t) const override { return {kind_, instance_, body_}; }
+  std::string_view instance() const { return instance_; }
+
+ private:
+  std::string kind_;
+  std::string instance_;
+  std::string body_;
+};
+
+const Overlay::Changes* Overlay::ChangesOf(const std::string& kind) const {
+  const auto found = changes_.find(kind);
+  return found == changes_.end() ? nullptr : &found->second;
+}
+
+std::optional<std::uint32_t> Overlay::FindInBase(const std::string& kind,
+                                                 const std::string& instance,
+                                                 const Changes* changes) const {
+  if (!base_ || (changes != nullptr && changes->baseDeleted)) return std::nullopt;
+  const std::optional<std::uint32_t> number = base_->Find(kind, instance);
+  if (number && changes != nullptr && changes->deleted.contains(*number)) return std::nullopt;
+  return number;
+}
+
+StoredRecord Overlay::BaseRecord(std::uint32_t number, const Changes* changes) const {
+  if (changes != nullptr) {
+    const auto replaced = changes->replaced.find(number);
+    if (replaced != changes->replaced.end()) return {replaced->second, 0, {}};
+  }
+  return {base_, number, {}};
+}
+
+StoredRecord Overlay::Find(const std::string& kind, const std::string& instance) const {
+  const Changes* const changes = ChangesOf(kind);
+  if (changes != nullptr) {
+    const auto added = changes->addedAt.find(instance);
+    if (added != changes->addedAt.end()) return {changes->added[added->second], 0, {}};
+  }
+  const auto number = FindInBase(kind, instance, changes);
+  return number ? BaseRecord(*number, changes) : StoredRecord();
+}
+
+std::vector<StoredRecord> Overlay::List(const std::string& kind) const {
+  const Changes* const changes = ChangesOf(kind);
+  std::vector<StoredRecord> records;
+  if (base_ && !(changes != nullptr && changes->baseDeleted)) {
+    const Snapshot::Kind stored = base_->FindKind(kind);
+    records.reserve(stored.count);
+    for (std::uint32_t number = stored.first; number < stored.first + stored.count; ++number) {
+      if (changes != nullptr && changes->deleted.contains(number)) continue;
+      records.push_back(BaseRecord(number, changes));
+    }
+  }
+  if (changes != nullptr) {
+    for (const auto& record : changes->added) {
+      if (record) records.push_back({record, 0, {}});
+    }
+  }
+  return records;
+}
+
+void Overlay::Set(const std::string& kind, const std::string& instance, std::string body) {
+  Changes& changes = changes_[kind];
+  auto record = std::make_shared<const WrittenRecord>(kind, instance, std::move(body));
+  const auto added = changes.addedAt.find(instance);
+  if (added != changes.addedAt.end()) {
+    const std::size_t place = added->second;
+    changes.addedAt.erase(added);  // its key is part of the record that goes
+    changes.addedAt.emplace(record->instance(), place);
+    changes.added[place] = std::move(record);
+  } else if (const auto number = FindInBase(kind, instance, &changes)) {
+    changes.replaced[*number] = std::move(record);
+  } else {
+    changes.added.push_back(record);
+    changes.addedAt.emplace(record->instance(), changes.added.size() - 1);
+  }
+}
+
+void Overlay::Delete(const std::string& kind, const std::string& instance) {
+  Changes& changes = changes_[kind];
+  const auto added = changes.addedAt.find(instance);
+  if (added != changes.addedAt.end()) {
+    const std::size_t place = added->second;
+    changes.addedAt.erase(added);
+    changes.added[place] = nullptr;
+  } else if (const auto number = FindInBase(kind, instance, &changes)) {
+    changes.replaced.erase(*number);
+    changes.deleted.insert(*number);
+  }
+}
+
+void Overlay::DeleteAll(const std::string& kind) {
+  Changes cleared;
+  cleared.baseDeleted = true;
+  changes_[kind] = std::move(cleared);
+}
+
+void Overlay::Write(const HostPlatform::Io::FileDescriptor& file, const std::string& path) const {
+  SnapshotWriter writer(file, path);
+  const auto writeKind = [&](const std::string& kind) {
+    const std::vector<StoredRecord> records = List(kind);
+    if (records.empty()) return;
+    writer.BeginKind(kind);
+    for (const StoredRecord& stored : records) {
+      const RecordSource::Record record = stored.source->Read(stored.number);
+      writer.Add(record.instance, record.body);
+    }
+  };
+  // Kinds stay in their order, new ones come last.
+  if (base_) {
+    for (const Snapshot::Kind& kind : base_->kinds())
+      writeKind(std::string(kind.name));
+  }
+  for (const auto& [kind, changes] : changes_) {
+    if (!base_ || base_->FindKind(kind).count == 0) writeKind(kind);
+  }
+  writer.Finish();
+}
+
+}  // namespace TavConfigStore

@@ -1,0 +1,59 @@
+// The changes of one transaction on top of a snapshot.
+#ifndef PLATFORM_SRC_CONFIGSTORE_OVERLAY_H_
+#define PLATFORM_SRC_CONFIGSTORE_OVERLAY_H_
+
+#include <map>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
+
+#include "configstore/snapshot.h"
+
+namespace TavConfigStore {
+
+class Overlay {
+ public:
+  // `base` may be null: nothing is stored yet.
+  explicit Overlay(std::shared_ptr<const Snapshot> base) : base_(std::move(base)) {}
+
+  // The object as the transaction sees it; a null source when there is none.
+  StoredRecord Find(const std::string& kind, const std::string& instance) const;
+  // The objects of the kind as the transaction sees them, in the order of their first write.
+  std::vector<StoredRecord> List(const std::string& kind) const;
+
+  // One that is there already is replaced in its place; a new one comes last.
+  void Set(const std::string& kind, const std::string& instance, std::string body);
+  void Delete(const std::string& kind, const std::string& instance);
+  void DeleteAll(const std::string& kind);
+
+  // Writes the whole state, old and new, to a file. Raises like SnapshotWriter, and kCorrupt when a
+  // damaged record would have to be carried over.
+  void Write(const HostPlatform::Io::FileDescriptor& file, const std::string& path) const;
+
+ private:
+  class WrittenRecord;
+
+  // What the transaction did to one kind.
+  struct Changes {
+    bool baseDeleted = false;                   // all of the snapshot's records
+    std::unordered_set<std::uint32_t> deleted;  // some of them
+    std::unordered_map<std::uint32_t, std::shared_ptr<const WrittenRecord>> replaced;
+    std::vector<std::shared_ptr<const WrittenRecord>> added;    // null where deleted again
+    std::unordered_map<std::string_view, std::size_t> addedAt;  // by instance
+  };
+
+  std::optional<std::uint32_t> FindInBase(const std::string& kind, const std::string& instance,
+                                          const Changes* changes) const;
+  StoredRecord BaseRecord(std::uint32_t number, const Changes* changes) const;
+  const Changes* ChangesOf(const std::string& kind) const;
+
+  std::shared_ptr<const Snapshot> base_;
+  std::map<std::string, Changes> changes_;
+};
+
+}  // namespace TavConfigStore
+
+#endif  // PLATFORM_SRC_CONFIGSTORE_OVERLAY_H_

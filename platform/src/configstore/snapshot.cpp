@@ -1,0 +1,248 @@
+#include "configstore/snapshot.h"
+
+#include <fcntl.h>
+
+#include <cerrno>
+#include <limits>
+
+#include "configstore/failure.h"
+#include "configstore/record_codec.h"
+#include "configstore/snapshot_format.h"
+#include "util/bytes.h"
+#include "util/checksum.h"
+
+namespace TavConfigStore {
+
+using HostPlatform::Checksum;
+using HostPlatform::LoadInteger;
+using HostPlatform::Io::FileDescriptor;
+using namespace SnapshotFormat;
+
+namespace {
+
+std::uint32_t LoadLength(const char* bytes) {
+  return LoadInteger<std::uint32_t>(bytes);
+}
+
+bool SameTime(const struct timespec& a, const struct timespec& b) {
+  return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
+}
+
+void CheckSize(const std::string& path, const struct stat& status) {
+  if (!S_ISREG(status.st_mode)) RaiseCorrupt(path, "it is not a plain file");
+  if (status.st_size == 0) RaiseCorrupt(path, "it is empty");
+  if (status.st_size < static_cast<off_t>(kTableSize + kFooterSize)) {
+    RaiseCorrupt(path, "it is cut short");
+  }
+  if (static_cast<std::uint64_t>(status.st_size) > kLargestFile) {
+    RaiseCorrupt(path, "it is larger than the format allows");
+  }
+}
+
+}  // namespace
+
+std::shared_ptr<const Snapshot> Snapshot::Open(const std::string& path) try {
+  const FileDescriptor file(AT_FDCWD, path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK);
+  if (!file) {
+    if (errno == ENOENT) return nullptr;
+    HostPlatform::Io::RaiseSystemError(errno, path, "open the configuration store");
+  }
+  const struct stat status = HostPlatform::Io::StatOf(file, path);
+  CheckSize(path, status);
+  return std::shared_ptr<const Snapshot>(new Snapshot(path, file, status));
+} catch (const HostPlatform::Io::Error& error) {
+  Raise(error);
+}
+
+Snapshot::Snapshot(const std::string& path, const FileDescriptor& file, const struct stat& status)
+    : path_(path), status_(status), database_() {
+  if (cdb_init(&database_, file.get()) != 0) {
+    const int error = errno;
+    if (error == EPROTO) RaiseCorrupt(path_, "its table points outside of it");
+    HostPlatform::Io::RaiseSystemError(error, path_, "map");
+  }
+  try {
+    CheckFooter();
+  } catch (...) {
+    cdb_free(&database_);
+    throw;
+  }
+}
+
+Snapshot::~Snapshot() {
+  cdb_free(&database_);
+}
+
+bool Snapshot::IsOf(const struct stat& status) const {
+  return status.st_ino == status_.st_ino && status.st_dev == status_.st_dev &&
+         status.st_size == status_.st_size && SameTime(status.st_mtim, status_.st_mtim) &&
+         SameTime(status.st_ctim, status_.st_ctim);
+}
+
+void Snapshot::CheckFooter() {
+  const std::uint32_t size = database_.cdb_fsize;
+  const std::string_view footer = Bytes(size - kFooterSize, kFooterSize);
+  const char* const at = footer.data();
+  if (LoadInteger<std::uint64_t>(at) != kMagic) {
+    RaiseCorrupt(path_, "it is cut short, or no configuration store at all");
+  }
+  if (LoadLength(at + 8) != kVersion) {
+    throw ConfigStoreException(path_ + ": written in format " + std::to_string(LoadLength(at + 8)) +
+                                   ", which this version of the platform does not know; use the "
+                                   "version that wrote it, or a newer one",
+                               kUnsupported);
+  }
+  const auto tables = LoadInteger<std::uint64_t>(at + 16);
+  const auto directory = LoadInteger<std::uint64_t>(at + 24);
+  const auto promised = LoadInteger<std::uint64_t>(at + 32);
+  if (promised != size) {
+    RaiseCorrupt(path_,
+                 "it has " + std::to_string(size) + " bytes and not " + std::to_string(promised));
+  }
+  if (tables < kTableSize || directory < tables || directory > size - kFooterSize) {
+    RaiseCorrupt(path_, "its footer points outside of it");
+  }
+  const auto tablesStart = static_cast<std::uint32_t>(tables);
+  const std::uint64_t checksum = Checksum(Bytes(tablesStart, size - kChecksumSize - tablesStart),
+                                          Checksum(Bytes(0, kTableSize)));
+  if (LoadInteger<std::uint64_t>(at + 40) != checksum) {
+    RaiseCorrupt(path_, "the checksum over its index is wrong");
+  }
+  recordsEnd_ = tablesStart;
+  const auto directoryStart = static_cast<std::uint32_t>(directory);
+  ReadDirectory(Bytes(directoryStart, size - kFooterSize - directoryStart), LoadLength(at + 12));
+}
+
+void Snapshot::ReadDirectory(std::string_view directory, std::uint32_t kindCount) {
+  const auto take = [&](std::uint64_t size) {
+    if (size > directory.size()) RaiseCorrupt(path_, "its directory is cut short");
+    const std::string_view taken = directory.substr(0, size);
+    directory.remove_prefix(size);
+    return taken;
+  };
+  for (std::uint32_t i = 0; i < kindCount; ++i) {
+    const std::string_view lengths = take(8);
+    Kind kind;
+    kind.first = recordCount_;
+    kind.count = LoadLength(lengths.data() + 4);
+    kind.name = take(LoadLength(lengths.data()));
+    kind.positions = take(std::uint64_t{4} * kind.count).data();
+    recordCount_ += kind.count;  // cannot overflow: each counted record took 4 bytes of the file
+    kinds_.push_back(kind);
+  }
+  if (!directory.empty()) RaiseCorrupt(path_, "its directory is too long");
+  verified_ = std::make_unique<std::atomic<bool>[]>(recordCount_);
+}
+
+std::string_view Snapshot::Bytes(std::uint32_t position, std::uint32_t size) const {
+  const void* const bytes = cdb_get(&database_, size, position);
+  if (bytes == nullptr) RaiseCorrupt(path_, "it points outside of itself");
+  return std::string_view(static_cast<const char*>(bytes), size);
+}
+
+Snapshot::Kind Snapshot::FindKind(std::string_view name) const {
+  for (const Kind& kind : kinds_) {
+    if (kind.name == name) return kind;
+  }
+  return Kind();
+}
+
+Snapshot::Location Snapshot::Locate(std::uint32_t number) const {
+  for (const Kind& kind : kinds_) {
+    const std::uint32_t index = number - kind.first;
+    if (index < kind.count) return {&kind, LoadLength(kind.positions + 4 * std::size_t{index})};
+  }
+  RaiseCorrupt(path_, "record " + std::to_string(number) + " is not in its directory");
+}
+
+RecordSource::Record Snapshot::Read(std::uint32_t number) const {
+  const Location location = Locate(number);
+  if (!verified_[number].load(std::memory_order_relaxed)) {
+    Verify(number, location);
+    verified_[number].store(true, std::memory_order_relaxed);
+  }
+  return ReadAt(location);
+}
+
+// Only lengths are checked here; what they enclose is only good once Verify() has said so.
+RecordSource::Record Snapshot::ReadAt(const Location& location) const {
+  const std::string_view head = Bytes(location.position, kRecordHead);
+  const std::uint64_t keySize = LoadLength(head.data());
+  const std::uint64_t dataSize = LoadLength(head.data() + 4);
+  const std::uint64_t start = std::uint64_t{location.position} + kRecordHead;
+  const std::string_view kind = location.kind->name;
+  if (start + keySize + dataSize > recordsEnd_ || keySize < kind.size() ||
+      dataSize < kDataHead + kChecksumSize) {
+    RaiseCorrupt(path_, "the lengths of the record at byte " + std::to_string(location.position) +
+                            " are wrong");
+  }
+  const std::string_view bytes =
+      Bytes(static_cast<std::uint32_t>(start), static_cast<std::uint32_t>(keySize + dataSize));
+  Record record;
+  record.kind = kind;
+  record.instance = bytes.substr(kind.size(), keySize - kind.size());
+  record.body = bytes.substr(keySize + kDataHead, dataSize - kDataHead - kChecksumSize);
+  return record;
+}
+
+void Snapshot::Verify(std::uint32_t number, const Location& location) const {
+  const Record record = ReadAt(location);
+  const char* const start = record.instance.data() - record.kind.size();
+  const char* const data = record.instance.data() + record.instance.size();
+  const char* const tail = record.body.data() + record.body.size();
+  const auto keySize = static_cast<std::uint64_t>(data - start);
+  const std::string_view covered(start, static_cast<std::size_t>(tail - start));
+  const bool good = LoadInteger<std::uint64_t>(tail) == Checksum(covered, keySize) &&
+                    static_cast<unsigned char>(data[0]) == kRecordVersion &&
+                    LoadLength(data + 1) == number && covered.starts_with(record.kind);
+  if (!good) {
+    RaiseCorrupt(path_, "the checksum of the record at byte " + std::to_string(location.position) +
+                            " is wrong");
+  }
+  CheckBody(record.body);
+}
+
+std::optional<std::uint32_t> Snapshot::Find(std::string_view kind,
+                                            std::string_view instance) const {
+  std::string key;
+  key.reserve(kind.size() + instance.size());
+  key.append(kind).append(instance);
+  if (key.size() > kLargestFile) return std::nullopt;
+  struct cdb search = database_;  // holds the state of one search
+  const int found = cdb_find(&search, key.data(), static_cast<unsigned>(key.size()));
+  if (found < 0) RaiseCorrupt(path_, "its hash tables point outside of it");
+  if (found == 0) {
+    RaiseIfDamaged(key);
+    return std::nullopt;
+  }
+  const std::string_view data = Bytes(cdb_datapos(&search), cdb_datalen(&search));
+  const std::uint32_t number = data.size() < kDataHead ? recordCount_ : LoadLength(data.data() + 1);
+  if (number >= recordCount_ || Locate(number).position != cdb_keypos(&search) - kRecordHead) {
+    RaiseCorrupt(path_, "the record at byte " + std::to_string(cdb_keypos(&search)) +
+                            " has the number of another");
+  }
+  return number;
+}
+
+// The key's hash leads to every record that may have it. One with that hash and another key is
+// either of a rare collision, and then its checksum is right, or a damaged one.
+void Snapshot::RaiseIfDamaged(const std::string& key) const {
+  const std::uint32_t hash = cdb_hash(key.data(), static_cast<unsigned>(key.size()));
+  const char* const entry = Bytes((hash & 255) * 8, 8).data();
+  const std::uint32_t table = LoadLength(entry);
+  const std::uint32_t slots = LoadLength(entry + 4);
+  for (std::uint32_t i = 0; i < slots; ++i) {
+    const std::uint64_t slot = ((hash >> 8) + std::uint64_t{i}) % slots;
+    const std::uint64_t at = table + 8 * slot;
+    if (at > std::numeric_limits<std::uint32_t>::max()) RaiseCorrupt(path_, "a table is too long");
+    const char* const pair = Bytes(static_cast<std::uint32_t>(at), 8).data();
+    const std::uint32_t position = LoadLength(pair + 4);
+    if (position == 0) return;
+    if (LoadLength(pair) != hash) continue;
+    for (std::uint32_t number = 0; number < recordCount_; ++number) {
+      if (Locate(number).position == position) Read(number);
+    }
+  }
+}
+
+}  // namespace TavConfigStore

@@ -1,0 +1,81 @@
+// One committed state of the store: a mapped, immutable file.
+//
+// Shared by all threads; nothing in it changes but the marks of records that were found good. The
+// mapping stays valid when the file is renamed over, for as long as anything refers to it.
+#ifndef PLATFORM_SRC_CONFIGSTORE_SNAPSHOT_H_
+#define PLATFORM_SRC_CONFIGSTORE_SNAPSHOT_H_
+
+#include <cdb.h>
+#include <sys/stat.h>
+
+#include <atomic>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "configstore/object_contents.h"
+#include "io/file_descriptor.h"
+
+namespace TavConfigStore {
+
+class Snapshot final : public RecordSource {
+ public:
+  // Maps the file and checks everything that leads to its records. Null when there is no file.
+  // Raises ConfigStoreException: kCorrupt, kUnsupported, kPermissionDenied, kInsecure, kIoError.
+  static std::shared_ptr<const Snapshot> Open(const std::string& path);
+
+  Snapshot(const Snapshot&) = delete;
+  Snapshot& operator=(const Snapshot&) = delete;
+  ~Snapshot() override;
+
+  // Whether `status` is that of the mapped file, unchanged. A mapping pins its inode, so the
+  // numbers cannot have passed to another file.
+  bool IsOf(const struct stat& status) const;
+
+  // The records of one kind, in the order of their first write.
+  struct Kind {
+    std::string_view name;
+    std::uint32_t first = 0;  // number of its first record
+    std::uint32_t count = 0;
+    const char* positions = nullptr;
+  };
+  const std::vector<Kind>& kinds() const { return kinds_; }
+  Kind FindKind(std::string_view name) const;  // of no records when there is none
+
+  // The number of the record; nothing when there is none. Raises kCorrupt where a damaged record
+  // might be the one that is looked for.
+  std::optional<std::uint32_t> Find(std::string_view kind, std::string_view instance) const;
+
+  Record Read(std::uint32_t number) const override;
+
+ private:
+  struct Location {
+    const Kind* kind;
+    std::uint32_t position;
+  };
+
+  Snapshot(const std::string& path, const HostPlatform::Io::FileDescriptor& file,
+           const struct stat& status);
+
+  void CheckFooter();
+  void ReadDirectory(std::string_view directory, std::uint32_t kindCount);
+  std::string_view Bytes(std::uint32_t position, std::uint32_t size) const;
+  Location Locate(std::uint32_t number) const;
+  Record ReadAt(const Location& location) const;
+  void Verify(std::uint32_t number, const Location& location) const;
+  void RaiseIfDamaged(const std::string& key) const;
+
+  std::string path_;
+  struct stat status_;
+  struct cdb database_;
+  std::uint32_t recordsEnd_ = 0;
+  std::uint32_t recordCount_ = 0;
+  std::vector<Kind> kinds_;
+  std::unique_ptr<std::atomic<bool>[]> verified_;  // by record number
+};
+
+}  // namespace TavConfigStore
+
+#endif  // PLATFORM_SRC_CONFIGSTORE_SNAPSHOT_H_

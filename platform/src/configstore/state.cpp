@@ -1,0 +1,74 @@
+// What the configuration store has on disk, for tools.
+#include <grp.h>
+#include <pwd.h>
+#include <sys/stat.h>
+
+#include <exception>
+#include <vector>
+
+#include "configstore/object_key.h"
+#include "configstore/snapshot.h"
+#include "io/error.h"
+#include "io/host_paths.h"
+#include "platform/admin.h"
+#include "tavconfigstore/exception.h"
+
+namespace HostPlatform {
+namespace {
+
+std::string UserName(uid_t uid) {
+  std::vector<char> buffer(16384);
+  struct passwd entry;
+  struct passwd* found = nullptr;
+  const int error = getpwuid_r(uid, &entry, buffer.data(), buffer.size(), &found);
+  return error == 0 && found != nullptr ? found->pw_name : std::to_string(uid);
+}
+
+std::string GroupName(gid_t gid) {
+  std::vector<char> buffer(16384);
+  struct group entry;
+  struct group* found = nullptr;
+  const int error = getgrgid_r(gid, &entry, buffer.data(), buffer.size(), &found);
+  return error == 0 && found != nullptr ? found->gr_name : std::to_string(gid);
+}
+
+void DescribeFile(const struct stat& status, ConfigStoreState* state) {
+  state->exists = true;
+  state->size = static_cast<std::uint64_t>(status.st_size);
+  state->owner = UserName(status.st_uid);
+  state->group = GroupName(status.st_gid);
+  state->mode = status.st_mode & 07777;
+  state->modified = status.st_mtim.tv_sec;
+}
+
+void CountObjects(const TavConfigStore::Snapshot& snapshot, ConfigStoreState* state) {
+  for (const auto& stored : snapshot.kinds()) {
+    const auto decoded = TavConfigStore::DecodeKind(stored.name);
+    StoredKind kind;
+    kind.component = decoded.component;
+    kind.group = decoded.group;
+    kind.key = decoded.ok ? decoded.key : stored.name;
+    kind.objects = stored.count;
+    state->kinds.push_back(std::move(kind));
+  }
+}
+
+}  // namespace
+
+ConfigStoreState GetConfigStoreState() {
+  const Io::ErrnoKeeper keeper;
+  ConfigStoreState state;
+  state.path = Io::ConfigStorePath();
+  struct stat status;
+  if (lstat(state.path.c_str(), &status) == 0) DescribeFile(status, &state);
+  try {
+    if (const auto snapshot = TavConfigStore::Snapshot::Open(state.path)) {
+      CountObjects(*snapshot, &state);
+    }
+  } catch (const TavConfigStore::ConfigStoreException& failure) {
+    state.problem = failure.what();
+  }
+  return state;
+}
+
+}  // namespace HostPlatform

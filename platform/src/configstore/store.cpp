@@ -1,0 +1,225 @@
+#include "tavconfigstore/config_store.h"
+
+#include <optional>
+#include <utility>
+
+#include "configstore/failure.h"
+#include "configstore/object_contents.h"
+#include "configstore/object_key.h"
+#include "configstore/overlay.h"
+#include "configstore/record_codec.h"
+#include "configstore/snapshot_cache.h"
+#include "features/feature_page.h"
+#include "io/directory.h"
+#include "io/file_lock.h"
+#include "io/file_replacement.h"
+#include "io/host_paths.h"
+
+namespace TavConfigStore {
+namespace {
+
+using HostPlatform::Io::Directory;
+using HostPlatform::Io::ErrnoKeeper;
+using HostPlatform::Io::FileLock;
+using HostPlatform::Io::FileReplacement;
+
+constexpr mode_t kSnapshotMode = 0640;
+
+// The writers' lock, and what is changed while it is held.
+class Transaction {
+ public:
+  Transaction()
+      : directory_(HostPlatform::Io::HostDirectoryPath()),
+        lock_(directory_, HostPlatform::Io::kConfigStoreLockName, HostPlatform::Io::LockDeadline()),
+        overlay_(NewestSnapshot()) {}
+
+  Overlay& overlay() { return overlay_; }
+  const Overlay& overlay() const { return overlay_; }
+  bool BelongsToThisProcess() const { return lock_.HeldByThisProcess(); }
+
+  void Commit() {
+    HostPlatform::EnsureFeaturesFile(directory_);
+    FileReplacement next(directory_, HostPlatform::Io::kConfigStoreName, kSnapshotMode);
+    overlay_.Write(next.file(), next.path());
+    next.Commit();
+  }
+
+ private:
+  Directory directory_;
+  FileLock lock_;
+  Overlay overlay_;
+};
+
+class HostConfigStore final : public ConfigStore {
+ public:
+  explicit HostConfigStore(std::shared_ptr<const Snapshot> snapshot)
+      : snapshot_(std::move(snapshot)) {}
+  ~HostConfigStore() override { RollbackTransaction(); }
+
+  std::shared_ptr<ConfigStoreObject> GetObject(const ConfigStoreObjectId& id) override;
+  void SetObject(const std::shared_ptr<ConfigStoreObject>& object,
+                 const std::int32_t& writeMode) override;
+  void DeleteObjects(const std::shared_ptr<FilterSpecObject>& filter) override;
+  std::vector<std::shared_ptr<ConfigStoreObject>> GetObjects(
+      const std::shared_ptr<FilterSpecObject>& filter) override;
+  void BeginTransaction() override;
+  void CommitTransaction() override;
+  void RollbackTransaction() override;
+
+ private:
+  StoredRecord Find(const std::string& kind, const std::string& instance);
+  const std::shared_ptr<const Snapshot>& Committed();
+  void CheckTransaction() const;
+  template <typename Change>
+  void Apply(Change change);
+
+  std::shared_ptr<const Snapshot> snapshot_;  // null: nothing is stored
+  bool outdated_ = false;                     // by a commit of this handle
+  std::optional<Transaction> transaction_;
+};
+
+std::shared_ptr<ConfigStoreObject> MakeObject(StoredRecord stored) {
+  return std::make_shared<ConfigStoreObject>(std::move(stored));
+}
+
+// Read anew after a commit only when it is asked for: that a commit succeeded must not be hidden by
+// a failure to read.
+const std::shared_ptr<const Snapshot>& HostConfigStore::Committed() {
+  if (outdated_) {
+    snapshot_ = NewestSnapshot();
+    outdated_ = false;
+  }
+  return snapshot_;
+}
+
+StoredRecord HostConfigStore::Find(const std::string& kind, const std::string& instance) {
+  if (transaction_) return transaction_->overlay().Find(kind, instance);
+  const std::shared_ptr<const Snapshot>& snapshot = Committed();
+  if (!snapshot) return StoredRecord();
+  const auto number = snapshot->Find(kind, instance);
+  return number ? StoredRecord{snapshot, *number, {}} : StoredRecord();
+}
+
+std::shared_ptr<ConfigStoreObject> HostConfigStore::GetObject(const ConfigStoreObjectId& id) {
+  CheckTransaction();
+  StoredRecord stored = Find(EncodeKind(id), id.instance);
+  return stored.source ? MakeObject(std::move(stored)) : nullptr;
+}
+
+std::vector<std::shared_ptr<ConfigStoreObject>> HostConfigStore::GetObjects(
+    const std::shared_ptr<FilterSpecObject>& filter) {
+  CheckTransaction();
+  const ObjectContents& wanted = ObjectAccess::Contents(filter);
+  std::vector<std::shared_ptr<ConfigStoreObject>> objects;
+  if (!wanted.instance.empty()) {
+    StoredRecord stored = Find(wanted.kind, wanted.instance);
+    if (stored.source) objects.push_back(MakeObject(std::move(stored)));
+  } else if (transaction_) {
+    for (StoredRecord& stored : transaction_->overlay().List(wanted.kind)) {
+      objects.push_back(MakeObject(std::move(stored)));
+    }
+  } else if (const std::shared_ptr<const Snapshot>& snapshot = Committed()) {
+    const Snapshot::Kind kind = snapshot->FindKind(wanted.kind);
+    objects.reserve(kind.count);
+    for (std::uint32_t i = 0; i < kind.count; ++i) {
+      objects.push_back(MakeObject({snapshot, kind.first + i, {}}));
+    }
+  }
+  return objects;
+}
+
+void HostConfigStore::SetObject(const std::shared_ptr<ConfigStoreObject>& object,
+                                const std::int32_t& writeMode) {
+  if (!object) RaiseUsage("the configuration store was given no object");
+  if (writeMode != 0) RaiseUsage("the configuration store knows write mode 0 only");
+  Apply([&](Overlay& overlay) {
+    if (const ObjectContents* contents = ObjectAccess::Contents(*object)) {
+      overlay.Set(contents->kind, contents->instance, EncodeBody(*contents));
+    } else {
+      const StoredRecord& stored = ObjectAccess::Stored(*object);
+      const RecordSource::Record record = stored.source->Read(stored.number);
+      overlay.Set(std::string(record.kind), std::string(record.instance), std::string(record.body));
+    }
+  });
+}
+
+void HostConfigStore::DeleteObjects(const std::shared_ptr<FilterSpecObject>& filter) {
+  const ObjectContents& unwanted = ObjectAccess::Contents(filter);
+  Apply([&](Overlay& overlay) {
+    if (unwanted.instance.empty()) {
+      overlay.DeleteAll(unwanted.kind);
+    } else {
+      overlay.Delete(unwanted.kind, unwanted.instance);
+    }
+  });
+}
+
+// A change outside of a transaction is one of its own.
+template <typename Change>
+void HostConfigStore::Apply(Change change) {
+  CheckTransaction();
+  if (transaction_) {
+    change(transaction_->overlay());
+    return;
+  }
+  BeginTransaction();
+  try {
+    change(transaction_->overlay());
+    CommitTransaction();
+  } catch (...) {
+    RollbackTransaction();
+    throw;
+  }
+}
+
+void HostConfigStore::CheckTransaction() const {
+  if (transaction_ && !transaction_->BelongsToThisProcess()) {
+    RaiseUsage(
+        "the transaction was begun before a fork and belongs to the parent process; get a handle "
+        "of its own in the child");
+  }
+}
+
+void HostConfigStore::BeginTransaction() {
+  const ErrnoKeeper keeper;
+  CheckTransaction();
+  if (transaction_) RaiseUsage("this handle has a transaction open already");
+  try {
+    transaction_.emplace();
+  } catch (const HostPlatform::Io::Error& error) {
+    Raise(error);
+  }
+}
+
+void HostConfigStore::CommitTransaction() {
+  const ErrnoKeeper keeper;
+  CheckTransaction();
+  if (!transaction_) RaiseUsage("this handle has no transaction open");
+  try {
+    transaction_->Commit();
+  } catch (const HostPlatform::Io::Error& error) {
+    Raise(error);
+  }
+  transaction_.reset();
+  outdated_ = true;
+}
+
+void HostConfigStore::RollbackTransaction() {
+  const ErrnoKeeper keeper;
+  transaction_.reset();
+}
+
+}  // namespace
+
+ConfigStore::~ConfigStore() = default;
+
+std::shared_ptr<ConfigStore> ConfigStore::GetStore(const std::string& storeNamespace) {
+  if (storeNamespace != sGlobalNamespace) {
+    RaiseUsage("the configuration store has no namespace but sGlobalNamespace");
+  }
+  const ErrnoKeeper keeper;
+  HostPlatform::MapFeaturesIfNeeded();
+  return std::make_shared<HostConfigStore>(NewestSnapshot());
+}
+
+}  // namespace TavConfigStore

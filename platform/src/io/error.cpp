@@ -1,0 +1,33 @@
+#include "io/error.h"
+
+#include <system_error>
+
+namespace HostPlatform::Io {
+namespace {
+
+ErrorKind KindOf(int error) {
+  switch (error) {
+    case EACCES:
+    case EPERM:
+    case EROFS:
+      return ErrorKind::kPermissionDenied;
+    case ENOSPC:
+    case EDQUOT:
+    case EFBIG:
+      return ErrorKind::kNoSpace;
+    case ELOOP:
+      return ErrorKind::kInsecure;
+    default:
+      return ErrorKind::kOther;
+  }
+}
+
+}  // namespace
+
+void RaiseSystemError(int error, const std::string& path, const char* action) {
+  std::string reason = std::generic_category().message(error);
+  if (error == ELOOP) reason = "it is a symbolic link, which is not followed here";
+  throw Error(KindOf(error), path + ": cannot " + action + ": " + reason);
+}
+
+}  // namespace HostPlatform::Io

@@ -1,0 +1,50 @@
+// What the file layer raises, and how a failed system call becomes it.
+#ifndef PLATFORM_SRC_IO_ERROR_H_
+#define PLATFORM_SRC_IO_ERROR_H_
+
+#include <cerrno>
+#include <stdexcept>
+#include <string>
+
+namespace HostPlatform::Io {
+
+enum class ErrorKind { kBusy, kNoSpace, kPermissionDenied, kInsecure, kOther };
+
+// The message names the path, what was tried, the reason and, where there is one, the way out.
+class Error : public std::runtime_error {
+ public:
+  Error(ErrorKind kind, const std::string& message) : std::runtime_error(message), kind_(kind) {}
+  ErrorKind kind() const noexcept { return kind_; }
+
+ private:
+  ErrorKind kind_;
+};
+
+// Raises an Error for `error`, an errno value: "PATH: cannot ACTION: reason".
+[[noreturn]] void RaiseSystemError(int error, const std::string& path, const char* action);
+
+// Puts errno back to what it was: host programs look at theirs after calling us.
+class ErrnoKeeper {
+ public:
+  ErrnoKeeper() : saved_(errno) {}
+  ErrnoKeeper(const ErrnoKeeper&) = delete;
+  ErrnoKeeper& operator=(const ErrnoKeeper&) = delete;
+  ~ErrnoKeeper() { errno = saved_; }
+
+ private:
+  int saved_;
+};
+
+// Repeats a system call that a signal interrupted. Not for close().
+template <typename Call>
+auto RetryInterrupted(Call call) {
+  decltype(call()) result;
+  do {
+    result = call();
+  } while (result == -1 && errno == EINTR);
+  return result;
+}
+
+}  // namespace HostPlatform::Io
+
+#endif  // PLATFORM_SRC_IO_ERROR_H_

@@ -1,0 +1,96 @@
+#include "io/file_descriptor.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+#include "io/error.h"
+#include "io/fork.h"
+
+namespace HostPlatform::Io {
+namespace {
+
+FileDescriptor* firstOpen = nullptr;  // guarded by DescriptorMutex()
+
+int MoveAboveStandardStreams(int fd) {
+  if (fd > STDERR_FILENO || fd < 0) return fd;
+  const int moved = fcntl(fd, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+  const int error = errno;
+  close(fd);
+  errno = error;
+  return moved;
+}
+
+}  // namespace
+
+FileDescriptor::FileDescriptor(int directory, const char* path, int flags, mode_t mode) {
+  // Opening and listing are one step: a fork between the two would leave the child a copy.
+  const std::lock_guard lock(DescriptorMutex());
+  fd_ = MoveAboveStandardStreams(
+      RetryInterrupted([&] { return openat(directory, path, flags | O_CLOEXEC, mode); }));
+  if (fd_ < 0) return;
+  next_ = firstOpen;
+  if (next_ != nullptr) next_->previous_ = this;
+  firstOpen = this;
+}
+
+FileDescriptor::~FileDescriptor() {
+  const ErrnoKeeper keeper;
+  Close();
+}
+
+int FileDescriptor::Close() {
+  const std::lock_guard lock(DescriptorMutex());
+  if (fd_ < 0) return 0;
+  (previous_ != nullptr ? previous_->next_ : firstOpen) = next_;
+  if (next_ != nullptr) next_->previous_ = previous_;
+  const int result = close(fd_);  // never repeated: the descriptor is gone whatever it says
+  fd_ = -1;
+  return result == 0 || errno == EINTR ? 0 : errno;
+}
+
+void FileDescriptor::CloseAllInChild() {
+  const ErrnoKeeper keeper;
+  for (FileDescriptor* open = firstOpen; open != nullptr;) {
+    FileDescriptor* const next = open->next_;
+    close(open->fd_);
+    open->fd_ = -1;
+    open->previous_ = open->next_ = nullptr;
+    open = next;
+  }
+  firstOpen = nullptr;
+}
+
+struct stat StatOf(const FileDescriptor& file, const std::string& path) {
+  struct stat status;
+  if (fstat(file.get(), &status) != 0) RaiseSystemError(errno, path, "examine");
+  return status;
+}
+
+void WriteAll(const FileDescriptor& file, std::string_view bytes, const std::string& path) {
+  while (!bytes.empty()) {
+    const ssize_t written =
+        RetryInterrupted([&] { return write(file.get(), bytes.data(), bytes.size()); });
+    if (written < 0) RaiseSystemError(errno, path, "write");
+    if (written == 0) RaiseSystemError(EIO, path, "write");  // never to loop for nothing
+    bytes.remove_prefix(static_cast<std::size_t>(written));
+  }
+}
+
+std::string ReadAt(const FileDescriptor& file, std::size_t size, off_t offset,
+                   const std::string& path) {
+  std::string bytes(size, '\0');
+  std::size_t done = 0;
+  while (done < size) {
+    const ssize_t got = RetryInterrupted([&] {
+      return pread(file.get(), bytes.data() + done, size - done, offset + static_cast<off_t>(done));
+    });
+    if (got < 0) RaiseSystemError(errno, path, "read");
+    if (got == 0) throw Error(ErrorKind::kOther, path + ": cannot read: it ends too early");
+    done += static_cast<std::size_t>(got);
+  }
+  return bytes;
+}
+
+}  // namespace HostPlatform::Io

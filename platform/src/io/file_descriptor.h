@@ -1,0 +1,55 @@
+// An open descriptor that belongs to this process alone.
+//
+// Above 2, so that a program whose standard streams are closed cannot write its messages into a
+// store; close-on-exec; and closed in a forked child, so that a child neither keeps its parent's
+// lock alive nor can release it.
+#ifndef PLATFORM_SRC_IO_FILE_DESCRIPTOR_H_
+#define PLATFORM_SRC_IO_FILE_DESCRIPTOR_H_
+
+#include <sys/stat.h>
+#include <sys/types.h>
+
+#include <string>
+#include <string_view>
+
+namespace HostPlatform::Io {
+
+class FileDescriptor {
+ public:
+  FileDescriptor() = default;
+  // As openat(), with O_CLOEXEC added. On failure get() is -1 and errno says why.
+  FileDescriptor(int directory, const char* path, int flags, mode_t mode = 0);
+  FileDescriptor(const FileDescriptor&) = delete;
+  FileDescriptor& operator=(const FileDescriptor&) = delete;
+  ~FileDescriptor();
+
+  // -1 when the open failed, or in a child of the process that opened it.
+  int get() const { return fd_; }
+  explicit operator bool() const { return fd_ >= 0; }
+
+  // Closes and reports what close() says: 0 or an errno value. Does nothing the second time.
+  int Close();
+
+  // Closes every descriptor of the parent in a child that was just forked, whose only thread calls
+  // this with DescriptorMutex() held.
+  static void CloseAllInChild();
+
+ private:
+  int fd_ = -1;
+  FileDescriptor* previous_ = nullptr;
+  FileDescriptor* next_ = nullptr;
+};
+
+// fstat(); raises Error naming `path`.
+struct stat StatOf(const FileDescriptor& file, const std::string& path);
+
+// Writes all of `bytes` at the end of what was written so far. Raises Error naming `path`.
+void WriteAll(const FileDescriptor& file, std::string_view bytes, const std::string& path);
+
+// `size` bytes from `offset`; raises Error naming `path`, also when the file is shorter.
+std::string ReadAt(const FileDescriptor& file, std::size_t size, off_t offset,
+                   const std::string& path);
+
+}  // namespace HostPlatform::Io
+
+#endif  // PLATFORM_SRC_IO_FILE_DESCRIPTOR_H_

@@ -1,0 +1,55 @@
+// The exclusive lock by which the writers of one stored file take turns.
+//
+// An open-file-description lock on a lock file of its own, which is never removed. It belongs to
+// this object's descriptor: a stray close() of the file elsewhere in the process does not drop it,
+// two threads exclude each other like two processes, and the system releases it when the process
+// dies. A forked child closes its copy without unlocking.
+//
+// Waiting is fair: a waiter takes the gate byte first, then the data byte, then gives the gate
+// back, so that callers that lock in a loop cannot starve it.
+#ifndef PLATFORM_SRC_IO_FILE_LOCK_H_
+#define PLATFORM_SRC_IO_FILE_LOCK_H_
+
+#include <chrono>
+#include <optional>
+#include <string>
+
+#include "io/directory.h"
+#include "io/file_descriptor.h"
+
+namespace HostPlatform::Io {
+
+// How long a lock is waited for; see platform/admin.h.
+std::chrono::milliseconds LockDeadline();
+
+class FileLock {
+ public:
+  // Locks `name` in the directory, creating it (0600) when it is missing. Raises Error: kBusy, with
+  // the holder's name, when it is not free within the deadline; kInsecure when the lock file is not
+  // a plain file of this user or of the directory's owner.
+  FileLock(const Directory& directory, const char* name, std::chrono::milliseconds deadline);
+  FileLock(const FileLock&) = delete;
+  FileLock& operator=(const FileLock&) = delete;
+  ~FileLock();
+
+  // False in a child of the process that took the lock.
+  bool HeldByThisProcess() const { return file_.has_value() && *file_; }
+
+ private:
+  using Clock = std::chrono::steady_clock;
+
+  void Open(const Directory& directory, const char* name);
+  void CheckLockFile(const Directory& directory) const;
+  bool IsStillNamed(const Directory& directory, const char* name) const;
+  void Wait(short type, off_t byte, Clock::time_point giveUp, std::chrono::milliseconds deadline);
+  bool TryLock(short type, off_t byte);
+  void WriteHolder();
+  std::string ReadHolder() const;
+
+  std::string path_;
+  std::optional<FileDescriptor> file_;
+};
+
+}  // namespace HostPlatform::Io
+
+#endif  // PLATFORM_SRC_IO_FILE_LOCK_H_

@@ -1,0 +1,144 @@
+#include "io/file_replacement.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/random.h>
+#include <sys/xattr.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cinttypes>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <vector>
+
+#include "io/error.h"
+
+namespace HostPlatform::Io {
+namespace {
+
+constexpr std::size_t kRandomDigits = 16;
+
+std::string TemporaryPrefix(const char* name) {
+  return "." + std::string(name) + ".new-";
+}
+
+std::string MakeTemporaryName(const char* name) {
+  std::uint64_t random = 0;
+  if (getrandom(&random, sizeof random, GRND_NONBLOCK) != sizeof random) {
+    random = static_cast<std::uint64_t>(getpid());  // unique enough: the lock is held
+  }
+  char digits[kRandomDigits + 1];
+  std::snprintf(digits, sizeof digits, "%016" PRIx64, random);
+  return TemporaryPrefix(name) + digits;
+}
+
+bool IsTemporaryOf(const char* name, const char* candidate) {
+  const std::string prefix = TemporaryPrefix(name);
+  return std::strncmp(candidate, prefix.c_str(), prefix.size()) == 0 &&
+         std::strlen(candidate) == prefix.size() + kRandomDigits &&
+         std::strspn(candidate + prefix.size(), "0123456789abcdef") == kRandomDigits;
+}
+
+// Copies one attribute; one that the file system or the process's rights do not allow to be set
+// (a security label, say) is set by the system's own policy.
+void CopyAttribute(int from, int to, const char* attribute, const std::string& path) {
+  const ssize_t size = fgetxattr(from, attribute, nullptr, 0);
+  if (size < 0) return;
+  std::vector<char> value(static_cast<std::size_t>(size));
+  const ssize_t got = fgetxattr(from, attribute, value.data(), value.size());
+  if (got < 0) return;
+  if (fsetxattr(to, attribute, value.data(), static_cast<std::size_t>(got), 0) != 0 &&
+      errno != ENOTSUP && errno != EPERM && errno != EACCES) {
+    RaiseSystemError(errno, path, "carry over the extended attributes");
+  }
+}
+
+void CopyAttributes(int from, int to, const std::string& path) {
+  const ssize_t size = flistxattr(from, nullptr, 0);
+  if (size <= 0) return;
+  std::vector<char> names(static_cast<std::size_t>(size) + 1, '\0');
+  const ssize_t got = flistxattr(from, names.data(), names.size() - 1);
+  for (ssize_t at = 0; at < got;) {
+    const char* const attribute = names.data() + at;
+    CopyAttribute(from, to, attribute, path);
+    at += static_cast<ssize_t>(std::strlen(attribute)) + 1;
+  }
+}
+
+}  // namespace
+
+FileReplacement::FileReplacement(const Directory& directory, const char* name, mode_t mode)
+    : directory_(directory),
+      name_(name),
+      mode_(mode),
+      path_(directory.PathOf(name)),
+      temporaryName_(MakeTemporaryName(name)),
+      file_(directory.get(), temporaryName_.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW, 0600) {
+  if (!file_) RaiseSystemError(errno, directory.PathOf(temporaryName_.c_str()), "create");
+  SweepStale();
+}
+
+FileReplacement::~FileReplacement() {
+  const ErrnoKeeper keeper;
+  // In a forked child the temporary is the parent's, and the descriptor is closed already.
+  if (!committed_ && file_) unlinkat(directory_.get(), temporaryName_.c_str(), 0);
+}
+
+void FileReplacement::SweepStale() const {
+  const int copy = fcntl(directory_.get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+  const std::unique_ptr<DIR, int (*)(DIR*)> entries(copy < 0 ? nullptr : fdopendir(copy),
+                                                    &closedir);
+  if (!entries) {
+    if (copy >= 0) close(copy);
+    return;  // what is left over does no harm but for its size
+  }
+  rewinddir(entries.get());
+  while (const struct dirent* entry = readdir(entries.get())) {
+    if (IsTemporaryOf(name_, entry->d_name) && entry->d_name != temporaryName_) {
+      unlinkat(directory_.get(), entry->d_name, 0);
+    }
+  }
+}
+
+void FileReplacement::CarryOverAttributes() {
+  const FileDescriptor old(directory_.get(), name_, O_RDONLY | O_NOFOLLOW | O_NONBLOCK);
+  if (!old) {
+    if (errno != ENOENT) RaiseSystemError(errno, path_, "open");
+    directory_.Adopt(file_, mode_, path_);
+    return;
+  }
+  const struct stat status = StatOf(old, path_);
+  // Only root can give a file away: the directory's owner keeps what root made before, in a group
+  // that it is in or else in the directory's.
+  const uid_t owner = geteuid() == 0 ? status.st_uid : static_cast<uid_t>(-1);
+  if (fchown(file_.get(), owner, status.st_gid) != 0 && errno != EPERM) {
+    RaiseSystemError(errno, path_, "carry over the owner");
+  }
+  if (fchmod(file_.get(), status.st_mode & 0777) != 0) {
+    RaiseSystemError(errno, path_, "carry over the mode");
+  }
+  CopyAttributes(old.get(), file_.get(), path_);
+}
+
+void FileReplacement::Commit() {
+  CarryOverAttributes();
+  // Never repeated after a failure: a second fsync() reports success for pages that were lost.
+  if (RetryInterrupted([&] { return fsync(file_.get()); }) != 0) {
+    RaiseSystemError(errno, path_, "flush the new content");
+  }
+  if (renameat(directory_.get(), temporaryName_.c_str(), directory_.get(), name_) != 0) {
+    RaiseSystemError(errno, path_, "put the new content in place");
+  }
+  committed_ = true;
+  try {
+    directory_.Sync();
+  } catch (const Error& error) {
+    throw Error(error.kind(), std::string(error.what()) +
+                                  "; the new content is in place, but a loss of power could bring "
+                                  "the old one back");
+  }
+}
+
+}  // namespace HostPlatform::Io

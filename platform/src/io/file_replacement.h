@@ -1,0 +1,54 @@
+// Replacing a file durably, so that readers and crashes meet the old content or the new.
+//
+//   { FileReplacement next(directory, name, mode);
+//     WriteAll(next.file(), ...);
+//     next.Commit(); }
+//
+// A sibling temporary is written, flushed and renamed over the file, and the directory is flushed.
+// The caller holds the file's lock throughout.
+#ifndef PLATFORM_SRC_IO_FILE_REPLACEMENT_H_
+#define PLATFORM_SRC_IO_FILE_REPLACEMENT_H_
+
+#include <sys/types.h>
+
+#include <string>
+
+#include "io/directory.h"
+#include "io/file_descriptor.h"
+
+namespace HostPlatform::Io {
+
+class FileReplacement {
+ public:
+  // Creates the temporary and removes those that killed writers left. `mode` is for a file
+  // that does not exist yet. Raises Error.
+  FileReplacement(const Directory& directory, const char* name, mode_t mode);
+  FileReplacement(const FileReplacement&) = delete;
+  FileReplacement& operator=(const FileReplacement&) = delete;
+  // Removes the temporary when it was not committed.
+  ~FileReplacement();
+
+  const FileDescriptor& file() const { return file_; }
+  const std::string& path() const { return path_; }  // of the file that is replaced
+
+  // Carries over the owner, mode and extended attributes of the file that is replaced, flushes and
+  // renames. Raises Error; the old file is in place then, unless the message says that only the
+  // flush of the directory failed.
+  void Commit();
+
+ private:
+  void SweepStale() const;
+  void CarryOverAttributes();
+
+  const Directory& directory_;
+  const char* name_;
+  mode_t mode_;
+  std::string path_;
+  std::string temporaryName_;
+  FileDescriptor file_;
+  bool committed_ = false;
+};
+
+}  // namespace HostPlatform::Io
+
+#endif  // PLATFORM_SRC_IO_FILE_REPLACEMENT_H_

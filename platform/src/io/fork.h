@@ -1,0 +1,21 @@
+// Fork at any moment: the mutexes that a child must find free.
+//
+// A mutex that another thread holds at the fork would stay locked in the child for ever. The two
+// here are taken around every fork, so each guards a few instructions only and is never held while
+// waiting for anything. Order: descriptors first.
+#ifndef PLATFORM_SRC_IO_FORK_H_
+#define PLATFORM_SRC_IO_FORK_H_
+
+#include <mutex>
+
+namespace HostPlatform::Io {
+
+// Guards the list of open descriptors; see FileDescriptor.
+std::mutex& DescriptorMutex();
+
+// Guards the process's newest snapshot; see configstore/snapshot_cache.h.
+std::mutex& SnapshotMutex();
+
+}  // namespace HostPlatform::Io
+
+#endif  // PLATFORM_SRC_IO_FORK_H_

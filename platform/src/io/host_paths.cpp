@@ -1,0 +1,79 @@
+#include "io/host_paths.h"
+
+#include <climits>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include <unistd.h>
+
+#include <charconv>
+
+#include "io/error.h"
+#include "io/file_lock.h"
+#include "platform/admin.h"
+
+namespace HostPlatform {
+namespace Io {
+namespace {
+
+// Room for a name behind a directory of any length: a path that is too long is then refused by the
+// system with its own error instead of being cut short here.
+constexpr std::size_t kRoom = PATH_MAX + 64;
+
+constinit char hostDirectory[kRoom] = {};
+constinit char configStore[kRoom + 32] = {};
+constinit char features[kRoom + 32] = {};
+
+void SetPaths(const char* directory) {
+  // A relative path means the directory it named at this moment, also after a chdir().
+  char here[PATH_MAX] = "";
+  const bool relative = directory[0] != '/' && getcwd(here, sizeof here) != nullptr;
+  std::snprintf(hostDirectory, sizeof hostDirectory, "%s%s%s", here, relative ? "/" : "",
+                directory);
+  std::snprintf(configStore, sizeof configStore, "%s/%s", hostDirectory, kConfigStoreName);
+  std::snprintf(features, sizeof features, "%s/%s", hostDirectory, kFeaturesName);
+}
+
+void ReadLockTimeout() {
+  const char* const text = secure_getenv("QUOR_LOCK_TIMEOUT_MS");
+  if (text == nullptr) return;
+  std::uint32_t milliseconds = 0;
+  const char* const end = text + std::strlen(text);
+  const auto [stopped, error] = std::from_chars(text, end, milliseconds);
+  if (error == std::errc() && stopped == end) UseLockTimeout(milliseconds);
+}
+
+// The environment is read once, when the platform is loaded: a program may change it later, from
+// other threads even.
+[[gnu::constructor]] void ReadEnvironment() {
+  const ErrnoKeeper keeper;
+  const char* const directory = secure_getenv("QUOR_HOST_DIR");
+  SetPaths(directory != nullptr && directory[0] != '\0' ? directory : kDefaultHostDirectory);
+  ReadLockTimeout();
+}
+
+}  // namespace
+
+const char* HostDirectoryPath() {
+  return hostDirectory;
+}
+const char* ConfigStorePath() {
+  return configStore;
+}
+const char* FeaturesPath() {
+  return features;
+}
+
+void SetHostDirectory(const std::string& path) {
+  SetPaths(path.c_str());
+}
+
+}  // namespace Io
+
+std::string HostDirectory() {
+  return Io::HostDirectoryPath();
+}
+
+}  // namespace HostPlatform
