@@ -4,7 +4,6 @@
 
 #include "configstore/failure.h"
 #include "configstore/object_contents.h"
-#include "util/bytes.h"
 
 namespace TavConfigStore {
 
@@ -15,6 +14,9 @@ namespace {
 
 constexpr char kStringType = 's';
 constexpr char kIntegerType = 'i';
+constexpr std::size_t kBodyHead = 8;
+constexpr std::size_t kValueHead = 9;
+constexpr std::size_t kSubObjectHead = 12;
 
 void AppendLength(std::size_t length, std::string* bytes) {
   if (length > std::numeric_limits<std::uint32_t>::max()) {
@@ -37,14 +39,15 @@ void AppendValue(const NamedValue& named, std::string* bytes) {
 }
 
 std::size_t SizeOf(const ObjectContents& contents) {
-  std::size_t size = 8;
+  std::size_t size = kBodyHead;
   for (const NamedValue& named : contents.values) {
     const auto* const text = std::get_if<std::string>(&named.value);
-    size += 9 + named.name.size() + (text != nullptr ? text->size() : sizeof(std::int64_t));
+    size +=
+        kValueHead + named.name.size() + (text != nullptr ? text->size() : sizeof(std::int64_t));
   }
   for (const auto& subObject : contents.subObjects) {
     const ObjectContents& sub = *ObjectAccess::Contents(*subObject);
-    size += 12 + sub.name.size() + sub.instance.size() + SizeOf(sub);
+    size += kSubObjectHead + sub.name.size() + sub.instance.size() + SizeOf(sub);
   }
   return size;
 }
@@ -65,11 +68,6 @@ void AppendBody(const ObjectContents& contents, std::string* bytes) {
   }
 }
 
-// Caught and named with the path by the snapshot; bytes in memory have no other place.
-[[noreturn]] void RaiseMalformed() {
-  RaiseCorrupt("configuration store record", "its lengths do not add up");
-}
-
 }  // namespace
 
 std::string EncodeBody(const ObjectContents& contents) {
@@ -79,25 +77,25 @@ std::string EncodeBody(const ObjectContents& contents) {
   return bytes;
 }
 
-BodyReader::BodyReader(std::string_view body) : rest_(body) {
-  values_ = TakeLength();
-  subObjects_ = TakeLength();
+void RaiseMalformedBody() {
+  RaiseCorrupt("configuration store record", "its lengths do not add up");
 }
 
 bool BodyReader::NextValue(StoredValue* value) {
   if (values_ == 0) return false;
   --values_;
-  const char type = Take(1)[0];
-  const std::uint32_t nameLength = TakeLength();
-  const std::uint32_t dataLength = TakeLength();
-  value->name = Take(nameLength);
-  const std::string_view data = Take(dataLength);
-  if (type == kStringType) {
-    value->value = {ValueRef::Type::kString, data, 0};
-  } else if (type == kIntegerType && dataLength == sizeof(std::int64_t)) {
-    value->value = {ValueRef::Type::kInteger, {}, LoadInteger<std::int64_t>(data.data())};
+  const char* const head = Take(kValueHead);
+  const std::uint64_t nameLength = LoadInteger<std::uint32_t>(head + 1);
+  const std::uint64_t dataLength = LoadInteger<std::uint32_t>(head + 5);
+  const char* const name = Take(nameLength + dataLength);
+  const char* const data = name + nameLength;
+  value->name = std::string_view(name, nameLength);
+  if (head[0] == kStringType) {
+    value->value = {ValueRef::Type::kString, std::string_view(data, dataLength), 0};
+  } else if (head[0] == kIntegerType && dataLength == sizeof(std::int64_t)) {
+    value->value = {ValueRef::Type::kInteger, {}, LoadInteger<std::int64_t>(data)};
   } else {
-    RaiseMalformed();
+    RaiseMalformedBody();
   }
   return true;
 }
@@ -107,28 +105,19 @@ bool BodyReader::NextSubObject(StoredSubObject* subObject) {
   }
   if (subObjects_ == 0) return false;
   --subObjects_;
-  const std::uint32_t nameLength = TakeLength();
-  const std::uint32_t instanceLength = TakeLength();
-  const std::uint32_t partLength = TakeLength();
-  subObject->name = Take(nameLength);
-  subObject->instance = Take(instanceLength);
-  subObject->part = Take(partLength);
+  const char* const head = Take(kSubObjectHead);
+  const std::uint64_t nameLength = LoadInteger<std::uint32_t>(head);
+  const std::uint64_t instanceLength = LoadInteger<std::uint32_t>(head + 4);
+  const std::uint64_t partLength = LoadInteger<std::uint32_t>(head + 8);
+  const char* const name = Take(nameLength + instanceLength + partLength);
+  subObject->name = std::string_view(name, nameLength);
+  subObject->instance = std::string_view(name + nameLength, instanceLength);
+  subObject->part = std::string_view(name + nameLength + instanceLength, partLength);
   return true;
 }
 
-void BodyReader::CheckEnd() {
-  if (!rest_.empty()) RaiseMalformed();
-}
-
-std::uint32_t BodyReader::TakeLength() {
-  return LoadInteger<std::uint32_t>(Take(sizeof(std::uint32_t)).data());
-}
-
-std::string_view BodyReader::Take(std::size_t size) {
-  if (size > rest_.size()) RaiseMalformed();
-  const std::string_view taken = rest_.substr(0, size);
-  rest_.remove_prefix(size);
-  return taken;
+void BodyReader::CheckEnd() const {
+  if (!rest_.empty()) RaiseMalformedBody();
 }
 
 void CheckBody(std::string_view body) {
@@ -137,7 +126,7 @@ void CheckBody(std::string_view body) {
   while (reader.NextSubObject(&subObject)) {
     BodyReader part(subObject.part);
     StoredSubObject nested;
-    if (part.NextSubObject(&nested)) RaiseMalformed();  // sub-objects have none of their own
+    if (part.NextSubObject(&nested)) RaiseMalformedBody();  // sub-objects have none of their own
     part.CheckEnd();
   }
   reader.CheckEnd();

@@ -15,6 +15,7 @@
 #include <string_view>
 
 #include "tavconfigstore/object.h"
+#include "util/bytes.h"
 
 namespace TavConfigStore {
 
@@ -32,22 +33,34 @@ struct StoredSubObject {
   std::string_view part;
 };
 
+// Raises kCorrupt; the snapshot's own checks name the file.
+[[noreturn]] void RaiseMalformedBody();
+
 // Walks a body, or the part of a sub-object: first the values, then the sub-objects. Raises
 // kCorrupt when the bytes are no body.
 class BodyReader {
  public:
-  explicit BodyReader(std::string_view body);
+  explicit BodyReader(std::string_view body) : rest_(body) {
+    const char* const head = Take(8);
+    values_ = HostPlatform::LoadInteger<std::uint32_t>(head);
+    subObjects_ = HostPlatform::LoadInteger<std::uint32_t>(head + 4);
+  }
 
   // False after the last one.
   bool NextValue(StoredValue* value);
   // False after the last one. Passes over values that were not read.
   bool NextSubObject(StoredSubObject* subObject);
   // Nothing may follow the last item.
-  void CheckEnd();
+  void CheckEnd() const;
 
  private:
-  std::uint32_t TakeLength();
-  std::string_view Take(std::size_t size);
+  // The next `size` bytes. Sizes come from 32-bit lengths, so a sum of some cannot overflow.
+  const char* Take(std::uint64_t size) {
+    if (size > rest_.size()) RaiseMalformedBody();
+    const char* const taken = rest_.data();
+    rest_.remove_prefix(size);
+    return taken;
+  }
 
   std::string_view rest_;
   std::uint32_t values_ = 0;      // still to be read

@@ -3,7 +3,6 @@
 #include <fcntl.h>
 
 #include <cerrno>
-#include <limits>
 
 #include "configstore/failure.h"
 #include "configstore/record_codec.h"
@@ -61,6 +60,8 @@ Snapshot::Snapshot(const std::string& path, const FileDescriptor& file, const st
     if (error == EPROTO) RaiseCorrupt(path_, "its table points outside of it");
     HostPlatform::Io::RaiseSystemError(error, path_, "map");
   }
+  const void* const mapping = cdb_get(&database_, database_.cdb_fsize, 0);
+  file_ = std::string_view(static_cast<const char*>(mapping), database_.cdb_fsize);
   try {
     CheckFooter();
   } catch (...) {
@@ -80,7 +81,7 @@ bool Snapshot::IsOf(const struct stat& status) const {
 }
 
 void Snapshot::CheckFooter() {
-  const std::uint32_t size = database_.cdb_fsize;
+  const std::uint64_t size = file_.size();
   const std::string_view footer = Bytes(size - kFooterSize, kFooterSize);
   const char* const at = footer.data();
   if (LoadInteger<std::uint64_t>(at) != kMagic) {
@@ -102,15 +103,13 @@ void Snapshot::CheckFooter() {
   if (tables < kTableSize || directory < tables || directory > size - kFooterSize) {
     RaiseCorrupt(path_, "its footer points outside of it");
   }
-  const auto tablesStart = static_cast<std::uint32_t>(tables);
-  const std::uint64_t checksum = Checksum(Bytes(tablesStart, size - kChecksumSize - tablesStart),
-                                          Checksum(Bytes(0, kTableSize)));
+  const std::uint64_t checksum =
+      Checksum(Bytes(tables, size - kChecksumSize - tables), Checksum(Bytes(0, kTableSize)));
   if (LoadInteger<std::uint64_t>(at + 40) != checksum) {
     RaiseCorrupt(path_, "the checksum over its index is wrong");
   }
-  recordsEnd_ = tablesStart;
-  const auto directoryStart = static_cast<std::uint32_t>(directory);
-  ReadDirectory(Bytes(directoryStart, size - kFooterSize - directoryStart), LoadLength(at + 12));
+  recordsEnd_ = static_cast<std::uint32_t>(tables);
+  ReadDirectory(Bytes(directory, size - kFooterSize - directory), LoadLength(at + 12));
 }
 
 void Snapshot::ReadDirectory(std::string_view directory, std::uint32_t kindCount) {
@@ -134,10 +133,11 @@ void Snapshot::ReadDirectory(std::string_view directory, std::uint32_t kindCount
   verified_ = std::make_unique<std::atomic<bool>[]>(recordCount_);
 }
 
-std::string_view Snapshot::Bytes(std::uint32_t position, std::uint32_t size) const {
-  const void* const bytes = cdb_get(&database_, size, position);
-  if (bytes == nullptr) RaiseCorrupt(path_, "it points outside of itself");
-  return std::string_view(static_cast<const char*>(bytes), size);
+std::string_view Snapshot::Bytes(std::uint64_t position, std::uint64_t size) const {
+  if (size > file_.size() || position > file_.size() - size) {
+    RaiseCorrupt(path_, "it points outside of itself");
+  }
+  return std::string_view(file_.data() + position, size);
 }
 
 Snapshot::Kind Snapshot::FindKind(std::string_view name) const {
@@ -176,8 +176,7 @@ RecordSource::Record Snapshot::ReadAt(const Location& location) const {
     RaiseCorrupt(path_, "the lengths of the record at byte " + std::to_string(location.position) +
                             " are wrong");
   }
-  const std::string_view bytes =
-      Bytes(static_cast<std::uint32_t>(start), static_cast<std::uint32_t>(keySize + dataSize));
+  const std::string_view bytes = Bytes(start, keySize + dataSize);
   Record record;
   record.kind = kind;
   record.instance = bytes.substr(kind.size(), keySize - kind.size());
@@ -233,9 +232,7 @@ void Snapshot::RaiseIfDamaged(const std::string& key) const {
   const std::uint32_t slots = LoadLength(entry + 4);
   for (std::uint32_t i = 0; i < slots; ++i) {
     const std::uint64_t slot = ((hash >> 8) + std::uint64_t{i}) % slots;
-    const std::uint64_t at = table + 8 * slot;
-    if (at > std::numeric_limits<std::uint32_t>::max()) RaiseCorrupt(path_, "a table is too long");
-    const char* const pair = Bytes(static_cast<std::uint32_t>(at), 8).data();
+    const char* const pair = Bytes(table + 8 * slot, 8).data();
     const std::uint32_t position = LoadLength(pair + 4);
     if (position == 0) return;
     if (LoadLength(pair) != hash) continue;

@@ -61,7 +61,7 @@ class Snapshot final : public RecordSource {
 
   void CheckFooter();
   void ReadDirectory(std::string_view directory, std::uint32_t kindCount);
-  std::string_view Bytes(std::uint32_t position, std::uint32_t size) const;
+  std::string_view Bytes(std::uint64_t position, std::uint64_t size) const;
   Location Locate(std::uint32_t number) const;
   Record ReadAt(const Location& location) const;
   void Verify(std::uint32_t number, const Location& location) const;
@@ -70,6 +70,7 @@ class Snapshot final : public RecordSource {
   std::string path_;
   struct stat status_;
   struct cdb database_;
+  std::string_view file_;  // the whole mapping
   std::uint32_t recordsEnd_ = 0;
   std::uint32_t recordCount_ = 0;
   std::vector<Kind> kinds_;

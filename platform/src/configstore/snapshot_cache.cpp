@@ -44,4 +44,8 @@ std::shared_ptr<const Snapshot> NewestSnapshot() {
   return opened;
 }
 
+void ForgetNewestSnapshot() {
+  Remember(nullptr);
+}
+
 }  // namespace TavConfigStore

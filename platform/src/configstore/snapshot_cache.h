@@ -12,6 +12,9 @@ namespace TavConfigStore {
 // while the file is the one that the process has mapped already. Raises like Snapshot::Open().
 std::shared_ptr<const Snapshot> NewestSnapshot();
 
+// Lets go of the mapping; it is made anew when somebody asks.
+void ForgetNewestSnapshot();
+
 }  // namespace TavConfigStore
 
 #endif  // PLATFORM_SRC_CONFIGSTORE_SNAPSHOT_CACHE_H_

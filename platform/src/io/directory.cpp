@@ -16,7 +16,7 @@ constexpr mode_t kDirectoryMode = 02750;
 constexpr char kGroup[] = "quor";
 
 // Only root can give a directory to a group that it is not in itself.
-void GiveToGroup(const std::string& path) {
+void GiveToGroup(const FileDescriptor& directory, const std::string& path) {
   std::vector<char> buffer(16384);
   struct group entry;
   struct group* found = nullptr;
@@ -24,8 +24,16 @@ void GiveToGroup(const std::string& path) {
       found == nullptr) {
     return;
   }
-  if (chown(path.c_str(), static_cast<uid_t>(-1), found->gr_gid) != 0) {
-    RaiseSystemError(errno, path, "give the directory to group quor");
+  if (fchown(directory.get(), static_cast<uid_t>(-1), found->gr_gid) != 0) {
+    RaiseSystemError(errno, path, "give the host directory to group quor");
+  }
+}
+
+// So that the new directory is still there after a loss of power.
+void SyncParentOf(const FileDescriptor& directory, const std::string& path) {
+  const FileDescriptor parent(directory.get(), "..", O_RDONLY | O_DIRECTORY);
+  if (!parent || RetryInterrupted([&] { return fsync(parent.get()); }) != 0) {
+    RaiseSystemError(errno, path + "/..", "flush the directory");
   }
 }
 
@@ -34,13 +42,14 @@ void CreateDirectory(const std::string& path) {
     if (errno == EEXIST) return;  // another process was faster
     RaiseSystemError(errno, path, "create the host directory");
   }
-  GiveToGroup(path);
-  if (chmod(path.c_str(), kDirectoryMode) != 0) {
+  const FileDescriptor created(AT_FDCWD, path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW);
+  if (!created) RaiseSystemError(errno, path, "open the host directory");
+  GiveToGroup(created, path);
+  if (fchmod(created.get(), kDirectoryMode) != 0) {
     RaiseSystemError(errno, path, "set the mode of the host directory");
   }
+  SyncParentOf(created, path);
 }
-
-constexpr int kOpenFlags = O_RDONLY | O_DIRECTORY;
 
 // Returns the path, so that the directory is there before the descriptor's initialiser opens it.
 const std::string& EnsureExists(const std::string& path) {
@@ -52,7 +61,7 @@ const std::string& EnsureExists(const std::string& path) {
 }  // namespace
 
 Directory::Directory(const std::string& path)
-    : path_(path), descriptor_(AT_FDCWD, EnsureExists(path_).c_str(), kOpenFlags) {
+    : path_(path), descriptor_(AT_FDCWD, EnsureExists(path_).c_str(), O_RDONLY | O_DIRECTORY) {
   if (!descriptor_) RaiseSystemError(errno, path_, "open the host directory");
   status_ = StatOf(descriptor_, path_);
   if (status_.st_uid != 0 && status_.st_uid != geteuid() && geteuid() != 0) {

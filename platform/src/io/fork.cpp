@@ -25,12 +25,11 @@ void AfterForkInChild() {
   AfterForkInParent();
 }
 
-// The C library forgets these when the platform is unloaded.
-[[gnu::constructor]] void RegisterForkHandlers() {
+}  // namespace
+
+void RegisterForkHandlers() {
   pthread_atfork(&BeforeFork, &AfterForkInParent, &AfterForkInChild);
 }
-
-}  // namespace
 
 std::mutex& DescriptorMutex() {
   return descriptorMutex;

@@ -10,6 +10,9 @@
 
 namespace HostPlatform::Io {
 
+// Called once, when the platform is loaded; the C library forgets the handlers when it is unloaded.
+void RegisterForkHandlers();
+
 // Guards the list of open descriptors; see FileDescriptor.
 std::mutex& DescriptorMutex();
 

@@ -45,16 +45,14 @@ void ReadLockTimeout() {
   if (error == std::errc() && stopped == end) UseLockTimeout(milliseconds);
 }
 
-// The environment is read once, when the platform is loaded: a program may change it later, from
-// other threads even.
-[[gnu::constructor]] void ReadEnvironment() {
+}  // namespace
+
+void ReadEnvironment() {
   const ErrnoKeeper keeper;
   const char* const directory = secure_getenv("QUOR_HOST_DIR");
   SetPaths(directory != nullptr && directory[0] != '\0' ? directory : kDefaultHostDirectory);
   ReadLockTimeout();
 }
-
-}  // namespace
 
 const char* HostDirectoryPath() {
   return hostDirectory;

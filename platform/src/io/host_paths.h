@@ -21,6 +21,10 @@ const char* HostDirectoryPath();
 const char* ConfigStorePath();
 const char* FeaturesPath();
 
+// Takes the directory and the lock's deadline from the environment. Called once, when the platform
+// is loaded: a program may change its environment later, from other threads even.
+void ReadEnvironment();
+
 // Not to be called while another thread reads the paths.
 void SetHostDirectory(const std::string& path);
 

@@ -2,26 +2,36 @@
 #ifndef PLATFORM_SRC_UTIL_BYTES_H_
 #define PLATFORM_SRC_UTIL_BYTES_H_
 
+#include <bit>
 #include <cstdint>
+#include <cstring>
 #include <string>
-#include <string_view>
+#include <type_traits>
 
 namespace HostPlatform {
 
 template <typename Integer>
 Integer LoadInteger(const char* bytes) {
-  std::uint64_t value = 0;
-  for (unsigned i = 0; i < sizeof(Integer); ++i) {
-    value |= static_cast<std::uint64_t>(static_cast<unsigned char>(bytes[i])) << (8 * i);
+  using Unsigned = std::make_unsigned_t<Integer>;
+  Unsigned value;
+  std::memcpy(&value, bytes, sizeof value);
+  if constexpr (std::endian::native == std::endian::big) {
+    Unsigned swapped = 0;
+    for (unsigned i = 0; i < sizeof value; ++i) {
+      swapped = static_cast<Unsigned>(swapped << 8 | ((value >> (8 * i)) & 0xff));
+    }
+    value = swapped;
   }
   return static_cast<Integer>(value);
 }
 
 template <typename Integer>
 void AppendInteger(Integer value, std::string* bytes) {
-  for (unsigned i = 0; i < sizeof(Integer); ++i) {
-    bytes->push_back(static_cast<char>(static_cast<std::uint64_t>(value) >> (8 * i)));
+  char encoded[sizeof value];
+  for (unsigned i = 0; i < sizeof value; ++i) {
+    encoded[i] = static_cast<char>(static_cast<std::uint64_t>(value) >> (8 * i));
   }
+  bytes->append(encoded, sizeof encoded);
 }
 
 }  // namespace HostPlatform
