@@ -2,8 +2,10 @@
 //
 // A fetched object is a view of the snapshot that it was read from and keeps that snapshot alive;
 // values and sub-objects are decoded when they are asked for. The first change to it takes a copy.
-// Nothing reaches the store before ConfigStore::SetObject(). An object is used by one thread at a
-// time; distinct objects are independent.
+// An object that was made by std::make_shared() can hand out shared pointers to itself; fetched
+// ones are held by the pointers that the store returned. Nothing reaches the store before
+// ConfigStore::SetObject(). An object is used by one thread at a time; distinct objects are
+// independent.
 #ifndef TAVCONFIGSTORE_OBJECT_H_
 #define TAVCONFIGSTORE_OBJECT_H_
 

@@ -23,35 +23,11 @@ std::unique_ptr<ObjectContents> NewContents(std::string kind, std::string name,
 
 // Of a sub-object its part, otherwise the record's body.
 std::string_view BodyOf(const StoredRecord& stored) {
-  return stored.part.data() != nullptr ? stored.part : stored.source->Read(stored.number).body;
+  return stored.part.data() != nullptr ? stored.part : stored.source->Body(stored.number);
 }
 
 [[noreturn]] void RaiseWrongType(const char* key, const char* wanted) {
   throw ConfigStoreException(std::string("value \"") + key + "\" is not " + wanted, kWrongType);
-}
-
-template <typename Value>
-void SetNamedValue(ObjectContents& contents, const char* key, const Value& value) {
-  for (NamedValue& named : contents.values) {
-    if (named.name == key) {
-      named.value = value;
-      return;
-    }
-  }
-  contents.values.push_back({key, value});
-}
-
-void CopyValues(std::string_view body, ObjectContents* contents) {
-  BodyReader reader(body);
-  for (StoredValue stored; reader.NextValue(&stored);) {
-    NamedValue& named = contents->values.emplace_back();
-    named.name = stored.name;
-    if (stored.value.type == ValueRef::Type::kString) {
-      named.value = std::string(stored.value.text);
-    } else {
-      named.value = stored.value.integer;
-    }
-  }
 }
 
 bool Selects(const ObjectContents& filter, std::string_view name, std::string_view instance) {
@@ -71,7 +47,7 @@ std::shared_ptr<ConfigStoreSubObject> FindSubObject(const ObjectContents& conten
 
 const ObjectContents& ObjectAccess::Contents(const std::shared_ptr<FilterSpecObject>& filter) {
   if (!filter) RaiseUsage("the configuration store was given no filter");
-  if (!filter->contents_->values.empty()) {
+  if (filter->contents_->values.count != 0) {
     RaiseUsage("the configuration store selects by identifier, not by value");
   }
   return *filter->contents_;
@@ -109,15 +85,7 @@ const void* ReadOnlyObject::GetJsonDocPtr() const {
 }
 
 ValueRef ReadOnlyObject::GetValuePtr(const char* key) const {
-  if (!contents_) return FindValue(BodyOf(stored_), key);
-  for (const NamedValue& named : contents_->values) {
-    if (named.name != key) continue;
-    if (const auto* text = std::get_if<std::string>(&named.value)) {
-      return {ValueRef::Type::kString, *text, 0};
-    }
-    return {ValueRef::Type::kInteger, {}, std::get<long long>(named.value)};
-  }
-  return ValueRef();
+  return FindValue(contents_ ? BodyReader(contents_->values) : BodyReader(BodyOf(stored_)), key);
 }
 
 ValueRef ReadOnlyObject::GetValuePtrDefault(const char*) const {
@@ -134,11 +102,11 @@ WritableObject::WritableObject(StoredRecord stored) : ReadOnlyObject(std::move(s
 WritableObject::~WritableObject() = default;
 
 void WritableObject::SetValue(const char* key, const std::string& value) {
-  SetNamedValue(MutableContents(), key, value);
+  TavConfigStore::SetValue(key, value, &MutableContents().values);
 }
 
 void WritableObject::SetValue(const char* key, long long value) {
-  SetNamedValue(MutableContents(), key, value);
+  TavConfigStore::SetValue(key, std::int64_t{value}, &MutableContents().values);
 }
 
 // A fetched object becomes one of its own, sub-objects included, before its first change.
@@ -146,12 +114,12 @@ ObjectContents& WritableObject::MutableContents() {
   if (contents_) return *contents_;
   const RecordSource::Record record = stored_.source->Read(stored_.number);
   auto contents = NewContents(std::string(record.kind), {}, std::string(record.instance));
-  CopyValues(record.body, contents.get());
+  contents->values = CopyValues(record.body);
   BodyReader reader(record.body);
   for (StoredSubObject stored; reader.NextSubObject(&stored);) {
     auto subObject = std::make_shared<ConfigStoreSubObject>(
         SubObjectId(std::string(stored.name), std::string(stored.instance)));
-    CopyValues(stored.part, ObjectAccess::Contents(*subObject));
+    ObjectAccess::Contents(*subObject)->values = CopyValues(stored.part);
     contents->subObjects.push_back(std::move(subObject));
   }
   contents_ = std::move(contents);

@@ -6,23 +6,18 @@
 #include <memory>
 #include <string>
 #include <string_view>
-#include <variant>
 #include <vector>
 
+#include "configstore/record_codec.h"
 #include "tavconfigstore/object.h"
 
 namespace TavConfigStore {
-
-struct NamedValue {
-  std::string name;
-  std::variant<std::string, long long> value;
-};
 
 struct ObjectContents {
   std::string kind;      // of an object or filter: its encoded kind
   std::string name;      // of a sub-object its name; of a filter that of the ones it selects
   std::string instance;  // empty in a filter: any
-  std::vector<NamedValue> values;                                 // in the order of setting
+  EncodedValues values;  // in the order of setting
   std::vector<std::shared_ptr<ConfigStoreSubObject>> subObjects;  // in the order of creation
 };
 
@@ -38,6 +33,8 @@ class RecordSource {
   };
   // The record, checked and in place; raises kCorrupt when it is damaged.
   virtual Record Read(std::uint32_t number) const = 0;
+  // Its body only, which is what lookups want.
+  virtual std::string_view Body(std::uint32_t number) const = 0;
 };
 
 // The store's way to what an object holds.

@@ -13,6 +13,7 @@ class Overlay::WrittenRecord final : public RecordSource {
       : kind_(std::move(kind)), instance_(std::move(instance)), body_(std::move(body)) {}
 
   Record Read(std::uint32_t) const override { return {kind_, instance_, body_}; }
+  std::string_view Body(std::uint32_t) const override { return body_; }
   std::string_view instance() const { return instance_; }
 
  private:

@@ -14,9 +14,6 @@ namespace {
 
 constexpr char kStringType = 's';
 constexpr char kIntegerType = 'i';
-constexpr std::size_t kBodyHead = 8;
-constexpr std::size_t kValueHead = 9;
-constexpr std::size_t kSubObjectHead = 12;
 
 void AppendLength(std::size_t length, std::string* bytes) {
   if (length > std::numeric_limits<std::uint32_t>::max()) {
@@ -25,26 +22,32 @@ void AppendLength(std::size_t length, std::string* bytes) {
   AppendInteger(static_cast<std::uint32_t>(length), bytes);
 }
 
-void AppendValue(const NamedValue& named, std::string* bytes) {
-  const auto* const text = std::get_if<std::string>(&named.value);
-  bytes->push_back(text != nullptr ? kStringType : kIntegerType);
-  AppendLength(named.name.size(), bytes);
-  AppendLength(text != nullptr ? text->size() : sizeof(std::int64_t), bytes);
-  bytes->append(named.name);
-  if (text != nullptr) {
-    bytes->append(*text);
-  } else {
-    AppendInteger(static_cast<std::int64_t>(std::get<long long>(named.value)), bytes);
+// The head and name of a value; `dataSize` bytes are to follow.
+void AppendHead(char type, std::string_view name, std::size_t dataSize, std::string* bytes) {
+  bytes->reserve(bytes->size() + kValueHead + name.size() + dataSize);
+  bytes->push_back(type);
+  AppendLength(name.size(), bytes);
+  AppendLength(dataSize, bytes);
+  bytes->append(name);
+}
+
+// Takes the value of that name away, if there is one.
+void RemoveValue(std::string_view name, EncodedValues* values) {
+  BodyReader reader(*values);
+  std::size_t start = 0;
+  for (StoredValue stored; reader.NextValue(&stored);) {
+    const std::size_t end = values->bytes.size() - reader.rest().size();
+    if (stored.name == name) {
+      values->bytes.erase(start, end - start);
+      --values->count;
+      return;
+    }
+    start = end;
   }
 }
 
 std::size_t SizeOf(const ObjectContents& contents) {
-  std::size_t size = kBodyHead;
-  for (const NamedValue& named : contents.values) {
-    const auto* const text = std::get_if<std::string>(&named.value);
-    size +=
-        kValueHead + named.name.size() + (text != nullptr ? text->size() : sizeof(std::int64_t));
-  }
+  std::size_t size = kBodyHead + contents.values.bytes.size();
   for (const auto& subObject : contents.subObjects) {
     const ObjectContents& sub = *ObjectAccess::Contents(*subObject);
     size += kSubObjectHead + sub.name.size() + sub.instance.size() + SizeOf(sub);
@@ -53,10 +56,9 @@ std::size_t SizeOf(const ObjectContents& contents) {
 }
 
 void AppendBody(const ObjectContents& contents, std::string* bytes) {
-  AppendLength(contents.values.size(), bytes);
+  AppendLength(contents.values.count, bytes);
   AppendLength(contents.subObjects.size(), bytes);
-  for (const NamedValue& named : contents.values)
-    AppendValue(named, bytes);
+  bytes->append(contents.values.bytes);
   for (const auto& subObject : contents.subObjects) {
     const ObjectContents& sub = *ObjectAccess::Contents(*subObject);
     AppendLength(sub.name.size(), bytes);
@@ -70,6 +72,20 @@ void AppendBody(const ObjectContents& contents, std::string* bytes) {
 
 }  // namespace
 
+void SetValue(std::string_view name, std::string_view text, EncodedValues* values) {
+  RemoveValue(name, values);
+  AppendHead(kStringType, name, text.size(), &values->bytes);
+  values->bytes.append(text);
+  ++values->count;
+}
+
+void SetValue(std::string_view name, std::int64_t integer, EncodedValues* values) {
+  RemoveValue(name, values);
+  AppendHead(kIntegerType, name, sizeof integer, &values->bytes);
+  AppendInteger(integer, &values->bytes);
+  ++values->count;
+}
+
 std::string EncodeBody(const ObjectContents& contents) {
   std::string bytes;
   bytes.reserve(SizeOf(contents));
@@ -79,25 +95,6 @@ std::string EncodeBody(const ObjectContents& contents) {
 
 void RaiseMalformedBody() {
   RaiseCorrupt("configuration store record", "its lengths do not add up");
-}
-
-bool BodyReader::NextValue(StoredValue* value) {
-  if (values_ == 0) return false;
-  --values_;
-  const char* const head = Take(kValueHead);
-  const std::uint64_t nameLength = LoadInteger<std::uint32_t>(head + 1);
-  const std::uint64_t dataLength = LoadInteger<std::uint32_t>(head + 5);
-  const char* const name = Take(nameLength + dataLength);
-  const char* const data = name + nameLength;
-  value->name = std::string_view(name, nameLength);
-  if (head[0] == kStringType) {
-    value->value = {ValueRef::Type::kString, std::string_view(data, dataLength), 0};
-  } else if (head[0] == kIntegerType && dataLength == sizeof(std::int64_t)) {
-    value->value = {ValueRef::Type::kInteger, {}, LoadInteger<std::int64_t>(data)};
-  } else {
-    RaiseMalformedBody();
-  }
-  return true;
 }
 
 bool BodyReader::NextSubObject(StoredSubObject* subObject) {
@@ -120,11 +117,29 @@ void BodyReader::CheckEnd() const {
   if (!rest_.empty()) RaiseMalformedBody();
 }
 
+namespace {
+
+ValueRef Decode(const StoredValue& stored) {
+  if (stored.type == kStringType) return {ValueRef::Type::kString, stored.data, 0};
+  if (stored.type != kIntegerType || stored.data.size() != sizeof(std::int64_t)) {
+    RaiseMalformedBody();
+  }
+  return {ValueRef::Type::kInteger, {}, LoadInteger<std::int64_t>(stored.data.data())};
+}
+
+void CheckValues(BodyReader* reader) {
+  for (StoredValue stored; reader->NextValue(&stored);)
+    Decode(stored);
+}
+
+}  // namespace
+
 void CheckBody(std::string_view body) {
   BodyReader reader(body);
-  StoredSubObject subObject;
-  while (reader.NextSubObject(&subObject)) {
+  CheckValues(&reader);
+  for (StoredSubObject subObject; reader.NextSubObject(&subObject);) {
     BodyReader part(subObject.part);
+    CheckValues(&part);
     StoredSubObject nested;
     if (part.NextSubObject(&nested)) RaiseMalformedBody();  // sub-objects have none of their own
     part.CheckEnd();
@@ -132,10 +147,19 @@ void CheckBody(std::string_view body) {
   reader.CheckEnd();
 }
 
-ValueRef FindValue(std::string_view body, std::string_view name) {
+EncodedValues CopyValues(std::string_view body) {
   BodyReader reader(body);
+  const std::string_view all = reader.rest();
+  EncodedValues values;
+  for (StoredValue stored; reader.NextValue(&stored);)
+    ++values.count;
+  values.bytes = all.substr(0, all.size() - reader.rest().size());
+  return values;
+}
+
+ValueRef FindValue(BodyReader reader, std::string_view name) {
   for (StoredValue stored; reader.NextValue(&stored);) {
-    if (stored.name == name) return stored.value;
+    if (stored.name == name) return Decode(stored);
   }
   return ValueRef();
 }

@@ -19,12 +19,28 @@
 
 namespace TavConfigStore {
 
-// The body of what the object holds. Raises kNoSpace when a length does not fit the format.
+// Values as they are stored, one after the other.
+struct EncodedValues {
+  std::uint32_t count = 0;
+  std::string bytes;
+};
+
+// Sets the value of that name, in place of one that has it already. Raises kNoSpace when a length
+// does not fit the format.
+void SetValue(std::string_view name, std::string_view text, EncodedValues* values);
+void SetValue(std::string_view name, std::int64_t integer, EncodedValues* values);
+
+// The body of what the object holds. Raises like SetValue().
 std::string EncodeBody(const ObjectContents& contents);
+
+inline constexpr std::size_t kBodyHead = 8;
+inline constexpr std::size_t kValueHead = 9;
+inline constexpr std::size_t kSubObjectHead = 12;
 
 struct StoredValue {
   std::string_view name;
-  ValueRef value;
+  char type = 0;
+  std::string_view data;
 };
 
 struct StoredSubObject {
@@ -41,17 +57,31 @@ struct StoredSubObject {
 class BodyReader {
  public:
   explicit BodyReader(std::string_view body) : rest_(body) {
-    const char* const head = Take(8);
+    const char* const head = Take(kBodyHead);
     values_ = HostPlatform::LoadInteger<std::uint32_t>(head);
     subObjects_ = HostPlatform::LoadInteger<std::uint32_t>(head + 4);
   }
+  explicit BodyReader(const EncodedValues& values) : rest_(values.bytes), values_(values.count) {}
 
   // False after the last one.
-  bool NextValue(StoredValue* value);
+  bool NextValue(StoredValue* value) {
+    if (values_ == 0) return false;
+    --values_;
+    const char* const head = Take(kValueHead);
+    const std::uint64_t nameLength = HostPlatform::LoadInteger<std::uint32_t>(head + 1);
+    const std::uint64_t dataLength = HostPlatform::LoadInteger<std::uint32_t>(head + 5);
+    const char* const name = Take(nameLength + dataLength);
+    value->name = std::string_view(name, nameLength);
+    value->type = head[0];
+    value->data = std::string_view(name + nameLength, dataLength);
+    return true;
+  }
   // False after the last one. Passes over values that were not read.
   bool NextSubObject(StoredSubObject* subObject);
   // Nothing may follow the last item.
   void CheckEnd() const;
+  // What has not been read yet.
+  std::string_view rest() const { return rest_; }
 
  private:
   // The next `size` bytes. Sizes come from 32-bit lengths, so a sum of some cannot overflow.
@@ -70,8 +100,11 @@ class BodyReader {
 // Reads the body from start to end; raises kCorrupt when it is not well-formed.
 void CheckBody(std::string_view body);
 
-// The value of that name; kAbsent when there is none.
-ValueRef FindValue(std::string_view body, std::string_view name);
+// The values of a body, still encoded.
+EncodedValues CopyValues(std::string_view body);
+
+// The value of that name among those that the reader has not read; kAbsent when there is none.
+ValueRef FindValue(BodyReader reader, std::string_view name);
 
 }  // namespace TavConfigStore
 

@@ -125,12 +125,14 @@ void Snapshot::ReadDirectory(std::string_view directory, std::uint32_t kindCount
     kind.first = recordCount_;
     kind.count = LoadLength(lengths.data() + 4);
     kind.name = take(LoadLength(lengths.data()));
+    kind.parts = DecodeKind(kind.name);
+    if (!kind.parts.ok) RaiseCorrupt(path_, "its directory names no kind of objects");
     kind.positions = take(std::uint64_t{4} * kind.count).data();
     recordCount_ += kind.count;  // cannot overflow: each counted record took 4 bytes of the file
     kinds_.push_back(kind);
   }
   if (!directory.empty()) RaiseCorrupt(path_, "its directory is too long");
-  verified_ = std::make_unique<std::atomic<bool>[]>(recordCount_);
+  bodies_ = std::make_unique<std::atomic<std::uint64_t>[]>(recordCount_);
 }
 
 std::string_view Snapshot::Bytes(std::uint64_t position, std::uint64_t size) const {
@@ -147,6 +149,16 @@ Snapshot::Kind Snapshot::FindKind(std::string_view name) const {
   return Kind();
 }
 
+Snapshot::Kind Snapshot::FindKind(const ConfigStoreObjectId& id) const {
+  for (const Kind& kind : kinds_) {
+    if (kind.parts.key == id.key && kind.parts.group == id.group &&
+        kind.parts.component == id.component) {
+      return kind;
+    }
+  }
+  return Kind();
+}
+
 Snapshot::Location Snapshot::Locate(std::uint32_t number) const {
   for (const Kind& kind : kinds_) {
     const std::uint32_t index = number - kind.first;
@@ -157,11 +169,21 @@ Snapshot::Location Snapshot::Locate(std::uint32_t number) const {
 
 RecordSource::Record Snapshot::Read(std::uint32_t number) const {
   const Location location = Locate(number);
-  if (!verified_[number].load(std::memory_order_relaxed)) {
-    Verify(number, location);
-    verified_[number].store(true, std::memory_order_relaxed);
+  const Record record = ReadAt(location);
+  if (bodies_[number].load(std::memory_order_relaxed) == 0) {
+    Verify(number, location, record);
+    const auto start = static_cast<std::uint64_t>(record.body.data() - file_.data());
+    bodies_[number].store(start << 32 | record.body.size(), std::memory_order_relaxed);
   }
-  return ReadAt(location);
+  return record;
+}
+
+std::string_view Snapshot::Body(std::uint32_t number) const {
+  if (number < recordCount_) {
+    const std::uint64_t body = bodies_[number].load(std::memory_order_relaxed);
+    if (body != 0) return file_.substr(body >> 32, body & 0xffffffff);
+  }
+  return Read(number).body;
 }
 
 // Only lengths are checked here; what they enclose is only good once Verify() has said so.
@@ -184,8 +206,7 @@ RecordSource::Record Snapshot::ReadAt(const Location& location) const {
   return record;
 }
 
-void Snapshot::Verify(std::uint32_t number, const Location& location) const {
-  const Record record = ReadAt(location);
+void Snapshot::Verify(std::uint32_t number, const Location& location, const Record& record) const {
   const char* const start = record.instance.data() - record.kind.size();
   const char* const data = record.instance.data() + record.instance.size();
   const char* const tail = record.body.data() + record.body.size();

@@ -1,6 +1,6 @@
 // One committed state of the store: a mapped, immutable file.
 //
-// Shared by all threads; nothing in it changes but the marks of records that were found good. The
+// Shared by all threads; nothing in it changes but the notes of records that were found good. The
 // mapping stays valid when the file is renamed over, for as long as anything refers to it.
 #ifndef PLATFORM_SRC_CONFIGSTORE_SNAPSHOT_H_
 #define PLATFORM_SRC_CONFIGSTORE_SNAPSHOT_H_
@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "configstore/object_contents.h"
+#include "configstore/object_key.h"
 #include "io/file_descriptor.h"
 
 namespace TavConfigStore {
@@ -36,19 +37,23 @@ class Snapshot final : public RecordSource {
 
   // The records of one kind, in the order of their first write.
   struct Kind {
-    std::string_view name;
+    std::string_view name;  // encoded
+    DecodedKind parts;
     std::uint32_t first = 0;  // number of its first record
     std::uint32_t count = 0;
     const char* positions = nullptr;
   };
   const std::vector<Kind>& kinds() const { return kinds_; }
-  Kind FindKind(std::string_view name) const;  // of no records when there is none
+  // Of no records when there is none.
+  Kind FindKind(std::string_view name) const;
+  Kind FindKind(const ConfigStoreObjectId& id) const;
 
   // The number of the record; nothing when there is none. Raises kCorrupt where a damaged record
   // might be the one that is looked for.
   std::optional<std::uint32_t> Find(std::string_view kind, std::string_view instance) const;
 
   Record Read(std::uint32_t number) const override;
+  std::string_view Body(std::uint32_t number) const override;
 
  private:
   struct Location {
@@ -64,7 +69,7 @@ class Snapshot final : public RecordSource {
   std::string_view Bytes(std::uint64_t position, std::uint64_t size) const;
   Location Locate(std::uint32_t number) const;
   Record ReadAt(const Location& location) const;
-  void Verify(std::uint32_t number, const Location& location) const;
+  void Verify(std::uint32_t number, const Location& location, const Record& record) const;
   void RaiseIfDamaged(const std::string& key) const;
 
   std::string path_;
@@ -74,7 +79,8 @@ class Snapshot final : public RecordSource {
   std::uint32_t recordsEnd_ = 0;
   std::uint32_t recordCount_ = 0;
   std::vector<Kind> kinds_;
-  std::unique_ptr<std::atomic<bool>[]> verified_;  // by record number
+  // By record number: where the body of a record that was found good is; 0 when not yet looked at.
+  std::unique_ptr<std::atomic<std::uint64_t>[]> bodies_;
 };
 
 }  // namespace TavConfigStore

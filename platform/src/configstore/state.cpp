@@ -6,7 +6,6 @@
 #include <exception>
 #include <vector>
 
-#include "configstore/object_key.h"
 #include "configstore/snapshot.h"
 #include "io/error.h"
 #include "io/host_paths.h"
@@ -43,11 +42,10 @@ void DescribeFile(const struct stat& status, ConfigStoreState* state) {
 
 void CountObjects(const TavConfigStore::Snapshot& snapshot, ConfigStoreState* state) {
   for (const auto& stored : snapshot.kinds()) {
-    const auto decoded = TavConfigStore::DecodeKind(stored.name);
     StoredKind kind;
-    kind.component = decoded.component;
-    kind.group = decoded.group;
-    kind.key = decoded.ok ? decoded.key : stored.name;
+    kind.component = stored.parts.component;
+    kind.group = stored.parts.group;
+    kind.key = stored.parts.key;
     kind.objects = stored.count;
     state->kinds.push_back(std::move(kind));
   }

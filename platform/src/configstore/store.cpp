@@ -1,9 +1,10 @@
 #include "tavconfigstore/config_store.h"
 
-#include <optional>
+#include <memory>
 #include <utility>
 
 #include "configstore/failure.h"
+#include "configstore/object_batch.h"
 #include "configstore/object_contents.h"
 #include "configstore/object_key.h"
 #include "configstore/overlay.h"
@@ -67,7 +68,7 @@ class HostConfigStore final : public ConfigStore {
   void RollbackTransaction() override;
 
  private:
-  StoredRecord Find(const std::string& kind, const std::string& instance);
+  StoredRecord Find(const Snapshot::Kind& kind, const std::string& instance);
   const std::shared_ptr<const Snapshot>& Committed();
   void CheckTransaction() const;
   template <typename Change>
@@ -75,12 +76,8 @@ class HostConfigStore final : public ConfigStore {
 
   std::shared_ptr<const Snapshot> snapshot_;  // null: nothing is stored
   bool outdated_ = false;                     // by a commit of this handle
-  std::optional<Transaction> transaction_;
+  std::unique_ptr<Transaction> transaction_;
 };
-
-std::shared_ptr<ConfigStoreObject> MakeObject(StoredRecord stored) {
-  return std::make_shared<ConfigStoreObject>(std::move(stored));
-}
 
 // Read anew after a commit only when it is asked for: that a commit succeeded must not be hidden by
 // a failure to read.
@@ -92,38 +89,44 @@ const std::shared_ptr<const Snapshot>& HostConfigStore::Committed() {
   return snapshot_;
 }
 
-StoredRecord HostConfigStore::Find(const std::string& kind, const std::string& instance) {
-  if (transaction_) return transaction_->overlay().Find(kind, instance);
-  const std::shared_ptr<const Snapshot>& snapshot = Committed();
-  if (!snapshot) return StoredRecord();
-  const auto number = snapshot->Find(kind, instance);
-  return number ? StoredRecord{snapshot, *number, {}} : StoredRecord();
+StoredRecord HostConfigStore::Find(const Snapshot::Kind& kind, const std::string& instance) {
+  if (kind.count == 0) return StoredRecord();
+  const auto number = snapshot_->Find(kind.name, instance);
+  return number ? StoredRecord{snapshot_, *number, {}} : StoredRecord();
 }
 
 std::shared_ptr<ConfigStoreObject> HostConfigStore::GetObject(const ConfigStoreObjectId& id) {
   CheckTransaction();
-  StoredRecord stored = Find(EncodeKind(id), id.instance);
-  return stored.source ? MakeObject(std::move(stored)) : nullptr;
+  StoredRecord stored;
+  if (transaction_) {
+    stored = transaction_->overlay().Find(EncodeKind(id), id.instance);
+  } else if (Committed()) {
+    stored = Find(snapshot_->FindKind(id), id.instance);
+  }
+  return stored.source ? std::make_shared<ConfigStoreObject>(std::move(stored)) : nullptr;
 }
 
 std::vector<std::shared_ptr<ConfigStoreObject>> HostConfigStore::GetObjects(
     const std::shared_ptr<FilterSpecObject>& filter) {
   CheckTransaction();
   const ObjectContents& wanted = ObjectAccess::Contents(filter);
+  std::vector<StoredRecord> records;
+  if (transaction_) {
+    const Overlay& overlay = transaction_->overlay();
+    if (wanted.instance.empty()) {
+      records = overlay.List(wanted.kind);
+    } else {
+      records.push_back(overlay.Find(wanted.kind, wanted.instance));
+    }
+  } else if (Committed()) {
+    const Snapshot::Kind kind = snapshot_->FindKind(wanted.kind);
+    if (wanted.instance.empty()) return ObjectBatch::Make(snapshot_, kind.first, kind.count);
+    records.push_back(Find(kind, wanted.instance));
+  }
   std::vector<std::shared_ptr<ConfigStoreObject>> objects;
-  if (!wanted.instance.empty()) {
-    StoredRecord stored = Find(wanted.kind, wanted.instance);
-    if (stored.source) objects.push_back(MakeObject(std::move(stored)));
-  } else if (transaction_) {
-    for (StoredRecord& stored : transaction_->overlay().List(wanted.kind)) {
-      objects.push_back(MakeObject(std::move(stored)));
-    }
-  } else if (const std::shared_ptr<const Snapshot>& snapshot = Committed()) {
-    const Snapshot::Kind kind = snapshot->FindKind(wanted.kind);
-    objects.reserve(kind.count);
-    for (std::uint32_t i = 0; i < kind.count; ++i) {
-      objects.push_back(MakeObject({snapshot, kind.first + i, {}}));
-    }
+  objects.reserve(records.size());
+  for (StoredRecord& stored : records) {
+    if (stored.source) objects.push_back(std::make_shared<ConfigStoreObject>(std::move(stored)));
   }
   return objects;
 }
@@ -185,7 +188,7 @@ void HostConfigStore::BeginTransaction() {
   CheckTransaction();
   if (transaction_) RaiseUsage("this handle has a transaction open already");
   try {
-    transaction_.emplace();
+    transaction_ = std::make_unique<Transaction>();
   } catch (const HostPlatform::Io::Error& error) {
     Raise(error);
   }

@@ -1,0 +1,36 @@
+// The objects of a listing, in one block of memory.
+//
+// A scan of a thousand objects would otherwise spend most of its time in the allocator. The block
+// lives as long as any of its objects is held.
+#ifndef PLATFORM_SRC_CONFIGSTORE_OBJECT_BATCH_H_
+#define PLATFORM_SRC_CONFIGSTORE_OBJECT_BATCH_H_
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "tavconfigstore/object.h"
+
+namespace TavConfigStore {
+
+class ObjectBatch {
+ public:
+  // Objects for `count` records of the source, from number `first` on.
+  static std::vector<std::shared_ptr<ConfigStoreObject>> Make(
+      const std::shared_ptr<const RecordSource>& source, std::uint32_t first, std::uint32_t count);
+
+  // Use Make(). Public for std::make_shared().
+  ObjectBatch(const std::shared_ptr<const RecordSource>& source, std::uint32_t first,
+              std::uint32_t count);
+  ObjectBatch(const ObjectBatch&) = delete;
+  ObjectBatch& operator=(const ObjectBatch&) = delete;
+  ~ObjectBatch();
+
+ private:
+  std::uint32_t count_;
+  ConfigStoreObject* objects_;
+};
+
+}  // namespace TavConfigStore
+
+#endif  // PLATFORM_SRC_CONFIGSTORE_OBJECT_BATCH_H_
