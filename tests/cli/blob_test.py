@@ -1,0 +1,125 @@
+"""quorctl blob: the four questions, and bytes with nothing added."""
+import unittest
+
+from quorctl_case import ABSENT, USAGE, QuorctlCase, base64_of, blob, datastore, document, policy
+
+ALL_BYTES = bytes(range(256)) * 3
+GOLD_RILK = b"gold, RILK\n"
+SILVER_VOLB = b"\x00silver\xff"
+
+
+class Blob(QuorctlCase):
+    def setUp(self):
+        super().setUp()
+        self.apply(document(
+            [policy("Gold", id="gold-01", blobs=[blob("RILK", base64=base64_of(GOLD_RILK)),
+                                                 blob("VOLB", base64=base64_of(ALL_BYTES)),
+                                                 blob("NONE", text="")]),
+             policy("Silver", id="silver-01", blobs=[blob("VOLB", base64=base64_of(SILVER_VOLB))]),
+             policy("-n", id="-x", blobs=[blob("RILK", text="dash")]),
+             policy("{}", id="{}", blobs=[blob("RILK", text="braces")]),
+             policy("[a,b]", id="a=b", blobs=[blob("RILK", text="brackets")]),
+             policy("Gr\u00fcn", id="list", blobs=[blob("RILK", text="green")])],
+            [datastore("ds:///v1/", namespace="VOLB", defaultPolicy="gold-01"),
+             datastore("ds:///v2/", namespace="VOLB", defaultPolicy="silver-01"),
+             datastore("ds:///none/", namespace="NONE", defaultPolicy="gold-01"),
+             datastore("ds:///other/", namespace="OBJS", defaultPolicy="gold-01"),
+             datastore("ds:///nodefault/", namespace="VOLB", defaultPolicy=""),
+             datastore("ds:///lost/", namespace="VOLB", defaultPolicy="nobody"),
+             datastore("-u", namespace="VOLB", defaultPolicy="gold-01")]))
+
+    def blob_of(self, *options):
+        return self.ask("blob", *options).raw
+
+    def test_PolicyOnADatastore(self):
+        self.assertEqual(self.blob_of("--policy-id", "gold-01", "--datastore", "ds:///v2/"),
+                         ALL_BYTES)
+        self.assertEqual(self.blob_of("--datastore=ds:///v1/", "--policy-id=silver-01"),
+                         SILVER_VOLB)
+
+    def test_DefaultOfADatastore(self):
+        self.assertEqual(self.blob_of("--default-of", "ds:///v1/"), ALL_BYTES)
+        self.assertEqual(self.blob_of("--default-of", "ds:///v2/"), SILVER_VOLB)
+
+    def test_PolicyByIdentifierForRilk(self):
+        self.assertEqual(self.blob_of("--policy-id", "gold-01"), GOLD_RILK)
+
+    def test_PolicyByNameForRilk(self):
+        self.assertEqual(self.blob_of("--policy-name", "Gold"), GOLD_RILK)
+        self.assertEqual(self.blob_of("--policy-name", "Gr\u00fcn"), b"green")
+
+    def test_ValuesThatBeginWithADash(self):
+        self.assertEqual(self.blob_of("--policy-id=-x"), b"dash")
+        self.assertEqual(self.blob_of("--policy-id", "-x"), b"dash")
+        self.assertEqual(self.blob_of("--policy-name=-n"), b"dash")
+        self.assertEqual(self.blob_of("--default-of=-u"), ALL_BYTES)
+        self.assertEqual(self.blob_of("--policy-id=gold-01", "--datastore=-u"), ALL_BYTES)
+
+    def test_ValuesThatLookLikeSyntax(self):
+        self.assertEqual(self.blob_of("--policy-id={}"), b"braces")
+        self.assertEqual(self.blob_of("--policy-name", "{}"), b"braces")
+        self.assertEqual(self.blob_of("--policy-name", "[a,b]"), b"brackets")
+        self.assertEqual(self.blob_of("--policy-id=a=b"), b"brackets")
+        self.assertEqual(self.blob_of("--policy-id", "list"), b"green")
+
+    def test_BytesThatAreNoUtf8NameAPolicy(self):
+        self.apply(document([policy({"base64": base64_of(b"\xff\xfe")}, id="b")]))
+        self.assertEqual(self.blob_of("--policy-name", b"\xff\xfe"), b"x")
+
+    def test_NothingFoundIsAbsent(self):
+        for options, message in (
+                (["--policy-id", "nobody"],
+                 'no blob: there is no policy with the identifier "nobody", or it has no blob for '
+                 'the namespace "RILK"'),
+                (["--policy-name", "nobody"],
+                 'no blob: there is no policy named "nobody", or it has no blob for the namespace '
+                 '"RILK"'),
+                (["--default-of", "ds:///x/"],
+                 'no blob: there is no datastore "ds:///x/", or its default policy has no blob for '
+                 'its namespace'),
+                (["--policy-id", "gold-01", "--datastore", "ds:///x/"],
+                 'no blob: there is no policy with the identifier "gold-01", no datastore '
+                 '"ds:///x/", or the policy has no blob for its namespace')):
+            result = self.refuse(ABSENT, "blob", *options)
+            self.assertEqual(result.errors, f"quorctl: {message}\n")
+
+    def test_OtherReasonsForNoBlobAreAbsentToo(self):
+        for options in (["--policy-id", "silver-01"], ["--policy-name", "Silver"],
+                        ["--policy-id", "Gold"], ["--policy-name", "gold-01"],
+                        ["--policy-name", "gold"], ["--policy-name", "Gold "],
+                        ["--default-of", "ds:///none/"], ["--default-of", "ds:///other/"],
+                        ["--default-of", "ds:///nodefault/"], ["--default-of", "ds:///lost/"],
+                        ["--policy-id=", "--datastore", "ds:///v1/"],
+                        ["--policy-id", "", "--datastore", "ds:///v1/"],
+                        ["--policy-id", "gold-01", "--datastore="], ["--policy-id="],
+                        ["--policy-name="], ["--default-of="], ["--default-of", ""]):
+            self.refuse(ABSENT, "blob", *options, message="no blob: ")
+
+    def test_HostileValueIsShownEscaped(self):
+        result = self.refuse(ABSENT, "blob", "--policy-id", b"\x1b[31m\xff\n" + b"x" * 1000)
+        self.assertIn('"\\x1b[31m\\xff\\x0axxx', result.errors)
+        self.assertLess(len(result.errors), 300)
+
+    def test_OneQuestionIsAsked(self):
+        message = "blob takes one of --policy-id, --policy-name and --default-of"
+        for options in ([], ["--policy-id", "a", "--policy-name", "b"],
+                        ["--policy-id", "a", "--default-of", "b"], ["--datastore", "d"],
+                        ["--policy-name", "a", "--default-of", "b"]):
+            self.refuse(USAGE, "blob", *options, message=message)
+
+    def test_DatastoreGoesWithTheIdentifierOnly(self):
+        for option in ("--policy-name", "--default-of"):
+            self.refuse(USAGE, "blob", option, "a", "--datastore", "ds:///v1/",
+                        message="--datastore goes with --policy-id only")
+
+    def test_OptionsAreGivenOnceAndWithAValue(self):
+        self.refuse(USAGE, "blob", "--policy-id", "a", "--policy-id", "b",
+                    message="--policy-id is given more than once")
+        self.refuse(USAGE, "blob", "--policy-id", message="--policy-id needs a value")
+        self.refuse(USAGE, "blob", "--policy-id", "a", "--datastore",
+                    message="--datastore needs a value")
+        self.refuse(USAGE, "blob", "gold-01", message='unexpected argument "gold-01"')
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,85 @@
+"""Output that cannot be written is an error, and closed standard streams do no harm."""
+import json
+import os
+import subprocess
+import unittest
+
+from quorctl_case import (ABSENT, QUORCTL, STORE, TIMEOUT, QuorctlCase, datastore, document, policy)
+
+PRINTING = [["list", "policies"], ["list", "policies", "-o", "json"], ["list", "datastores"],
+            ["blob", "--policy-name", "Gold"], ["status"], ["switch"], ["help"], ["--help"],
+            ["help", "list"], ["--version"]]
+
+
+class Output(QuorctlCase):
+    def setUp(self):
+        super().setUp()
+        self.apply(document([policy()], [datastore()]))
+
+    def errors_with(self, words, **options):
+        completed = subprocess.run([QUORCTL, *words], env=self.environment(), timeout=TIMEOUT,
+                                   stderr=subprocess.PIPE, **options)
+        return completed.returncode, completed.stderr.decode()
+
+    def test_FullDeviceIsAnError(self):
+        for words in PRINTING:
+            with open("/dev/full", "wb") as full:
+                self.assertEqual(
+                    self.errors_with(words, stdout=full),
+                    (STORE, "quorctl: cannot write to standard output: No space left on device\n"))
+
+    def test_ClosedOutputIsAnError(self):
+        for words in PRINTING:
+            self.assertEqual(
+                self.errors_with(words, preexec_fn=lambda: os.close(1)),
+                (STORE, "quorctl: cannot write to standard output: Bad file descriptor\n"))
+
+    def test_ReaderThatWentAwayIsAnErrorWhereTheSignalIsIgnored(self):
+        reader, writer = os.pipe()
+        os.close(reader)
+        result = self.errors_with(["list", "policies"], stdout=writer, restore_signals=False)
+        os.close(writer)
+        self.assertEqual(
+            result, (STORE, "quorctl: cannot write to standard output: Broken pipe\n"))
+
+    def test_ChangeThatCouldNotBeToldIsSaidToBeMade(self):
+        empty = self.write("empty.json",
+                           '{"format": "quor-catalogue/1", "policies": [], "datastores": []}')
+        for words in (["apply", empty], ["reset", "--yes"], ["switch", "store"]):
+            with open("/dev/full", "wb") as full:
+                self.assertEqual(
+                    self.errors_with(words, stdout=full),
+                    (STORE, "quorctl: cannot write to standard output: No space left on device; "
+                            "the command itself was carried out\n"))
+        self.assertEqual(self.listed_document(), document())
+
+    def test_FailureOfTheCommandDecidesTheStatus(self):
+        status, errors = self.errors_with(["blob", "--policy-name", "none"],
+                                          preexec_fn=lambda: os.close(1))
+        self.assertEqual(status, ABSENT)
+        self.assertIn("no blob: ", errors)
+
+    def test_ClosedStreamsReachNoFileOfTheStore(self):
+        def close_all():
+            for descriptor in (0, 1, 2):
+                os.close(descriptor)
+
+        given = document([policy("New")], [datastore("new")])
+        path = self.write("new.json", json.dumps(given))
+        completed = subprocess.run([QUORCTL, "apply", path], env=self.environment(),
+                                   timeout=TIMEOUT, preexec_fn=close_all)
+        self.assertEqual(completed.returncode, STORE)  # for the message that could not be written
+        self.assertEqual(self.listed_document(), given)
+        completed = subprocess.run([QUORCTL, "list", "frob"], env=self.environment(),
+                                   timeout=TIMEOUT, preexec_fn=close_all)
+        self.assertEqual(completed.returncode, 2)
+        self.assertEqual(self.listed_document(), given)
+
+    def test_LargeOutputArrivesWholeThroughASlowPipe(self):
+        given = document([policy(f"P{i}", description="d" * 1000) for i in range(300)])
+        self.apply(given)
+        self.assertEqual(self.listed("policies"), given["policies"])
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,98 @@
+"""quorctl switch and quorctl reset."""
+import json
+import os
+import unittest
+
+from quorctl_case import (NOT_CONFIRMED, STORE, USAGE, QuorctlCase, blob, datastore, document,
+                          entries_of, policy)
+
+
+class Switch(QuorctlCase):
+    def selected(self):
+        return self.ask("switch").text
+
+    def test_StoreIsSelectedByDefault(self):
+        self.assertEqual(self.selected(), "store\n")
+        self.assertFalse(os.path.exists(self.host))
+
+    def test_ChoiceHoldsForLaterCommands(self):
+        self.assertEqual(self.ask("switch", "file").text,
+                         f"selected the configuration file in {self.host}\n")
+        self.assertEqual(self.selected(), "file\n")
+        self.assertEqual(self.ask("switch", "store").text,
+                         f"selected the configuration store in {self.host}\n")
+        self.assertEqual(self.selected(), "store\n")
+
+    def test_ChoosingTwiceIsChoosingOnce(self):
+        for choice in ("file", "file", "store", "store"):
+            self.ask("switch", choice)
+            self.assertEqual(self.selected(), choice + "\n")
+
+    def test_ConfigurationFileIsClearlyNotOfferedYet(self):
+        content = document([policy("Gold")], [datastore()])
+        self.apply(content)
+        self.ask("switch", "file")
+        before = entries_of(self.host)
+        for command in (["list", "policies"], ["list", "datastores", "-o", "json"],
+                        ["blob", "--policy-name", "Gold"], ["blob", "--policy-id", "id-Gold"],
+                        ["blob", "--default-of", "ds:///a/"], ["reset", "--yes"], ["apply", "-"]):
+            result = self.refuse(STORE, *command, given=b'{"format": "quor-catalogue/1", '
+                                                        b'"policies": [], "datastores": []}')
+            self.assertIn("feature switch 62 selects the configuration file", result.errors)
+            self.assertIn("(quorctl switch store)", result.errors)
+        self.assertEqual(entries_of(self.host), before)
+        self.ask("switch", "store")
+        self.assertEqual(self.listed_document(), content)
+
+    def test_DocumentIsReadBeforeTheStoreIsAsked(self):
+        self.ask("switch", "file")
+        self.refuse(4, "apply", "-", given=b"[]")
+
+    def test_BlobWithoutNamespaceIsNoErrorOfTheDocumentForTheFile(self):
+        self.ask("switch", "file")
+        given = json.dumps(document([policy(blobs=[blob(namespace="")])])).encode()
+        self.refuse(STORE, "apply", "-", given=given, message="selects the configuration file")
+
+    def test_UnknownChoiceIsRefused(self):
+        for word in ("files", "STORE", "", "1"):
+            self.refuse(USAGE, "switch", word,
+                        message=f'unknown choice "{word}"; choose store or file')
+        self.refuse(USAGE, "switch", "store", "file", message='unexpected argument "file"')
+        self.assertFalse(os.path.exists(self.host))
+
+
+class Reset(QuorctlCase):
+    def test_NothingHappensWithoutConfirmation(self):
+        self.apply(document([policy()], [datastore()]))
+        before = entries_of(self.host)
+        result = self.refuse(NOT_CONFIRMED, "reset")
+        self.assertEqual(
+            result.errors,
+            f"quorctl: reset would delete all policies and datastores from the configuration store "
+            f"in {self.host}; nothing was changed; confirm with --yes\n")
+        self.assertEqual(entries_of(self.host), before)
+
+    def test_NothingIsCreatedWithoutConfirmation(self):
+        self.refuse(NOT_CONFIRMED, "reset")
+        self.assertFalse(os.path.exists(self.host))
+
+    def test_EverythingIsDeletedWithConfirmation(self):
+        self.apply(document([policy("A"), policy("B")], [datastore()]))
+        self.assertEqual(
+            self.ask("reset", "--yes").text,
+            f"deleted all policies and datastores from the configuration store in {self.host}\n")
+        self.assertEqual(self.listed_document(), document())
+
+    def test_HostWhereNothingWasStoredCanBeReset(self):
+        self.ask("reset", "--yes")
+        self.assertEqual(self.listed_document(), document())
+
+    def test_OtherConfirmationsAreRefused(self):
+        self.apply(document([policy()]))
+        for words in (["yes"], ["-y"], ["--yes=no"], ["--yes=false"], ["--yes", "really"]):
+            self.refuse(USAGE, "reset", *words)
+        self.assertEqual(len(self.listed("policies")), 1)
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,18 @@
+// The whole catalogue, as an input document carries it.
+#ifndef TOOLS_QUORCTL_CATALOGUE_CATALOGUE_H_
+#define TOOLS_QUORCTL_CATALOGUE_CATALOGUE_H_
+
+#include <vector>
+
+#include "quor/quor_lib.h"
+
+namespace Quorctl {
+
+struct Catalogue {
+  std::vector<TavQuor::QuorPolicyInfo> policies;
+  std::vector<TavQuor::QuorDatastoreInfo> datastores;
+};
+
+}  // namespace Quorctl
+
+#endif  // TOOLS_QUORCTL_CATALOGUE_CATALOGUE_H_

@@ -1,0 +1,190 @@
+#include "catalogue/document_reader.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <initializer_list>
+#include <limits>
+#include <optional>
+#include <string_view>
+#include <utility>
+
+#include "catalogue/base64_text.h"
+#include "catalogue/document_error.h"
+#include "catalogue/json_tree.h"
+#include "text/terminal_text.h"
+
+namespace Quorctl {
+
+using nlohmann::json;
+using TavQuor::QuorDatastoreInfo;
+using TavQuor::QuorPolicyInfo;
+
+namespace {
+
+using Keys = std::initializer_list<const char*>;
+
+std::string WithArticle(const json& value) {
+  switch (value.type()) {
+    case json::value_t::null:
+      return "null";
+    case json::value_t::object:
+      return "an object";
+    case json::value_t::array:
+      return "an array";
+    case json::value_t::string:
+      return "a string";
+    case json::value_t::boolean:
+      return "a boolean";
+    default:
+      return "a number";
+  }
+}
+
+// Moves the strings out of the tree while it goes, so that a large document is not held twice.
+class DocumentReader {
+ public:
+  explicit DocumentReader(const std::string& source) : source_(source) {}
+
+  Catalogue Read(json& document) {
+    ExpectObject(document, "");
+    ExpectFormat(document);  // first: another format may well have other keys
+    ExpectKeys(document, "", {"format", "policies", "datastores"});
+    Catalogue catalogue;
+    json& policies = ExpectArray(document, "", "policies");
+    for (std::size_t i = 0; i < policies.size(); ++i) {
+      catalogue.policies.push_back(ReadPolicy(policies[i], ElementPath("policies", i)));
+    }
+    json& datastores = ExpectArray(document, "", "datastores");
+    for (std::size_t i = 0; i < datastores.size(); ++i) {
+      catalogue.datastores.push_back(ReadDatastore(datastores[i], ElementPath("datastores", i)));
+    }
+    return catalogue;
+  }
+
+ private:
+  QuorPolicyInfo ReadPolicy(json& value, const std::string& path) {
+    ExpectKeys(value, path, {"id", "name", "description", "generation", "blobs"});
+    QuorPolicyInfo policy;
+    policy.policyId = ReadBytes(value, path, "id");
+    policy.name = ReadBytes(value, path, "name");
+    policy.description = ReadBytes(value, path, "description");
+    policy.generationNumber = ReadInteger(value["generation"], MemberPath(path, "generation"));
+    json& blobs = ExpectArray(value, path, "blobs");
+    for (std::size_t i = 0; i < blobs.size(); ++i) {
+      policy.blobs.push_back(ReadBlob(blobs[i], ElementPath(MemberPath(path, "blobs"), i)));
+    }
+    return policy;
+  }
+
+  std::pair<std::string, std::string> ReadBlob(json& value, const std::string& path) {
+    ExpectObject(value, path);
+    const bool isText = value.contains("text");
+    if (isText == value.contains("base64")) {
+      Fail(path, isText ? "has both \"base64\" and \"text\"; one of them is to be there"
+                        : "has neither \"base64\" nor \"text\"; one of them is to be there");
+    }
+    ExpectKeys(value, path, {"namespace", isText ? "text" : "base64"});
+    std::string blobNamespace = ReadBytes(value, path, "namespace");
+    std::string blob = isText ? TakeString(value, path, "text") : ReadBase64(value, path);
+    return {std::move(blob), std::move(blobNamespace)};
+  }
+
+  QuorDatastoreInfo ReadDatastore(json& value, const std::string& path) {
+    ExpectKeys(value, path, {"url", "namespace", "defaultPolicy"});
+    QuorDatastoreInfo datastore;
+    datastore.url = ReadBytes(value, path, "url");
+    datastore.datastoreNamespace = ReadBytes(value, path, "namespace");
+    datastore.defaultPolicyId = ReadBytes(value, path, "defaultPolicy");
+    return datastore;
+  }
+
+  // A byte string: a JSON string, or {"base64": "..."} for one that is not UTF-8.
+  std::string ReadBytes(json& object, const std::string& path, const char* key) {
+    json& value = object[key];
+    const std::string valuePath = MemberPath(path, key);
+    if (value.is_string()) return TakeString(object, path, key);
+    if (!value.is_object()) {
+      Fail(valuePath, "expected a string or {\"base64\": \"...\"}, found " + WithArticle(value));
+    }
+    ExpectKeys(value, valuePath, {"base64"});
+    return ReadBase64(value, valuePath);
+  }
+
+  std::string ReadBase64(json& object, const std::string& path) {
+    std::optional<std::string> bytes = DecodeBase64(TakeString(object, path, "base64"));
+    if (!bytes) {
+      Fail(MemberPath(path, "base64"),
+           "not valid Base64 (RFC 4648: the standard alphabet, padded with \"=\", no line breaks)");
+    }
+    return std::move(*bytes);
+  }
+
+  std::string TakeString(json& object, const std::string& path, const char* key) {
+    json& value = object[key];
+    if (!value.is_string()) {
+      Fail(MemberPath(path, key), "expected a string, found " + WithArticle(value));
+    }
+    return std::move(value.get_ref<std::string&>());
+  }
+
+  std::int64_t ReadInteger(const json& value, const std::string& path) {
+    constexpr auto kLargest = std::numeric_limits<std::int64_t>::max();
+    const bool tooLarge = value.is_number_unsigned() && value.get<std::uint64_t>() > kLargest;
+    if (value.is_number_integer() && !tooLarge) return value.get<std::int64_t>();
+    Fail(path, "expected an integer from -9223372036854775808 to 9223372036854775807, found " +
+                   (value.is_number() ? "another number" : WithArticle(value)));
+  }
+
+  json& ExpectArray(json& object, const std::string& path, const char* key) {
+    json& value = object[key];
+    if (!value.is_array()) {
+      Fail(MemberPath(path, key), "expected an array, found " + WithArticle(value));
+    }
+    return value;
+  }
+
+  void ExpectObject(const json& value, const std::string& path) {
+    if (!value.is_object()) Fail(path, "expected an object, found " + WithArticle(value));
+  }
+
+  void ExpectFormat(json& document) {
+    if (!document.contains("format")) {
+      Fail("",
+           std::string("the key \"format\" is missing; it is to be \"") + kDocumentFormat + '"');
+    }
+    const std::string format = TakeString(document, "", "format");
+    if (format != kDocumentFormat) {
+      Fail("format",
+           "unknown format " + Quoted(format) + "; this version reads \"" + kDocumentFormat + '"');
+    }
+  }
+
+  // An object with exactly these keys.
+  void ExpectKeys(const json& value, const std::string& path, Keys keys) {
+    ExpectObject(value, path);
+    for (const auto& member : value.items()) {
+      const auto isMember = [&member](const char* key) { return member.key() == key; };
+      if (std::none_of(keys.begin(), keys.end(), isMember)) {
+        Fail(path, "unknown key " + Quoted(member.key()));
+      }
+    }
+    for (const char* key : keys) {
+      if (!value.contains(key)) Fail(path, std::string("the key \"") + key + "\" is missing");
+    }
+  }
+
+  [[noreturn]] void Fail(const std::string& path, const std::string& problem) {
+    throw DocumentError(source_, path, problem);
+  }
+
+  const std::string& source_;
+};
+
+}  // namespace
+
+Catalogue ReadCatalogueDocument(const std::string& text, const std::string& source) {
+  json document = ParseJson(text, source);
+  return DocumentReader(source).Read(document);
+}
+
+}  // namespace Quorctl

@@ -1,0 +1,20 @@
+// What a catalogue must keep so that every record of it can be stored.
+#ifndef TOOLS_QUORCTL_CATALOGUE_DOCUMENT_RULES_H_
+#define TOOLS_QUORCTL_CATALOGUE_DOCUMENT_RULES_H_
+
+#include <string>
+
+#include "catalogue/catalogue.h"
+
+namespace Quorctl {
+
+// Raises DocumentError, which names both places, for two policies of one name, two datastores of
+// one URL, and two blobs of one namespace in a policy: they would share one stored record.
+void ExpectUniqueKeys(const Catalogue& catalogue, const std::string& source);
+
+// Raises DocumentError for a blob without a namespace, which the configuration store would drop.
+void ExpectBlobNamespaces(const Catalogue& catalogue, const std::string& source);
+
+}  // namespace Quorctl
+
+#endif  // TOOLS_QUORCTL_CATALOGUE_DOCUMENT_RULES_H_

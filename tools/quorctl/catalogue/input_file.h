@@ -1,0 +1,18 @@
+// The bytes of an input document.
+#ifndef TOOLS_QUORCTL_CATALOGUE_INPUT_FILE_H_
+#define TOOLS_QUORCTL_CATALOGUE_INPUT_FILE_H_
+
+#include <string>
+
+namespace Quorctl {
+
+// What messages call the input: the path itself, or "standard input" for "-".
+std::string InputName(const std::string& path);
+
+// All bytes of the file, or of standard input for "-". Raises CommandError (bad input) when it
+// cannot be read or is larger than 256 MiB.
+std::string ReadInput(const std::string& path);
+
+}  // namespace Quorctl
+
+#endif  // TOOLS_QUORCTL_CATALOGUE_INPUT_FILE_H_

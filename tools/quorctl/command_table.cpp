@@ -1,0 +1,17 @@
+#include "command_table.h"
+
+namespace Quorctl {
+
+CommandTable MakeCommandTable() {
+  CommandTable table;
+  table.push_back(MakeStatusCommand());
+  table.push_back(MakeListCommand());
+  table.push_back(MakeBlobCommand());
+  table.push_back(MakeApplyCommand());
+  table.push_back(MakeResetCommand());
+  table.push_back(MakeSwitchCommand());
+  table.push_back(MakeHelpCommand());
+  return table;
+}
+
+}  // namespace Quorctl

@@ -1,0 +1,27 @@
+// The commands of quorctl.
+#ifndef TOOLS_QUORCTL_COMMAND_TABLE_H_
+#define TOOLS_QUORCTL_COMMAND_TABLE_H_
+
+#include <memory>
+#include <vector>
+
+#include "command.h"
+
+namespace Quorctl {
+
+// In the order in which the help lists them.
+using CommandTable = std::vector<std::unique_ptr<Command>>;
+CommandTable MakeCommandTable();
+
+// Each in the file of its name under commands/.
+std::unique_ptr<Command> MakeStatusCommand();
+std::unique_ptr<Command> MakeListCommand();
+std::unique_ptr<Command> MakeBlobCommand();
+std::unique_ptr<Command> MakeApplyCommand();
+std::unique_ptr<Command> MakeResetCommand();
+std::unique_ptr<Command> MakeSwitchCommand();
+std::unique_ptr<Command> MakeHelpCommand();
+
+}  // namespace Quorctl
+
+#endif  // TOOLS_QUORCTL_COMMAND_TABLE_H_

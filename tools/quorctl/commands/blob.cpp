@@ -1,0 +1,92 @@
+#include "argument.h"
+#include "command_table.h"
+#include "quor/quor_lib.h"
+#include "text/terminal_text.h"
+
+namespace Quorctl {
+
+using TavQuor::QuorLib;
+
+namespace {
+
+class BlobCommand final : public Command {
+ public:
+  const CommandInfo& Info() const override {
+    static const CommandInfo info = {
+        "blob",
+        {"--policy-id ID --datastore URL", "--policy-id ID", "--policy-name NAME",
+         "--default-of URL"},
+        "write one policy blob to standard output",
+        "Writes the bytes of the blob as they are, with nothing added. The blob is that of\n"
+        "  --policy-id with --datastore  the policy, for the datastore's namespace\n"
+        "  --policy-id or --policy-name  the policy, for the namespace \"RILK\"\n"
+        "  --default-of                  the datastore's default policy, for its namespace\n"
+        "Where there is no such blob, or an empty one, the exit status is 3.\n"
+        "A value that begins with a dash can be given too: --policy-id=-x\n",
+    };
+    return info;
+  }
+
+  void Declare(CLI::App& verb) override {
+    policyId_.Declare(verb, "--policy-id", "ID", "the policy with this identifier");
+    policyName_.Declare(verb, "--policy-name", "NAME", "the policy of this name");
+    datastore_.Declare(verb, "--datastore", "URL", "for the namespace of this datastore");
+    defaultOf_.Declare(verb, "--default-of", "URL", "the default policy of this datastore");
+  }
+
+  ExitStatus Run(CommandOutput* output) override {
+    CheckCombination();
+    const std::string blob = Find();
+    if (blob.empty()) throw CommandError(ExitStatus::kAbsent, "no blob: " + WhyNone());
+    output->text += blob;
+    return ExitStatus::kDone;
+  }
+
+ private:
+  void CheckCombination() const {
+    const int questions = policyId_.Given() + policyName_.Given() + defaultOf_.Given();
+    if (questions != 1) {
+      throw UsageError("blob takes one of --policy-id, --policy-name and --default-of");
+    }
+    if (datastore_.Given() && !policyId_.Given()) {
+      throw UsageError("--datastore goes with --policy-id only");
+    }
+  }
+
+  std::string Find() const {
+    if (defaultOf_.Given()) return QuorLib::GetDefaultPolicyBlob(defaultOf_.Value());
+    if (policyName_.Given()) return QuorLib::GetRilkPolicyBlobByName(policyName_.Value());
+    if (!datastore_.Given()) return QuorLib::GetRilkPolicyBlobById(policyId_.Value());
+    return QuorLib::GetPolicyBlobById(policyId_.Value(), datastore_.Value());
+  }
+
+  // The library's answer is the same whatever is missing.
+  std::string WhyNone() const {
+    if (defaultOf_.Given()) {
+      return "there is no datastore " + Quoted(defaultOf_.Value()) +
+             ", or its default policy has no blob for its namespace";
+    }
+    if (policyName_.Given()) {
+      return "there is no policy named " + Quoted(policyName_.Value()) +
+             ", or it has no blob for the namespace \"RILK\"";
+    }
+    const std::string noPolicy =
+        "there is no policy with the identifier " + Quoted(policyId_.Value());
+    if (!datastore_.Given()) return noPolicy + ", or it has no blob for the namespace \"RILK\"";
+    return noPolicy + ", no datastore " + Quoted(datastore_.Value()) +
+           ", or the policy has no blob for its namespace";
+  }
+
+  Argument policyId_;
+  Argument policyName_;
+  Argument datastore_;
+  Argument defaultOf_;
+};
+
+}  // namespace
+
+std::unique_ptr<Command> MakeBlobCommand() {
+  return std::make_unique<BlobCommand>();
+}
+
+}  // namespace Quorctl

@@ -1,0 +1,63 @@
+#include "exit_status.h"
+
+#include <new>
+#include <system_error>
+
+#include "brisk/exception.h"
+#include "tavconfigstore/exception.h"
+
+namespace Quorctl {
+
+using TavConfigStore::ConfigStoreException;
+
+const std::array<ExitStatusMeaning, 9> kExitStatusMeanings = {{
+    {ExitStatus::kDone, "done"},
+    {ExitStatus::kNo, "the answer is \"no\""},
+    {ExitStatus::kUsage, "the command line is wrong"},
+    {ExitStatus::kAbsent, "the named thing is absent"},
+    {ExitStatus::kBadInput, "the input document cannot be read or is wrong"},
+    {ExitStatus::kStore,
+     "the store cannot be reached, is damaged or stayed locked,\n"
+     "or standard output cannot be written"},
+    {ExitStatus::kPermission, "permission denied"},
+    {ExitStatus::kNotConfirmed, "not confirmed, nothing was changed"},
+    {ExitStatus::kInternal, "internal error"},
+}};
+
+namespace {
+
+ExitStatus StatusOf(const ConfigStoreException& failure) {
+  const bool denied = failure.code() == TavConfigStore::kPermissionDenied ||
+                      failure.code() == TavConfigStore::kInsecure;
+  return denied ? ExitStatus::kPermission : ExitStatus::kStore;
+}
+
+ExitStatus StatusOf(const std::system_error& failure) {
+  const bool denied = failure.code() == std::errc::permission_denied ||
+                      failure.code() == std::errc::operation_not_permitted;
+  return denied ? ExitStatus::kPermission : ExitStatus::kStore;
+}
+
+}  // namespace
+
+Failure DescribeCurrentException() {
+  try {
+    throw;
+  } catch (const CommandError& failure) {
+    return {failure.status(), failure.what()};
+  } catch (const ConfigStoreException& failure) {
+    return {StatusOf(failure), failure.what()};
+  } catch (const Brisk::Lib::BriskException& failure) {
+    return {ExitStatus::kStore, failure.what()};
+  } catch (const std::system_error& failure) {
+    return {StatusOf(failure), failure.what()};
+  } catch (const std::bad_alloc&) {
+    return {ExitStatus::kInternal, "out of memory"};
+  } catch (const std::exception& failure) {
+    return {ExitStatus::kInternal, std::string("internal error: ") + failure.what()};
+  } catch (...) {
+    return {ExitStatus::kInternal, "internal error of an unknown kind"};
+  }
+}
+
+}  // namespace Quorctl

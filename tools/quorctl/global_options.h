@@ -1,0 +1,24 @@
+// The options that every command takes.
+#ifndef TOOLS_QUORCTL_GLOBAL_OPTIONS_H_
+#define TOOLS_QUORCTL_GLOBAL_OPTIONS_H_
+
+#include <CLI/CLI.hpp>
+
+#include "argument.h"
+
+namespace Quorctl {
+
+class GlobalOptions {
+ public:
+  void Declare(CLI::App& parser);
+
+  // Points the process at the host directory that was given, if one was.
+  void Apply() const;
+
+ private:
+  Argument root_;
+};
+
+}  // namespace Quorctl
+
+#endif  // TOOLS_QUORCTL_GLOBAL_OPTIONS_H_

@@ -1,0 +1,17 @@
+// The help, made from the command table, the declared options and the exit statuses.
+#ifndef TOOLS_QUORCTL_HELP_H_
+#define TOOLS_QUORCTL_HELP_H_
+
+#include <string>
+
+namespace Quorctl {
+
+// What "quorctl help" prints.
+std::string GeneralHelp();
+
+// What "quorctl help VERB" prints. Raises CommandError (usage) for an unknown verb.
+std::string CommandHelp(const std::string& verb);
+
+}  // namespace Quorctl
+
+#endif  // TOOLS_QUORCTL_HELP_H_

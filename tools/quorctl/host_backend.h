@@ -1,0 +1,26 @@
+// Which of the host's two stores keeps the catalogue.
+#ifndef TOOLS_QUORCTL_HOST_BACKEND_H_
+#define TOOLS_QUORCTL_HOST_BACKEND_H_
+
+#include <string>
+
+#include "platform/admin.h"
+
+namespace Quorctl {
+
+// The state of the switch that selects the store, as this process sees it.
+HostPlatform::FeatureState BackendSwitch();
+
+// Raises CommandError when the host's switches cannot be read: other processes may then see another
+// choice than this one, which has to take the default.
+void ExpectReadable(const HostPlatform::FeatureState& backendSwitch);
+
+// "configuration store"
+std::string BackendName(bool usesConfigStore);
+
+// "the configuration store in /var/lib/quor"
+std::string SelectedBackendPlace();
+
+}  // namespace Quorctl
+
+#endif  // TOOLS_QUORCTL_HOST_BACKEND_H_

@@ -1,0 +1,21 @@
+// The standard streams, with every failure noticed.
+#ifndef TOOLS_QUORCTL_STANDARD_STREAMS_H_
+#define TOOLS_QUORCTL_STANDARD_STREAMS_H_
+
+#include <string>
+
+namespace Quorctl {
+
+// Occupies those of the descriptors 0 to 2 that are closed, so that no file opened later becomes a
+// standard stream. Reading or writing the stream still fails afterwards, as it would have before.
+void ReserveStandardDescriptors();
+
+// Writes all of `text`. Returns 0, or the error number of the write that failed.
+int WriteStandardOutput(const std::string& text);
+
+// Writes "quorctl: ", the message and a line feed. What could act on a terminal is escaped.
+void WriteErrorLine(const std::string& message);
+
+}  // namespace Quorctl
+
+#endif  // TOOLS_QUORCTL_STANDARD_STREAMS_H_

@@ -1,0 +1,58 @@
+// The one writer of tables.
+#ifndef TOOLS_QUORCTL_TEXT_TABLE_H_
+#define TOOLS_QUORCTL_TEXT_TABLE_H_
+
+#include <string>
+#include <vector>
+
+namespace Quorctl {
+
+// Rows of cells under headings, the columns aligned by the width that they have on a terminal.
+// Cells may hold any bytes: they are escaped here. An empty cell is shown as "-".
+class Table {
+ public:
+  enum class Align { kLeft, kRight };
+
+  struct Column {
+    std::string heading;
+    Align align = Align::kLeft;
+  };
+
+  explicit Table(std::vector<Column> columns) : columns_(std::move(columns)) {}
+
+  // One cell for each column.
+  void AddRow(const std::vector<std::string>& cells);
+
+  // Headings and rows, one per line; only the headings when there are no rows.
+  std::string Text() const;
+
+ private:
+  using Row = std::vector<std::string>;  // escaped cells
+
+  std::vector<std::size_t> ColumnWidths(const Row& headings) const;
+  void AppendLine(const Row& row, const std::vector<std::size_t>& widths, std::string* text) const;
+
+  std::vector<Column> columns_;
+  std::vector<Row> rows_;
+};
+
+// "label  value" lines without headings, the values aligned below each other. Values may hold any
+// bytes: they are escaped here.
+class LabelledLines {
+ public:
+  void Add(const std::string& label, const std::string& value);
+
+  // Each line begins with `indent`.
+  std::string Text(const std::string& indent = "") const;
+
+ private:
+  struct Line {
+    std::string label;
+    std::string value;
+  };
+  std::vector<Line> lines_;
+};
+
+}  // namespace Quorctl
+
+#endif  // TOOLS_QUORCTL_TEXT_TABLE_H_
