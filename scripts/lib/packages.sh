@@ -1,0 +1,93 @@
+# shellcheck shell=bash
+# The Debian packages that the scripts need, and their installation. To be sourced by bash.
+#
+#   ensure_packages GROUP...     groups: build tests lint bench
+#
+# Nothing is run but a look into dpkg's database when all packages are there.
+
+# One line a package: its group, its name, what it is for.
+package_list() {
+  cat <<'END'
+build g++             compiler
+build cmake           build configuration, 3.25 or newer
+build ninja-build     runs the build
+build libcdb-dev      format of the configuration store's snapshots
+build libxxhash-dev   checksums of stored records
+build libmd-dev       MD5 of the catalogue digests
+build libcli11-dev    command line of quorctl
+build nlohmann-json3-dev catalogue documents of quorctl
+tests libgtest-dev    test framework
+tests python3         tests of the source tree, the headers and the built files
+tests binutils        reads the exported symbols of the built libraries
+tests clang           second compiler for the public headers
+tests libsqlite3-dev  oracle in differential tests
+lint  clang           parses for clang-tidy
+lint  clang-format    layout of the sources
+lint  clang-tidy      static checks of the sources
+lint  shellcheck      static checks of the scripts
+bench python3         prints the table of the results
+bench valgrind        counts instructions
+bench libbenchmark-dev benchmark framework
+bench libsqlite3-dev  peer in the benchmarks
+END
+}
+
+# Prints "NAME  REASON" for every package of the groups that is not installed.
+missing_packages() {
+  local group name reason
+  while read -r group name reason; do
+    [[ " $* " == *" $group "* ]] || continue
+    dpkg-query -W -f='${db:Status-Status}\n' "$name" 2>/dev/null | grep -qx installed ||
+      printf '%-20s %s\n' "$name" "$reason"
+  done < <(package_list) | sort -u -k1,1
+}
+
+# Runs a command as root, by sudo where this is not root already. Fails when neither is to be had.
+as_root() {
+  if [[ $(id -u) == 0 ]]; then
+    "$@"
+  elif command -v sudo >/dev/null && sudo -n true 2>/dev/null; then
+    sudo -n "$@"
+  elif command -v sudo >/dev/null && [[ -t 0 && -t 2 ]]; then
+    sudo "$@"
+  else
+    return 1
+  fi
+}
+
+ensure_packages() {
+  if ! command -v dpkg-query >/dev/null || ! command -v apt-get >/dev/null; then
+    echo "note: this is no Debian system, so nothing is installed here. Needed are the equivalents of:" >&2
+    package_list | while read -r group name reason; do
+      [[ " $* " != *" $group "* ]] || printf '  %-20s %s\n' "$name" "$reason" >&2
+    done
+    return 0
+  fi
+
+  local missing names
+  missing=$(missing_packages "$@")
+  [[ -n $missing ]] || return 0
+  echo "Missing Debian packages:" >&2
+  while read -r line; do echo "  $line"; done <<<"$missing" >&2
+  mapfile -t names < <(awk '{print $1}' <<<"$missing")
+
+  local install=(env DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends
+                 "${names[@]}")
+  if ! as_root true; then
+    echo "They can't be installed from here: this is not root, and sudo is not available." >&2
+    echo "As root, run:  apt-get update && apt-get install -y ${names[*]}" >&2
+    return 1
+  fi
+  echo "Installing them ..." >&2
+  local log
+  log=$(mktemp)
+  if as_root apt-get -q update >"$log" 2>&1 && as_root "${install[@]}" >>"$log" 2>&1; then
+    rm -f "$log"
+    return 0
+  fi
+  cat "$log" >&2
+  rm -f "$log"
+  echo "The installation failed; the messages above are apt-get's." >&2
+  echo "As root, run:  apt-get update && apt-get install -y ${names[*]}" >&2
+  return 1
+}

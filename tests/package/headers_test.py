@@ -1,0 +1,88 @@
+"""The public header and the platform's headers compile alone, without a warning.
+
+    headers_test.py ROOT [TEST...]
+"""
+import glob
+import os
+import subprocess
+import sys
+import unittest
+
+ROOT = ""
+
+CXX_COMPILERS = ["g++", "clang++"]
+WARNINGS = ["-Wall", "-Wextra", "-Wpedantic", "-Wconversion", "-Wsign-conversion", "-Wshadow",
+            "-Wold-style-cast", "-Wnon-virtual-dtor", "-Werror"]
+C_WARNINGS = ["-Wall", "-Wextra", "-Wpedantic", "-Wconversion", "-Wshadow", "-Wstrict-prototypes",
+              "-Werror"]
+
+
+def compile_header(compiler, language, header, *options):
+    """Compiles a file that includes the header twice; returns the finished process."""
+    text = f'#include "{header}"\n#include "{header}"\n'
+    return subprocess.run(
+        [compiler, "-fsyntax-only", "-x", language, *options, "-"],
+        input=text, capture_output=True, text=True, env={**os.environ, "LC_ALL": "C"}, check=False)
+
+
+class HeadersTest(unittest.TestCase):
+    def assert_compiles(self, compiler, language, header, *options):
+        with self.subTest(compiler=compiler, header=header, options=options[0]):
+            result = compile_header(compiler, language, header, *options)
+            self.assertEqual((result.returncode, result.stderr), (0, ""))
+
+
+class PublicHeader(HeadersTest):
+    HEADER = "quor/quor_lib.h"
+
+    def setUp(self):
+        self.include = "-I" + os.path.join(ROOT, "include")
+
+    def test_compiles_alone_from_cxx11_to_cxx20(self):
+        for compiler in CXX_COMPILERS:
+            for standard in ("11", "14", "17", "20"):
+                self.assert_compiles(compiler, "c++", self.HEADER, f"-std=c++{standard}",
+                                     *WARNINGS, self.include)
+
+    def test_refuses_the_old_string_abi_with_a_reason(self):
+        for compiler in CXX_COMPILERS:
+            with self.subTest(compiler=compiler):
+                result = compile_header(compiler, "c++", self.HEADER, "-std=c++11",
+                                        "-D_GLIBCXX_USE_CXX11_ABI=0", self.include)
+                self.assertNotEqual(result.returncode, 0)
+                self.assertRegex(
+                    result.stderr,
+                    'error: (#error )?"libquor passes std::string across its interface in the '
+                    'C\\+\\+11 ABI; build this program without -D_GLIBCXX_USE_CXX11_ABI=0"')
+
+
+class PlatformHeaders(HeadersTest):
+    def setUp(self):
+        folder = os.path.join(ROOT, "platform", "include")
+        self.include = "-I" + folder
+        self.headers = sorted(os.path.relpath(path, folder) for path in
+                              glob.glob(os.path.join(folder, "**", "*.h"), recursive=True))
+        self.assertNotEqual(self.headers, [])
+
+    def test_compile_alone_as_cxx17_and_cxx20(self):
+        for compiler in CXX_COMPILERS:
+            for standard in ("17", "20"):
+                for header in self.headers:
+                    self.assert_compiles(compiler, "c++", header, f"-std=c++{standard}",
+                                         *WARNINGS, self.include)
+
+    def test_those_with_c_linkage_compile_as_c11(self):
+        c_headers = [header for header in self.headers if self._has_c_linkage(header)]
+        for name in ("feature_list.h", "base64.h", "crypto_hash.h", "str.h"):
+            self.assertIn("platform/" + name, c_headers)
+        for header in c_headers:
+            self.assert_compiles("gcc", "c", header, "-std=c11", *C_WARNINGS, self.include)
+
+    def _has_c_linkage(self, header):
+        with open(os.path.join(self.include[len("-I"):], header), encoding="utf-8") as file:
+            return 'extern "C"' in file.read()
+
+
+if __name__ == "__main__":
+    ROOT = sys.argv.pop(1)
+    unittest.main(verbosity=2)

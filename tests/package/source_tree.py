@@ -1,0 +1,15 @@
+"""Which files make up the source tree."""
+import os
+
+_NOT_SOURCE = {".git", "build", ".cache"}  # as in .gitignore, at the root
+
+
+def files(root, *folders):
+    """Paths, relative to `root`, of all files below the folders; of the whole tree without any."""
+    for top in folders or ("",):
+        for directory, subdirectories, names in os.walk(os.path.join(root, top)):
+            if os.path.samefile(directory, root):
+                subdirectories[:] = [s for s in subdirectories if s not in _NOT_SOURCE]
+            subdirectories[:] = sorted(s for s in subdirectories if s != "__pycache__")
+            for name in sorted(names):
+                yield os.path.relpath(os.path.join(directory, name), root)
