@@ -1,0 +1,233 @@
+// Files whose checksums are right and whose lengths, counts and positions mean harm: whatever they
+// say, the answer is an exception or an object, never a crash or a read outside of the file.
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "configstore/snapshot_format.h"
+#include "damage/damage_test.h"
+#include "damage/forgery.h"
+
+namespace PlatformTest {
+namespace {
+
+using namespace TavConfigStore;  // NOLINT(google-build-using-namespace): the error codes
+
+constexpr std::uint32_t kHuge = 0xffffffff;
+
+class ForgedSnapshot : public DamageTest {
+ protected:
+  ForgedSnapshot() : forgery_(bytes_) {}
+
+  // Where in the body the fields of the first record ("alpha") stand.
+  std::size_t Body() const { return forgery_.records()[0].body; }
+  std::size_t FirstValue() const { return Body() + 8; }
+
+  // The store cannot be opened.
+  void ExpectRefused() {
+    StoreBytes(forgery_.Sealed());
+    EXPECT_EQ(OpenCode(), kCorrupt);
+    EXPECT_EQ(WriteCode(), kCorrupt);
+    EXPECT_NE(HostPlatform::GetConfigStoreState().problem, "");
+    forgery_ = Forgery(bytes_);
+  }
+
+  // The store opens, but the first record cannot be read; the others can.
+  void ExpectFirstRecordRefused() {
+    StoreBytes(forgery_.Sealed());
+    ASSERT_EQ(OpenCode(), kNothing);
+    EXPECT_EQ(CodeOf([] { Describe(OpenStore()->GetObject(IdOf("alpha"))); }), kCorrupt);
+    const auto listed = OpenStore()->GetObjects(All());
+    ASSERT_EQ(listed.size(), 3U);
+    EXPECT_EQ(CodeOf([&] { Describe(listed[0]); }), kCorrupt);
+    EXPECT_EQ(TextOf(listed[2]), "text of beta");
+    EXPECT_EQ(WriteCode(), kCorrupt) << "it must not be carried over into the next snapshot";
+    forgery_ = Forgery(bytes_);
+  }
+
+  Forgery forgery_;
+};
+
+TEST_F(ForgedSnapshot, WithNothingChangedIsRead) {
+  StoreBytes(forgery_.Sealed());
+  EXPECT_TRUE(forgery_.bytes() == bytes_);
+  EXPECT_FALSE(AskEverything().raised);
+}
+
+TEST_F(ForgedSnapshot, WithWrongStartsOfItsPartsIsRefused) {
+  const std::size_t tables = forgery_.footer() + 16;
+  const std::size_t directory = forgery_.footer() + 24;
+  for (const std::uint64_t start : {std::uint64_t{0}, std::uint64_t{2047}, std::uint64_t{kHuge},
+                                    ~std::uint64_t{0}, std::uint64_t{1} << 32}) {
+    forgery_.Set64(tables, start);
+    ExpectRefused();
+    forgery_.Set64(directory, start);
+    ExpectRefused();
+  }
+  forgery_.Set64(directory, forgery_.footer() + 1);
+  ExpectRefused();
+  forgery_.Set64(directory, forgery_.tables() - 1);
+  ExpectRefused();
+}
+
+TEST_F(ForgedSnapshot, WithAWrongSizeIsRefused) {
+  for (const std::uint64_t size : {std::uint64_t{0}, std::uint64_t{bytes_.size() + 1},
+                                   (std::uint64_t{1} << 32) + bytes_.size(), ~std::uint64_t{0}}) {
+    forgery_.Set64(forgery_.footer() + 32, size);
+    ExpectRefused();
+  }
+}
+
+TEST_F(ForgedSnapshot, WithAWrongNumberOfKindsIsRefused) {
+  for (const std::uint32_t count : {0U, 1U, 3U, 0x80000000U, kHuge}) {
+    forgery_.Set32(forgery_.footer() + 12, count);
+    ExpectRefused();
+  }
+}
+
+TEST_F(ForgedSnapshot, WithWrongLengthsInItsDirectoryIsRefused) {
+  for (const std::uint32_t length : {0U, 1U, 1000U, 0x40000000U, 0x80000000U, kHuge}) {
+    forgery_.Set32(forgery_.directory(), length);  // of a kind's name
+    ExpectRefused();
+    forgery_.Set32(forgery_.directory() + 4, length);  // its number of records
+    ExpectRefused();
+  }
+}
+
+TEST_F(ForgedSnapshot, WithWrongPositionsOfRecordsRaisesWhereTheyAreRead) {
+  const std::size_t firstPosition = forgery_.directory() + 8 + forgery_.Get32(forgery_.directory());
+  ASSERT_EQ(forgery_.Get32(firstPosition), 2048U);
+  const std::uint32_t positions[] = {0,
+                                     1,
+                                     2047,
+                                     2049,
+                                     static_cast<std::uint32_t>(forgery_.records()[1].position),
+                                     static_cast<std::uint32_t>(forgery_.tables()),
+                                     static_cast<std::uint32_t>(forgery_.tables() - 8),
+                                     static_cast<std::uint32_t>(forgery_.footer()),
+                                     static_cast<std::uint32_t>(bytes_.size() - 1),
+                                     static_cast<std::uint32_t>(bytes_.size()),
+                                     0x80000000U,
+                                     kHuge - 7,
+                                     kHuge};
+  for (const std::uint32_t position : positions) {
+    forgery_.Set32(firstPosition, position);
+    ExpectFirstRecordRefused();
+  }
+}
+
+TEST_F(ForgedSnapshot, WithWrongLengthsInTheHeadOfARecordRaisesWhereItIsRead) {
+  const std::size_t head = forgery_.records()[0].position;
+  for (const std::uint32_t length : {0U, 1U, 12U, 100'000U, 0x7fffffffU, 0x80000000U, kHuge}) {
+    forgery_.Set32(head, length);
+    ExpectFirstRecordRefused();
+    forgery_.Set32(head + 4, length);
+    ExpectFirstRecordRefused();
+    forgery_.Set32(head, length);
+    forgery_.Set32(head + 4, kHuge - length);
+    ExpectFirstRecordRefused();
+  }
+}
+
+TEST_F(ForgedSnapshot, WithARecordOfAnotherVersionOrNumberRaisesWhereItIsRead) {
+  for (const unsigned char version : {'\0', '\2', '\x7f'}) {
+    forgery_.SetByte(forgery_.records()[0].data, version);
+    ExpectFirstRecordRefused();
+  }
+  for (const std::uint32_t number : {1U, 3U, 5U, kHuge}) {
+    forgery_.Set32(forgery_.records()[0].data + 1, number);
+    ExpectFirstRecordRefused();
+  }
+}
+
+TEST_F(ForgedSnapshot, WithARecordOfAnotherKindRaisesWhereItIsRead) {
+  // The kind's name within the record's key is not the one that the directory gives.
+  forgery_.SetByte(forgery_.records()[0].key, '6');
+  ExpectFirstRecordRefused();
+}
+
+TEST_F(ForgedSnapshot, WithWrongCountsInABodyRaisesWhereItIsRead) {
+  for (const std::uint32_t count : {0U, 1U, 2U, 4U, 100U, 0x80000000U, kHuge}) {
+    forgery_.Set32(Body(), count);  // of values
+    ExpectFirstRecordRefused();
+    forgery_.Set32(Body() + 4, count);  // of sub-objects
+    ExpectFirstRecordRefused();
+  }
+}
+
+TEST_F(ForgedSnapshot, WithWrongLengthsOfAValueRaisesWhereItIsRead) {
+  for (const std::uint32_t length : {3U, 100U, 10'000U, 0x80000000U, kHuge - 8, kHuge}) {
+    forgery_.Set32(FirstValue() + 1, length);  // of its name
+    ExpectFirstRecordRefused();
+    forgery_.Set32(FirstValue() + 5, length);  // of its data
+    ExpectFirstRecordRefused();
+  }
+}
+
+TEST_F(ForgedSnapshot, WithAValueOfUnknownTypeRaisesWhereItIsRead) {
+  for (const unsigned char type : {'\0', 'x', 'S', '\x7f'}) {
+    forgery_.SetByte(FirstValue(), type);
+    ExpectFirstRecordRefused();
+  }
+}
+
+TEST_F(ForgedSnapshot, WithAnIntegerThatIsNotOf8BytesRaisesWhereItIsRead) {
+  ASSERT_EQ(forgery_.Get32(FirstValue() + 5), 0U) << "the value named \"\" is the empty string";
+  forgery_.SetByte(FirstValue(), 'i');
+  ExpectFirstRecordRefused();
+}
+
+TEST_F(ForgedSnapshot, WithWrongLengthsOfASubObjectRaisesWhereItIsRead) {
+  const std::size_t part = forgery_.bytes().find("part1", Body()) - 12;
+  ASSERT_EQ(forgery_.Get32(part), 4U);
+  for (const std::size_t field : {0, 4, 8}) {
+    for (const std::uint32_t length : {0U, 7U, 1000U, 0x80000000U, kHuge}) {
+      forgery_.Set32(part + field, length);
+      ExpectFirstRecordRefused();
+    }
+  }
+}
+
+TEST_F(ForgedSnapshot, WithSubObjectsWithinASubObjectRaisesWhereItIsRead) {
+  const std::size_t part = forgery_.bytes().find("part1", Body()) + 5;
+  ASSERT_EQ(forgery_.Get32(part), 2U) << "values of the part";
+  for (const std::uint32_t count : {1U, kHuge}) {
+    forgery_.Set32(part + 4, count);
+    ExpectFirstRecordRefused();
+  }
+}
+
+TEST_F(ForgedSnapshot, WithHostileHashTablesRaisesOrAnswersButDoesNotReadOutside) {
+  for (std::size_t entry = 0; entry < 2048; entry += 8) {
+    const std::uint32_t slots = forgery_.Get32(entry + 4);
+    if (slots == 0) continue;
+    for (const std::uint32_t value : {0U, 1U, 2047U, 0x80000000U, kHuge - 7, kHuge}) {
+      forgery_.Set32(entry, value);
+      StoreBytes(forgery_.Sealed());
+      AskEverything();
+      forgery_ = Forgery(bytes_);
+      forgery_.Set32(entry + 4, value);
+      StoreBytes(forgery_.Sealed());
+      AskEverything();
+      forgery_ = Forgery(bytes_);
+    }
+  }
+}
+
+// Every four bytes of the file become a hostile number, with the checksums made right again.
+TEST_F(ForgedSnapshot, WithAHostileNumberAnywhereNeverCrashes) {
+  const auto size = static_cast<std::uint32_t>(bytes_.size());
+  int raised = 0;
+  for (std::size_t place = 0; place + 4 <= bytes_.size(); ++place) {
+    for (const std::uint32_t value : {0U, size - 4, 0x7fffffffU, kHuge}) {
+      forgery_.Set32(place, value);
+      StoreBytes(forgery_.Sealed());
+      if (AskEverything().raised) ++raised;
+      forgery_ = Forgery(bytes_);
+    }
+  }
+  EXPECT_GT(raised, 1000);
+}
+
+}  // namespace
+}  // namespace PlatformTest

@@ -1,0 +1,66 @@
+#include "damage/forgery.h"
+
+#include <string_view>
+#include <utility>
+
+#include "configstore/snapshot_format.h"
+#include "util/bytes.h"
+#include "util/checksum.h"
+
+namespace PlatformTest {
+
+using HostPlatform::Checksum;
+using HostPlatform::LoadInteger;
+using namespace TavConfigStore::SnapshotFormat;  // NOLINT(google-build-using-namespace): constants
+
+Forgery::Forgery(std::string snapshot)
+    : bytes_(std::move(snapshot)),
+      footer_(bytes_.size() - kFooterSize),
+      tables_(LoadInteger<std::uint64_t>(bytes_.data() + footer_ + 16)),
+      directory_(LoadInteger<std::uint64_t>(bytes_.data() + footer_ + 24)) {
+  for (std::size_t place = directory_; place < footer_;) {
+    const std::uint32_t nameLength = Get32(place);
+    const std::uint32_t count = Get32(place + 4);
+    place += 8 + nameLength;
+    for (std::uint32_t i = 0; i < count; ++i, place += 4) {
+      Record record{};
+      record.position = Get32(place);
+      record.key = record.position + kRecordHead;
+      record.data = record.key + Get32(record.position);
+      record.body = record.data + kDataHead;
+      record.checksum = record.data + Get32(record.position + 4) - kChecksumSize;
+      records_.push_back(record);
+    }
+  }
+}
+
+std::uint32_t Forgery::Get32(std::size_t place) const {
+  return LoadInteger<std::uint32_t>(bytes_.data() + place);
+}
+
+void Forgery::Set32(std::size_t place, std::uint32_t value) {
+  for (std::size_t i = 0; i < sizeof value; ++i)
+    bytes_[place + i] = static_cast<char>(value >> (8 * i));
+}
+
+void Forgery::Set64(std::size_t place, std::uint64_t value) {
+  Set32(place, static_cast<std::uint32_t>(value));
+  Set32(place + 4, static_cast<std::uint32_t>(value >> 32));
+}
+
+void Forgery::SetByte(std::size_t place, unsigned char value) {
+  bytes_[place] = static_cast<char>(value);
+}
+
+const std::string& Forgery::Sealed() {
+  const std::string_view all = bytes_;
+  for (const Record& record : records_) {
+    Set64(record.checksum,
+          Checksum(all.substr(record.key, record.checksum - record.key), record.data - record.key));
+  }
+  const std::size_t end = bytes_.size() - kChecksumSize;
+  Set64(end, Checksum(all.substr(tables_, end - tables_), Checksum(all.substr(0, kTableSize))));
+  return bytes_;
+}
+
+}  // namespace PlatformTest
