@@ -1,0 +1,57 @@
+#include "floor.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <fstream>
+#include <iterator>
+#include <system_error>
+
+namespace Bench {
+namespace {
+
+void Require(bool done, const std::string& path) {
+  if (!done) throw std::system_error(errno, std::generic_category(), path);
+}
+
+class Descriptor {
+ public:
+  Descriptor(const std::string& path, int flags)
+      : fd_(open(path.c_str(), flags | O_CLOEXEC, 0600)) {
+    Require(fd_ >= 0, path);
+  }
+  Descriptor(const Descriptor&) = delete;
+  Descriptor& operator=(const Descriptor&) = delete;
+  ~Descriptor() { close(fd_); }
+
+  int get() const { return fd_; }
+
+ private:
+  int fd_;
+};
+
+}  // namespace
+
+std::string ReadFile(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  Require(file.is_open(), path);
+  return std::string(std::istreambuf_iterator<char>(file), {});
+}
+
+void ReplaceFileDurably(const std::string& directory, const std::string& name,
+                        const std::string& bytes) {
+  const std::string target = directory + "/" + name;
+  const std::string temporary = target + ".new";
+  {
+    const Descriptor file(temporary, O_WRONLY | O_CREAT | O_TRUNC);
+    const ssize_t written = write(file.get(), bytes.data(), bytes.size());
+    Require(written == static_cast<ssize_t>(bytes.size()), temporary);
+    Require(fsync(file.get()) == 0, temporary);
+  }
+  Require(rename(temporary.c_str(), target.c_str()) == 0, target);
+  const Descriptor parent(directory, O_RDONLY | O_DIRECTORY);
+  Require(fsync(parent.get()) == 0, directory);
+}
+
+}  // namespace Bench
