@@ -1,6 +1,7 @@
 // What happens when the platform is loaded and unloaded, in this order and nothing else.
 //
 // The feature switches are read as plain bytes, so they must be in place before the first call.
+#include "configfile/document.h"
 #include "configstore/snapshot_cache.h"
 #include "features/feature_page.h"
 #include "io/fork.h"

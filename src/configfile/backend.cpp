@@ -1,40 +1,43 @@
 #include "configfile/backend.h"
 
-#include "brisk/exception.h"
+#include "configfile/datastores.h"
+#include "configfile/policies.h"
+#include "digest/catalogue_digest.h"
 
 namespace TavQuor::ConfigFileBackend {
 namespace {
 
-// This version keeps records in the configuration store only. A host whose switch selects the file
-// is told so by every call that would touch records; nothing is answered as if it were empty.
-[[noreturn]] void RaiseUnavailable() {
-  throw Brisk::Lib::BriskException(
-      "feature switch 62 selects the configuration file, which this version of libquor does not "
-      "offer yet; set the switch (quorctl switch store) to use the configuration store");
-}
-
-template <typename Result, typename... Arguments>
-Result Unavailable(Arguments...) {
-  RaiseUnavailable();
-}
-
 void Init() {}
+
+// Two locks, one after the other: others may come in between and find no policies but datastores.
+void Reset() {
+  ClearPolicies();
+  ClearDatastores();
+}
+
+std::string ComputePolicyDbHash() {
+  return Digest::PolicyDbHash(ListPolicyInfo());
+}
+
+std::string ComputeDatastoreDbHash() {
+  return Digest::DatastoreDbHash(ListDatastoreInfo());
+}
 
 }  // namespace
 
 const Backend kBackend = {
     &Init,
-    &Unavailable<void>,
-    &Unavailable<void, const std::vector<QuorPolicyInfo>&>,
-    &Unavailable<void, const std::vector<QuorDatastoreInfo>&>,
-    &Unavailable<std::vector<QuorPolicyInfo>>,
-    &Unavailable<std::vector<QuorDatastoreInfo>>,
-    &Unavailable<std::string, const std::string&, const std::string&>,
-    &Unavailable<std::string, const std::string&, const std::string&>,
-    &Unavailable<std::string, const std::string&>,
-    &Unavailable<std::string, const std::string&>,
-    &Unavailable<std::string>,
-    &Unavailable<std::string>,
+    &Reset,
+    &AddPolicyInfo,
+    &AddDatastoreInfo,
+    &ListPolicyInfo,
+    &ListDatastoreInfo,
+    &GetPolicyBlob,
+    &GetPolicyBlobByName,
+    &GetDatastoreNamespace,
+    &GetDatastoreDefaultPolicyId,
+    &ComputePolicyDbHash,
+    &ComputeDatastoreDbHash,
 };
 
 }  // namespace TavQuor::ConfigFileBackend

@@ -1,5 +1,5 @@
 // The configuration-file backend: policies and datastores as branches of the host configuration
-// file.
+// file, each operation under the file's lock, with one Write() where it changes something.
 #ifndef SRC_CONFIGFILE_BACKEND_H_
 #define SRC_CONFIGFILE_BACKEND_H_
 

@@ -7,6 +7,7 @@
 #include "configstore/failure.h"
 #include "configstore/record_codec.h"
 #include "configstore/snapshot_format.h"
+#include "io/newest.h"
 #include "util/bytes.h"
 #include "util/checksum.h"
 
@@ -21,10 +22,6 @@ namespace {
 
 std::uint32_t LoadLength(const char* bytes) {
   return LoadInteger<std::uint32_t>(bytes);
-}
-
-bool SameTime(const struct timespec& a, const struct timespec& b) {
-  return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
 }
 
 void CheckSize(const std::string& path, const struct stat& status) {
@@ -75,9 +72,7 @@ Snapshot::~Snapshot() {
 }
 
 bool Snapshot::IsOf(const struct stat& status) const {
-  return status.st_ino == status_.st_ino && status.st_dev == status_.st_dev &&
-         status.st_size == status_.st_size && SameTime(status.st_mtim, status_.st_mtim) &&
-         SameTime(status.st_ctim, status_.st_ctim);
+  return HostPlatform::Io::SameFile(status, status_);
 }
 
 void Snapshot::CheckFooter() {

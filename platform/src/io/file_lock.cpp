@@ -6,8 +6,8 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
-#include <ctime>
 #include <thread>
 
 #include "io/error.h"
@@ -20,6 +20,7 @@ namespace {
 constinit std::atomic<std::uint32_t> lockTimeout{30000};
 
 constexpr mode_t kLockFileMode = 0600;
+constexpr int kOpenFlags = O_RDWR | O_NOFOLLOW | O_NONBLOCK;
 constexpr off_t kGateByte = 0;
 constexpr off_t kDataByte = 1;
 constexpr std::size_t kHolderSize = 128;
@@ -44,17 +45,23 @@ std::chrono::milliseconds LockDeadline() {
 }
 
 FileLock::FileLock(const Directory& directory, const char* name, std::chrono::milliseconds deadline)
-    : path_(directory.PathOf(name)) {
+    : path_(directory.PathOf(name)), directory_(directory.get()), name_(name) {
   const Clock::time_point giveUp = Clock::now() + deadline;
   do {
-    Open(directory, name);
-    CheckLockFile(directory);
-    Wait(F_WRLCK, kGateByte, giveUp, deadline);
-    Wait(F_WRLCK, kDataByte, giveUp, deadline);
-    SetLock(file_->get(), F_UNLCK, kGateByte);
-    // A lock on a file that somebody removed or replaced meanwhile excludes nobody.
-  } while (!IsStillNamed(directory, name));
-  WriteHolder();
+    if (OpenExisting()) continue;
+    if (errno != ENOENT) RaiseSystemError(errno, path_, "open the lock file for writing");
+    Create(directory);
+  } while (!Lock(giveUp, deadline));
+}
+
+FileLock::FileLock(const std::string& path, std::chrono::milliseconds deadline)
+    : path_(path), directory_(AT_FDCWD), name_(path) {
+  const Clock::time_point giveUp = Clock::now() + deadline;
+  do {
+    if (OpenExisting()) continue;
+    if (errno == ENOENT || errno == EACCES || errno == EPERM || errno == EROFS) return;
+    RaiseSystemError(errno, path_, "open the lock file for writing");
+  } while (!Lock(giveUp, deadline));
 }
 
 FileLock::~FileLock() {
@@ -64,27 +71,47 @@ FileLock::~FileLock() {
   if (HeldByThisProcess()) SetLock(file_->get(), F_UNLCK, kDataByte);
 }
 
-void FileLock::Open(const Directory& directory, const char* name) {
-  constexpr int kFlags = O_RDWR | O_NOFOLLOW | O_NONBLOCK;
+bool FileLock::OpenExisting() {
   file_.reset();
-  file_.emplace(directory.get(), name, kFlags);
-  if (*file_) return;
-  if (errno != ENOENT) RaiseSystemError(errno, path_, "open the lock file for writing");
-  file_.emplace(directory.get(), name, kFlags | O_CREAT | O_EXCL, kLockFileMode);
-  if (*file_) {
-    directory.Adopt(*file_, kLockFileMode, path_);
-  } else if (errno == EEXIST) {
-    file_.emplace(directory.get(), name, kFlags);  // another writer was faster
-  }
-  if (!*file_) RaiseSystemError(errno, path_, "create the lock file");
+  file_.emplace(directory_, name_.c_str(), kOpenFlags);
+  return static_cast<bool>(*file_);
 }
 
-void FileLock::CheckLockFile(const Directory& directory) const {
-  const struct stat status = StatOf(*file_, path_);
-  const struct stat& parent = directory.status();
-  const bool ours =
-      status.st_uid == geteuid() || status.st_uid == parent.st_uid || status.st_uid == 0;
-  if (!S_ISREG(status.st_mode) || status.st_nlink > 1 || !ours) {
+void FileLock::Create(const Directory& directory) {
+  file_.reset();
+  file_.emplace(directory_, name_.c_str(), kOpenFlags | O_CREAT | O_EXCL, kLockFileMode);
+  if (*file_) {
+    directory.Adopt(*file_, kLockFileMode, path_);
+  } else if (errno != EEXIST || !OpenExisting()) {  // another writer may have been faster
+    RaiseSystemError(errno, path_, "create the lock file");
+  }
+}
+
+// False when the file that was locked is not the one of that name any more: somebody removed or
+// replaced it, and a lock on it excludes nobody.
+bool FileLock::Lock(Clock::time_point giveUp, std::chrono::milliseconds deadline) {
+  const struct stat held = StatOf(*file_, path_);
+  CheckLockFile(held);
+  Wait(kGateByte, giveUp, deadline);
+  Wait(kDataByte, giveUp, deadline);
+  SetLock(file_->get(), F_UNLCK, kGateByte);
+  struct stat named;
+  if (fstatat(directory_, name_.c_str(), &named, AT_SYMLINK_NOFOLLOW) != 0 ||
+      named.st_dev != held.st_dev || named.st_ino != held.st_ino) {
+    return false;
+  }
+  WriteHolder();
+  return true;
+}
+
+void FileLock::CheckLockFile(const struct stat& status) const {
+  const auto isOurs = [&] {
+    if (status.st_uid == geteuid() || status.st_uid == 0) return true;
+    struct stat parent;
+    const std::string directory = path_.substr(0, path_.rfind('/'));
+    return stat(directory.c_str(), &parent) == 0 && status.st_uid == parent.st_uid;
+  };
+  if (!S_ISREG(status.st_mode) || status.st_nlink > 1 || !isOurs()) {
     throw Error(ErrorKind::kInsecure,
                 path_ +
                     ": not a plain lock file of the host directory's owner (it has another "
@@ -92,24 +119,16 @@ void FileLock::CheckLockFile(const Directory& directory) const {
   }
 }
 
-bool FileLock::IsStillNamed(const Directory& directory, const char* name) const {
-  struct stat named;
-  const struct stat held = StatOf(*file_, path_);
-  return fstatat(directory.get(), name, &named, AT_SYMLINK_NOFOLLOW) == 0 &&
-         named.st_dev == held.st_dev && named.st_ino == held.st_ino;
-}
-
-bool FileLock::TryLock(short type, off_t byte) {
-  const int error = SetLock(file_->get(), type, byte);
+bool FileLock::TryLock(off_t byte) {
+  const int error = SetLock(file_->get(), F_WRLCK, byte);
   if (error == 0) return true;
   if (error != EAGAIN && error != EACCES) RaiseSystemError(error, path_, "lock");
   return false;
 }
 
-void FileLock::Wait(short type, off_t byte, Clock::time_point giveUp,
-                    std::chrono::milliseconds deadline) {
+void FileLock::Wait(off_t byte, Clock::time_point giveUp, std::chrono::milliseconds deadline) {
   std::chrono::microseconds pause = kFirstPause;
-  while (!TryLock(type, byte)) {
+  while (!TryLock(byte)) {
     if (Clock::now() >= giveUp) {
       throw Error(ErrorKind::kBusy, path_ + ": still locked after " +
                                         std::to_string(deadline.count()) + " ms by " +
@@ -121,20 +140,18 @@ void FileLock::Wait(short type, off_t byte, Clock::time_point giveUp,
 }
 
 // Who holds the lock is told to those who wait for it; the lock itself does not depend on it, so
-// that a disk without room for the text is no obstacle.
+// that a disk without room for the text is no obstacle. Mostly it is there already, from before.
 void FileLock::WriteHolder() {
   char text[kHolderSize] = {};
-  char since[32] = {};
-  const std::time_t now = std::time(nullptr);
-  struct tm utc;
-  if (gmtime_r(&now, &utc) != nullptr) std::strftime(since, sizeof since, "%FT%TZ", &utc);
-  const int length =
-      std::snprintf(text, sizeof text, "process %ld (%.32s) since %s\n",
-                    static_cast<long>(getpid()), program_invocation_short_name, since);
+  char present[kHolderSize] = {};
+  const int length = std::snprintf(text, sizeof text, "process %ld (%.32s)\n",
+                                   static_cast<long>(getpid()), program_invocation_short_name);
   const auto size = static_cast<std::size_t>(length);
-  const ssize_t written = RetryInterrupted([&] { return pwrite(file_->get(), text, size, 0); });
-  if (written == length) {
-    RetryInterrupted([&] { return ftruncate(file_->get(), length); });
+  const int fd = file_->get();
+  const ssize_t got = RetryInterrupted([&] { return pread(fd, present, sizeof present, 0); });
+  if (got == length && std::memcmp(text, present, size) == 0) return;
+  if (RetryInterrupted([&] { return pwrite(fd, text, size, 0); }) == length) {
+    RetryInterrupted([&] { return ftruncate(fd, length); });
   }
 }
 

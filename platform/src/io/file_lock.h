@@ -26,27 +26,35 @@ class FileLock {
  public:
   // Locks `name` in the directory, creating it (0600) when it is missing. Raises Error: kBusy, with
   // the holder's name, when it is not free within the deadline; kInsecure when the lock file is not
-  // a plain file of this user or of the directory's owner.
+  // a plain file of root, this user or the directory's owner.
   FileLock(const Directory& directory, const char* name, std::chrono::milliseconds deadline);
+
+  // Locks the file at `path` when it is there and this process may write it. Otherwise nothing is
+  // held, and nothing is created. Raises Error: kBusy, kInsecure, and what else the system says.
+  FileLock(const std::string& path, std::chrono::milliseconds deadline);
+
   FileLock(const FileLock&) = delete;
   FileLock& operator=(const FileLock&) = delete;
   ~FileLock();
 
-  // False in a child of the process that took the lock.
+  // False when nothing is held, as in a child of the process that took the lock.
   bool HeldByThisProcess() const { return file_.has_value() && *file_; }
 
  private:
   using Clock = std::chrono::steady_clock;
 
-  void Open(const Directory& directory, const char* name);
-  void CheckLockFile(const Directory& directory) const;
-  bool IsStillNamed(const Directory& directory, const char* name) const;
-  void Wait(short type, off_t byte, Clock::time_point giveUp, std::chrono::milliseconds deadline);
-  bool TryLock(short type, off_t byte);
+  bool OpenExisting();
+  void Create(const Directory& directory);
+  bool Lock(Clock::time_point giveUp, std::chrono::milliseconds deadline);
+  void CheckLockFile(const struct stat& status) const;
+  void Wait(off_t byte, Clock::time_point giveUp, std::chrono::milliseconds deadline);
+  bool TryLock(off_t byte);
   void WriteHolder();
   std::string ReadHolder() const;
 
   std::string path_;
+  int directory_;     // what `name_` is relative to
+  std::string name_;  // how the file is opened
   std::optional<FileDescriptor> file_;
 };
 

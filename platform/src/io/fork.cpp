@@ -8,15 +8,15 @@ namespace HostPlatform::Io {
 namespace {
 
 constinit std::mutex descriptorMutex;
-constinit std::mutex snapshotMutex;
+constinit std::mutex cacheMutex;
 
 void BeforeFork() {
   descriptorMutex.lock();
-  snapshotMutex.lock();
+  cacheMutex.lock();
 }
 
 void AfterForkInParent() {
-  snapshotMutex.unlock();
+  cacheMutex.unlock();
   descriptorMutex.unlock();
 }
 
@@ -35,8 +35,8 @@ std::mutex& DescriptorMutex() {
   return descriptorMutex;
 }
 
-std::mutex& SnapshotMutex() {
-  return snapshotMutex;
+std::mutex& CacheMutex() {
+  return cacheMutex;
 }
 
 }  // namespace HostPlatform::Io

@@ -16,8 +16,9 @@ void RegisterForkHandlers();
 // Guards the list of open descriptors; see FileDescriptor.
 std::mutex& DescriptorMutex();
 
-// Guards the process's newest snapshot; see configstore/snapshot_cache.h.
-std::mutex& SnapshotMutex();
+// Guards what the process keeps of the newest stored files; see configstore/snapshot_cache.h and
+// configfile/document_cache.h.
+std::mutex& CacheMutex();
 
 }  // namespace HostPlatform::Io
 

@@ -2,6 +2,8 @@
 //
 //   config-store.cdb    the newest snapshot of the configuration store
 //   config-store.lock   its writers' lock
+//   host-config.json    the configuration file
+//   host-config.lock    its lock
 //   features            one byte per feature switch
 #ifndef PLATFORM_SRC_IO_HOST_PATHS_H_
 #define PLATFORM_SRC_IO_HOST_PATHS_H_
@@ -13,12 +15,16 @@ namespace HostPlatform::Io {
 inline constexpr char kDefaultHostDirectory[] = "/var/lib/quor";
 inline constexpr char kConfigStoreName[] = "config-store.cdb";
 inline constexpr char kConfigStoreLockName[] = "config-store.lock";
+inline constexpr char kConfigFileName[] = "host-config.json";
+inline constexpr char kConfigFileLockName[] = "host-config.lock";
 inline constexpr char kFeaturesName[] = "features";
 
 // Absolute paths, valid for the life of the process: they are read by threads that may still run
 // while the program ends, so nothing here is ever destroyed.
 const char* HostDirectoryPath();
 const char* ConfigStorePath();
+const char* ConfigFilePath();
+const char* ConfigFileLockPath();
 const char* FeaturesPath();
 
 // Takes the directory and the lock's deadline from the environment. Called once, when the platform

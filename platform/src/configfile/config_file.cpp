@@ -1,0 +1,205 @@
+#include "zynctl/config_file.h"
+
+#include <algorithm>
+#include <charconv>
+#include <utility>
+
+#include "configfile/failure.h"
+#include "configfile/session.h"
+#include "configfile/stored_text.h"
+#include "features/feature_page.h"
+#include "io/error.h"
+
+namespace ZynCtl::Config {
+
+using HostPlatform::Io::ErrnoKeeper;
+
+namespace {
+
+Place Below(const Place& parent, std::string name) {
+  Place place;
+  place.session = parent.session;
+  place.parent = &parent;
+  place.name = std::move(name);
+  return place;
+}
+
+Place Item(const Place& array, std::size_t index) {
+  Place place;
+  place.session = array.session;
+  place.parent = &array;
+  place.index = index;
+  return place;
+}
+
+// The value as it stands in the file; null when it is absent.
+const Node* ReadValue(const Place& branch, const std::string& key) {
+  branch.session->NoteAnswer();
+  const Node* const node = branch.session->Read(branch);
+  if (node == nullptr) return nullptr;
+  if (node->type != Node::Type::kBranch) return nullptr;
+  const Member* const member = FindMember(*node, key);
+  if (member == nullptr || member->node->type == Node::Type::kNull) return nullptr;
+  const Node::Type type = member->node->type;
+  if (type == Node::Type::kBranch || type == Node::Type::kArray) {
+    branch.session->RaiseAt(Below(branch, key), "it is a branch or an array and not a value");
+  }
+  return member->node.get();
+}
+
+void ChangeValue(const Place& branch, const std::string& key, std::string stored) {
+  if (!IsReadable(key)) {
+    RaiseConfigFile("the configuration file takes UTF-8 without NUL as the name of a value");
+  }
+  branch.session->Change(Below(branch, key), Node::Type::kText).text = std::move(stored);
+}
+
+}  // namespace
+
+// ConfigBranch
+
+ConfigBranch::ConfigBranch(Place place) : place_(std::move(place)) {}
+
+ConfigBranch::~ConfigBranch() = default;
+
+std::shared_ptr<ConfigArray> ConfigBranch::GetArray(const std::string& name) {
+  const ErrnoKeeper keeper;
+  Session& session = *place_.session;
+  Place place = Below(place_, name);
+  const Node* const present = session.Read(place);
+  if (present != nullptr && present->type != Node::Type::kArray &&
+      present->type != Node::Type::kNull) {
+    session.RaiseAt(place, "it is not an array");
+  }
+  if (present == nullptr && session.IsChanging(place_)) session.Change(place, Node::Type::kArray);
+  return session.MakeArray(std::move(place));
+}
+
+bool ConfigBranch::GetValue(const std::string& key, std::string* value) const {
+  const Node* const node = ReadValue(place_, key);
+  if (node == nullptr) return false;
+  if (node->type == Node::Type::kLiteral) {
+    *value = node->text;
+  } else if (!DecodeText(node->text, value)) {
+    place_.session->RaiseAt(Below(place_, key), "its Base64 is not valid");
+  }
+  return true;
+}
+
+bool ConfigBranch::GetValue(const std::string& key, int* value) const {
+  const Node* const node = ReadValue(place_, key);
+  if (node == nullptr) return false;
+  const std::string& text = node->text;
+  const char* const end = text.data() + text.size();
+  unsigned long long number = 0;
+  if (text.starts_with('-')) {
+    long long negative = 0;
+    const auto [stopped, error] = std::from_chars(text.data(), end, negative);
+    if (error != std::errc() || stopped != end) return false;
+    number = static_cast<unsigned long long>(negative);
+  } else {
+    const auto [stopped, error] = std::from_chars(text.data(), end, number);
+    if (error != std::errc() || stopped != end) return false;
+  }
+  *value = static_cast<int>(static_cast<unsigned>(number));
+  return true;
+}
+
+void ConfigBranch::SetValue(const std::string& key, const std::string& value) {
+  SetValue(key, std::string(value));
+}
+
+void ConfigBranch::SetValue(const std::string& key, std::string&& value) {
+  const ErrnoKeeper keeper;
+  ChangeValue(place_, key, EncodeText(std::move(value)));
+}
+
+void ConfigBranch::SetValue(const std::string& key, unsigned long value) {
+  const ErrnoKeeper keeper;
+  ChangeValue(place_, key, std::to_string(value));
+}
+
+void ConfigBranch::RemoveAllChildren() {
+  const ErrnoKeeper keeper;
+  place_.session->Change(place_, Node::Type::kBranch).members.clear();
+  place_.session->ForgetPlaces();
+}
+
+// ConfigArray
+
+ConfigArray::ConfigArray(Place place) : place_(std::move(place)) {}
+
+ConfigArray::~ConfigArray() = default;
+
+std::shared_ptr<ConfigBranch> ConfigArray::NewInstance() {
+  const ErrnoKeeper keeper;
+  return place_.session->MakeBranch(Item(place_, place_.session->Append(place_)));
+}
+
+std::vector<std::shared_ptr<ConfigBranch>> ConfigArray::GetInstances() {
+  Session& session = *place_.session;
+  session.NoteAnswer();
+  std::vector<std::shared_ptr<ConfigBranch>> instances;
+  const Node* const array = session.Read(place_);
+  if (array == nullptr) return instances;
+  instances.reserve(array->items.size());
+  for (std::size_t i = 0; i < array->items.size(); ++i) {
+    Place place = Item(place_, i);
+    if (array->items[i]->type != Node::Type::kBranch) {
+      session.RaiseAt(place, "it is not a branch (a JSON object)");
+    }
+    instances.push_back(session.MakeBranch(std::move(place)));
+  }
+  return instances;
+}
+
+// ConfigFile
+
+ConfigFile::ConfigFile() : session_(std::make_shared<Session>()) {}
+
+ConfigFile::~ConfigFile() = default;
+
+std::shared_ptr<ConfigBranch> ConfigFile::GetBranch(const std::string& path) {
+  const Place* place = &session_->Root();
+  std::shared_ptr<ConfigBranch> branch;
+  for (std::size_t start = 0; start < path.size();) {
+    const std::size_t end = std::min(path.find('/', start), path.size());
+    if (end != start) {
+      Place next = Below(*place, path.substr(start, end - start));
+      const Node* const present = session_->Read(next);
+      if (present != nullptr && present->type != Node::Type::kBranch &&
+          present->type != Node::Type::kNull) {
+        session_->RaiseAt(next, "it is not a branch (a JSON object)");
+      }
+      branch = session_->MakeBranch(std::move(next));
+      place = &branch->place_;
+    }
+    start = end + 1;
+  }
+  return branch ? branch : session_->MakeBranch(session_->Root());
+}
+
+void ConfigFile::Write() {
+  const ErrnoKeeper keeper;
+  session_->Write();
+}
+
+void ConfigFile::Unlock() {
+  const ErrnoKeeper keeper;
+  session_->End();
+  delete this;
+}
+
+// SynchronizedConfigFile
+
+SynchronizedConfigFile::SynchronizedConfigFile() : file(nullptr) {
+  const ErrnoKeeper keeper;
+  HostPlatform::MapFeaturesIfNeeded();
+  file = new ConfigFile();
+}
+
+SynchronizedConfigFile::~SynchronizedConfigFile() {
+  file->Unlock();
+}
+
+}  // namespace ZynCtl::Config

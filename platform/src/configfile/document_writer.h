@@ -1,0 +1,16 @@
+// A tree to JSON text.
+#ifndef PLATFORM_SRC_CONFIGFILE_DOCUMENT_WRITER_H_
+#define PLATFORM_SRC_CONFIGFILE_DOCUMENT_WRITER_H_
+
+#include <string>
+
+#include "configfile/node.h"
+
+namespace ZynCtl::Config {
+
+// Indented by two spaces, in the order of the tree, ending with a newline.
+std::string WriteDocument(const Node& root);
+
+}  // namespace ZynCtl::Config
+
+#endif  // PLATFORM_SRC_CONFIGFILE_DOCUMENT_WRITER_H_

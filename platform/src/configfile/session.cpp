@@ -1,0 +1,196 @@
+#include "configfile/session.h"
+
+#include <atomic>
+#include <cstdlib>
+#include <filesystem>
+#include <system_error>
+#include <utility>
+
+#include "configfile/document_writer.h"
+#include "configfile/failure.h"
+#include "io/directory.h"
+#include "io/error.h"
+#include "io/file_replacement.h"
+#include "io/host_paths.h"
+
+namespace ZynCtl::Config {
+
+using HostPlatform::Io::Directory;
+using HostPlatform::Io::FileLock;
+using HostPlatform::Io::FileReplacement;
+
+namespace {
+
+constinit std::atomic<std::uint64_t> lastSession{0};
+
+constexpr mode_t kConfigFileMode = 0640;
+
+std::shared_ptr<Node> TreeOf(const std::shared_ptr<const Document>& document) {
+  return document ? document->root() : std::make_shared<Node>(Node::Type::kBranch);
+}
+
+const char* NameOf(Node::Type type) {
+  switch (type) {
+    case Node::Type::kBranch:
+      return "a branch (a JSON object)";
+    case Node::Type::kArray:
+      return "an array";
+    default:
+      return "a value";
+  }
+}
+
+// Text, numbers and booleans take each other's place, and that of null.
+bool MayBecome(Node::Type present, Node::Type wanted) {
+  if (wanted == Node::Type::kText) {
+    return present != Node::Type::kBranch && present != Node::Type::kArray;
+  }
+  return present == wanted || present == Node::Type::kNull;
+}
+
+}  // namespace
+
+Session::Session() try : path_(HostPlatform::Io::ConfigFilePath()), number_(++lastSession) {
+  root_.session = this;
+  lock_.emplace(HostPlatform::Io::ConfigFileLockPath(), HostPlatform::Io::LockDeadline());
+  base_ = NewestDocument();
+  tree_ = TreeOf(base_);
+} catch (const HostPlatform::Io::Error& error) {
+  RaiseConfigFile(error.what());
+}
+
+void Session::End() noexcept {
+  lock_.reset();
+  ended_ = true;
+}
+
+std::shared_ptr<ConfigBranch> Session::MakeBranch(Place place) {
+  place.session = this;
+  return {shared_from_this(), &branches_.emplace_back(std::move(place))};
+}
+
+std::shared_ptr<ConfigArray> Session::MakeArray(Place place) {
+  place.session = this;
+  return {shared_from_this(), &arrays_.emplace_back(std::move(place))};
+}
+
+const Node* Session::Read(const Place& place) const {
+  if (place.version == version_) return place.node;
+  const Node* found = nullptr;
+  if (place.parent == nullptr) {
+    found = tree_.get();
+  } else if (const Node* parent = Read(*place.parent)) {
+    if (parent->type == Node::Type::kArray) {
+      if (place.index < parent->items.size()) found = parent->items[place.index].get();
+    } else if (const Member* member = FindMember(*parent, place.name)) {
+      found = member->node.get();
+    }
+  }
+  place.node = found;
+  place.version = version_;
+  return found;
+}
+
+bool Session::IsChanging(const Place& place) const {
+  const Node* const node = Read(place);
+  return node != nullptr && node->owner == number_;
+}
+
+Node& Session::Change(const Place& place, Node::Type type) {
+  if (!lock_->HeldByThisProcess()) LockForChange();
+  if (ended_) RaiseAt(place, "it was changed after the file had been unlocked");
+  std::shared_ptr<Node>& slot = SlotOf(place, type);
+  if (!MayBecome(slot->type, type)) {
+    RaiseAt(place, std::string("it is ") + NameOf(slot->type) + " and not " + NameOf(type));
+  }
+  if (slot->owner != number_) {
+    slot = std::make_shared<Node>(*slot);
+    slot->owner = number_;
+    ++version_;
+  }
+  slot->type = type;
+  return *slot;
+}
+
+std::size_t Session::Append(const Place& array) {
+  Node& node = Change(array, Node::Type::kArray);
+  node.items.push_back(std::make_shared<Node>(Node::Type::kBranch, number_));
+  return node.items.size() - 1;
+}
+
+// Where the parent keeps what is at the place, which is created when nothing is there.
+std::shared_ptr<Node>& Session::SlotOf(const Place& place, Node::Type type) {
+  if (place.parent == nullptr) return tree_;
+  const Node* const present = Read(*place.parent);
+  const bool inArray = present != nullptr && present->type == Node::Type::kArray;
+  Node& parent = Change(*place.parent, inArray ? Node::Type::kArray : Node::Type::kBranch);
+  if (inArray) {
+    if (place.index >= parent.items.size()) RaiseAt(place, "it was removed");
+    return parent.items[place.index];
+  }
+  for (Member& member : parent.members) {
+    if (member.name == place.name) return member.node;
+  }
+  Member created{place.name, std::make_shared<Node>(type, number_)};
+  ++version_;
+  return parent.members.emplace_back(std::move(created)).node;
+}
+
+// Reached by a process that found no lock file, or may not write it, when it wants to change
+// something.
+void Session::LockForChange() {
+  if (ended_) return;
+  try {
+    const Directory directory(HostPlatform::Io::HostDirectoryPath());
+    lock_.emplace(directory, HostPlatform::Io::kConfigFileLockName,
+                  HostPlatform::Io::LockDeadline());
+  } catch (const HostPlatform::Io::Error& error) {
+    RaiseConfigFile(error.what());
+  }
+  const std::shared_ptr<const Document> newest = NewestDocument();
+  if (newest == base_) return;
+  if (answered_) {
+    RaiseConfigFile(path_ +
+                    ": another process changed it since it was read without a lock; "
+                    "nothing was changed. Try again");
+  }
+  base_ = newest;
+  tree_ = TreeOf(base_);
+  ++version_;
+}
+
+void Session::Write() {
+  if (ended_) RaiseConfigFile(path_ + ": it was written after it had been unlocked");
+  if (!lock_->HeldByThisProcess()) LockForChange();
+  try {
+    // A link is resolved once, and what it points to is replaced.
+    std::error_code missing;
+    const std::filesystem::path resolved = std::filesystem::canonical(path_, missing);
+    const std::filesystem::path target = missing ? std::filesystem::path(path_) : resolved;
+    const std::string name = target.filename();
+    const Directory directory(target.parent_path());
+    FileReplacement next(directory, name.c_str(), kConfigFileMode);
+    HostPlatform::Io::WriteAll(next.file(), WriteDocument(*tree_), next.path());
+    next.Commit();
+  } catch (const HostPlatform::Io::Error& error) {
+    RaiseConfigFile(error.what());
+  }
+  // What was written is not changed any more by this session: later changes start from copies.
+  number_ = ++lastSession;
+}
+
+std::string Session::PathOf(const Place& place) const {
+  if (place.parent == nullptr) return "";
+  const Node* const parent = Read(*place.parent);
+  const bool inArray = parent != nullptr && parent->type == Node::Type::kArray;
+  return PathOf(*place.parent) +
+         (inArray ? '[' + std::to_string(place.index) + ']' : '/' + place.name);
+}
+
+void Session::RaiseAt(const Place& place, const std::string& reason) const {
+  const std::string where = PathOf(place);
+  RaiseConfigFile(path_ + ": " + (where.empty() ? "/" : where) + ": " + reason +
+                  "; nothing was changed. Correct the file by hand");
+}
+
+}  // namespace ZynCtl::Config

@@ -1,0 +1,122 @@
+#include "configfile/policies.h"
+
+#include <utility>
+
+#include "configfile/blob_codec.h"
+#include "configfile/keys.h"
+#include "zynctl/config_file.h"
+
+namespace TavQuor::ConfigFileBackend {
+
+using ZynCtl::Config::ConfigBranch;
+using ZynCtl::Config::ConfigFileException;
+using ZynCtl::Config::SynchronizedConfigFile;
+
+namespace {
+
+void WritePolicy(ConfigBranch& instance, const QuorPolicyInfo& policy) {
+  instance.SetValue(kName, policy.name);
+  instance.SetValue(kDescription, policy.description);
+  instance.SetValue(kPolicyId, policy.policyId);
+  instance.SetValue(kGenerationNumber, static_cast<unsigned long>(policy.generationNumber));
+  const auto blobs = instance.GetArray(kBlobArray);
+  for (const auto& [blob, blobNamespace] : policy.blobs) {
+    const auto entry = blobs->NewInstance();
+    entry->SetValue(kDatastoreNamespace, blobNamespace);
+    entry->SetValue(kBlob, EncodeBlob(blob));
+  }
+}
+
+// False when one of the policy's own values is absent. A blob entry that lacks a value is left out.
+bool ReadPolicy(ConfigBranch& instance, QuorPolicyInfo* policy) {
+  int generationNumber = 0;
+  if (!instance.GetValue(kName, &policy->name) ||
+      !instance.GetValue(kDescription, &policy->description) ||
+      !instance.GetValue(kPolicyId, &policy->policyId) ||
+      !instance.GetValue(kGenerationNumber, &generationNumber)) {
+    return false;
+  }
+  policy->generationNumber = generationNumber;
+  const auto blobs = instance.GetArray(kBlobArray);
+  for (const auto& entry : blobs->GetInstances()) {
+    std::string blobNamespace;
+    if (!entry->GetValue(kDatastoreNamespace, &blobNamespace)) continue;
+    std::string text;
+    if (!entry->GetValue(kBlob, &text)) continue;
+    policy->blobs.emplace_back(DecodeBlob(text), std::move(blobNamespace));
+  }
+  return true;
+}
+
+std::string ReadBlob(ConfigBranch& policy, const std::string& blobNamespace) {
+  const auto blobs = policy.GetArray(kBlobArray);
+  for (const auto& entry : blobs->GetInstances()) {
+    std::string storedNamespace;
+    if (!entry->GetValue(kDatastoreNamespace, &storedNamespace)) continue;
+    if (storedNamespace != blobNamespace) continue;
+    std::string text;
+    if (entry->GetValue(kBlob, &text)) return DecodeBlob(text);
+  }
+  return std::string();
+}
+
+std::string FindBlob(const std::string& key, const std::string& wanted,
+                     const std::string& blobNamespace) {
+  const SynchronizedConfigFile locked;
+  const auto branch = locked.file->GetBranch(kPolicyBranch);
+  const auto policies = branch->GetArray(kPolicyArray);
+  std::string stored;
+  for (const auto& instance : policies->GetInstances()) {
+    stored.clear();
+    if (instance->GetValue(key, &stored) && stored == wanted) {
+      return ReadBlob(*instance, blobNamespace);
+    }
+  }
+  return std::string();
+}
+
+}  // namespace
+
+void ClearPolicies() {
+  const SynchronizedConfigFile locked;
+  const auto branch = locked.file->GetBranch(kPolicyBranch);
+  branch->RemoveAllChildren();
+  const auto policies = branch->GetArray(kPolicyArray);
+  locked.file->Write();
+}
+
+void AddPolicyInfo(const std::vector<QuorPolicyInfo>& policies) {
+  const SynchronizedConfigFile locked;
+  const auto branch = locked.file->GetBranch(kPolicyBranch);
+  branch->RemoveAllChildren();
+  const auto array = branch->GetArray(kPolicyArray);
+  for (const QuorPolicyInfo& policy : policies)
+    WritePolicy(*array->NewInstance(), policy);
+  locked.file->Write();
+}
+
+std::vector<QuorPolicyInfo> ListPolicyInfo() {
+  std::vector<QuorPolicyInfo> policies;
+  const SynchronizedConfigFile locked;
+  const auto branch = locked.file->GetBranch(kPolicyBranch);
+  const auto array = branch->GetArray(kPolicyArray);
+  for (const auto& instance : array->GetInstances()) {
+    try {
+      QuorPolicyInfo policy;
+      if (ReadPolicy(*instance, &policy)) policies.push_back(std::move(policy));
+    } catch (const ConfigFileException&) {
+      // One record that cannot be read does not hide the others.
+    }
+  }
+  return policies;
+}
+
+std::string GetPolicyBlob(const std::string& policyId, const std::string& blobNamespace) {
+  return FindBlob(kPolicyId, policyId, blobNamespace);
+}
+
+std::string GetPolicyBlobByName(const std::string& policyName, const std::string& blobNamespace) {
+  return FindBlob(kName, policyName, blobNamespace);
+}
+
+}  // namespace TavQuor::ConfigFileBackend
