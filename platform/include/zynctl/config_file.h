@@ -33,6 +33,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "platform/export.h"
@@ -51,7 +52,7 @@ class Session;
 struct Place {
   Session* session = nullptr;
   const Place* parent = nullptr;  // null: the root of the tree
-  std::string name;               // in a branch
+  std::string_view name;          // in a branch; the session keeps the characters
   std::size_t index = 0;          // in an array
   // What is there; null when nothing is. Out of date when `version` is not the session's.
   mutable const Node* node = nullptr;
@@ -84,7 +85,7 @@ class PLATFORM_API ConfigBranch {
   // Removes every value, branch and array below this branch. Handles to them are dead.
   void RemoveAllChildren();
 
-  explicit ConfigBranch(Place place);  // made by a session
+  explicit ConfigBranch(const Place& place);  // made by a session
   ConfigBranch(const ConfigBranch&) = delete;
   ConfigBranch& operator=(const ConfigBranch&) = delete;
   ~ConfigBranch();
@@ -102,7 +103,7 @@ class PLATFORM_API ConfigArray {
   // The instances in their order. Raises when an item is not a branch.
   std::vector<std::shared_ptr<ConfigBranch>> GetInstances();
 
-  explicit ConfigArray(Place place);  // made by a session
+  explicit ConfigArray(const Place& place);  // made by a session
   ConfigArray(const ConfigArray&) = delete;
   ConfigArray& operator=(const ConfigArray&) = delete;
   ~ConfigArray();

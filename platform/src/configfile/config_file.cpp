@@ -16,11 +16,11 @@ using HostPlatform::Io::ErrnoKeeper;
 
 namespace {
 
-Place Below(const Place& parent, std::string name) {
+Place Below(const Place& parent, std::string_view name) {
   Place place;
   place.session = parent.session;
   place.parent = &parent;
-  place.name = std::move(name);
+  place.name = name;
   return place;
 }
 
@@ -58,21 +58,21 @@ void ChangeValue(const Place& branch, const std::string& key, std::string stored
 
 // ConfigBranch
 
-ConfigBranch::ConfigBranch(Place place) : place_(std::move(place)) {}
+ConfigBranch::ConfigBranch(const Place& place) : place_(place) {}
 
 ConfigBranch::~ConfigBranch() = default;
 
 std::shared_ptr<ConfigArray> ConfigBranch::GetArray(const std::string& name) {
   const ErrnoKeeper keeper;
   Session& session = *place_.session;
-  Place place = Below(place_, name);
+  const Place place = Below(place_, session.Keep(name));
   const Node* const present = session.Read(place);
   if (present != nullptr && present->type != Node::Type::kArray &&
       present->type != Node::Type::kNull) {
     session.RaiseAt(place, "it is not an array");
   }
   if (present == nullptr && session.IsChanging(place_)) session.Change(place, Node::Type::kArray);
-  return session.MakeArray(std::move(place));
+  return session.MakeArray(place);
 }
 
 bool ConfigBranch::GetValue(const std::string& key, std::string* value) const {
@@ -127,7 +127,7 @@ void ConfigBranch::RemoveAllChildren() {
 
 // ConfigArray
 
-ConfigArray::ConfigArray(Place place) : place_(std::move(place)) {}
+ConfigArray::ConfigArray(const Place& place) : place_(place) {}
 
 ConfigArray::~ConfigArray() = default;
 
@@ -143,12 +143,15 @@ std::vector<std::shared_ptr<ConfigBranch>> ConfigArray::GetInstances() {
   const Node* const array = session.Read(place_);
   if (array == nullptr) return instances;
   instances.reserve(array->items.size());
-  for (std::size_t i = 0; i < array->items.size(); ++i) {
-    Place place = Item(place_, i);
-    if (array->items[i]->type != Node::Type::kBranch) {
+  Place place = Item(place_, 0);
+  place.version = place_.version;
+  for (const std::shared_ptr<Node>& item : array->items) {
+    if (item->type != Node::Type::kBranch) {
       session.RaiseAt(place, "it is not a branch (a JSON object)");
     }
-    instances.push_back(session.MakeBranch(std::move(place)));
+    place.node = item.get();
+    instances.push_back(session.MakeBranch(place));
+    ++place.index;
   }
   return instances;
 }
@@ -165,13 +168,13 @@ std::shared_ptr<ConfigBranch> ConfigFile::GetBranch(const std::string& path) {
   for (std::size_t start = 0; start < path.size();) {
     const std::size_t end = std::min(path.find('/', start), path.size());
     if (end != start) {
-      Place next = Below(*place, path.substr(start, end - start));
+      const Place next = Below(*place, session_->Keep(path.substr(start, end - start)));
       const Node* const present = session_->Read(next);
       if (present != nullptr && present->type != Node::Type::kBranch &&
           present->type != Node::Type::kNull) {
         session_->RaiseAt(next, "it is not a branch (a JSON object)");
       }
-      branch = session_->MakeBranch(std::move(next));
+      branch = session_->MakeBranch(next);
       place = &branch->place_;
     }
     start = end + 1;

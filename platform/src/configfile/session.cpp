@@ -64,14 +64,12 @@ void Session::End() noexcept {
   ended_ = true;
 }
 
-std::shared_ptr<ConfigBranch> Session::MakeBranch(Place place) {
-  place.session = this;
-  return {shared_from_this(), &branches_.emplace_back(std::move(place))};
+std::shared_ptr<ConfigBranch> Session::MakeBranch(const Place& place) {
+  return {shared_from_this(), &branches_.emplace_back(place)};
 }
 
-std::shared_ptr<ConfigArray> Session::MakeArray(Place place) {
-  place.session = this;
-  return {shared_from_this(), &arrays_.emplace_back(std::move(place))};
+std::shared_ptr<ConfigArray> Session::MakeArray(const Place& place) {
+  return {shared_from_this(), &arrays_.emplace_back(place)};
 }
 
 const Node* Session::Read(const Place& place) const {
@@ -131,7 +129,7 @@ std::shared_ptr<Node>& Session::SlotOf(const Place& place, Node::Type type) {
   for (Member& member : parent.members) {
     if (member.name == place.name) return member.node;
   }
-  Member created{place.name, std::make_shared<Node>(type, number_)};
+  Member created{std::string(place.name), std::make_shared<Node>(type, number_)};
   ++version_;
   return parent.members.emplace_back(std::move(created)).node;
 }
@@ -184,7 +182,7 @@ std::string Session::PathOf(const Place& place) const {
   const Node* const parent = Read(*place.parent);
   const bool inArray = parent != nullptr && parent->type == Node::Type::kArray;
   return PathOf(*place.parent) +
-         (inArray ? '[' + std::to_string(place.index) + ']' : '/' + place.name);
+         (inArray ? '[' + std::to_string(place.index) + ']' : '/' + std::string(place.name));
 }
 
 void Session::RaiseAt(const Place& place, const std::string& reason) const {

@@ -10,6 +10,8 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 #include "configfile/document.h"
@@ -27,8 +29,10 @@ class Session : public std::enable_shared_from_this<Session> {
   // Releases the lock. What is not written is never written.
   void End() noexcept;
 
-  std::shared_ptr<ConfigBranch> MakeBranch(Place place);
-  std::shared_ptr<ConfigArray> MakeArray(Place place);
+  std::shared_ptr<ConfigBranch> MakeBranch(const Place& place);
+  std::shared_ptr<ConfigArray> MakeArray(const Place& place);
+  // The same characters, for as long as the session.
+  std::string_view Keep(std::string name) { return names_.emplace_back(std::move(name)); }
   const Place& Root() const { return root_; }
 
   // What is at the place; null when nothing is.
@@ -69,6 +73,7 @@ class Session : public std::enable_shared_from_this<Session> {
   bool answered_ = false;                 // something was read
   bool ended_ = false;
   Place root_;
+  std::deque<std::string> names_;
   std::deque<ConfigBranch> branches_;
   std::deque<ConfigArray> arrays_;
 };
