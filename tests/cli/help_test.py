@@ -4,11 +4,12 @@ import unittest
 
 from quorctl_case import USAGE, QuorctlCase
 
-VERBS = ["status", "list", "blob", "apply", "reset", "switch", "help"]
+VERBS = ["status", "list", "blob", "digest", "apply", "reset", "switch", "migrate", "help"]
 OPTIONS = {"list": ["KIND", "-o, --output FORMAT"], "apply": ["FILE"], "reset": ["--yes"],
            "blob": ["--policy-id ID", "--policy-name NAME", "--datastore URL",
                     "--default-of URL"],
-           "switch": ["CHOICE"], "help": ["COMMAND"], "status": []}
+           "switch": ["CHOICE"], "digest": ["-o, --output FORMAT", "--expect POLICIES:DATASTORES"],
+           "migrate": ["--to CHOICE"], "help": ["COMMAND"], "status": []}
 GLOBAL_OPTIONS = ["--root DIR", "-h, --help", "--version"]
 STATUSES = ["0", "1", "2", "3", "4", "5", "7", "8", "70"]
 

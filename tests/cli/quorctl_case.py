@@ -16,6 +16,7 @@ QUORCTL = os.environ["QUORCTL"]
 EXAMPLE = os.environ["QUOR_EXAMPLE"]
 
 DONE = 0
+NO = 1
 USAGE = 2
 ABSENT = 3
 BAD_INPUT = 4
@@ -144,5 +145,5 @@ class QuorctlCase(unittest.TestCase):
 
     def snapshot_path(self):
         """The file of the configuration store, as status tells it."""
-        found = re.search(r"^snapshot: +(\S+)", self.run_quorctl("status").text, re.MULTILINE)
+        found = re.search(r"^stored in: +(\S+)", self.run_quorctl("status").text, re.MULTILINE)
         return found.group(1)

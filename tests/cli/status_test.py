@@ -26,7 +26,7 @@ class Status(StatusCase):
         self.assertEqual(shown["backend"], "configuration store")
         self.assertEqual(shown["chosen by"],
                          f"feature switch 62 is on by default, there is no {self.host}/features")
-        self.assertRegex(shown["snapshot"], rf"\A{self.host}/\S+ \(nothing stored yet\)\Z")
+        self.assertRegex(shown["stored in"], rf"\A{self.host}/\S+ \(nothing stored yet\)\Z")
         self.assertEqual((shown["policies"], shown["datastores"]), ("0", "0"))
         self.assertNotIn("size", shown)
 
@@ -35,7 +35,7 @@ class Status(StatusCase):
         self.apply(document([policy("A"), policy("B")], [datastore()]))
         shown, errors = self.lines()
         self.assertEqual(errors, "")
-        path = shown["snapshot"]
+        path = shown["stored in"]
         found = os.stat(path)
         self.assertEqual(os.path.dirname(path), self.host)
         self.assertEqual(shown["size"], f"{found.st_size} bytes")
@@ -71,13 +71,23 @@ class Status(StatusCase):
         self.assertEqual(shown["chosen by"], f"feature switch 62 is on in {self.host}/features")
 
     def test_ConfigurationFileIsShownAsSelected(self):
-        self.apply(document([policy()]))
         self.ask("switch", "file")
-        shown, errors = self.lines(STORE)
+        self.apply(document([policy()]))
+        shown, errors = self.lines()
+        self.assertEqual(errors, "")
         self.assertEqual(shown["backend"], "configuration file")
         self.assertEqual(shown["chosen by"], f"feature switch 62 is off in {self.host}/features")
-        self.assertIn("size", shown)
-        self.assertIn("quorctl switch store", errors)
+        self.assertEqual(shown["stored in"], f"{self.host}/host-config.json")
+        self.assertEqual(shown["mode"], "0640")
+        self.assertTrue(shown["policies"].startswith("1, digest "))
+
+    def test_ConfigurationFileThatDoesNotParseIsTold(self):
+        self.ask("switch", "file")
+        with open(f"{self.host}/host-config.json", "w") as file:
+            file.write('{\n  "Quor": {},\n}\n')
+        shown, errors = self.lines(STORE)
+        self.assertIn("host-config.json:3:1: ", shown["problem"])
+        self.assertIn("host-config.json:3:1: ", errors)
 
     def test_HostDirectoryOfAnyNameIsShownEscaped(self):
         odd = os.path.join(self.directory, "a\x1b[31m\nb")
@@ -109,7 +119,7 @@ class Damage(StatusCase):
     def expect_damage(self):
         shown, errors = self.lines(STORE)
         self.assertIn(self.path, errors)
-        self.assertEqual(shown["snapshot"], self.path)
+        self.assertEqual(shown["stored in"], self.path)
         self.assertEqual(shown["size"], f"{os.path.getsize(self.path)} bytes")
         return shown, errors
 

@@ -28,30 +28,31 @@ class Switch(QuorctlCase):
             self.ask("switch", choice)
             self.assertEqual(self.selected(), choice + "\n")
 
-    def test_ConfigurationFileIsClearlyNotOfferedYet(self):
-        content = document([policy("Gold")], [datastore()])
-        self.apply(content)
+    def test_EachChoiceHasACatalogueOfItsOwn(self):
+        in_store = document([policy("Of the store")], [datastore()])
+        in_file = document([policy("Of the file")], [datastore(url="ds:///file/")])
+        self.apply(in_store)
         self.ask("switch", "file")
-        before = entries_of(self.host)
-        for command in (["list", "policies"], ["list", "datastores", "-o", "json"],
-                        ["blob", "--policy-name", "Gold"], ["blob", "--policy-id", "id-Gold"],
-                        ["blob", "--default-of", "ds:///a/"], ["reset", "--yes"], ["apply", "-"]):
-            result = self.refuse(STORE, *command, given=b'{"format": "quor-catalogue/1", '
-                                                        b'"policies": [], "datastores": []}')
-            self.assertIn("feature switch 62 selects the configuration file", result.errors)
-            self.assertIn("(quorctl switch store)", result.errors)
-        self.assertEqual(entries_of(self.host), before)
+        self.assertEqual(self.listed_document(), document([], []))
+        self.apply(in_file)
+        self.assertEqual(self.listed_document(), in_file)
         self.ask("switch", "store")
-        self.assertEqual(self.listed_document(), content)
+        self.assertEqual(self.listed_document(), in_store)
+        self.ask("switch", "file")
+        self.ask("reset", "--yes")
+        self.assertEqual(self.listed_document(), document([], []))
+        self.ask("switch", "store")
+        self.assertEqual(self.listed_document(), in_store)
 
     def test_DocumentIsReadBeforeTheStoreIsAsked(self):
         self.ask("switch", "file")
         self.refuse(4, "apply", "-", given=b"[]")
 
-    def test_BlobWithoutNamespaceIsNoErrorOfTheDocumentForTheFile(self):
+    def test_FileKeepsABlobWithoutNamespace(self):
         self.ask("switch", "file")
-        given = json.dumps(document([policy(blobs=[blob(namespace="")])])).encode()
-        self.refuse(STORE, "apply", "-", given=given, message="selects the configuration file")
+        content = document([policy(blobs=[blob(namespace="")])])
+        self.apply(content)
+        self.assertEqual(self.listed("policies"), content["policies"])
 
     def test_UnknownChoiceIsRefused(self):
         for word in ("files", "STORE", "", "1"):

@@ -7,9 +7,11 @@ CommandTable MakeCommandTable() {
   table.push_back(MakeStatusCommand());
   table.push_back(MakeListCommand());
   table.push_back(MakeBlobCommand());
+  table.push_back(MakeDigestCommand());
   table.push_back(MakeApplyCommand());
   table.push_back(MakeResetCommand());
   table.push_back(MakeSwitchCommand());
+  table.push_back(MakeMigrateCommand());
   table.push_back(MakeHelpCommand());
   return table;
 }

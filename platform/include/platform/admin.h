@@ -43,6 +43,11 @@ PLATFORM_API FeatureState GetFeature(int index);
 // std::system_error that names the path, with nothing changed, when the process may not write.
 PLATFORM_API void SetFeature(int index, bool on);
 
+// Sets the switch for this process alone, until the next UseHostDirectory(); flips by others are
+// not seen meanwhile. To be called while no other thread is inside the platform; meant for tools
+// that look at both stores.
+PLATFORM_API void OverrideFeature(int index, bool on);
+
 // The number of stored objects of one kind.
 struct StoredKind {
   std::string component;
@@ -51,21 +56,28 @@ struct StoredKind {
   std::uint64_t objects = 0;
 };
 
-// What the configuration store has on disk.
-struct ConfigStoreState {
-  std::string path;           // of the newest snapshot
+// A file that holds records.
+struct StoredFile {
+  std::string path;
   bool exists = false;        // false: nothing was ever written
   std::uint64_t size = 0;     // bytes
   std::string owner;          // user name, or number
   std::string group;          // group name, or number
   std::uint32_t mode = 0;     // permission bits
   std::int64_t modified = 0;  // seconds since the epoch
+  std::string problem;        // why it cannot be read; empty when it can
+};
+
+// What the configuration store has on disk: its newest snapshot.
+struct ConfigStoreState : StoredFile {
   std::vector<StoredKind> kinds;
-  std::string problem;  // why the snapshot cannot be read; empty when it can
 };
 
 // Reads the state without a lock; raises nothing but std::bad_alloc.
 PLATFORM_API ConfigStoreState GetConfigStoreState();
+
+// The same for the configuration file.
+PLATFORM_API StoredFile GetConfigFileState();
 
 }  // namespace HostPlatform
 

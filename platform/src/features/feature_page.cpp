@@ -110,18 +110,15 @@ void CheckIndex(int index) {
   }
 }
 
-std::errc ErrorCodeOf(Io::ErrorKind kind) {
-  switch (kind) {
-    case Io::ErrorKind::kPermissionDenied:
-    case Io::ErrorKind::kInsecure:
-      return std::errc::permission_denied;
-    case Io::ErrorKind::kNoSpace:
-      return std::errc::no_space_on_device;
-    case Io::ErrorKind::kBusy:
-      return std::errc::device_or_resource_busy;
-    default:
-      return std::errc::io_error;
+// std::system_error puts the code's text behind its own.
+[[noreturn]] void RaiseToTools(const Io::Error& error) {
+  if (error.systemError() != 0) {
+    throw std::system_error(error.systemError(), std::generic_category(), error.context());
   }
+  const bool busy = error.kind() == Io::ErrorKind::kBusy;
+  throw std::system_error(std::make_error_code(busy ? std::errc::device_or_resource_busy
+                                                    : std::errc::permission_denied),
+                          error.what());
 }
 
 }  // namespace
@@ -155,6 +152,16 @@ void UseHostDirectory(const std::string& path) {
   RemapFeatures();
 }
 
+void OverrideFeature(int index, bool on) {
+  CheckIndex(index);
+  const Io::ErrnoKeeper keeper;
+  const Switches present = page.switches;
+  Unmap();
+  page.switches = present;
+  page.switches[static_cast<std::size_t>(index)] = on ? 1 : 0;
+  mapped.store(true, std::memory_order_release);  // what is here stays
+}
+
 FeatureState GetFeature(int index) {
   CheckIndex(index);
   const Io::ErrnoKeeper keeper;
@@ -183,7 +190,7 @@ void SetFeature(int index, bool on) {
     }
     WriteSwitch(directory, index, on);
   } catch (const Io::Error& error) {
-    throw std::system_error(std::make_error_code(ErrorCodeOf(error.kind())), error.what());
+    RaiseToTools(error);
   }
   MapFeaturesIfNeeded();
 }

@@ -27,7 +27,7 @@ ErrorKind KindOf(int error) {
 void RaiseSystemError(int error, const std::string& path, const char* action) {
   std::string reason = std::generic_category().message(error);
   if (error == ELOOP) reason = "it is a symbolic link, which is not followed here";
-  throw Error(KindOf(error), path + ": cannot " + action + ": " + reason);
+  throw Error(KindOf(error), path + ": cannot " + action, error, reason);
 }
 
 }  // namespace HostPlatform::Io

@@ -14,10 +14,23 @@ enum class ErrorKind { kBusy, kNoSpace, kPermissionDenied, kInsecure, kOther };
 class Error : public std::runtime_error {
  public:
   Error(ErrorKind kind, const std::string& message) : std::runtime_error(message), kind_(kind) {}
+  // For `error`, an errno value, whose text is put behind `context`.
+  Error(ErrorKind kind, const std::string& context, int error, const std::string& reason)
+      : std::runtime_error(context + ": " + reason),
+        kind_(kind),
+        context_(context),
+        systemError_(error) {}
+
   ErrorKind kind() const noexcept { return kind_; }
+  // 0 when no system call failed.
+  int systemError() const noexcept { return systemError_; }
+  // The message without the reason.
+  const std::string& context() const noexcept { return context_; }
 
  private:
   ErrorKind kind_;
+  std::string context_;
+  int systemError_ = 0;
 };
 
 // Raises an Error for `error`, an errno value: "PATH: cannot ACTION: reason".

@@ -11,8 +11,8 @@
 
 namespace Quorctl {
 
-using HostPlatform::ConfigStoreState;
 using HostPlatform::FeatureState;
+using HostPlatform::StoredFile;
 using TavQuor::QuorLib;
 
 namespace {
@@ -47,9 +47,9 @@ void AddSwitch(const FeatureState& state, LabelledLines* lines) {
   if (!state.problem.empty()) lines->Add("problem:", state.problem);
 }
 
-void AddSnapshot(const ConfigStoreState& state, LabelledLines* lines) {
+void AddFile(const StoredFile& state, LabelledLines* lines) {
   const bool nothingStored = !state.exists && state.problem.empty();
-  lines->Add("snapshot:", state.path + (nothingStored ? " (nothing stored yet)" : ""));
+  lines->Add("stored in:", state.path + (nothingStored ? " (nothing stored yet)" : ""));
   if (state.exists) {
     lines->Add("  size:", std::to_string(state.size) + " bytes");
     lines->Add("  owner:", state.owner + ':' + state.group);
@@ -92,7 +92,7 @@ class StatusCommand final : public Command {
         "show where the catalogue is kept and in which state",
         "Shows which host store keeps the catalogue and why, the files on disk, how many\n"
         "records there are with the digests over them, and how long a writer waits for\n"
-        "another one. Writes nothing and waits for nobody.\n",
+        "another one. Writes nothing.\n",
     };
     return info;
   }
@@ -103,10 +103,11 @@ class StatusCommand final : public Command {
     const StoredRecords stored;
     LabelledLines lines;
     const FeatureState backend = BackendSwitch();
-    const ConfigStoreState snapshot = HostPlatform::GetConfigStoreState();
+    const StoredFile file =
+        backend.on ? HostPlatform::GetConfigStoreState() : HostPlatform::GetConfigFileState();
     lines.Add("host directory:", HostPlatform::HostDirectory());
     AddSwitch(backend, &lines);
-    AddSnapshot(snapshot, &lines);
+    AddFile(file, &lines);
     lines.Add("lock deadline:", std::to_string(HostPlatform::LockTimeout()) + " ms");
     Answers answers;
     try {
@@ -119,7 +120,7 @@ class StatusCommand final : public Command {
     output->text += lines.Text();
     stored.ExpectPolicies(answers.policies);
     stored.ExpectDatastores(answers.datastores);
-    if (!snapshot.problem.empty()) throw CommandError(ExitStatus::kStore, snapshot.problem);
+    if (!file.problem.empty()) throw CommandError(ExitStatus::kStore, file.problem);
     ExpectReadable(backend);
     return ExitStatus::kDone;
   }

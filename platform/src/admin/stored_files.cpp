@@ -1,4 +1,4 @@
-// What the configuration store has on disk, for tools.
+// What the two host stores have on disk, for tools.
 #include <grp.h>
 #include <pwd.h>
 #include <sys/stat.h>
@@ -6,11 +6,13 @@
 #include <exception>
 #include <vector>
 
+#include "configfile/document.h"
 #include "configstore/snapshot.h"
 #include "io/error.h"
 #include "io/host_paths.h"
 #include "platform/admin.h"
 #include "tavconfigstore/exception.h"
+#include "zynctl/exception.h"
 
 namespace HostPlatform {
 namespace {
@@ -31,7 +33,7 @@ std::string GroupName(gid_t gid) {
   return error == 0 && found != nullptr ? found->gr_name : std::to_string(gid);
 }
 
-void DescribeFile(const struct stat& status, ConfigStoreState* state) {
+void DescribeFile(const struct stat& status, StoredFile* state) {
   state->exists = true;
   state->size = static_cast<std::uint64_t>(status.st_size);
   state->owner = UserName(status.st_uid);
@@ -64,6 +66,20 @@ ConfigStoreState GetConfigStoreState() {
       CountObjects(*snapshot, &state);
     }
   } catch (const TavConfigStore::ConfigStoreException& failure) {
+    state.problem = failure.what();
+  }
+  return state;
+}
+
+StoredFile GetConfigFileState() {
+  const Io::ErrnoKeeper keeper;
+  StoredFile state;
+  state.path = Io::ConfigFilePath();
+  struct stat status;
+  if (stat(state.path.c_str(), &status) == 0) DescribeFile(status, &state);
+  try {
+    ZynCtl::Config::Document::Read(state.path);
+  } catch (const ZynCtl::Config::ConfigFileException& failure) {
     state.problem = failure.what();
   }
   return state;

@@ -1,0 +1,69 @@
+"""quorctl migrate: the catalogue of one host store in the other."""
+import os
+import unittest
+
+from quorctl_case import NO, USAGE, QuorctlCase, blob, datastore, document, entries_of, policy
+
+
+class Migrate(QuorctlCase):
+    def losses(self, *words):
+        """What a migration names that it cannot carry."""
+        result = self.run_quorctl("migrate", *words)
+        self.assertEqual(result.status, NO)
+        self.assertIn("nothing was written", result.errors)
+        return result.text
+
+    def test_CatalogueIsCopiedAndTheSwitchStays(self):
+        content = document([policy("Gold"), policy("Silver", generation=-7)],
+                           [datastore(), datastore(url="ds:///b/")])
+        self.apply(content)
+        digest = self.ask("digest").text
+        copied = self.ask("migrate", "--to", "file").text
+        self.assertIn("copied 2 policies and 2 datastores to the configuration file", copied)
+        self.assertEqual(self.ask("switch").text, "store\n")
+        self.ask("switch", "file")
+        self.assertEqual(self.listed_document(), content)
+        self.assertEqual(self.ask("digest").text, digest)
+
+    def test_WayBackGivesTheSameCatalogue(self):
+        self.ask("switch", "file")
+        content = document([policy("Gold")], [datastore()])
+        self.apply(content)
+        self.ask("migrate", "--to", "store")
+        self.ask("switch", "store")
+        self.assertEqual(self.listed_document(), content)
+
+    def test_WhatTheTargetHeldIsReplaced(self):
+        self.ask("switch", "file")
+        self.apply(document([policy("Old")], [datastore()]))
+        self.ask("switch", "store")
+        content = document([policy("New")])
+        self.apply(content)
+        self.ask("migrate", "--to", "file")
+        self.ask("switch", "file")
+        self.assertEqual(self.listed_document(), content)
+
+    def test_GenerationNumberTooLargeForTheFileIsNamedBeforeAnythingIsWritten(self):
+        self.apply(document([policy("Small", generation=2**31 - 1),
+                             policy("Large", generation=2**31),
+                             policy("Low", generation=-2**31 - 1)]))
+        before = entries_of(self.host)
+        self.assertEqual(self.losses("--to", "file"),
+                         'policy "Large": generation number 2147483648 does not fit 32 bits\n'
+                         'policy "Low": generation number -2147483649 does not fit 32 bits\n')
+        self.assertEqual(entries_of(self.host), before)
+
+    def test_BlobWithoutNamespaceIsNamedBeforeAnythingIsWritten(self):
+        self.ask("switch", "file")
+        self.apply(document([policy("Gold", blobs=[blob(namespace="")])]))
+        self.assertEqual(self.losses("--to", "store"), 'policy "Gold": a blob has no namespace\n')
+        self.assertFalse(os.path.exists(os.path.join(self.host, "config-store.cdb")))
+
+    def test_TargetIsNeeded(self):
+        self.refuse(USAGE, "migrate", message="migrate needs --to store or --to file")
+        self.refuse(USAGE, "migrate", "--to", "tape", message='unknown choice "tape"')
+        self.assertFalse(os.path.exists(self.host))
+
+
+if __name__ == "__main__":
+    unittest.main()
