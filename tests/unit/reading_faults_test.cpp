@@ -63,7 +63,8 @@ class ReadingFaults : public FaultTest {
 
   void ForEveryFailingReadCall(const std::function<void()>& operation,
                                const std::function<void(const FaultRun&)>& check) {
-    ForEveryFailingCall(Stored(kPolicies, kDatastores), operation, check);
+    ForEveryFailingCall([] { ThePlatform().stored = Stored(kPolicies, kDatastores); }, operation,
+                        check);
   }
 
   void ExpectEveryFailurePropagates(const std::function<std::string()>& lookup,

@@ -32,7 +32,7 @@ class WritingFaults : public FaultTest {
   }
 
   void ForEveryFailingReplacementCall(const std::function<void()>& operation) {
-    ForEveryFailingCall(Stored(SamplePolicies(), SampleDatastores()), operation, &CheckReplacement);
+    ForEveryFailingCall(&StoreSample, operation, &CheckReplacement);
   }
 };
 
@@ -76,7 +76,7 @@ void CheckSwallowedDeletion(const FaultRun& run, std::size_t endOfDeletion) {
 
 TEST_P(WritingFaults, ResetDropsTheStoresFailuresInDeletionsAndRollsBackTheOthers) {
   ForEveryFailingCall(
-      Stored(SamplePolicies(), SampleDatastores()), [] { QuorLib::Reset(); },
+      &StoreSample, [] { QuorLib::Reset(); },
       [](const FaultRun& run) {
         const bool inDeletion = StartsWith(run.FailedCall(), "FilterSpecObject") ||
                                 StartsWith(run.FailedCall(), "DeleteObjects");

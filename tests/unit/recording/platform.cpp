@@ -22,6 +22,14 @@ std::string WithInstance(std::string label, const std::string& instance) {
   return label;
 }
 
+void LogAndLetFail(const std::string& line) {
+  Platform& platform = ThePlatform();
+  platform.log.push_back(line);
+  if (platform.duringStoreCall) {
+    platform.duringStoreCall(platform.storeCalls + platform.fileCalls, line);
+  }
+}
+
 }  // namespace
 
 Platform& ThePlatform() {
@@ -33,6 +41,8 @@ void RestartPlatform() {
   Platform restarted;
   restarted.liveHandles = ThePlatform().liveHandles;
   restarted.liveObjects = ThePlatform().liveObjects;
+  restarted.liveFileHandles = ThePlatform().liveFileHandles;
+  restarted.locks = ThePlatform().locks - ThePlatform().unlocks;
   ThePlatform() = std::move(restarted);
   SetConfigStoreSwitch(1);
 }
@@ -42,10 +52,13 @@ void LogCall(std::string line) {
 }
 
 void LogStoreCall(const std::string& line) {
-  Platform& platform = ThePlatform();
-  platform.log.push_back(line);
-  ++platform.storeCalls;
-  if (platform.duringStoreCall) platform.duringStoreCall(platform.storeCalls, line);
+  ++ThePlatform().storeCalls;
+  LogAndLetFail(line);
+}
+
+void LogFileCall(const std::string& line) {
+  ++ThePlatform().fileCalls;
+  LogAndLetFail(line);
 }
 
 std::string Quoted(std::string_view bytes) {
@@ -84,6 +97,19 @@ void PrintTo(const StoredObject& object, std::ostream* out) {
   PrintValues(object.values, out);
   for (const StoredSubObject& subObject : object.subObjects)
     PrintTo(subObject, out);
+}
+
+void PrintTo(const FileBranch& branch, std::ostream* out) {
+  *out << "{";
+  for (const auto& [key, text] : branch.values)
+    *out << ' ' << key << '=' << Quoted(text);
+  for (const auto& [name, instances] : branch.arrays) {
+    *out << ' ' << name << "=[";
+    for (const FileBranch& instance : instances)
+      PrintTo(instance, out);
+    *out << ']';
+  }
+  *out << " }";
 }
 
 }  // namespace Recording

@@ -5,21 +5,32 @@
 namespace QuorTest {
 namespace {
 
+const std::string kUnlock = "Unlock";
+
 // The first value that a listing reads of a record.
 bool BeginsRecord(const std::string& line) {
   if (StartsWith(line, "GetValue quor_policies/")) return line.ends_with(" name: text");
-  return StartsWith(line, "GetValue quor_datastores/") &&
-         line.ends_with(" datastore_namespace: text");
+  if (StartsWith(line, "GetValue quor_datastores/")) {
+    return line.ends_with(" datastore_namespace: text");
+  }
+  if (StartsWith(line, "GetValue policy[")) return line.ends_with(" name: text");
+  return StartsWith(line, "GetValue Datastore[") && line.ends_with(" url: text");
 }
 
-bool BeginsListing(const std::string& line) {
-  return StartsWith(line, "GetStore") || StartsWith(line, "GetObjects");
+// A call before the first record of a listing or after the last one.
+bool EnclosesRecords(const std::string& line) {
+  return StartsWith(line, "GetStore") || StartsWith(line, "GetObjects") ||
+         line == "GetInstances policy" || line == "GetInstances Datastore" || line == kUnlock;
 }
 
 }  // namespace
 
 bool FaultRun::FailedToGetTheStore() const {
   return StartsWith(FailedCall(), "GetStore");
+}
+
+bool FaultRun::FailedToLockTheFile() const {
+  return FailedCall() == "SynchronizedConfigFile";
 }
 
 Lines FaultRun::UpToTheFailure() const {
@@ -37,19 +48,19 @@ Lines FaultRun::UpToTheFailureAndFrom(std::size_t resumed) const {
 std::size_t FaultRun::EndOfRecord() const {
   std::size_t begin = failed;
   while (!BeginsRecord(undisturbed[begin])) {
-    if (begin == 0 || BeginsListing(undisturbed[begin])) return 0;
+    if (begin == 0 || EnclosesRecords(undisturbed[begin])) return 0;
     --begin;
   }
   std::size_t end = begin + 1;
   while (end < undisturbed.size() && !BeginsRecord(undisturbed[end]) &&
-         !BeginsListing(undisturbed[end])) {
+         !EnclosesRecords(undisturbed[end])) {
     ++end;
   }
   return end;
 }
 
 Lines StoreCalls() {
-  static const Lines kUtilities = {"CryptoHash_", "Str_Sprintf", "StrPrintf", "StrCat"};
+  static const Lines kUtilities = {"CryptoHash_", "Str_Sprintf", "StrPrintf", "StrCat", "Base64_"};
   Lines calls;
   for (const std::string& line : ThePlatform().log) {
     const bool isUtility =
@@ -60,33 +71,34 @@ Lines StoreCalls() {
   return calls;
 }
 
-void FaultTest::ForEveryFailingCall(const Recording::StoredSet& stored,
+void FaultTest::ForEveryFailingCall(const std::function<void()>& prepare,
                                     const std::function<void()>& operation,
                                     const std::function<void(const FaultRun&)>& check) {
   RestartPlatform();
-  ThePlatform().stored = stored;
+  prepare();
   operation();
   FaultRun run{GetParam(), StoreCalls(), 0, Outcome()};
   ASSERT_FALSE(run.undisturbed.empty());
 
-  for (int failing = 1;; ++failing) {
+  // One round more than there are calls, in which nothing fails.
+  for (run.failed = 0; run.failed <= run.undisturbed.size(); ++run.failed) {
+    const bool fails = run.failed < run.undisturbed.size();
+    if (fails && run.FailedCall() == kUnlock) continue;
     RestartPlatform();
-    ThePlatform().stored = stored;
+    prepare();
     bool fired = false;
-    ThePlatform().duringStoreCall = [&fired, &run, failing](int call, const std::string&) {
-      if (call != failing) return;
+    ThePlatform().duringStoreCall = [&fired, &run](int call, const std::string&) {
+      if (static_cast<std::size_t>(call) != run.failed + 1) return;
       fired = true;
       Raise(run.failure);
     };
     run.outcome = Attempt(operation);
-    if (!fired) {
+    ASSERT_EQ(fired, fails);
+    if (!fails) {
       EXPECT_EQ(run.outcome, Outcome());
       EXPECT_EQ(StoreCalls(), run.undisturbed);
-      EXPECT_EQ(static_cast<std::size_t>(failing), run.undisturbed.size() + 1);
       return;
     }
-    run.failed = static_cast<std::size_t>(failing - 1);
-    ASSERT_LT(run.failed, run.undisturbed.size());
     SCOPED_TRACE("failed: " + run.FailedCall());
     check(run);
     run.outcome = Outcome();

@@ -1,5 +1,5 @@
-// Fails the first, the second, the third ... store call of an operation, one per run, until a run
-// has no such call any more.
+// Fails the first, the second, the third ... call of an operation to the store or the file, one per
+// run, until a run has no such call any more.
 #ifndef TESTS_UNIT_SUPPORT_FAULT_LOOP_H_
 #define TESTS_UNIT_SUPPORT_FAULT_LOOP_H_
 
@@ -10,15 +10,16 @@
 
 namespace QuorTest {
 
-// A run in which one store call failed.
+// A run in which one call failed.
 struct FaultRun {
   Failure failure;
-  Lines undisturbed;   // the store calls of the run without a fault
+  Lines undisturbed;   // the calls of the run without a fault
   std::size_t failed;  // which of them failed, counted from 0
   Outcome outcome;
 
   const std::string& FailedCall() const { return undisturbed[failed]; }
   bool FailedToGetTheStore() const;
+  bool FailedToLockTheFile() const;
 
   // The undisturbed calls up to the failed one.
   Lines UpToTheFailure() const;
@@ -31,15 +32,15 @@ struct FaultRun {
   std::size_t EndOfRecord() const;
 };
 
-// The logged calls that go to the store or its objects, without digests and formatting.
+// The logged calls that go to the store or the file, without digests, formatting and Base64.
 Lines StoreCalls();
 
 class FaultTest : public RecordingTest, public testing::WithParamInterface<Failure> {
  protected:
-  // Runs `operation` over `stored` once per store call, with that call failing, and `check` after
-  // each. Checks itself that nothing is alive afterwards, and that the loop reached the end of the
-  // operation.
-  void ForEveryFailingCall(const Recording::StoredSet& stored,
+  // Runs `prepare`, `operation` and `check` once per call of `operation`, with that call failing.
+  // Checks itself that nothing is alive afterwards, and that the loop reached the end of the
+  // operation. Unlock(), which must not raise, is left out.
+  void ForEveryFailingCall(const std::function<void()>& prepare,
                            const std::function<void()>& operation,
                            const std::function<void(const FaultRun&)>& check);
 };

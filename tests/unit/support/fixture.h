@@ -18,8 +18,8 @@ using Recording::RestartPlatform;
 using Recording::SetConfigStoreSwitch;
 using Recording::ThePlatform;
 
-// Starts with an empty store, the configuration store switched on and no fault. At the end nothing
-// of the store may be alive: no handle, no object and no exception.
+// Starts with an empty store, an empty file, the configuration store switched on and no fault. At
+// the end nothing of either may be alive: no handle, no object, no lock and no exception.
 class RecordingTest : public testing::Test {
  protected:
   void SetUp() override { RestartPlatform(); }
@@ -33,6 +33,10 @@ class RecordingTest : public testing::Test {
     EXPECT_EQ(ThePlatform().liveHandles, 0);
     EXPECT_EQ(ThePlatform().liveObjects, 0);
     EXPECT_EQ(AttachmentOwners(), 0);
+    EXPECT_EQ(ThePlatform().locks, ThePlatform().unlocks);
+    EXPECT_EQ(ThePlatform().nestedLocks, 0);
+    EXPECT_EQ(ThePlatform().liveFileHandles, 0);
+    EXPECT_EQ(ThePlatform().handlesHeldAtUnlock, 0);
   }
 
   static void StoreSample() { ThePlatform().stored = Stored(SamplePolicies(), SampleDatastores()); }
@@ -58,7 +62,7 @@ inline std::string LastOf(const Lines& calls) {
   return calls.empty() ? "no call" : calls.back();
 }
 
-// Makes every store call whose logged line starts with `start` fail.
+// Makes every call to the store or the file fail whose logged line starts with `start`.
 inline void FailCallsOf(const std::string& start, Failure failure) {
   ThePlatform().duringStoreCall = [start, failure](int, const std::string& line) {
     if (StartsWith(line, start)) Raise(failure);

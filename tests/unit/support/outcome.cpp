@@ -9,17 +9,29 @@
 #include <typeinfo>
 
 #include "tavconfigstore/exception.h"
+#include "zynctl/exception.h"
 
 namespace QuorTest {
 namespace {
 
 using Brisk::Lib::BriskException;
 using TavConfigStore::ConfigStoreException;
+using ZynCtl::Config::ConfigFileException;
 
 class DerivedStoreException : public ConfigStoreException {
  public:
   DerivedStoreException(std::string message, TavConfigStore::CSErrorCodes code, std::string detail)
       : ConfigStoreException(std::move(message), code), detail_(std::move(detail)) {}
+  const std::string& detail() const { return detail_; }
+
+ private:
+  std::string detail_;
+};
+
+class DerivedFileException : public ConfigFileException {
+ public:
+  DerivedFileException(const char* message, std::string detail)
+      : ConfigFileException(message), detail_(std::move(detail)) {}
   const std::string& detail() const { return detail_; }
 
  private:
@@ -71,6 +83,9 @@ Outcome Attempt(const std::function<void()>& call) {
     if (const auto* derived = dynamic_cast<const DerivedStoreException*>(&raised)) {
       outcome.detail = derived->detail();
     }
+    if (const auto* derived = dynamic_cast<const DerivedFileException*>(&raised)) {
+      outcome.detail = derived->detail();
+    }
   } catch (...) {
     outcome.type = "no std::exception";
   }
@@ -82,12 +97,22 @@ std::vector<Failure> AllFailures() {
           Failure::kBadAlloc, Failure::kLogicError};
 }
 
+std::vector<Failure> AllFileFailures() {
+  return {Failure::kFileException,  Failure::kDerivedFileException,
+          Failure::kStoreException, Failure::kBriskException,
+          Failure::kBadAlloc,       Failure::kLogicError};
+}
+
 std::string NameOf(Failure failure) {
   switch (failure) {
     case Failure::kStoreException:
       return "StoreException";
     case Failure::kDerivedStoreException:
       return "DerivedStoreException";
+    case Failure::kFileException:
+      return "FileException";
+    case Failure::kDerivedFileException:
+      return "DerivedFileException";
     case Failure::kBriskException:
       return "BriskException";
     case Failure::kBadAlloc:
@@ -102,6 +127,10 @@ bool IsStoreFailure(Failure failure) {
   return failure == Failure::kStoreException || failure == Failure::kDerivedStoreException;
 }
 
+bool IsFileFailure(Failure failure) {
+  return failure == Failure::kFileException || failure == Failure::kDerivedFileException;
+}
+
 void Raise(Failure failure) {
   switch (failure) {
     case Failure::kStoreException:
@@ -109,6 +138,10 @@ void Raise(Failure failure) {
     case Failure::kDerivedStoreException:
       RaiseWithAttachment(
           DerivedStoreException("the link is down", TavConfigStore::kIoError, "port 7"));
+    case Failure::kFileException:
+      RaiseWithAttachment(ConfigFileException("the file does not parse"));
+    case Failure::kDerivedFileException:
+      RaiseWithAttachment(DerivedFileException("the file is gone", "line 7"));
     case Failure::kBriskException:
       RaiseWithAttachment(BriskException("a service is gone"));
     case Failure::kBadAlloc:

@@ -15,7 +15,7 @@ struct Outcome {
   std::string message;  // its what()
   int code = 0;         // of the store's exceptions
   std::shared_ptr<const void> attachment;
-  std::string detail;  // of the store's derived exception
+  std::string detail;  // of an exception derived from the store's or the file's
 
   bool operator==(const Outcome&) const = default;
 };
@@ -25,18 +25,22 @@ void PrintTo(const Outcome& outcome, std::ostream* out);
 // Runs `call` and tells what it raised.
 Outcome Attempt(const std::function<void()>& call);
 
-// The types of exception that a store call is made to raise.
+// The types of exception that a call to the store or to the file is made to raise.
 enum class Failure {
   kStoreException,         // ConfigStoreException
   kDerivedStoreException,  // a class derived from it
-  kBriskException,         // its base
+  kFileException,          // ConfigFileException
+  kDerivedFileException,   // a class derived from it
+  kBriskException,         // the base of both
   kBadAlloc,
   kLogicError,
 };
 
-std::vector<Failure> AllFailures();
+std::vector<Failure> AllFailures();      // of the store
+std::vector<Failure> AllFileFailures();  // of the file
 std::string NameOf(Failure failure);
 bool IsStoreFailure(Failure failure);
+bool IsFileFailure(Failure failure);
 
 // Raises an exception of that type, with an attachment that is the same object every time.
 [[noreturn]] void Raise(Failure failure);
