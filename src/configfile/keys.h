@@ -31,6 +31,10 @@ inline const std::string kDatastoreNamespace = "datastore-namespace";
 inline const std::string kUrl = "url";
 inline const std::string kDefaultPolicyId = "default-policy-id";
 
+// Words of the table that no operation here reads; the entry points bring their own namespace.
+inline const std::string kRilk = "RILK";
+inline const std::string kAll = "ALL";
+
 }  // namespace TavQuor::ConfigFileBackend
 
 #endif  // SRC_CONFIGFILE_KEYS_H_

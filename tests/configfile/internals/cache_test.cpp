@@ -1,0 +1,174 @@
+// The parsed document of the process: kept while the file is the same, never longer.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "configfile/document.h"
+#include "internals/opened_files.h"
+#include "support.h"
+
+namespace ConfigFileTest {
+namespace {
+
+using ZynCtl::Config::NewestDocument;
+
+constexpr long kDocumentSize = 100'000;  // at least
+constexpr long kNextToNothing = 500;     // the holder's name in the lock file is read
+
+bool OpensTheFile(const std::function<void()>& call) {
+  const Opened opened = OpenedBy(call);
+  const bool openedIt =
+      std::count(opened.names.begin(), opened.names.end(), "host-config.json") > 0;
+  EXPECT_EQ(openedIt, opened.bytesRead >= kDocumentSize);
+  EXPECT_TRUE(openedIt || opened.bytesRead < kNextToNothing) << opened.bytesRead;
+  return openedIt;
+}
+
+class Cache : public HostTest {
+ protected:
+  Cache() {
+    Put("ballast", std::string(kDocumentSize, 'x'));
+    Put("key", "old");
+    Get("key");  // warm
+  }
+  // The document with another value of the same length.
+  std::string Changed() const {
+    std::string document = Document();
+    document.replace(document.find("\"old\""), 5, "\"new\"");
+    return document;
+  }
+};
+
+TEST_F(Cache, WarmLookupOpensAndReadsNothingOfTheFile) {
+  for (int i = 0; i < 3; ++i)
+    EXPECT_FALSE(OpensTheFile([] { EXPECT_EQ(Get("key"), "old"); }));
+}
+
+TEST_F(Cache, ColdLookupReadsTheFileOnce) {
+  ZynCtl::Config::ForgetNewestDocument();
+  EXPECT_TRUE(OpensTheFile([] { EXPECT_EQ(Get("key"), "old"); }));
+  EXPECT_FALSE(OpensTheFile([] { EXPECT_EQ(Get("key"), "old"); }));
+}
+
+TEST_F(Cache, GivesTheSameTreeToEverybody) {
+  const auto document = NewestDocument();
+  ASSERT_NE(document, nullptr);
+  EXPECT_EQ(NewestDocument(), document);
+  std::thread([&] { EXPECT_EQ(NewestDocument()->root(), document->root()); }).join();
+}
+
+TEST_F(Cache, IsNotTouchedBySessionsThatChangeThingsAndDoNotWrite) {
+  const auto document = NewestDocument();
+  {
+    const SynchronizedConfigFile locked;
+    BranchOf(locked)->SetValue("key", "unwritten");
+    BranchOf(locked)->GetArray("items")->NewInstance();
+    locked.file->GetBranch("/")->RemoveAllChildren();
+  }
+  EXPECT_EQ(NewestDocument(), document);
+  EXPECT_FALSE(OpensTheFile([] { EXPECT_EQ(Get("key"), "old"); }));
+}
+
+TEST_F(Cache, FollowsAFileThatIsRenamedOverIt) {
+  ReplaceFile(FilePath(), Changed());
+  EXPECT_TRUE(OpensTheFile([] { EXPECT_EQ(Get("key"), "new"); }));
+}
+
+TEST_F(Cache, FollowsAChangeInPlaceOfTheSameLength) {
+  const std::string changed = Changed();
+  usleep(20'000);  // longer than the clock of file times ticks
+  WriteFile(FilePath(), changed);
+  EXPECT_TRUE(OpensTheFile([] { EXPECT_EQ(Get("key"), "new"); }));
+}
+
+TEST_F(Cache, FollowsAChangeWhoseTimeWasPutBack) {
+  const struct stat before = StatusOf(FilePath());
+  usleep(20'000);
+  WriteFile(FilePath(), Changed());
+  const struct timespec times[] = {before.st_atim, before.st_mtim};
+  ASSERT_EQ(utimensat(AT_FDCWD, FilePath().c_str(), times, 0), 0);
+  EXPECT_EQ(Get("key"), "new");
+}
+
+TEST_F(Cache, FollowsAnotherProcess) {
+  RunInChild([] { Put("key", "new"); });
+  EXPECT_TRUE(OpensTheFile([] { EXPECT_EQ(Get("key"), "new"); }));
+}
+
+TEST_F(Cache, FollowsTheFilesRemovalAndReturn) {
+  const std::string document = Document();
+  ASSERT_EQ(unlink(FilePath().c_str()), 0);
+  EXPECT_EQ(Get("key"), std::nullopt);
+  EXPECT_EQ(NewestDocument(), nullptr);
+  WriteFile(FilePath(), document);
+  EXPECT_EQ(Get("key"), "old");
+}
+
+TEST_F(Cache, DoesNotAnswerForADocumentThatIsRefusedNow) {
+  EditByHand("{");
+  EXPECT_NE(MessageOf([] { Get("key"); }), kNothingRaised);
+  EXPECT_NE(MessageOf([] { Get("key"); }), kNothingRaised);
+}
+
+TEST_F(Cache, FollowsToAnotherHostDirectory) {
+  HostPlatform::UseHostDirectory(temporary_.PathOf("elsewhere"));
+  EXPECT_EQ(Get("key"), std::nullopt);
+  HostPlatform::UseHostDirectory(HostPath());
+  EXPECT_EQ(Get("key"), "old");
+}
+
+TEST_F(Cache, OfAForkedChildStartsAfreshAndFollows) {
+  const auto document = NewestDocument();
+  RunInChild([&] {
+    EXPECT_EQ(Get("key"), "old");
+    EXPECT_FALSE(OpensTheFile([] { EXPECT_EQ(Get("key"), "old"); }));
+    RunInChild([] { Put("key", "new"); });
+    EXPECT_EQ(Get("key"), "new");
+  });
+  EXPECT_EQ(Get("key"), "new");
+}
+
+TEST_F(Cache, KeepsOneDescriptorHoweverOftenTheFileIsReplaced) {
+  const auto descriptors = [] { return NamesIn("/proc/self/fd").size(); };
+  const std::size_t before = descriptors();
+  for (int i = 0; i < 20; ++i) {
+    Put("key", std::to_string(i));
+    Get("key");
+  }
+  EXPECT_EQ(descriptors(), before);
+}
+
+TEST_F(Cache, TreeOfAnOldDocumentStaysAsItWasWhileItIsHeld) {
+  const auto document = NewestDocument();
+  Put("key", "new");
+  EXPECT_EQ(Get("key"), "new");
+  const auto* const host = FindMember(*document->root(), "Host");
+  const auto* const test = FindMember(*host->node, "Test");
+  EXPECT_EQ(FindMember(*test->node, "key")->node->text, "old");
+}
+
+TEST_F(Cache, IsSharedByThreadsWhileTheFileChanges) {
+  std::atomic<bool> stop{false};
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 4; ++i) {
+    threads.emplace_back([&] {
+      while (!stop) {
+        const auto document = NewestDocument();
+        EXPECT_NE(FindMember(*document->root(), "Host"), nullptr);
+      }
+    });
+  }
+  for (int i = 0; i < 50; ++i)
+    Put("key", std::to_string(i));
+  stop = true;
+  for (std::thread& thread : threads)
+    thread.join();
+}
+
+}  // namespace
+}  // namespace ConfigFileTest

@@ -1,0 +1,21 @@
+// Counts what the process opens and reads, by functions in place of the C library's.
+#ifndef TESTS_CONFIGFILE_INTERNALS_OPENED_FILES_H_
+#define TESTS_CONFIGFILE_INTERNALS_OPENED_FILES_H_
+
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace ConfigFileTest {
+
+struct Opened {
+  std::vector<std::string> names;  // without directories
+  long bytesRead = 0;
+};
+
+// What the call opens through openat() and reads through pread(), in this thread.
+Opened OpenedBy(const std::function<void()>& call);
+
+}  // namespace ConfigFileTest
+
+#endif  // TESTS_CONFIGFILE_INTERNALS_OPENED_FILES_H_

@@ -1,0 +1,151 @@
+// Forks: a child has nothing of its parent's session.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <memory>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "support.h"
+
+namespace ConfigFileTest {
+namespace {
+
+class Fork : public HostTest {
+ protected:
+  Fork() {
+    Put("key", "old");
+    HostPlatform::UseLockTimeout(200);
+  }
+};
+
+TEST_F(Fork, ChildCannotChangeOrWriteThroughItsParentsSession) {
+  {
+    const SynchronizedConfigFile locked;
+    const auto branch = BranchOf(locked);
+    branch->SetValue("key", "of the parent");
+    RunInChild([&] {
+      EXPECT_NE(MessageOf([&] { branch->SetValue("key", "of the child"); }), kNothingRaised);
+      EXPECT_NE(MessageOf([&] { branch->RemoveAllChildren(); }), kNothingRaised);
+      EXPECT_NE(MessageOf([&] { branch->GetArray("items")->NewInstance(); }), kNothingRaised);
+      EXPECT_NE(MessageOf([&] { locked.file->Write(); }), kNothingRaised);
+    });
+    EXPECT_TRUE(Contains(Document(), "\"key\": \"old\""));
+    locked.file->Write();
+  }
+  EXPECT_EQ(Get("key"), "of the parent");
+}
+
+// The session is the parent's alone, also when the parent is done with it or was killed.
+TEST_F(Fork, ChildCannotChangeOrWriteAfterItsParentHasUnlocked) {
+  Gate unlocked;
+  std::unique_ptr<ChildProcess> child;
+  {
+    const SynchronizedConfigFile locked;
+    const auto branch = BranchOf(locked);
+    branch->SetValue("key", "never written");
+    child = std::make_unique<ChildProcess>([&] {
+      ASSERT_TRUE(unlocked.Wait());
+      EXPECT_NE(MessageOf([&] { branch->SetValue("other", "of the child"); }), kNothingRaised);
+      EXPECT_NE(MessageOf([&] { locked.file->Write(); }), kNothingRaised);
+    });
+  }
+  unlocked.Open();
+  EXPECT_TRUE(child->Succeeds());
+  EXPECT_EQ(Get("key"), "old");
+  EXPECT_EQ(Get("other"), std::nullopt);
+}
+
+TEST_F(Fork, ChildIsRefusedAtOnceAndDoesNotWaitForTheDeadline) {
+  HostPlatform::UseLockTimeout(6'000);
+  const SynchronizedConfigFile locked;
+  const auto branch = BranchOf(locked);
+  RunInChild([&] {
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_NE(MessageOf([&] { branch->SetValue("key", "of the child"); }), kNothingRaised);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(3));
+  });
+}
+
+TEST_F(Fork, ChildThatEndsItsParentsSessionDoesNotReleaseTheLock) {
+  auto locked = std::make_unique<SynchronizedConfigFile>();
+  RunInChild([&] { locked.reset(); });
+  RunInChild([] {
+    HostPlatform::UseLockTimeout(0);
+    EXPECT_TRUE(Contains(MessageOf([] { Get("key"); }), "still locked"));
+  });
+  BranchOf(*locked)->SetValue("key", "new");
+  locked->file->Write();
+  locked.reset();
+  EXPECT_EQ(Get("key"), "new");
+}
+
+TEST_F(Fork, ChildDoesNotKeepTheLockOfAParentThatIsDone) {
+  Gate forked;
+  Gate done;
+  std::unique_ptr<ChildProcess> child;
+  {
+    const SynchronizedConfigFile locked;
+    child = std::make_unique<ChildProcess>([&] {
+      forked.Open();
+      EXPECT_TRUE(done.Wait());
+    });
+    ASSERT_TRUE(forked.Wait());
+  }
+  EXPECT_EQ(Get("key"), "old");
+  Put("key", "new");
+  done.Open();
+  EXPECT_TRUE(child->Succeeds());
+}
+
+TEST_F(Fork, ChildWorksWithSessionsOfItsOwn) {
+  EXPECT_EQ(Get("key"), "old");
+  RunInChild([] {
+    EXPECT_EQ(Get("key"), "old");
+    Put("key", "of the child");
+    EXPECT_EQ(Get("key"), "of the child");
+    RunInChild([] { EXPECT_EQ(Get("key"), "of the child"); });
+  });
+  EXPECT_EQ(Get("key"), "of the child");
+}
+
+TEST_F(Fork, ChildReadsWhatItsParentHadReadAlready) {
+  const SynchronizedConfigFile locked;
+  const auto branch = BranchOf(locked);
+  RunInChild([&] {
+    std::string value;
+    EXPECT_TRUE(branch->GetValue("key", &value));
+    EXPECT_EQ(value, "old");
+  });
+}
+
+TEST_F(Fork, InTheMiddleOfOtherThreadsCallsLeavesChildrenThatWork) {
+  HostPlatform::UseLockTimeout(60'000);
+  std::atomic<bool> stop{false};
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 3; ++i) {
+    threads.emplace_back([&, i] {
+      while (!stop) {
+        Put("key", std::to_string(i));
+        Get("key");
+      }
+    });
+  }
+  for (int i = 0; i < 30; ++i) {
+    ChildProcess child([] {
+      EXPECT_NE(Get("key"), std::nullopt);
+      Put("of a child", "1");
+    });
+    EXPECT_TRUE(child.Succeeds());
+  }
+  stop = true;
+  for (std::thread& thread : threads)
+    thread.join();
+  EXPECT_EQ(Get("of a child"), "1");
+}
+
+}  // namespace
+}  // namespace ConfigFileTest
