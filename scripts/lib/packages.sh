@@ -14,6 +14,7 @@ build ninja-build     runs the build
 build libcdb-dev      format of the configuration store's snapshots
 build libxxhash-dev   checksums of stored records
 build libmd-dev       MD5 of the catalogue digests
+build libsimdjson-dev parser of the configuration file
 build libcli11-dev    command line of quorctl
 build nlohmann-json3-dev catalogue documents of quorctl
 tests libgtest-dev    test framework

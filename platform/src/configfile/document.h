@@ -21,6 +21,7 @@ class Document {
   // inode, so the numbers cannot have passed to another file.
   bool IsOf(const struct stat& status) const;
 
+  const struct stat& status() const { return status_; }
   const std::shared_ptr<Node>& root() const { return root_; }
 
  private:

@@ -53,8 +53,7 @@ bool MayBecome(Node::Type present, Node::Type wanted) {
 Session::Session() try : path_(HostPlatform::Io::ConfigFilePath()), number_(++lastSession) {
   root_.session = this;
   lock_.emplace(HostPlatform::Io::ConfigFileLockPath(), HostPlatform::Io::LockDeadline());
-  base_ = NewestDocument();
-  tree_ = TreeOf(base_);
+  UseDocument(NewestDocument());
 } catch (const HostPlatform::Io::Error& error) {
   RaiseConfigFile(error.what());
 }
@@ -152,8 +151,7 @@ void Session::LockForChange() {
                     ": another process changed it since it was read without a lock; "
                     "nothing was changed. Try again");
   }
-  base_ = newest;
-  tree_ = TreeOf(base_);
+  UseDocument(newest);
   ++version_;
 }
 
@@ -169,12 +167,36 @@ void Session::Write() {
     const Directory directory(target.parent_path());
     FileReplacement next(directory, name.c_str(), kConfigFileMode);
     HostPlatform::Io::WriteAll(next.file(), WriteDocument(*tree_), next.path());
+    CheckPresent();
     next.Commit();
+    present_ = HostPlatform::Io::StatOf(next.file(), next.path());
   } catch (const HostPlatform::Io::Error& error) {
     RaiseConfigFile(error.what());
   }
   // What was written is not changed any more by this session: later changes start from copies.
   number_ = ++lastSession;
+}
+
+// The lock keeps other writers out, unless somebody removed its file: then what they wrote must not
+// be overwritten.
+void Session::CheckPresent() const {
+  struct stat status;
+  const bool exists = stat(path_.c_str(), &status) == 0;
+  const bool same =
+      present_ ? exists && status.st_ino == present_->st_ino && status.st_dev == present_->st_dev
+               : !exists;
+  if (same) return;
+  RaiseConfigFile(path_ +
+                  ": another process changed it while it was locked, since the lock file "
+                  "was removed or the file was replaced by hand; nothing was changed. Try "
+                  "again");
+}
+
+void Session::UseDocument(std::shared_ptr<const Document> document) {
+  base_ = std::move(document);
+  tree_ = TreeOf(base_);
+  present_.reset();
+  if (base_) present_ = base_->status();
 }
 
 std::string Session::PathOf(const Place& place) const {

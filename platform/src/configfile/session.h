@@ -61,12 +61,15 @@ class Session : public std::enable_shared_from_this<Session> {
 
  private:
   void LockForChange();
+  void UseDocument(std::shared_ptr<const Document> document);
+  void CheckPresent() const;
   std::shared_ptr<Node>& SlotOf(const Place& place, Node::Type type);
   std::string PathOf(const Place& place) const;
 
   std::string path_;
   std::optional<HostPlatform::Io::FileLock> lock_;
   std::shared_ptr<const Document> base_;  // null: there is no file
+  std::optional<struct stat> present_;    // of the file as this session knows it
   std::shared_ptr<Node> tree_;            // the base's, or this session's copy of it
   std::uint64_t number_;                  // owner of the nodes that it may change
   std::uint64_t version_ = 1;             // counts what makes nodes of places out of date

@@ -19,6 +19,8 @@ class Overlay {
   // `base` may be null: nothing is stored yet.
   explicit Overlay(std::shared_ptr<const Snapshot> base) : base_(std::move(base)) {}
 
+  const std::shared_ptr<const Snapshot>& base() const { return base_; }
+
   // The object as the transaction sees it; a null source when there is none.
   StoredRecord Find(const std::string& kind, const std::string& instance) const;
   // The objects of the kind as the transaction sees them, in the order of their first write.

@@ -27,7 +27,7 @@ std::uint32_t LoadLength(const char* bytes) {
 void CheckSize(const std::string& path, const struct stat& status) {
   if (!S_ISREG(status.st_mode)) RaiseCorrupt(path, "it is not a plain file");
   if (status.st_size == 0) RaiseCorrupt(path, "it is empty");
-  if (status.st_size < static_cast<off_t>(kTableSize + kFooterSize)) {
+  if (static_cast<std::uint64_t>(status.st_size) < std::uint64_t{kTableSize} + kFooterSize) {
     RaiseCorrupt(path, "it is cut short");
   }
   if (static_cast<std::uint64_t>(status.st_size) > kLargestFile) {
@@ -243,7 +243,7 @@ std::optional<std::uint32_t> Snapshot::Find(std::string_view kind,
 // either of a rare collision, and then its checksum is right, or a damaged one.
 void Snapshot::RaiseIfDamaged(const std::string& key) const {
   const std::uint32_t hash = cdb_hash(key.data(), static_cast<unsigned>(key.size()));
-  const char* const entry = Bytes((hash & 255) * 8, 8).data();
+  const char* const entry = Bytes(std::uint64_t{8} * (hash & 255), 8).data();
   const std::uint32_t table = LoadLength(entry);
   const std::uint32_t slots = LoadLength(entry + 4);
   for (std::uint32_t i = 0; i < slots; ++i) {

@@ -34,6 +34,10 @@ class Snapshot final : public RecordSource {
   // Whether `status` is that of the mapped file, unchanged. A mapping pins its inode, so the
   // numbers cannot have passed to another file.
   bool IsOf(const struct stat& status) const;
+  // Whether it is that file, whatever became of its owner and mode.
+  bool IsFile(const struct stat& status) const {
+    return status.st_ino == status_.st_ino && status.st_dev == status_.st_dev;
+  }
 
   // The records of one kind, in the order of their first write.
   struct Kind {

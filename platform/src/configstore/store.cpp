@@ -1,5 +1,8 @@
 #include "tavconfigstore/config_store.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
+
 #include <memory>
 #include <utility>
 
@@ -42,10 +45,26 @@ class Transaction {
     HostPlatform::EnsureFeaturesFile(directory_);
     FileReplacement next(directory_, HostPlatform::Io::kConfigStoreName, kSnapshotMode);
     overlay_.Write(next.file(), next.path());
+    CheckBase(next.path());
     next.Commit();
   }
 
  private:
+  // The lock keeps other writers out, unless somebody removed its file: then what was committed
+  // meanwhile must not be overwritten.
+  void CheckBase(const std::string& path) const {
+    struct stat status;
+    const bool exists = fstatat(directory_.get(), HostPlatform::Io::kConfigStoreName, &status,
+                                AT_SYMLINK_NOFOLLOW) == 0;
+    const auto& base = overlay_.base();
+    if (base ? exists && base->IsFile(status) : !exists) return;
+    throw ConfigStoreException(path +
+                                   ": another writer changed it during this transaction, since "
+                                   "the lock file was removed; nothing was changed. Try again, "
+                                   "and leave the lock file alone",
+                               kBusy);
+  }
+
   Directory directory_;
   FileLock lock_;
   Overlay overlay_;
@@ -83,6 +102,7 @@ class HostConfigStore final : public ConfigStore {
 // a failure to read.
 const std::shared_ptr<const Snapshot>& HostConfigStore::Committed() {
   if (outdated_) {
+    const ErrnoKeeper keeper;
     snapshot_ = NewestSnapshot();
     outdated_ = false;
   }

@@ -13,22 +13,40 @@ namespace {
 
 FileDescriptor* firstOpen = nullptr;  // guarded by DescriptorMutex()
 
-int MoveAboveStandardStreams(int fd) {
-  if (fd > STDERR_FILENO || fd < 0) return fd;
-  const int moved = fcntl(fd, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
-  const int error = errno;
-  close(fd);
-  errno = error;
-  return moved;
+bool IsClosed(int fd) {
+  return fcntl(fd, F_GETFD) < 0;
 }
+
+// Takes those of the numbers 0 to 2 that are free, for its lifetime, with descriptors that can be
+// neither read nor written. A file that was opened there and moved up afterwards would be open to
+// another thread's stray output for a moment, and a moment is enough.
+class StandardStreamsHolder {
+ public:
+  StandardStreamsHolder() {
+    for (int number = 0; number <= STDERR_FILENO; ++number) {
+      if (IsClosed(number)) held_[number] = open("/", O_PATH | O_CLOEXEC);
+    }
+  }
+  StandardStreamsHolder(const StandardStreamsHolder&) = delete;
+  StandardStreamsHolder& operator=(const StandardStreamsHolder&) = delete;
+  ~StandardStreamsHolder() {
+    const ErrnoKeeper keeper;
+    for (const int fd : held_) {
+      if (fd >= 0) close(fd);
+    }
+  }
+
+ private:
+  int held_[STDERR_FILENO + 1] = {-1, -1, -1};
+};
 
 }  // namespace
 
 FileDescriptor::FileDescriptor(int directory, const char* path, int flags, mode_t mode) {
   // Opening and listing are one step: a fork between the two would leave the child a copy.
   const std::lock_guard lock(DescriptorMutex());
-  fd_ = MoveAboveStandardStreams(
-      RetryInterrupted([&] { return openat(directory, path, flags | O_CLOEXEC, mode); }));
+  const StandardStreamsHolder holder;
+  fd_ = RetryInterrupted([&] { return openat(directory, path, flags | O_CLOEXEC, mode); });
   if (fd_ < 0) return;
   next_ = firstOpen;
   if (next_ != nullptr) next_->previous_ = this;
