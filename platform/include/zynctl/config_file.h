@@ -50,10 +50,12 @@ class Session;
 
 // Where a handle is in the tree of its session, which keeps every handle alive.
 struct Place {
+  static constexpr std::size_t kNamed = static_cast<std::size_t>(-1);
+
   Session* session = nullptr;
   const Place* parent = nullptr;  // null: the root of the tree
   std::string_view name;          // in a branch; the session keeps the characters
-  std::size_t index = 0;          // in an array
+  std::size_t index = kNamed;     // in an array
   // What is there; null when nothing is. Out of date when `version` is not the session's.
   mutable const Node* node = nullptr;
   mutable std::uint64_t version = 0;

@@ -48,9 +48,6 @@ const Node* ReadValue(const Place& branch, const std::string& key) {
 }
 
 void ChangeValue(const Place& branch, const std::string& key, std::string stored) {
-  if (!IsReadable(key)) {
-    RaiseConfigFile("the configuration file takes UTF-8 without NUL as the name of a value");
-  }
   branch.session->Change(Below(branch, key), Node::Type::kText).text = std::move(stored);
 }
 

@@ -10,6 +10,7 @@
 #include <unordered_set>
 #include <utility>
 
+#include "configfile/document_outline.h"
 #include "configfile/failure.h"
 
 namespace ZynCtl::Config {
@@ -94,6 +95,7 @@ class Parser {
       RaiseAt(padded_.data(), "it starts with a byte-order mark; save it as UTF-8 without one");
     }
     if (const auto error = parser_.iterate(padded_).get(document_)) Raise(error);
+    started_ = true;
     ondemand::object object;
     if (const auto error = document_.get_object().get(object)) {
       if (error == simdjson::INCORRECT_TYPE) RaiseHere("the document is not a JSON object");
@@ -127,7 +129,10 @@ class Parser {
       case ondemand::json_type::string: {
         auto node = std::make_shared<Node>(Node::Type::kText);
         std::string_view text;
-        if (const auto error = value.get_string().get(text)) Raise(error);
+        const char* const place = value.raw_json_token().data();
+        if (const auto error = value.get_string().get(text)) {
+          RaiseAt(place, simdjson::error_message(error));
+        }
         node->text = text;
         return node;
       }
@@ -144,7 +149,9 @@ class Parser {
       if (const auto error = std::move(item).get(field)) Raise(error);
       const char* const place = field.key().raw();
       std::string_view key;
-      if (const auto error = field.unescaped_key().get(key)) Raise(error);
+      if (const auto error = field.unescaped_key().get(key)) {
+        RaiseAt(place, simdjson::error_message(error));
+      }
       Member& member = node->members.emplace_back();
       member.name = key;
       if (!names.insert(member.name).second) {
@@ -177,8 +184,6 @@ class Parser {
     if (token != "true" && token != "false" && !IsNumber(token)) {
       RaiseAt(token.data(), "neither a value nor a number is written like this");
     }
-    // Consumes the token; whether its number fits a machine type does not matter here.
-    [[maybe_unused]] const auto skipped = value.raw_json_token();
     auto node = std::make_shared<Node>(Node::Type::kLiteral);
     node->text = token;
     return node;
@@ -215,14 +220,21 @@ class Parser {
 
   [[noreturn]] void Raise(simdjson::error_code error) {
     if (error == simdjson::MEMALLOC) throw std::bad_alloc();
-    if (error == simdjson::UTF8_ERROR) RaiseAt(FirstInvalidUtf8(), "it is not valid UTF-8");
+    if (error == simdjson::UTF8_ERROR) {
+      RaiseAt(padded_.data() + FindInvalidUtf8(Text()), "it is not valid UTF-8");
+    }
     if (error == simdjson::EMPTY) RaiseAt(padded_.data(), "it is empty");
+    if (!started_ || error == simdjson::INCOMPLETE_ARRAY_OR_OBJECT) {
+      if (const auto mistake = FindOutlineMistake(Text())) {
+        RaiseAt(padded_.data() + mistake->place, mistake->reason);
+      }
+    }
     RaiseHere(simdjson::error_message(error));
   }
 
   [[noreturn]] void RaiseHere(const std::string& reason) {
     const char* place = nullptr;
-    if (document_.current_location().get(place) != simdjson::SUCCESS) {
+    if (!started_ || document_.current_location().get(place) != simdjson::SUCCESS) {
       place = padded_.data() + padded_.size();
     }
     RaiseAt(place, reason);
@@ -240,21 +252,11 @@ class Parser {
                     "; nothing was changed. Correct it, or restore it from a backup");
   }
 
-  const char* FirstInvalidUtf8() const {
-    const char* start = padded_.data();
-    const char* const end = start + padded_.size();
-    while (start != end) {
-      const char* const lineEnd = std::find(start, end, '\n');
-      if (!simdjson::validate_utf8(start, static_cast<std::size_t>(lineEnd - start))) return start;
-      start = lineEnd == end ? end : lineEnd + 1;
-    }
-    return end;
-  }
-
   const std::string& path_;
   const simdjson::padded_string& padded_;
   ondemand::parser parser_;
   ondemand::document document_;
+  bool started_ = false;  // the document may be asked where it is
 };
 
 }  // namespace

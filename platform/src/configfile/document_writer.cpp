@@ -2,6 +2,9 @@
 
 #include <cstdio>
 
+#include "configfile/document_parser.h"
+#include "configfile/failure.h"
+
 namespace ZynCtl::Config {
 namespace {
 
@@ -80,6 +83,10 @@ void AppendArray(const Node& array, int depth, std::string* out) {
 }
 
 void AppendNode(const Node& node, int depth, std::string* out) {
+  if (depth > kDeepestNesting) {
+    RaiseConfigFile("the configuration file cannot nest deeper than " +
+                    std::to_string(kDeepestNesting) + " levels; nothing was changed");
+  }
   switch (node.type) {
     case Node::Type::kBranch:
       AppendBranch(node, depth, out);

@@ -8,7 +8,8 @@
 
 namespace ZynCtl::Config {
 
-// Indented by two spaces, in the order of the tree, ending with a newline.
+// Indented by two spaces, in the order of the tree, ending with a newline. Raises
+// ConfigFileException when it nests more deeply than can be read.
 std::string WriteDocument(const Node& root);
 
 }  // namespace ZynCtl::Config

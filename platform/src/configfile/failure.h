@@ -8,7 +8,12 @@
 
 namespace ZynCtl::Config {
 
-[[noreturn]] inline void RaiseConfigFile(const std::string& message) {
+// Names that stand in the file enter the message, which ends on terminals: control characters are
+// shown as question marks.
+[[noreturn]] inline void RaiseConfigFile(std::string message) {
+  for (char& c : message) {
+    if (static_cast<unsigned char>(c) < ' ' || c == '\x7f') c = '?';
+  }
   throw ConfigFileException(message.c_str());
 }
 

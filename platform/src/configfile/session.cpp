@@ -1,13 +1,15 @@
 #include "configfile/session.h"
 
+#include <unistd.h>
+
 #include <atomic>
-#include <cstdlib>
 #include <filesystem>
 #include <system_error>
 #include <utility>
 
 #include "configfile/document_writer.h"
 #include "configfile/failure.h"
+#include "configfile/stored_text.h"
 #include "io/directory.h"
 #include "io/error.h"
 #include "io/file_replacement.h"
@@ -50,7 +52,8 @@ bool MayBecome(Node::Type present, Node::Type wanted) {
 
 }  // namespace
 
-Session::Session() try : path_(HostPlatform::Io::ConfigFilePath()), number_(++lastSession) {
+Session::Session() try
+    : path_(HostPlatform::Io::ConfigFilePath()), process_(getpid()), number_(++lastSession) {
   root_.session = this;
   lock_.emplace(HostPlatform::Io::ConfigFileLockPath(), HostPlatform::Io::LockDeadline());
   UseDocument(NewestDocument());
@@ -77,7 +80,7 @@ const Node* Session::Read(const Place& place) const {
   if (place.parent == nullptr) {
     found = tree_.get();
   } else if (const Node* parent = Read(*place.parent)) {
-    if (parent->type == Node::Type::kArray) {
+    if (place.index != Place::kNamed) {
       if (place.index < parent->items.size()) found = parent->items[place.index].get();
     } else if (const Member* member = FindMember(*parent, place.name)) {
       found = member->node.get();
@@ -94,8 +97,7 @@ bool Session::IsChanging(const Place& place) const {
 }
 
 Node& Session::Change(const Place& place, Node::Type type) {
-  if (!lock_->HeldByThisProcess()) LockForChange();
-  if (ended_) RaiseAt(place, "it was changed after the file had been unlocked");
+  PrepareToChange();
   std::shared_ptr<Node>& slot = SlotOf(place, type);
   if (!MayBecome(slot->type, type)) {
     RaiseAt(place, std::string("it is ") + NameOf(slot->type) + " and not " + NameOf(type));
@@ -118,13 +120,14 @@ std::size_t Session::Append(const Place& array) {
 // Where the parent keeps what is at the place, which is created when nothing is there.
 std::shared_ptr<Node>& Session::SlotOf(const Place& place, Node::Type type) {
   if (place.parent == nullptr) return tree_;
-  const Node* const present = Read(*place.parent);
-  const bool inArray = present != nullptr && present->type == Node::Type::kArray;
-  Node& parent = Change(*place.parent, inArray ? Node::Type::kArray : Node::Type::kBranch);
-  if (inArray) {
-    if (place.index >= parent.items.size()) RaiseAt(place, "it was removed");
-    return parent.items[place.index];
+  if (place.index != Place::kNamed) {
+    if (Read(place) == nullptr) RaiseAt(place, "it was removed");
+    return Change(*place.parent, Node::Type::kArray).items[place.index];
   }
+  if (!IsReadable(std::string(place.name))) {
+    RaiseAt(place, "the name is not UTF-8 without NUL, which JSON needs");
+  }
+  Node& parent = Change(*place.parent, Node::Type::kBranch);
   for (Member& member : parent.members) {
     if (member.name == place.name) return member.node;
   }
@@ -133,10 +136,24 @@ std::shared_ptr<Node>& Session::SlotOf(const Place& place, Node::Type type) {
   return parent.members.emplace_back(std::move(created)).node;
 }
 
+void Session::PrepareToChange() {
+  if (ended_) RaiseConfigFile(path_ + ": changed after it had been unlocked");
+  if (getpid() != process_) {
+    RaiseConfigFile(path_ +
+                    ": locked by the parent process before a fork; a child needs a lock of "
+                    "its own to change it");
+  }
+  if (refused_) {
+    RaiseConfigFile(path_ +
+                    ": another process changed it since it was read without a lock; "
+                    "nothing was changed. Try again");
+  }
+  if (!lock_ || !lock_->HeldByThisProcess()) LockForChange();
+}
+
 // Reached by a process that found no lock file, or may not write it, when it wants to change
 // something.
 void Session::LockForChange() {
-  if (ended_) return;
   try {
     const Directory directory(HostPlatform::Io::HostDirectoryPath());
     lock_.emplace(directory, HostPlatform::Io::kConfigFileLockName,
@@ -147,18 +164,17 @@ void Session::LockForChange() {
   const std::shared_ptr<const Document> newest = NewestDocument();
   if (newest == base_) return;
   if (answered_) {
-    RaiseConfigFile(path_ +
-                    ": another process changed it since it was read without a lock; "
-                    "nothing was changed. Try again");
+    refused_ = true;
+    PrepareToChange();
   }
   UseDocument(newest);
   ++version_;
 }
 
 void Session::Write() {
-  if (ended_) RaiseConfigFile(path_ + ": it was written after it had been unlocked");
-  if (!lock_->HeldByThisProcess()) LockForChange();
+  PrepareToChange();
   try {
+    const Directory host(HostPlatform::Io::HostDirectoryPath());  // for its check
     // A link is resolved once, and what it points to is replaced.
     std::error_code missing;
     const std::filesystem::path resolved = std::filesystem::canonical(path_, missing);
@@ -201,8 +217,7 @@ void Session::UseDocument(std::shared_ptr<const Document> document) {
 
 std::string Session::PathOf(const Place& place) const {
   if (place.parent == nullptr) return "";
-  const Node* const parent = Read(*place.parent);
-  const bool inArray = parent != nullptr && parent->type == Node::Type::kArray;
+  const bool inArray = place.index != Place::kNamed;
   return PathOf(*place.parent) +
          (inArray ? '[' + std::to_string(place.index) + ']' : '/' + std::string(place.name));
 }

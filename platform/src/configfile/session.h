@@ -5,6 +5,8 @@
 #ifndef PLATFORM_SRC_CONFIGFILE_SESSION_H_
 #define PLATFORM_SRC_CONFIGFILE_SESSION_H_
 
+#include <sys/types.h>
+
 #include <cstdint>
 #include <deque>
 #include <memory>
@@ -60,6 +62,7 @@ class Session : public std::enable_shared_from_this<Session> {
   [[noreturn]] void RaiseAt(const Place& place, const std::string& reason) const;
 
  private:
+  void PrepareToChange();
   void LockForChange();
   void UseDocument(std::shared_ptr<const Document> document);
   void CheckPresent() const;
@@ -67,6 +70,7 @@ class Session : public std::enable_shared_from_this<Session> {
   std::string PathOf(const Place& place) const;
 
   std::string path_;
+  pid_t process_;  // that opened the session
   std::optional<HostPlatform::Io::FileLock> lock_;
   std::shared_ptr<const Document> base_;  // null: there is no file
   std::optional<struct stat> present_;    // of the file as this session knows it
@@ -74,6 +78,7 @@ class Session : public std::enable_shared_from_this<Session> {
   std::uint64_t number_;                  // owner of the nodes that it may change
   std::uint64_t version_ = 1;             // counts what makes nodes of places out of date
   bool answered_ = false;                 // something was read
+  bool refused_ = false;                  // what was read without a lock is out of date
   bool ended_ = false;
   Place root_;
   std::deque<std::string> names_;
