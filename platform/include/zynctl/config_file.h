@@ -120,7 +120,7 @@ class PLATFORM_API ConfigFile {
   // the first change in it. Raises when the path leads through something that is no branch.
   std::shared_ptr<ConfigBranch> GetBranch(const std::string& path);
 
-  // Replaces the file by the tree as this session sees it, durably.
+  // Replaces the file by the tree as the session sees it, durably.
   void Write();
 
   // Ends the session; this object is gone then. Raises nothing.

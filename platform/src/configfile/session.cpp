@@ -189,7 +189,7 @@ void Session::Write() {
   } catch (const HostPlatform::Io::Error& error) {
     RaiseConfigFile(error.what());
   }
-  // What was written is not changed any more by this session: later changes start from copies.
+  // What was written is not changed any more by the session: later changes start from copies.
   number_ = ++lastSession;
 }
 

@@ -40,14 +40,14 @@ class Session : public std::enable_shared_from_this<Session> {
   // What is at the place; null when nothing is.
   const Node* Read(const Place& place) const;
 
-  // What is at the place, this session's own to change; created when nothing is there. Raises when
+  // What is at the place, the session's own to change; created when nothing is there. Raises when
   // the session may not change the file, or when something of another type is there.
   Node& Change(const Place& place, Node::Type type);
 
   // Adds an empty branch to the array at the place; returns its index. Raises like Change().
   std::size_t Append(const Place& array);
 
-  // Whether this session has begun to change what is at the place.
+  // Whether the session has begun to change what is at the place.
   bool IsChanging(const Place& place) const;
 
   // Says that an answer was given which a later change must not contradict.
@@ -73,8 +73,8 @@ class Session : public std::enable_shared_from_this<Session> {
   pid_t process_;  // that opened the session
   std::optional<HostPlatform::Io::FileLock> lock_;
   std::shared_ptr<const Document> base_;  // null: there is no file
-  std::optional<struct stat> present_;    // of the file as this session knows it
-  std::shared_ptr<Node> tree_;            // the base's, or this session's copy of it
+  std::optional<struct stat> present_;    // of the file as the session knows it
+  std::shared_ptr<Node> tree_;            // the base's, or the session's copy of it
   std::uint64_t number_;                  // owner of the nodes that it may change
   std::uint64_t version_ = 1;             // counts what makes nodes of places out of date
   bool answered_ = false;                 // something was read
