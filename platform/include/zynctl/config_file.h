@@ -90,7 +90,7 @@ class PLATFORM_API ConfigBranch {
   explicit ConfigBranch(const Place& place);  // made by a session
   ConfigBranch(const ConfigBranch&) = delete;
   ConfigBranch& operator=(const ConfigBranch&) = delete;
-  ~ConfigBranch();
+  ~ConfigBranch();  // NOLINT(performance-trivially-destructible): another platform's may hold more
 
  private:
   friend class ConfigFile;
@@ -108,7 +108,7 @@ class PLATFORM_API ConfigArray {
   explicit ConfigArray(const Place& place);  // made by a session
   ConfigArray(const ConfigArray&) = delete;
   ConfigArray& operator=(const ConfigArray&) = delete;
-  ~ConfigArray();
+  ~ConfigArray();  // NOLINT(performance-trivially-destructible): another platform's may hold more
 
  private:
   Place place_;
@@ -142,7 +142,7 @@ class PLATFORM_API SynchronizedConfigFile {
   SynchronizedConfigFile& operator=(const SynchronizedConfigFile&) = delete;
   ~SynchronizedConfigFile();
 
-  ConfigFile* file;
+  ConfigFile* file = nullptr;
 };
 
 }  // namespace Config

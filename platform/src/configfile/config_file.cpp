@@ -192,7 +192,7 @@ void ConfigFile::Unlock() {
 
 // SynchronizedConfigFile
 
-SynchronizedConfigFile::SynchronizedConfigFile() : file(nullptr) {
+SynchronizedConfigFile::SynchronizedConfigFile() {
   const ErrnoKeeper keeper;
   HostPlatform::MapFeaturesIfNeeded();
   file = new ConfigFile();

@@ -168,7 +168,7 @@ class Parser {
     if (const auto error = value.get_array().get(array)) Raise(error);
     for (auto item : array) {
       ondemand::value element;
-      if (const auto error = std::move(item).get(element)) Raise(error);
+      if (const auto error = item.get(element)) Raise(error);
       node->items.push_back(ParseValue(element, depth));
     }
     return node;

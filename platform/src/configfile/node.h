@@ -13,7 +13,12 @@
 
 namespace ZynCtl::Config {
 
-struct Member;
+struct Node;
+
+struct Member {
+  std::string name;
+  std::shared_ptr<Node> node;
+};
 
 struct Node {
   enum class Type : std::uint8_t { kBranch, kArray, kText, kLiteral, kNull };
@@ -26,11 +31,6 @@ struct Node {
                                              // of a number or boolean what was written
   std::vector<Member> members;               // of a branch, in their order
   std::vector<std::shared_ptr<Node>> items;  // of an array
-};
-
-struct Member {
-  std::string name;
-  std::shared_ptr<Node> node;
 };
 
 // The member of that name; null when there is none.
