@@ -18,7 +18,6 @@
 namespace ZynCtl::Config {
 
 using HostPlatform::Io::Directory;
-using HostPlatform::Io::FileLock;
 using HostPlatform::Io::FileReplacement;
 
 namespace {

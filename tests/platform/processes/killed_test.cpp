@@ -1,16 +1,15 @@
 // Processes that are killed at any moment: the next call works, and nothing is half done.
 #include <gtest/gtest.h>
-#include <sys/mman.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <csignal>
-#include <new>
 #include <string>
 
 #include "support/child_process.h"
 #include "support/host_test.h"
 #include "support/random.h"
+#include "support/shared.h"
 
 namespace PlatformTest {
 namespace {
@@ -21,21 +20,6 @@ using namespace TavConfigStore;  // NOLINT(google-build-using-namespace): the er
 struct Notes {
   std::atomic<int> begun{0};  // the number it was about to commit
   std::atomic<int> done{0};   // the last number whose commit returned
-};
-
-class SharedNotes {
- public:
-  SharedNotes()
-      : notes_(new (mmap(nullptr, sizeof(Notes), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS,
-                         -1, 0)) Notes) {}
-  SharedNotes(const SharedNotes&) = delete;
-  SharedNotes& operator=(const SharedNotes&) = delete;
-  ~SharedNotes() { munmap(notes_, sizeof(Notes)); }
-  Notes* operator->() const { return notes_; }
-  Notes* get() const { return notes_; }
-
- private:
-  Notes* notes_;
 };
 
 constexpr int kObjects = 8;
@@ -79,7 +63,7 @@ class KilledWriter : public HostTest {
     HostPlatform::UseLockTimeout(5000);
     for (int i = 0; i < times && !HasFailure(); ++i) {
       SCOPED_TRACE("kill " + std::to_string(i));
-      ChildProcess writer([this] { WriteForEver(notes_.get()); });
+      ChildProcess writer([this] { WriteForEver(&*notes_); });
       usleep(static_cast<useconds_t>(random.Below(4000)));
       writer.Kill();
       const int number = StoredNumber();
@@ -93,7 +77,7 @@ class KilledWriter : public HostTest {
     EXPECT_GT(notes_->done, times / 10) << "most writers were killed before they did anything";
   }
 
-  SharedNotes notes_;
+  Shared<Notes> notes_;
 };
 
 using LongKilledWriter = KilledWriter;

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "configstore/object_key.h"
+#include "configstore/snapshot.h"
 #include "support/child_process.h"
 #include "support/host_test.h"
 #include "util/checksum.h"
@@ -98,7 +99,28 @@ TEST_F(StoredFormat, DependsOnNothingButWhatIsStored) {
   EXPECT_TRUE(ReadFile(SnapshotPath()) == first);
 }
 
-// The two pieces that make keys.
+// By what a process tells whether it has the newest file mapped already.
+
+TEST_F(StoredFormat, OfANewFileIsRecognisedByItsInodeSizeAndTimes) {
+  Put(OpenStore(), "a", "1");
+  const auto snapshot = TavConfigStore::Snapshot::Open(SnapshotPath());
+  const struct stat same = StatusOf(SnapshotPath());
+  EXPECT_TRUE(snapshot->IsOf(same));
+  void (*const changes[])(struct stat*) = {[](struct stat* status) { ++status->st_ino; },
+                                           [](struct stat* status) { ++status->st_dev; },
+                                           [](struct stat* status) { ++status->st_size; },
+                                           [](struct stat* status) { ++status->st_mtim.tv_nsec; },
+                                           [](struct stat* status) { ++status->st_mtim.tv_sec; },
+                                           [](struct stat* status) { ++status->st_ctim.tv_nsec; },
+                                           [](struct stat* status) { ++status->st_ctim.tv_sec; }};
+  for (const auto& change : changes) {
+    struct stat other = same;
+    change(&other);
+    EXPECT_FALSE(snapshot->IsOf(other)) << "change " << &change - changes;
+  }
+}
+
+// The pieces that make keys.
 
 TEST(EncodedKind, ComesBackWhateverTheBytes) {
   const std::string strings[] = {"", "a", ",", "1:a,", "\0"s, "\xff", std::string(70'000, ':')};
