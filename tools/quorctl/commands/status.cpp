@@ -83,6 +83,13 @@ void AddAnswers(const Answers& answers, LabelledLines* lines) {
   lines->Add("datastores:", withDigest(answers.datastores, answers.datastoreDigest));
 }
 
+StoredFile SelectedFile(bool usesConfigStore) {
+  if (!usesConfigStore) return HostPlatform::GetConfigFileState();
+  const HostPlatform::ConfigStoreState state = HostPlatform::GetConfigStoreState();
+  const StoredFile& file = state;  // the kinds of its records are not shown
+  return file;
+}
+
 class StatusCommand final : public Command {
  public:
   const CommandInfo& Info() const override {
@@ -103,8 +110,7 @@ class StatusCommand final : public Command {
     const StoredRecords stored;
     LabelledLines lines;
     const FeatureState backend = BackendSwitch();
-    const StoredFile file =
-        backend.on ? HostPlatform::GetConfigStoreState() : HostPlatform::GetConfigFileState();
+    const StoredFile file = SelectedFile(backend.on);
     lines.Add("host directory:", HostPlatform::HostDirectory());
     AddSwitch(backend, &lines);
     AddFile(file, &lines);
