@@ -21,7 +21,7 @@ namespace {
 constexpr std::size_t kRandomDigits = 16;
 
 std::string TemporaryPrefix(const char* name) {
-  return "." + std::string(name) + ".new-";
+  return std::string(".").append(name).append(".new-");
 }
 
 std::string MakeTemporaryName(const char* name) {
