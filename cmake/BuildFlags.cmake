@@ -11,7 +11,8 @@ if(QUOR_SANITIZE)
     -fsanitize=${QUOR_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   target_link_options(quor_build_flags INTERFACE -fsanitize=${QUOR_SANITIZE})
 else()
-  target_link_options(quor_build_flags INTERFACE -Wl,--no-undefined)
+  # Calls within a library go straight to their function.
+  target_link_options(quor_build_flags INTERFACE -Wl,--no-undefined -Wl,-Bsymbolic-functions)
   target_compile_options(quor_build_flags INTERFACE -fstack-protector-strong
     $<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2>)
 endif()

@@ -11,7 +11,6 @@ package_list() {
 build g++             compiler
 build cmake           build configuration, 3.25 or newer
 build ninja-build     runs the build
-build libcdb-dev      format of the configuration store's snapshots
 build libxxhash-dev   checksums of stored records
 build libmd-dev       MD5 of the catalogue digests
 build libsimdjson-dev parser of the configuration file
@@ -22,6 +21,7 @@ tests python3         tests of the source tree, the headers and the built files
 tests binutils        reads the exported symbols of the built libraries
 tests clang           second compiler for the public headers
 tests libsqlite3-dev  oracle in differential tests
+tests libcdb-dev      second reader of the configuration store's snapshots
 lint  clang           parses for clang-tidy
 lint  clang-format    layout of the sources
 lint  clang-tidy      static checks of the sources

@@ -51,6 +51,11 @@ QuorPolicyInfo ReadPolicy(const ConfigStoreObject& object, long long* generation
   return policy;
 }
 
+// Identifiers of one catalogue are of one length and begin alike, so their ends tell most apart.
+bool SameText(const std::string& a, const std::string& b) {
+  return a.size() == b.size() && (a.empty() || a.back() == b.back()) && a == b;
+}
+
 std::string ReadBlob(const ConfigStoreObject& policy, const std::string& blobNamespace) {
   std::string blob;
   const auto subObject = policy.GetSubObject(SubObjectId(kBlobs, blobNamespace));
@@ -76,7 +81,9 @@ std::vector<QuorPolicyInfo> ListPolicyInfo() {
   std::vector<QuorPolicyInfo> policies;
   const StorePtr store = OpenStore();
   long long generationNumber = 0;
-  for (const auto& object : store->GetObjects(SelectAll(PolicyObjectId()))) {
+  const auto objects = store->GetObjects(SelectAll(PolicyObjectId()));
+  policies.reserve(objects.size());
+  for (const auto& object : objects) {
     try {
       policies.push_back(ReadPolicy(*object, &generationNumber));
     } catch (const ConfigStoreException&) {
@@ -93,7 +100,7 @@ std::string GetPolicyBlob(const std::string& policyId, const std::string& blobNa
   for (const auto& object : store->GetObjects(SelectAll(PolicyObjectId()))) {
     storedId.clear();
     object->GetValue(kPolicyId, &storedId);
-    if (storedId == policyId) return ReadBlob(*object, blobNamespace);
+    if (SameText(storedId, policyId)) return ReadBlob(*object, blobNamespace);
   }
   return std::string();
 }

@@ -27,7 +27,7 @@ PLATFORM_NAMES = (
 
 RUNTIME = {"libstdc++.so.6", "libgcc_s.so.1", "libc.so.6"}
 QUOR_MAY_NEED = RUNTIME | {"libquor-platform.so.1"}
-PLATFORM_MAY_NEED = RUNTIME | {"libcdb.so.1", "libmd.so.0", "libsimdjson.so.14"}
+PLATFORM_MAY_NEED = RUNTIME | {"libmd.so.0", "libsimdjson.so.14"}
 
 
 def output_of(*command):

@@ -29,10 +29,11 @@ struct ObjectContents;
 class RecordSource;
 struct ObjectAccess;
 
+// Kept alive by the pointers to the objects that were fetched from it.
 struct StoredRecord {
-  std::shared_ptr<const RecordSource> source;  // null: not fetched from the store
-  std::uint32_t number = 0;                    // which record of the source
-  std::string_view part;                       // of a sub-object: its bytes within the record
+  const RecordSource* source = nullptr;  // null: not fetched from the store
+  std::uint32_t number = 0;              // which record of the source
+  std::string_view body;                 // its bytes, when known; of a sub-object its part of them
 };
 
 // A value in place, valid until its object is changed or released.
@@ -74,7 +75,7 @@ class PLATFORM_API ReadOnlyObject : public BaseObject {
 
  protected:
   explicit ReadOnlyObject(std::unique_ptr<ObjectContents> contents);
-  explicit ReadOnlyObject(StoredRecord stored);
+  ReadOnlyObject(const RecordSource* source, std::uint32_t number, std::string_view body);
   ~ReadOnlyObject();
 
   StoredRecord stored_;
@@ -89,7 +90,7 @@ class PLATFORM_API WritableObject : public ReadOnlyObject {
 
  protected:
   explicit WritableObject(std::unique_ptr<ObjectContents> contents);
-  explicit WritableObject(StoredRecord stored);
+  WritableObject(const RecordSource* source, std::uint32_t number, std::string_view body);
   ~WritableObject();
 
   ObjectContents& MutableContents();
@@ -112,7 +113,7 @@ class PLATFORM_API ConfigStoreSubObject final
       public std::enable_shared_from_this<ConfigStoreSubObject> {
  public:
   explicit ConfigStoreSubObject(const SubObjectId& id);
-  explicit ConfigStoreSubObject(StoredRecord stored);
+  ConfigStoreSubObject(const RecordSource* source, std::uint32_t number, std::string_view body);
   ~ConfigStoreSubObject();
 
   friend struct ObjectAccess;
@@ -123,7 +124,7 @@ class PLATFORM_API ConfigStoreObject final
       public std::enable_shared_from_this<ConfigStoreObject> {
  public:
   explicit ConfigStoreObject(const ConfigStoreObjectId& id);
-  explicit ConfigStoreObject(StoredRecord stored);
+  ConfigStoreObject(const RecordSource* source, std::uint32_t number, std::string_view body);
   ~ConfigStoreObject();
 
   // The sub-object, for reading; null when there is none.

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "configstore/failure.h"
+#include "configstore/fetched.h"
 #include "configstore/object_contents.h"
 #include "configstore/object_key.h"
 #include "configstore/record_codec.h"
@@ -21,9 +22,14 @@ std::unique_ptr<ObjectContents> NewContents(std::string kind, std::string name,
   return contents;
 }
 
-// Of a sub-object its part, otherwise the record's body.
 std::string_view BodyOf(const StoredRecord& stored) {
-  return stored.part.data() != nullptr ? stored.part : stored.source->Body(stored.number);
+  return stored.body.data() != nullptr ? stored.body : stored.source->Body(stored.number);
+}
+
+// The part of a record that is a sub-object.
+std::shared_ptr<const ConfigStoreSubObject> FetchPart(const StoredRecord& stored,
+                                                      const StoredSubObject& subObject) {
+  return Fetch<ConfigStoreSubObject>(stored.source, stored.number, subObject.part);
 }
 
 [[noreturn]] void RaiseWrongType(const char* key, const char* wanted) {
@@ -58,12 +64,14 @@ const ObjectContents& ObjectAccess::Contents(const std::shared_ptr<FilterSpecObj
 ReadOnlyObject::ReadOnlyObject(std::unique_ptr<ObjectContents> contents)
     : contents_(std::move(contents)) {}
 
-ReadOnlyObject::ReadOnlyObject(StoredRecord stored) : stored_(std::move(stored)) {}
+ReadOnlyObject::ReadOnlyObject(const RecordSource* source, std::uint32_t number,
+                               std::string_view body)
+    : stored_{source, number, body} {}
 
 ReadOnlyObject::~ReadOnlyObject() = default;
 
 bool ReadOnlyObject::GetValue(const char* key, std::string* value) const {
-  ValueRef found = GetValuePtr(key);
+  ValueRef found = ReadOnlyObject::GetValuePtr(key);
   if (found.type == ValueRef::Type::kAbsent) found = GetValuePtrDefault(key);
   if (found.type == ValueRef::Type::kAbsent) return false;
   if (found.type != ValueRef::Type::kString) RaiseWrongType(key, "a string");
@@ -85,7 +93,7 @@ const void* ReadOnlyObject::GetJsonDocPtr() const {
 }
 
 ValueRef ReadOnlyObject::GetValuePtr(const char* key) const {
-  return FindValue(contents_ ? BodyReader(contents_->values) : BodyReader(BodyOf(stored_)), key);
+  return contents_ ? FindValue(contents_->values, key) : FindValue(BodyOf(stored_), key);
 }
 
 ValueRef ReadOnlyObject::GetValuePtrDefault(const char*) const {
@@ -97,7 +105,9 @@ ValueRef ReadOnlyObject::GetValuePtrDefault(const char*) const {
 WritableObject::WritableObject(std::unique_ptr<ObjectContents> contents)
     : ReadOnlyObject(std::move(contents)) {}
 
-WritableObject::WritableObject(StoredRecord stored) : ReadOnlyObject(std::move(stored)) {}
+WritableObject::WritableObject(const RecordSource* source, std::uint32_t number,
+                               std::string_view body)
+    : ReadOnlyObject(source, number, body) {}
 
 WritableObject::~WritableObject() = default;
 
@@ -138,8 +148,9 @@ FilterSpecObject::~FilterSpecObject() = default;
 ConfigStoreSubObject::ConfigStoreSubObject(const SubObjectId& id)
     : WritableObject(NewContents({}, id.name, id.instance)) {}
 
-ConfigStoreSubObject::ConfigStoreSubObject(StoredRecord stored)
-    : WritableObject(std::move(stored)) {}
+ConfigStoreSubObject::ConfigStoreSubObject(const RecordSource* source, std::uint32_t number,
+                                           std::string_view body)
+    : WritableObject(source, number, body) {}
 
 ConfigStoreSubObject::~ConfigStoreSubObject() = default;
 
@@ -148,7 +159,9 @@ ConfigStoreSubObject::~ConfigStoreSubObject() = default;
 ConfigStoreObject::ConfigStoreObject(const ConfigStoreObjectId& id)
     : WritableObject(NewContents(EncodeKind(id), {}, id.instance)) {}
 
-ConfigStoreObject::ConfigStoreObject(StoredRecord stored) : WritableObject(std::move(stored)) {}
+ConfigStoreObject::ConfigStoreObject(const RecordSource* source, std::uint32_t number,
+                                     std::string_view body)
+    : WritableObject(source, number, body) {}
 
 ConfigStoreObject::~ConfigStoreObject() = default;
 
@@ -158,8 +171,7 @@ std::shared_ptr<const ConfigStoreSubObject> ConfigStoreObject::GetSubObject(
   BodyReader reader(BodyOf(stored_));
   for (StoredSubObject stored; reader.NextSubObject(&stored);) {
     if (stored.name == id.name && stored.instance == id.instance) {
-      return std::make_shared<ConfigStoreSubObject>(
-          StoredRecord{stored_.source, stored_.number, stored.part});
+      return FetchPart(stored_, stored);
     }
   }
   return nullptr;
@@ -185,8 +197,7 @@ std::vector<std::shared_ptr<const ConfigStoreSubObject>> ConfigStoreObject::GetS
   BodyReader reader(BodyOf(stored_));
   for (StoredSubObject stored; reader.NextSubObject(&stored);) {
     if (Selects(wanted, stored.name, stored.instance)) {
-      selected.push_back(std::make_shared<ConfigStoreSubObject>(
-          StoredRecord{stored_.source, stored_.number, stored.part}));
+      selected.push_back(FetchPart(stored_, stored));
     }
   }
   return selected;

@@ -9,24 +9,24 @@
 #include <memory>
 #include <vector>
 
-#include "tavconfigstore/object.h"
+#include "configstore/snapshot.h"
 
 namespace TavConfigStore {
 
 class ObjectBatch {
  public:
-  // Objects for `count` records of the source, from number `first` on.
+  // Objects for `count` records of the snapshot, from number `first` on.
   static std::vector<std::shared_ptr<ConfigStoreObject>> Make(
-      const std::shared_ptr<const RecordSource>& source, std::uint32_t first, std::uint32_t count);
+      const std::shared_ptr<const Snapshot>& snapshot, std::uint32_t first, std::uint32_t count);
 
   // Use Make(). Public for std::make_shared().
-  ObjectBatch(const std::shared_ptr<const RecordSource>& source, std::uint32_t first,
-              std::uint32_t count);
+  ObjectBatch(std::shared_ptr<const Snapshot> snapshot, std::uint32_t first, std::uint32_t count);
   ObjectBatch(const ObjectBatch&) = delete;
   ObjectBatch& operator=(const ObjectBatch&) = delete;
   ~ObjectBatch();
 
  private:
+  std::shared_ptr<const Snapshot> snapshot_;
   std::uint32_t count_;
   ConfigStoreObject* objects_;
 };

@@ -21,8 +21,9 @@ struct ObjectContents {
   std::vector<std::shared_ptr<ConfigStoreSubObject>> subObjects;  // in the order of creation
 };
 
-// Where the bytes of fetched objects are; each object keeps its source alive.
-class RecordSource {
+// Where the bytes of fetched objects are. Held by shared pointers, which the pointers to those
+// objects share.
+class RecordSource : public std::enable_shared_from_this<RecordSource> {
  public:
   virtual ~RecordSource() = default;
 

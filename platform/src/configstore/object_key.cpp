@@ -1,6 +1,8 @@
 #include "configstore/object_key.h"
 
+#include <algorithm>
 #include <charconv>
+#include <limits>
 
 namespace TavConfigStore {
 
@@ -9,11 +11,14 @@ const std::string sGlobalNamespace = "global";
 
 namespace {
 
-void AppendWithLength(const std::string& text, std::string* bytes) {
-  bytes->append(std::to_string(text.size()));
-  bytes->push_back(':');
-  bytes->append(text);
-  bytes->push_back(',');
+constexpr std::size_t kLongestNumber = std::numeric_limits<std::size_t>::digits10 + 1;
+
+char* PutWithLength(const std::string& text, char* at) {
+  at = std::to_chars(at, at + kLongestNumber, text.size()).ptr;
+  *at++ = ':';
+  at = std::copy(text.begin(), text.end(), at);
+  *at++ = ',';
+  return at;
 }
 
 bool TakeWithLength(std::string_view* bytes, std::string_view* text) {
@@ -31,11 +36,12 @@ bool TakeWithLength(std::string_view* bytes, std::string_view* text) {
 }  // namespace
 
 std::string EncodeKind(const ConfigStoreObjectId& id) {
-  std::string kind;
-  kind.reserve(id.component.size() + id.group.size() + id.key.size() + 16);
-  AppendWithLength(id.component, &kind);
-  AppendWithLength(id.group, &kind);
-  AppendWithLength(id.key, &kind);
+  std::string kind(id.component.size() + id.group.size() + id.key.size() + 3 * (kLongestNumber + 2),
+                   '\0');
+  char* at = PutWithLength(id.component, kind.data());
+  at = PutWithLength(id.group, at);
+  at = PutWithLength(id.key, at);
+  kind.resize(static_cast<std::size_t>(at - kind.data()));
   return kind;
 }
 

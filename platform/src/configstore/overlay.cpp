@@ -9,17 +9,16 @@ namespace TavConfigStore {
 // A record that this transaction wrote.
 class Overlay::WrittenRecord final : public RecordSource {
  public:
-  WrittenRecord(std::string kind, std::string instance, std::string body)
-      : kind_(std::move(kind)), instance_(std::move(instance)), body_(std::move(body)) {}
+  explicit WrittenRecord(EncodedRecord record) : record_(std::move(record)) {}
 
-  Record Read(std::uint32_t) const override { return {kind_, instance_, body_}; }
-  std::string_view Body(std::uint32_t) const override { return body_; }
-  std::string_view instance() const { return instance_; }
+  Record Read(std::uint32_t) const override {
+    return {record_.kind(), record_.instance(), record_.body()};
+  }
+  std::string_view Body(std::uint32_t) const override { return record_.body(); }
+  std::string_view instance() const { return record_.instance(); }
 
  private:
-  std::string kind_;
-  std::string instance_;
-  std::string body_;
+  EncodedRecord record_;
 };
 
 const Overlay::Changes* Overlay::ChangesOf(const std::string& kind) const {
@@ -27,11 +26,12 @@ const Overlay::Changes* Overlay::ChangesOf(const std::string& kind) const {
   return found == changes_.end() ? nullptr : &found->second;
 }
 
-std::optional<std::uint32_t> Overlay::FindInBase(const std::string& kind,
-                                                 const std::string& instance,
+std::optional<std::uint32_t> Overlay::FindInBase(std::string_view kind, std::string_view instance,
                                                  const Changes* changes) const {
   if (!base_ || (changes != nullptr && changes->baseDeleted)) return std::nullopt;
-  const std::optional<std::uint32_t> number = base_->Find(kind, instance);
+  const Snapshot::Kind* const stored = base_->FindKind(kind);
+  if (stored == nullptr) return std::nullopt;
+  const std::optional<std::uint32_t> number = base_->Find(*stored, instance);
   if (number && changes != nullptr && changes->deleted.contains(*number)) return std::nullopt;
   return number;
 }
@@ -39,16 +39,16 @@ std::optional<std::uint32_t> Overlay::FindInBase(const std::string& kind,
 StoredRecord Overlay::BaseRecord(std::uint32_t number, const Changes* changes) const {
   if (changes != nullptr) {
     const auto replaced = changes->replaced.find(number);
-    if (replaced != changes->replaced.end()) return {replaced->second, 0, {}};
+    if (replaced != changes->replaced.end()) return {replaced->second.get(), 0, {}};
   }
-  return {base_, number, {}};
+  return {base_.get(), number, {}};
 }
 
 StoredRecord Overlay::Find(const std::string& kind, const std::string& instance) const {
   const Changes* const changes = ChangesOf(kind);
   if (changes != nullptr) {
     const auto added = changes->addedAt.find(instance);
-    if (added != changes->addedAt.end()) return {changes->added[added->second], 0, {}};
+    if (added != changes->addedAt.end()) return {changes->added[added->second].get(), 0, {}};
   }
   const auto number = FindInBase(kind, instance, changes);
   return number ? BaseRecord(*number, changes) : StoredRecord();
@@ -58,31 +58,36 @@ std::vector<StoredRecord> Overlay::List(const std::string& kind) const {
   const Changes* const changes = ChangesOf(kind);
   std::vector<StoredRecord> records;
   if (base_ && !(changes != nullptr && changes->baseDeleted)) {
-    const Snapshot::Kind stored = base_->FindKind(kind);
-    records.reserve(stored.count);
-    for (std::uint32_t number = stored.first; number < stored.first + stored.count; ++number) {
+    const Snapshot::Kind* const stored = base_->FindKind(kind);
+    const std::uint32_t count = stored == nullptr ? 0 : stored->count;
+    records.reserve(count);
+    for (std::uint32_t i = 0; i < count; ++i) {
+      const std::uint32_t number = stored->first + i;
       if (changes != nullptr && changes->deleted.contains(number)) continue;
       records.push_back(BaseRecord(number, changes));
     }
   }
   if (changes != nullptr) {
     for (const auto& record : changes->added) {
-      if (record) records.push_back({record, 0, {}});
+      if (record) records.push_back({record.get(), 0, {}});
     }
   }
   return records;
 }
 
-void Overlay::Set(const std::string& kind, const std::string& instance, std::string body) {
-  Changes& changes = changes_[kind];
-  auto record = std::make_shared<const WrittenRecord>(kind, instance, std::move(body));
-  const auto added = changes.addedAt.find(instance);
+void Overlay::Set(EncodedRecord encoded) {
+  const std::string_view kind = encoded.kind();
+  auto found = changes_.find(kind);
+  if (found == changes_.end()) found = changes_.emplace(kind, Changes()).first;
+  Changes& changes = found->second;
+  auto record = std::make_shared<const WrittenRecord>(std::move(encoded));
+  const auto added = changes.addedAt.find(record->instance());
   if (added != changes.addedAt.end()) {
     const std::size_t place = added->second;
     changes.addedAt.erase(added);  // its key is part of the record that goes
     changes.addedAt.emplace(record->instance(), place);
     changes.added[place] = std::move(record);
-  } else if (const auto number = FindInBase(kind, instance, &changes)) {
+  } else if (const auto number = FindInBase(found->first, record->instance(), &changes)) {
     changes.replaced[*number] = std::move(record);
   } else {
     changes.added.push_back(record);
@@ -126,7 +131,7 @@ void Overlay::Write(const HostPlatform::Io::FileDescriptor& file, const std::str
       writeKind(std::string(kind.name));
   }
   for (const auto& [kind, changes] : changes_) {
-    if (!base_ || base_->FindKind(kind).count == 0) writeKind(kind);
+    if (!base_ || base_->FindKind(kind) == nullptr) writeKind(kind);
   }
   writer.Finish();
 }

@@ -2,6 +2,7 @@
 #ifndef PLATFORM_SRC_CONFIGSTORE_OVERLAY_H_
 #define PLATFORM_SRC_CONFIGSTORE_OVERLAY_H_
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <string>
@@ -27,7 +28,7 @@ class Overlay {
   std::vector<StoredRecord> List(const std::string& kind) const;
 
   // One that is there already is replaced in its place; a new one comes last.
-  void Set(const std::string& kind, const std::string& instance, std::string body);
+  void Set(EncodedRecord record);
   void Delete(const std::string& kind, const std::string& instance);
   void DeleteAll(const std::string& kind);
 
@@ -47,13 +48,13 @@ class Overlay {
     std::unordered_map<std::string_view, std::size_t> addedAt;  // by instance
   };
 
-  std::optional<std::uint32_t> FindInBase(const std::string& kind, const std::string& instance,
+  std::optional<std::uint32_t> FindInBase(std::string_view kind, std::string_view instance,
                                           const Changes* changes) const;
   StoredRecord BaseRecord(std::uint32_t number, const Changes* changes) const;
   const Changes* ChangesOf(const std::string& kind) const;
 
   std::shared_ptr<const Snapshot> base_;
-  std::map<std::string, Changes> changes_;
+  std::map<std::string, Changes, std::less<>> changes_;
 };
 
 }  // namespace TavConfigStore

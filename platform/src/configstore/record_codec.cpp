@@ -22,9 +22,12 @@ void AppendLength(std::size_t length, std::string* bytes) {
   AppendInteger(static_cast<std::uint32_t>(length), bytes);
 }
 
+constexpr std::size_t kRoomForMoreValues = 120;
+
 // The head and name of a value; `dataSize` bytes are to follow.
 void AppendHead(char type, std::string_view name, std::size_t dataSize, std::string* bytes) {
-  bytes->reserve(bytes->size() + kValueHead + name.size() + dataSize);
+  const std::size_t wanted = bytes->size() + kValueHead + name.size() + dataSize;
+  if (wanted > bytes->capacity()) bytes->reserve(wanted + kRoomForMoreValues);
   bytes->push_back(type);
   AppendLength(name.size(), bytes);
   AppendLength(dataSize, bytes);
@@ -86,11 +89,14 @@ void SetValue(std::string_view name, std::int64_t integer, EncodedValues* values
   ++values->count;
 }
 
-std::string EncodeBody(const ObjectContents& contents) {
-  std::string bytes;
-  bytes.reserve(SizeOf(contents));
-  AppendBody(contents, &bytes);
-  return bytes;
+EncodedRecord EncodeRecord(const ObjectContents& contents) {
+  EncodedRecord record;
+  record.kindSize = contents.kind.size();
+  record.keySize = contents.kind.size() + contents.instance.size();
+  record.bytes.reserve(record.keySize + SizeOf(contents));
+  record.bytes.append(contents.kind).append(contents.instance);
+  AppendBody(contents, &record.bytes);
+  return record;
 }
 
 void RaiseMalformedBody() {
@@ -127,6 +133,13 @@ ValueRef Decode(const StoredValue& stored) {
   return {ValueRef::Type::kInteger, {}, LoadInteger<std::int64_t>(stored.data.data())};
 }
 
+inline ValueRef FindValue(BodyReader* reader, std::string_view name) {
+  for (StoredValue stored; reader->NextValue(&stored);) {
+    if (stored.name == name) return Decode(stored);
+  }
+  return ValueRef();
+}
+
 void CheckValues(BodyReader* reader) {
   for (StoredValue stored; reader->NextValue(&stored);)
     Decode(stored);
@@ -157,11 +170,14 @@ EncodedValues CopyValues(std::string_view body) {
   return values;
 }
 
-ValueRef FindValue(BodyReader reader, std::string_view name) {
-  for (StoredValue stored; reader.NextValue(&stored);) {
-    if (stored.name == name) return Decode(stored);
-  }
-  return ValueRef();
+ValueRef FindValue(std::string_view body, std::string_view name) {
+  BodyReader reader(body);
+  return FindValue(&reader, name);
+}
+
+ValueRef FindValue(const EncodedValues& values, std::string_view name) {
+  BodyReader reader(values);
+  return FindValue(&reader, name);
 }
 
 }  // namespace TavConfigStore

@@ -30,8 +30,21 @@ struct EncodedValues {
 void SetValue(std::string_view name, std::string_view text, EncodedValues* values);
 void SetValue(std::string_view name, std::int64_t integer, EncodedValues* values);
 
-// The body of what the object holds. Raises like SetValue().
-std::string EncodeBody(const ObjectContents& contents);
+// A record that is to be stored: kind, instance and body, one after the other.
+struct EncodedRecord {
+  std::string bytes;
+  std::size_t kindSize = 0;
+  std::size_t keySize = 0;  // of kind and instance
+
+  std::string_view kind() const { return std::string_view(bytes).substr(0, kindSize); }
+  std::string_view instance() const {
+    return std::string_view(bytes).substr(kindSize, keySize - kindSize);
+  }
+  std::string_view body() const { return std::string_view(bytes).substr(keySize); }
+};
+
+// What the object holds. Raises like SetValue().
+EncodedRecord EncodeRecord(const ObjectContents& contents);
 
 inline constexpr std::size_t kBodyHead = 8;
 inline constexpr std::size_t kValueHead = 9;
@@ -103,8 +116,9 @@ void CheckBody(std::string_view body);
 // The values of a body, still encoded.
 EncodedValues CopyValues(std::string_view body);
 
-// The value of that name among those that the reader has not read; kAbsent when there is none.
-ValueRef FindValue(BodyReader reader, std::string_view name);
+// The value of that name; kAbsent when there is none.
+ValueRef FindValue(std::string_view body, std::string_view name);
+ValueRef FindValue(const EncodedValues& values, std::string_view name);
 
 }  // namespace TavConfigStore
 

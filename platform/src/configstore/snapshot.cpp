@@ -51,24 +51,11 @@ std::shared_ptr<const Snapshot> Snapshot::Open(const std::string& path) try {
 }
 
 Snapshot::Snapshot(const std::string& path, const FileDescriptor& file, const struct stat& status)
-    : path_(path), status_(status), database_() {
-  if (cdb_init(&database_, file.get()) != 0) {
-    const int error = errno;
-    if (error == EPROTO) RaiseCorrupt(path_, "its table points outside of it");
-    HostPlatform::Io::RaiseSystemError(error, path_, "map");
-  }
-  const void* const mapping = cdb_get(&database_, database_.cdb_fsize, 0);
-  file_ = std::string_view(static_cast<const char*>(mapping), database_.cdb_fsize);
-  try {
-    CheckFooter();
-  } catch (...) {
-    cdb_free(&database_);
-    throw;
-  }
-}
-
-Snapshot::~Snapshot() {
-  cdb_free(&database_);
+    : path_(path),
+      status_(status),
+      mapping_(file, static_cast<std::size_t>(status.st_size), path),
+      file_(mapping_.bytes()) {
+  CheckFooter();
 }
 
 bool Snapshot::IsOf(const struct stat& status) const {
@@ -120,6 +107,7 @@ void Snapshot::ReadDirectory(std::string_view directory, std::uint32_t kindCount
     kind.first = recordCount_;
     kind.count = LoadLength(lengths.data() + 4);
     kind.name = take(LoadLength(lengths.data()));
+    kind.hash = ContinueHash(kEmptyHash, kind.name);
     kind.parts = DecodeKind(kind.name);
     if (!kind.parts.ok) RaiseCorrupt(path_, "its directory names no kind of objects");
     kind.positions = take(std::uint64_t{4} * kind.count).data();
@@ -137,21 +125,21 @@ std::string_view Snapshot::Bytes(std::uint64_t position, std::uint64_t size) con
   return std::string_view(file_.data() + position, size);
 }
 
-Snapshot::Kind Snapshot::FindKind(std::string_view name) const {
+const Snapshot::Kind* Snapshot::FindKind(std::string_view name) const {
   for (const Kind& kind : kinds_) {
-    if (kind.name == name) return kind;
+    if (kind.name == name) return &kind;
   }
-  return Kind();
+  return nullptr;
 }
 
-Snapshot::Kind Snapshot::FindKind(const ConfigStoreObjectId& id) const {
+const Snapshot::Kind* Snapshot::FindKind(const ConfigStoreObjectId& id) const {
   for (const Kind& kind : kinds_) {
     if (kind.parts.key == id.key && kind.parts.group == id.group &&
         kind.parts.component == id.component) {
-      return kind;
+      return &kind;
     }
   }
-  return Kind();
+  return nullptr;
 }
 
 Snapshot::Location Snapshot::Locate(std::uint32_t number) const {
@@ -174,11 +162,8 @@ RecordSource::Record Snapshot::Read(std::uint32_t number) const {
 }
 
 std::string_view Snapshot::Body(std::uint32_t number) const {
-  if (number < recordCount_) {
-    const std::uint64_t body = bodies_[number].load(std::memory_order_relaxed);
-    if (body != 0) return file_.substr(body >> 32, body & 0xffffffff);
-  }
-  return Read(number).body;
+  const std::string_view body = CheckedBody(number);
+  return body.data() != nullptr ? body : Read(number).body;
 }
 
 // Only lengths are checked here; what they enclose is only good once Verify() has said so.
@@ -217,41 +202,48 @@ void Snapshot::Verify(std::uint32_t number, const Location& location, const Reco
   CheckBody(record.body);
 }
 
-std::optional<std::uint32_t> Snapshot::Find(std::string_view kind,
-                                            std::string_view instance) const {
-  std::string key;
-  key.reserve(kind.size() + instance.size());
-  key.append(kind).append(instance);
-  if (key.size() > kLargestFile) return std::nullopt;
-  struct cdb search = database_;  // holds the state of one search
-  const int found = cdb_find(&search, key.data(), static_cast<unsigned>(key.size()));
-  if (found < 0) RaiseCorrupt(path_, "its hash tables point outside of it");
-  if (found == 0) {
-    RaiseIfDamaged(key);
+KeyIndexSearch Snapshot::Search(std::uint32_t hash) const {
+  const char* const table = file_.data() + kIndexSlotSize * std::size_t{hash % kIndexTables};
+  const std::uint64_t slots = LoadLength(table + 4);
+  return KeyIndexSearch(Bytes(LoadLength(table), kIndexSlotSize * slots), hash);
+}
+
+std::optional<std::uint32_t> Snapshot::Find(const Kind& kind, std::string_view instance) const {
+  const std::uint32_t hash = ContinueHash(kind.hash, instance);
+  KeyIndexSearch search = Search(hash);
+  while (const std::uint32_t position = search.Next()) {
+    const auto number = NumberAt(position, kind, instance);
+    if (number) return number;
+  }
+  RaiseIfDamaged(hash);
+  return std::nullopt;
+}
+
+// The number of the record at this position when its key is the one given.
+std::optional<std::uint32_t> Snapshot::NumberAt(std::uint32_t position, const Kind& kind,
+                                                std::string_view instance) const {
+  const std::size_t prefix = kind.name.size();
+  const std::size_t keySize = prefix + instance.size();
+  const char* const head = Bytes(position, kRecordHead).data();
+  if (LoadLength(head) != keySize || LoadLength(head + 4) < kDataHead) return std::nullopt;
+  const char* const key = Bytes(std::uint64_t{position} + kRecordHead, keySize + kDataHead).data();
+  if (std::string_view(key, prefix) != kind.name ||
+      std::string_view(key + prefix, instance.size()) != instance) {
     return std::nullopt;
   }
-  const std::string_view data = Bytes(cdb_datapos(&search), cdb_datalen(&search));
-  const std::uint32_t number = data.size() < kDataHead ? recordCount_ : LoadLength(data.data() + 1);
-  if (number >= recordCount_ || Locate(number).position != cdb_keypos(&search) - kRecordHead) {
-    RaiseCorrupt(path_, "the record at byte " + std::to_string(cdb_keypos(&search)) +
-                            " has the number of another");
+  const std::uint32_t number = LoadLength(key + keySize + 1);
+  if (number >= recordCount_ || Locate(number).position != position) {
+    RaiseCorrupt(path_,
+                 "the record at byte " + std::to_string(position) + " has the number of another");
   }
   return number;
 }
 
-// The key's hash leads to every record that may have it. One with that hash and another key is
+// The hash leads to every record that may have the key. One with that hash and another key is
 // either of a rare collision, and then its checksum is right, or a damaged one.
-void Snapshot::RaiseIfDamaged(const std::string& key) const {
-  const std::uint32_t hash = cdb_hash(key.data(), static_cast<unsigned>(key.size()));
-  const char* const entry = Bytes(std::uint64_t{8} * (hash & 255), 8).data();
-  const std::uint32_t table = LoadLength(entry);
-  const std::uint32_t slots = LoadLength(entry + 4);
-  for (std::uint32_t i = 0; i < slots; ++i) {
-    const std::uint64_t slot = ((hash >> 8) + std::uint64_t{i}) % slots;
-    const char* const pair = Bytes(table + 8 * slot, 8).data();
-    const std::uint32_t position = LoadLength(pair + 4);
-    if (position == 0) return;
-    if (LoadLength(pair) != hash) continue;
+void Snapshot::RaiseIfDamaged(std::uint32_t hash) const {
+  KeyIndexSearch search = Search(hash);
+  while (const std::uint32_t position = search.Next()) {
     for (std::uint32_t number = 0; number < recordCount_; ++number) {
       if (Locate(number).position == position) Read(number);
     }

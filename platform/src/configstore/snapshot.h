@@ -5,7 +5,6 @@
 #ifndef PLATFORM_SRC_CONFIGSTORE_SNAPSHOT_H_
 #define PLATFORM_SRC_CONFIGSTORE_SNAPSHOT_H_
 
-#include <cdb.h>
 #include <sys/stat.h>
 
 #include <atomic>
@@ -15,9 +14,11 @@
 #include <string_view>
 #include <vector>
 
+#include "configstore/key_index.h"
 #include "configstore/object_contents.h"
 #include "configstore/object_key.h"
 #include "io/file_descriptor.h"
+#include "io/file_mapping.h"
 
 namespace TavConfigStore {
 
@@ -29,7 +30,6 @@ class Snapshot final : public RecordSource {
 
   Snapshot(const Snapshot&) = delete;
   Snapshot& operator=(const Snapshot&) = delete;
-  ~Snapshot() override;
 
   // Whether `status` is that of the mapped file, unchanged. A mapping pins its inode, so the
   // numbers cannot have passed to another file.
@@ -42,22 +42,29 @@ class Snapshot final : public RecordSource {
   // The records of one kind, in the order of their first write.
   struct Kind {
     std::string_view name;  // encoded
+    std::uint32_t hash = 0;
     DecodedKind parts;
     std::uint32_t first = 0;  // number of its first record
     std::uint32_t count = 0;
     const char* positions = nullptr;
   };
   const std::vector<Kind>& kinds() const { return kinds_; }
-  // Of no records when there is none.
-  Kind FindKind(std::string_view name) const;
-  Kind FindKind(const ConfigStoreObjectId& id) const;
+  // Null when there is none. Of this snapshot, like the kinds that are given to Find().
+  const Kind* FindKind(std::string_view name) const;
+  const Kind* FindKind(const ConfigStoreObjectId& id) const;
 
   // The number of the record; nothing when there is none. Raises kCorrupt where a damaged record
   // might be the one that is looked for.
-  std::optional<std::uint32_t> Find(std::string_view kind, std::string_view instance) const;
+  std::optional<std::uint32_t> Find(const Kind& kind, std::string_view instance) const;
 
   Record Read(std::uint32_t number) const override;
   std::string_view Body(std::uint32_t number) const override;
+  // The body of a record that was checked before; nothing of any other.
+  std::string_view CheckedBody(std::uint32_t number) const noexcept {
+    const std::uint64_t body = bodies_[number].load(std::memory_order_relaxed);
+    if (body == 0) return std::string_view();
+    return std::string_view(file_.data() + (body >> 32), body & 0xffffffff);
+  }
 
  private:
   struct Location {
@@ -74,12 +81,15 @@ class Snapshot final : public RecordSource {
   Location Locate(std::uint32_t number) const;
   Record ReadAt(const Location& location) const;
   void Verify(std::uint32_t number, const Location& location, const Record& record) const;
-  void RaiseIfDamaged(const std::string& key) const;
+  KeyIndexSearch Search(std::uint32_t hash) const;
+  std::optional<std::uint32_t> NumberAt(std::uint32_t position, const Kind& kind,
+                                        std::string_view instance) const;
+  void RaiseIfDamaged(std::uint32_t hash) const;
 
   std::string path_;
   struct stat status_;
-  struct cdb database_;
-  std::string_view file_;  // the whole mapping
+  HostPlatform::Io::FileMapping mapping_;
+  std::string_view file_;  // the whole of it
   std::uint32_t recordsEnd_ = 0;
   std::uint32_t recordCount_ = 0;
   std::vector<Kind> kinds_;

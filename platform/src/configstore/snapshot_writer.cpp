@@ -3,7 +3,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <new>
 
 #include "configstore/failure.h"
 #include "configstore/snapshot_format.h"
@@ -18,6 +17,8 @@ using namespace SnapshotFormat;
 
 namespace {
 
+constexpr std::size_t kWriteSize = 1 << 20;  // small writes cost more than what they write
+
 [[noreturn]] void RaiseFull(const std::string& path) {
   throw ConfigStoreException(path +
                                  ": the catalogue does not fit the store's 4 GiB; nothing was "
@@ -27,19 +28,16 @@ namespace {
 
 }  // namespace
 
+// The table at the start is written last.
 SnapshotWriter::SnapshotWriter(const HostPlatform::Io::FileDescriptor& file,
                                const std::string& path)
     : file_(file), path_(path), position_(kTableSize) {
-  if (cdb_make_start(&maker_, file_.get()) != 0) RaiseWriteError();
-}
-
-SnapshotWriter::~SnapshotWriter() {
-  // The only way to release the maker's memory; the file is thrown away by its owner.
-  if (!finished_) cdb_make_finish(&maker_);
+  unwritten_.reserve(kWriteSize + kWriteSize / 16);
+  unwritten_.assign(kTableSize, '\0');
 }
 
 void SnapshotWriter::BeginKind(std::string_view name) {
-  kinds_.push_back({std::string(name), {}});
+  kinds_.push_back({std::string(name), ContinueHash(kEmptyHash, name), {}});
 }
 
 void SnapshotWriter::Add(std::string_view instance, std::string_view body) {
@@ -50,38 +48,37 @@ void SnapshotWriter::Add(std::string_view instance, std::string_view body) {
   const std::uint64_t index = 20 * (std::uint64_t{recordCount_} + 1);
   if (position_ + kRecordHead + keySize + dataSize + index > kLargestFile) RaiseFull(path_);
 
-  record_.clear();
-  record_.reserve(keySize + dataSize);
-  record_.append(kind.name).append(instance);
-  record_.push_back(static_cast<char>(kRecordVersion));
-  AppendInteger(recordCount_, &record_);
-  record_.append(body);
-  AppendInteger(Checksum(record_, keySize), &record_);
+  AppendInteger(static_cast<std::uint32_t>(keySize), &unwritten_);
+  AppendInteger(static_cast<std::uint32_t>(dataSize), &unwritten_);
+  const std::size_t start = unwritten_.size();
+  unwritten_.append(kind.name).append(instance);
+  unwritten_.push_back(static_cast<char>(kRecordVersion));
+  AppendInteger(recordCount_, &unwritten_);
+  unwritten_.append(body);
+  AppendInteger(Checksum(std::string_view(unwritten_).substr(start), keySize), &unwritten_);
 
-  if (cdb_make_add(&maker_, record_.data(), static_cast<unsigned>(keySize),
-                   record_.data() + keySize, static_cast<unsigned>(dataSize)) != 0) {
-    RaiseWriteError();
-  }
-  kind.positions.push_back(static_cast<std::uint32_t>(position_));
+  const std::uint32_t hash = ContinueHash(kind.hash, instance);
+  const auto position = static_cast<std::uint32_t>(position_);
+  index_.Add(hash, position);
+  kind.positions.push_back(position);
   position_ += kRecordHead + keySize + dataSize;
   ++recordCount_;
+  if (unwritten_.size() >= kWriteSize) Flush();
+}
+
+void SnapshotWriter::Flush() {
+  HostPlatform::Io::WriteAll(file_, unwritten_, path_);
+  unwritten_.clear();
 }
 
 void SnapshotWriter::Finish() {
-  finished_ = true;  // also when it fails: its memory is gone
-  if (cdb_make_finish(&maker_) != 0) RaiseWriteError();
-  // Two slots of 8 bytes for each record.
-  const std::uint64_t directoryStart = position_ + 16 * std::uint64_t{recordCount_};
-  if (lseek(file_.get(), static_cast<off_t>(directoryStart), SEEK_SET) < 0) RaiseWriteError();
-  const std::string directory = MakeDirectory();
-  const std::uint64_t size = directoryStart + directory.size() + kFooterSize;
+  std::string table, tail;
+  tail.reserve(20 * std::size_t{recordCount_} + 4096);
+  index_.Append(position_, &tail, &table);
+  const std::uint64_t directoryStart = position_ + tail.size();
+  tail.append(MakeDirectory());
+  const std::uint64_t size = position_ + tail.size() + kFooterSize;
   if (size > kLargestFile) RaiseFull(path_);
-
-  const std::string table = HostPlatform::Io::ReadAt(file_, kTableSize, 0, path_);
-  std::string tail = HostPlatform::Io::ReadAt(file_, directoryStart - position_,
-                                              static_cast<off_t>(position_), path_);
-  const std::size_t unwritten = tail.size();
-  tail.append(directory);
   AppendInteger(kMagic, &tail);
   AppendInteger(kVersion, &tail);
   AppendInteger(static_cast<std::uint32_t>(kinds_.size()), &tail);
@@ -89,7 +86,13 @@ void SnapshotWriter::Finish() {
   AppendInteger(directoryStart, &tail);
   AppendInteger(size, &tail);
   AppendInteger(Checksum(tail, Checksum(table)), &tail);
-  HostPlatform::Io::WriteAll(file_, std::string_view(tail).substr(unwritten), path_);
+
+  unwritten_.append(tail);
+  Flush();
+  if (lseek(file_.get(), 0, SEEK_SET) < 0) {
+    HostPlatform::Io::RaiseSystemError(errno, path_, "write the new content");
+  }
+  HostPlatform::Io::WriteAll(file_, table, path_);
 }
 
 std::string SnapshotWriter::MakeDirectory() const {
@@ -102,12 +105,6 @@ std::string SnapshotWriter::MakeDirectory() const {
       AppendInteger(position, &directory);
   }
   return directory;
-}
-
-void SnapshotWriter::RaiseWriteError() const {
-  const int error = errno;
-  if (error == ENOMEM) throw std::bad_alloc();
-  HostPlatform::Io::RaiseSystemError(error, path_, "write the new content");
 }
 
 }  // namespace TavConfigStore

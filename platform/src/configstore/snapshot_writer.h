@@ -2,13 +2,12 @@
 #ifndef PLATFORM_SRC_CONFIGSTORE_SNAPSHOT_WRITER_H_
 #define PLATFORM_SRC_CONFIGSTORE_SNAPSHOT_WRITER_H_
 
-#include <cdb.h>
-
 #include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "configstore/key_index.h"
 #include "io/file_descriptor.h"
 
 namespace TavConfigStore {
@@ -21,7 +20,6 @@ class SnapshotWriter {
   SnapshotWriter(const HostPlatform::Io::FileDescriptor& file, const std::string& path);
   SnapshotWriter(const SnapshotWriter&) = delete;
   SnapshotWriter& operator=(const SnapshotWriter&) = delete;
-  ~SnapshotWriter();
 
   void BeginKind(std::string_view name);
   void Add(std::string_view instance, std::string_view body);
@@ -30,20 +28,20 @@ class SnapshotWriter {
  private:
   struct Kind {
     std::string name;
+    std::uint32_t hash = 0;
     std::vector<std::uint32_t> positions;
   };
 
+  void Flush();
   std::string MakeDirectory() const;
-  [[noreturn]] void RaiseWriteError() const;
 
   const HostPlatform::Io::FileDescriptor& file_;
   const std::string& path_;
-  struct cdb_make maker_;
-  bool finished_ = false;
-  std::uint64_t position_;
+  std::uint64_t position_;  // of the next record
   std::uint32_t recordCount_ = 0;
   std::vector<Kind> kinds_;
-  std::string record_;  // of the one being added: key, then data; kept for its memory
+  KeyIndexBuilder index_;
+  std::string unwritten_;
 };
 
 }  // namespace TavConfigStore

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "configstore/failure.h"
+#include "configstore/fetched.h"
 #include "configstore/object_batch.h"
 #include "configstore/object_contents.h"
 #include "configstore/object_key.h"
@@ -87,7 +88,7 @@ class HostConfigStore final : public ConfigStore {
   void RollbackTransaction() override;
 
  private:
-  StoredRecord Find(const Snapshot::Kind& kind, const std::string& instance);
+  StoredRecord Find(const Snapshot::Kind* kind, const std::string& instance);
   const std::shared_ptr<const Snapshot>& Committed();
   void CheckTransaction() const;
   template <typename Change>
@@ -109,10 +110,10 @@ const std::shared_ptr<const Snapshot>& HostConfigStore::Committed() {
   return snapshot_;
 }
 
-StoredRecord HostConfigStore::Find(const Snapshot::Kind& kind, const std::string& instance) {
-  if (kind.count == 0) return StoredRecord();
-  const auto number = snapshot_->Find(kind.name, instance);
-  return number ? StoredRecord{snapshot_, *number, {}} : StoredRecord();
+StoredRecord HostConfigStore::Find(const Snapshot::Kind* kind, const std::string& instance) {
+  if (kind == nullptr) return StoredRecord();
+  const auto number = snapshot_->Find(*kind, instance);
+  return number ? StoredRecord{snapshot_.get(), *number, {}} : StoredRecord();
 }
 
 std::shared_ptr<ConfigStoreObject> HostConfigStore::GetObject(const ConfigStoreObjectId& id) {
@@ -123,7 +124,9 @@ std::shared_ptr<ConfigStoreObject> HostConfigStore::GetObject(const ConfigStoreO
   } else if (Committed()) {
     stored = Find(snapshot_->FindKind(id), id.instance);
   }
-  return stored.source ? std::make_shared<ConfigStoreObject>(std::move(stored)) : nullptr;
+  return stored.source != nullptr
+             ? Fetch<ConfigStoreObject>(stored.source, stored.number, stored.body)
+             : nullptr;
 }
 
 std::vector<std::shared_ptr<ConfigStoreObject>> HostConfigStore::GetObjects(
@@ -139,14 +142,16 @@ std::vector<std::shared_ptr<ConfigStoreObject>> HostConfigStore::GetObjects(
       records.push_back(overlay.Find(wanted.kind, wanted.instance));
     }
   } else if (Committed()) {
-    const Snapshot::Kind kind = snapshot_->FindKind(wanted.kind);
-    if (wanted.instance.empty()) return ObjectBatch::Make(snapshot_, kind.first, kind.count);
+    const Snapshot::Kind* const kind = snapshot_->FindKind(wanted.kind);
+    if (kind == nullptr) return {};
+    if (wanted.instance.empty()) return ObjectBatch::Make(snapshot_, kind->first, kind->count);
     records.push_back(Find(kind, wanted.instance));
   }
   std::vector<std::shared_ptr<ConfigStoreObject>> objects;
   objects.reserve(records.size());
-  for (StoredRecord& stored : records) {
-    if (stored.source) objects.push_back(std::make_shared<ConfigStoreObject>(std::move(stored)));
+  for (const StoredRecord& stored : records) {
+    if (stored.source != nullptr)
+      objects.push_back(Fetch<ConfigStoreObject>(stored.source, stored.number, stored.body));
   }
   return objects;
 }
@@ -157,11 +162,12 @@ void HostConfigStore::SetObject(const std::shared_ptr<ConfigStoreObject>& object
   if (writeMode != 0) RaiseUsage("the configuration store knows write mode 0 only");
   Apply([&](Overlay& overlay) {
     if (const ObjectContents* contents = ObjectAccess::Contents(*object)) {
-      overlay.Set(contents->kind, contents->instance, EncodeBody(*contents));
+      overlay.Set(EncodeRecord(*contents));
     } else {
       const StoredRecord& stored = ObjectAccess::Stored(*object);
       const RecordSource::Record record = stored.source->Read(stored.number);
-      overlay.Set(std::string(record.kind), std::string(record.instance), std::string(record.body));
+      overlay.Set({std::string(record.kind).append(record.instance).append(record.body),
+                   record.kind.size(), record.kind.size() + record.instance.size()});
     }
   });
 }

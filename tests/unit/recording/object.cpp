@@ -24,8 +24,8 @@ std::unique_ptr<ObjectContents> NewContents(const ConfigStoreObjectId& id) {
   return contents;
 }
 
-std::unique_ptr<ObjectContents> FetchedContents(const StoredRecord& stored) {
-  const Recording::StoredObject& record = stored.source->Record(stored.number);
+std::unique_ptr<ObjectContents> FetchedContents(const RecordSource& source, std::uint32_t number) {
+  const Recording::StoredObject& record = source.Record(number);
   auto contents =
       NewContents(ConfigStoreObjectId(record.key, record.group, record.component, record.instance));
   contents->values = record.values;
@@ -130,8 +130,9 @@ ConfigStoreObject::ConfigStoreObject(const ConfigStoreObjectId& id)
   LogStoreCall("ConfigStoreObject " + contents_->label);
 }
 
-ConfigStoreObject::ConfigStoreObject(StoredRecord stored)
-    : WritableObject(FetchedContents(stored)) {}
+ConfigStoreObject::ConfigStoreObject(const RecordSource* source, std::uint32_t number,
+                                     std::string_view)
+    : WritableObject(FetchedContents(*source, number)) {}
 
 ConfigStoreObject::~ConfigStoreObject() = default;
 

@@ -1,0 +1,30 @@
+// Fetched objects, which keep what they were fetched from.
+#ifndef PLATFORM_SRC_CONFIGSTORE_FETCHED_H_
+#define PLATFORM_SRC_CONFIGSTORE_FETCHED_H_
+
+#include <memory>
+
+#include "configstore/object_contents.h"
+
+namespace TavConfigStore {
+
+// An object beside the pointer that keeps its bytes in place: one block of memory for both.
+template <typename Object>
+struct Fetched {
+  Fetched(const RecordSource* origin, std::uint32_t number, std::string_view body)
+      : source(origin->shared_from_this()), object(origin, number, body) {}
+
+  std::shared_ptr<const RecordSource> source;
+  Object object;
+};
+
+template <typename Object>
+std::shared_ptr<Object> Fetch(const RecordSource* source, std::uint32_t number,
+                              std::string_view body) {
+  const auto fetched = std::make_shared<Fetched<Object>>(source, number, body);
+  return std::shared_ptr<Object>(fetched, &fetched->object);
+}
+
+}  // namespace TavConfigStore
+
+#endif  // PLATFORM_SRC_CONFIGSTORE_FETCHED_H_
