@@ -22,8 +22,11 @@ std::string EmptyDatabase(const std::string& path) {
 
 void LoadHost(const std::string& path, const Workload& workload) {
   HostPlatform::UseHostDirectory(path);
-  QuorLib::AddPolicyInfo(workload.policies);
-  QuorLib::AddDatastoreInfo(workload.datastores);
+  for (const bool intoStore : {false, true}) {
+    HostPlatform::OverrideFeature(kStoreSwitch, intoStore);
+    QuorLib::AddPolicyInfo(workload.policies);
+    QuorLib::AddDatastoreInfo(workload.datastores);
+  }
 }
 
 void LoadDatabase(SqliteCatalogue* database, const Workload& workload) {

@@ -10,6 +10,9 @@
 
 namespace Bench {
 
+// The switch that chooses the configuration store; clear, it chooses the configuration file.
+inline constexpr int kStoreSwitch = 62;
+
 // Replacements have a directory and a database of their own, so that what they leave behind (a long
 // log, say) does not depend on the order of the measurements and slows no lookup down.
 struct Contestants {

@@ -1,4 +1,4 @@
-// Measures the library over the configuration store, and SQLite with the same catalogue beside it.
+// Measures the library over both of its stores, and SQLite with the same catalogue beside it.
 // To be run by scripts/bench, which also makes a table of the numbers.
 #include <benchmark/benchmark.h>
 #include <sqlite3.h>
@@ -11,6 +11,7 @@
 #include <string_view>
 
 #include "contestants.h"
+#include "file_benchmark.h"
 #include "store_benchmark.h"
 #include "temporary_directory.h"
 #include "workload.h"
@@ -100,6 +101,7 @@ int Run(int argc, char** argv) {
   const Bench::TemporaryDirectory directory(options.directory);
   Bench::Contestants contestants(Bench::MakeWorkload(options.size), directory.path());
   Bench::RegisterBenchmarks(contestants);
+  Bench::RegisterFileBenchmarks(contestants);
   benchmark::RunSpecifiedBenchmarks();
   benchmark::Shutdown();
   return 0;

@@ -27,11 +27,20 @@ CASES = [
     ("default_blob", "default blob; SQLite's index", "sqlite_index", None),
     ("digest", "digests of everything", "sqlite", None),
 ]
+# What the library's work cannot cost less than, and how many times that it may cost.
 FLOORS = [
-    ("replace", "write the same bytes, fsync, rename, fsync the directory"),
-    ("by_name", "lstat() of the snapshot"),
-    ("list", "copy the vector of policies"),
+    ("replace", "write the same bytes, fsync, rename, fsync the directory", None),
+    ("by_name", "lstat() of the snapshot", None),
+    ("list", "copy the vector of policies", None),
+    ("file_replace", "file: write the same bytes as durably", 2),
+    ("file_cold", "file, cold: read and parse it with simdjson", 3),
+    ("file_list", "file: copy the vector of policies", None),
 ]
+# Lookups in a file that was parsed before: a start, and so much for each policy; also the first one
+# is found in a list of all.
+SCANS = [("file_first", "file: blob by id, first policy"),
+         ("file_last", "file: blob by id, last policy")]
+SCAN_START, SCAN_STEP = 2000, 40  # nanoseconds
 TOLERANCE = 1.5  # a ratio may be this many times what it was built for
 BARS_ARE_FOR = {"policies": "1000", "blobs": "3", "blob_size": "512", "datastores": "2"}
 
@@ -95,21 +104,37 @@ def case_rows(times, with_bars):
         if not ours or not theirs:
             continue  # a filter left it out
         ratio = statistics.median(ours) / statistics.median(theirs)
-        bar = verdict = "-"
-        if built_for and with_bars:
-            limit = TOLERANCE * built_for[0] / built_for[1]
-            bar = f"{limit:.3f}"
-            verdict = "within" if ratio <= limit else f"over, {ratio / limit:.2f} times"
+        limit = TOLERANCE * built_for[0] / built_for[1] if built_for and with_bars else None
         yield (title, readable(statistics.median(ours)), spread(ours),
-               readable(statistics.median(theirs)), spread(theirs), f"{ratio:.3f}", bar, verdict)
+               readable(statistics.median(theirs)), spread(theirs), f"{ratio:.3f}",
+               *judged(ratio, limit, "{:.3f}"))
 
 
 def floor_rows(times):
-    for case, title in FLOORS:
+    for case, title, bar in FLOORS:
         ours, floor = times.get((case, LIBRARY)), times.get((case, "floor"))
         if ours and floor:
             ratio = statistics.median(ours) / statistics.median(floor)
-            yield (title, readable(statistics.median(floor)), spread(floor), f"{ratio:.2f}")
+            yield (title, readable(statistics.median(floor)), spread(floor),
+                   readable(statistics.median(ours)), spread(ours), f"{ratio:.2f}",
+                   *judged(ratio, bar, "{:.2f}"))
+
+
+def scan_rows(times, policies):
+    limit = SCAN_START + SCAN_STEP * policies
+    for case, title in SCANS:
+        ours = times.get((case, LIBRARY))
+        if ours:
+            median = statistics.median(ours)
+            yield title, readable(median), spread(ours), *judged(median, limit, None)
+
+
+def judged(value, bar, layout):
+    """The bar and the verdict on the value."""
+    if bar is None:
+        return "-", "-"
+    verdict = "within" if value <= bar else f"over, {value / bar:.2f} times"
+    return layout.format(bar) if layout else readable(bar), verdict
 
 
 def print_table(heads, rows):
@@ -134,7 +159,11 @@ def print_report(paths):
     print_table(("case", "QuorLib", "spread", "SQLite", "spread", "ratio", "bar", "verdict"),
                 case_rows(times, workload(context) == BARS_ARE_FOR))
     print()
-    print_table(("floor", "time", "spread", "QuorLib / floor"), floor_rows(times))
+    print_table(("floor", "time", "spread", "QuorLib", "spread", "ratio", "bar", "verdict"),
+                floor_rows(times))
+    print()
+    print_table(("scan of the parsed file", "QuorLib", "spread", "bar", "verdict"),
+                scan_rows(times, int(context["policies"])))
 
 
 def main():

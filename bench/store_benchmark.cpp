@@ -1,16 +1,12 @@
 #include "store_benchmark.h"
 
-#include <benchmark/benchmark.h>
 #include <sys/stat.h>
 
-#include <cstddef>
-#include <ctime>
 #include <string>
-#include <type_traits>
 #include <utility>
-#include <vector>
 
 #include "floor.h"
+#include "measurement.h"
 #include "platform/admin.h"
 
 namespace Bench {
@@ -19,61 +15,17 @@ using TavQuor::QuorLib;
 
 namespace {
 
-// Every policy in turn, in the workload's order; or every datastore.
-template <typename Record>
-class Cycle {
- public:
-  Cycle(const std::vector<Record>& records, const std::vector<std::size_t>& order)
-      : records_(&records), order_(&order) {}
-
-  const Record& Next() {
-    if (next_ == order_->size()) next_ = 0;
-    return (*records_)[(*order_)[next_++]];
-  }
-
- private:
-  const std::vector<Record>* records_;
-  const std::vector<std::size_t>* order_;
-  std::size_t next_ = 0;
-};
-
-using Measurement = benchmark::internal::Benchmark;
-
-// Not inlined: instructions.py counts what happens in here.
-template <typename Call>
-[[gnu::noinline]] void Repeat(benchmark::State& state, Call& call) {
-  for (auto _ : state) {
-    if constexpr (std::is_void_v<decltype(call())>) {
-      call();
-    } else {
-      benchmark::DoNotOptimize(call());
-    }
-  }
-}
-
-template <typename Call>
-Measurement* Measure(const std::string& name, Call call) {
-  return benchmark::RegisterBenchmark(
-      name.c_str(),
-      [call = std::move(call)](benchmark::State& state) mutable { Repeat(state, call); });
-}
-
 // A call of the library, with its records in `host`, which outlives the measurements. Each record
 // was read before, so that the check of its checksum at its first use is not in the numbers.
 template <typename Call>
 Measurement* MeasureLibrary(const std::string& name, const std::string& host, Call call) {
-  return benchmark::RegisterBenchmark(
-      name.c_str(), [&host, call = std::move(call)](benchmark::State& state) mutable {
+  return Measure(
+      name,
+      [&host] {
         HostPlatform::UseHostDirectory(host);
         benchmark::DoNotOptimize(QuorLib::GetDbHash());
-        Repeat(state, call);
-      });
-}
-
-// What waits for the disk is measured by the clock; all else by processor time, which is the same
-// on an idle machine and does not count what other processes take on a busy one.
-void WaitsForTheDisk(Measurement* measurement) {
-  measurement->UseRealTime()->MinTime(1.0)->Unit(benchmark::kMicrosecond);
+      },
+      std::move(call));
 }
 
 void RegisterReplacement(Contestants& on) {
@@ -139,30 +91,6 @@ void RegisterListings(Contestants& on) {
   MeasureLibrary("digest/library", on.host, [] { return QuorLib::GetDbHash(); });
   Measure("digest/sqlite",
           [&on] { return DbHashOf(on.database.ListPolicies(), on.database.ListDatastores()); });
-}
-
-double ThreadSeconds() {
-  struct timespec time;
-  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
-  return static_cast<double>(time.tv_sec) + 1e-9 * static_cast<double>(time.tv_nsec);
-}
-
-// Processor time too, without that of what comes before each call.
-template <typename Prepare, typename Call>
-[[gnu::noinline]] void RepeatPrepared(benchmark::State& state, Prepare& prepare, Call& call) {
-  for (auto _ : state) {
-    prepare();
-    const double start = ThreadSeconds();
-    benchmark::DoNotOptimize(call());
-    state.SetIterationTime(ThreadSeconds() - start);
-  }
-}
-
-template <typename Prepare, typename Call>
-void MeasurePrepared(const std::string& name, Prepare prepare, Call call) {
-  benchmark::RegisterBenchmark(name.c_str(), [=](benchmark::State& state) mutable {
-    RepeatPrepared(state, prepare, call);
-  })->UseManualTime();
 }
 
 // With no mapping, handle or statement from before, and with the old one given back at the end. A

@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "api/identifier.h"
 #include "configfile/blob_codec.h"
 #include "configfile/keys.h"
 #include "zynctl/config_file.h"
@@ -68,7 +69,7 @@ std::string FindBlob(const std::string& key, const std::string& wanted,
   std::string stored;
   for (const auto& instance : policies->GetInstances()) {
     stored.clear();
-    if (instance->GetValue(key, &stored) && stored == wanted) {
+    if (instance->GetValue(key, &stored) && SameIdentifier(stored, wanted)) {
       return ReadBlob(*instance, blobNamespace);
     }
   }

@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "api/identifier.h"
 #include "configstore/keys.h"
 
 namespace TavQuor::ConfigStoreBackend {
@@ -51,11 +52,6 @@ QuorPolicyInfo ReadPolicy(const ConfigStoreObject& object, long long* generation
   return policy;
 }
 
-// Identifiers of one catalogue are of one length and begin alike, so their ends tell most apart.
-bool SameText(const std::string& a, const std::string& b) {
-  return a.size() == b.size() && (a.empty() || a.back() == b.back()) && a == b;
-}
-
 std::string ReadBlob(const ConfigStoreObject& policy, const std::string& blobNamespace) {
   std::string blob;
   const auto subObject = policy.GetSubObject(SubObjectId(kBlobs, blobNamespace));
@@ -100,7 +96,7 @@ std::string GetPolicyBlob(const std::string& policyId, const std::string& blobNa
   for (const auto& object : store->GetObjects(SelectAll(PolicyObjectId()))) {
     storedId.clear();
     object->GetValue(kPolicyId, &storedId);
-    if (SameText(storedId, policyId)) return ReadBlob(*object, blobNamespace);
+    if (SameIdentifier(storedId, policyId)) return ReadBlob(*object, blobNamespace);
   }
   return std::string();
 }

@@ -49,6 +49,9 @@ class Layer:
         return _is_below(path, self.own) and not _is_below(path, self.never)
 
 
+BACKENDS_MAY_USE = ["include/quor", "src/api/backend.h", "src/api/identifier.h", "src/digest",
+                    PLATFORM_HEADERS]
+
 LAYERS = {
     "include/quor": Layer([], external=CXX11_HEADERS),
     "src/api": Layer(
@@ -56,10 +59,10 @@ LAYERS = {
          PLATFORM_HEADERS],
         never=ADMINISTRATION, external=STANDARD_HEADERS),
     "src/configstore": Layer(
-        ["include/quor", "src/api/backend.h", "src/configstore", "src/digest", PLATFORM_HEADERS],
+        BACKENDS_MAY_USE + ["src/configstore"],
         never=ADMINISTRATION, external=STANDARD_HEADERS),
     "src/configfile": Layer(
-        ["include/quor", "src/api/backend.h", "src/configfile", "src/digest", PLATFORM_HEADERS],
+        BACKENDS_MAY_USE + ["src/configfile"],
         never=ADMINISTRATION, external=STANDARD_HEADERS),
     "src/digest": Layer(
         ["include/quor", "src/digest", PLATFORM_HEADERS],

@@ -50,9 +50,10 @@ class Session;
 
 // Where a handle is in the tree of its session, which keeps every handle alive.
 struct Place {
+  // The index of a place that has a name.
   static constexpr std::size_t kNamed = static_cast<std::size_t>(-1);
 
-  Session* session = nullptr;
+  Session* session = nullptr;     // whose tree it is
   const Place* parent = nullptr;  // null: the root of the tree
   std::string_view name;          // in a branch; the session keeps the characters
   std::size_t index = kNamed;     // in an array
@@ -87,7 +88,10 @@ class PLATFORM_API ConfigBranch {
   // Removes every value, branch and array below this branch. Handles to them are dead.
   void RemoveAllChildren();
 
-  explicit ConfigBranch(const Place& place);  // made by a session
+  // Made by a session: for a place, and for the item of an array.
+  explicit ConfigBranch(const Place& place);
+  ConfigBranch(Session* session, const Place* array, std::size_t index, const Node* item,
+               std::uint64_t version);
   ConfigBranch(const ConfigBranch&) = delete;
   ConfigBranch& operator=(const ConfigBranch&) = delete;
   ~ConfigBranch();  // NOLINT(performance-trivially-destructible): another platform's may hold more
@@ -97,6 +101,7 @@ class PLATFORM_API ConfigBranch {
   Place place_;
 };
 
+// An array of branches. Usable while its session is open.
 class PLATFORM_API ConfigArray {
  public:
   // A new, empty instance at the end.
@@ -114,6 +119,7 @@ class PLATFORM_API ConfigArray {
   Place place_;
 };
 
+// The file in a session: what a SynchronizedConfigFile points to.
 class PLATFORM_API ConfigFile {
  public:
   // The branch at a path like "/Quor/Policy-Info"; one that is absent is empty, and is created by
@@ -137,12 +143,14 @@ class PLATFORM_API ConfigFile {
 // Locks the host configuration file for as long as it lives.
 class PLATFORM_API SynchronizedConfigFile {
  public:
+  // Locks. Raises when the lock is not free within the deadline or the file cannot be read.
   SynchronizedConfigFile();
   SynchronizedConfigFile(const SynchronizedConfigFile&) = delete;
   SynchronizedConfigFile& operator=(const SynchronizedConfigFile&) = delete;
+  // Unlocks; what was not written is gone.
   ~SynchronizedConfigFile();
 
-  ConfigFile* file = nullptr;
+  ConfigFile* file = nullptr;  // never null
 };
 
 }  // namespace Config

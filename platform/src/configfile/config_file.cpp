@@ -38,17 +38,18 @@ const Node* ReadValue(const Place& branch, const std::string& key) {
   const Node* const node = branch.session->Read(branch);
   if (node == nullptr) return nullptr;
   if (node->type != Node::Type::kBranch) return nullptr;
-  const Member* const member = FindMember(*node, key);
-  if (member == nullptr || member->node->type == Node::Type::kNull) return nullptr;
-  const Node::Type type = member->node->type;
+  const Node* const value = FindChild(*node, key);
+  if (value == nullptr || value->type == Node::Type::kNull) return nullptr;
+  const Node::Type type = value->type;
   if (type == Node::Type::kBranch || type == Node::Type::kArray) {
     branch.session->RaiseAt(Below(branch, key), "it is a branch or an array and not a value");
   }
-  return member->node.get();
+  return value;
 }
 
 void ChangeValue(const Place& branch, const std::string& key, std::string stored) {
-  branch.session->Change(Below(branch, key), Node::Type::kText).text = std::move(stored);
+  Session& session = *branch.session;
+  session.Change(Below(branch, key), Node::Type::kText).text = session.Keep(std::move(stored));
 }
 
 }  // namespace
@@ -56,6 +57,10 @@ void ChangeValue(const Place& branch, const std::string& key, std::string stored
 // ConfigBranch
 
 ConfigBranch::ConfigBranch(const Place& place) : place_(place) {}
+
+ConfigBranch::ConfigBranch(Session* session, const Place* array, std::size_t index,
+                           const Node* item, std::uint64_t version)
+    : place_{session, array, {}, index, item, version} {}
 
 ConfigBranch::~ConfigBranch() = default;
 
@@ -86,7 +91,7 @@ bool ConfigBranch::GetValue(const std::string& key, std::string* value) const {
 bool ConfigBranch::GetValue(const std::string& key, int* value) const {
   const Node* const node = ReadValue(place_, key);
   if (node == nullptr) return false;
-  const std::string& text = node->text;
+  const std::string_view text = node->text;
   const char* const end = text.data() + text.size();
   unsigned long long number = 0;
   if (text.starts_with('-')) {
@@ -118,7 +123,7 @@ void ConfigBranch::SetValue(const std::string& key, unsigned long value) {
 
 void ConfigBranch::RemoveAllChildren() {
   const ErrnoKeeper keeper;
-  place_.session->Change(place_, Node::Type::kBranch).members.clear();
+  place_.session->Change(place_, Node::Type::kBranch).children.clear();
   place_.session->ForgetPlaces();
 }
 
@@ -136,21 +141,9 @@ std::shared_ptr<ConfigBranch> ConfigArray::NewInstance() {
 std::vector<std::shared_ptr<ConfigBranch>> ConfigArray::GetInstances() {
   Session& session = *place_.session;
   session.NoteAnswer();
-  std::vector<std::shared_ptr<ConfigBranch>> instances;
   const Node* const array = session.Read(place_);
-  if (array == nullptr) return instances;
-  instances.reserve(array->items.size());
-  Place place = Item(place_, 0);
-  place.version = place_.version;
-  for (const std::shared_ptr<Node>& item : array->items) {
-    if (item->type != Node::Type::kBranch) {
-      session.RaiseAt(place, "it is not a branch (a JSON object)");
-    }
-    place.node = item.get();
-    instances.push_back(session.MakeBranch(place));
-    ++place.index;
-  }
-  return instances;
+  if (array == nullptr) return {};
+  return session.MakeBranches(place_, *array);
 }
 
 // ConfigFile

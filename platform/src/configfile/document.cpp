@@ -3,6 +3,8 @@
 #include <fcntl.h>
 
 #include <cerrno>
+#include <cstring>
+#include <ctime>
 #include <utility>
 
 #include "configfile/document_parser.h"
@@ -11,36 +13,57 @@
 #include "io/fork.h"
 #include "io/host_paths.h"
 #include "io/newest.h"
+#include "util/checksum.h"
 
 namespace ZynCtl::Config {
+
+using HostPlatform::Io::FileDescriptor;
+
 namespace {
 
 constinit HostPlatform::Io::Newest<Document> newest;
+
+bool IsBefore(const struct timespec& a, const struct timespec& b) {
+  return a.tv_sec < b.tv_sec || (a.tv_sec == b.tv_sec && a.tv_nsec < b.tv_nsec);
+}
 
 }  // namespace
 
 // Symbolic links are followed: administrators keep such files elsewhere. A FIFO would block without
 // O_NONBLOCK.
-Document::Document(const std::string& path)
-    : file_(AT_FDCWD, path.c_str(), O_RDONLY | O_NONBLOCK) {}
-
 std::shared_ptr<const Document> Document::Read(const std::string& path) try {
-  std::shared_ptr<Document> document(new Document(path));
-  if (!document->file_) {
+  const FileDescriptor file(AT_FDCWD, path.c_str(), O_RDONLY | O_NONBLOCK);
+  if (!file) {
     if (errno == ENOENT) return nullptr;
     HostPlatform::Io::RaiseSystemError(errno, path, "open the configuration file");
   }
-  document->status_ = HostPlatform::Io::StatOf(document->file_, path);
-  if (!S_ISREG(document->status_.st_mode)) RaiseConfigFile(path + ": it is not a plain file");
-  const auto size = static_cast<std::size_t>(document->status_.st_size);
-  document->root_ = ParseDocument(HostPlatform::Io::ReadAt(document->file_, size, 0, path), path);
-  return document;
+  return std::shared_ptr<const Document>(new Document(file, path));
 } catch (const HostPlatform::Io::Error& error) {
-  RaiseConfigFile(error.what());
+  RaiseConfigFile(error);
+}
+
+Document::Document(const FileDescriptor& file, const std::string& path)
+    : status_(HostPlatform::Io::StatOf(file, path)) {
+  if (!S_ISREG(status_.st_mode)) RaiseConfigFile(path + ": it is not a plain file");
+  struct timespec now = {};
+  clock_gettime(CLOCK_REALTIME_COARSE, &now);  // the clock of the file system's times
+  settled_ = IsBefore(status_.st_ctim, now);
+  const auto size = static_cast<std::size_t>(status_.st_size);
+  const auto text = std::make_unique_for_overwrite<char[]>(size + kTextPadding);
+  HostPlatform::Io::ReadStart(file, text.get(), size, path);
+  std::memset(text.get() + size, 0, kTextPadding);
+  checksum_ = HostPlatform::Checksum({text.get(), size});
+  root_ = ParseDocument({text.get(), size}, path, &store_);
+  pin_.emplace(file, 1, path);
 }
 
 bool Document::IsOf(const struct stat& status) const {
-  return file_ && HostPlatform::Io::SameFile(status, status_);
+  return settled_ && HostPlatform::Io::SameFile(status, status_);
+}
+
+bool Document::Equals(const Document& other) const {
+  return status_.st_dev == other.status_.st_dev && status_.st_ino == other.status_.st_ino &&
+         status_.st_size == other.status_.st_size && checksum_ == other.checksum_;
 }
 
 std::shared_ptr<const Document> NewestDocument() {

@@ -4,11 +4,14 @@
 
 #include <sys/stat.h>
 
+#include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "configfile/node.h"
 #include "io/file_descriptor.h"
+#include "io/file_mapping.h"
 
 namespace ZynCtl::Config {
 
@@ -17,19 +20,27 @@ class Document {
   // Reads and parses the file; null when there is none. Raises ConfigFileException.
   static std::shared_ptr<const Document> Read(const std::string& path);
 
-  // Whether `status` is that of the file that was read, unchanged. The open descriptor pins the
-  // inode, so the numbers cannot have passed to another file.
+  // Whether `status` is that of the file that was read, unchanged. A mapping pins the inode, so the
+  // numbers cannot have passed to another file; an open descriptor would do too, but programs that
+  // we do not know close those. Never of a file that was read within the tick of the clock in which
+  // it was changed last: a second change in that tick would leave no trace in its times.
   bool IsOf(const struct stat& status) const;
 
+  // Whether the other one was read of the same file with the same content.
+  bool Equals(const Document& other) const;
+
   const struct stat& status() const { return status_; }
-  const std::shared_ptr<Node>& root() const { return root_; }
+  Node* root() const { return root_; }
 
  private:
-  explicit Document(const std::string& path);
+  Document(const HostPlatform::Io::FileDescriptor& file, const std::string& path);
 
-  HostPlatform::Io::FileDescriptor file_;
-  struct stat status_ = {};
-  std::shared_ptr<Node> root_;
+  struct stat status_;
+  bool settled_ = false;
+  std::uint64_t checksum_ = 0;
+  TreeStore store_;
+  Node* root_ = nullptr;
+  std::optional<HostPlatform::Io::FileMapping> pin_;
 };
 
 // The newest document of the host directory; null when there is no file. Costs one stat() while

@@ -23,14 +23,14 @@ constexpr std::size_t kFewMembers = 16;  // compared pair by pair
 
 // A key that stands twice has two meanings, and one of them would be lost at the next write.
 bool HasDuplicate(const Node& branch) {
-  const std::vector<Member>& members = branch.members;
+  const std::vector<Child>& members = branch.children;
   if (members.size() > kFewMembers) {
     std::unordered_set<std::string_view> names;
     return !std::all_of(members.begin(), members.end(),
-                        [&](const Member& member) { return names.insert(member.name).second; });
+                        [&](const Child& member) { return names.insert(member.name).second; });
   }
   for (auto a = members.begin(); a != members.end(); ++a) {
-    if (std::any_of(members.begin(), a, [&](const Member& b) { return b.name == a->name; })) {
+    if (std::any_of(members.begin(), a, [&](const Child& b) { return b.name == a->name; })) {
       return true;
     }
   }
@@ -41,29 +41,27 @@ bool HasDuplicate(const Node& branch) {
 // Null for every other one: numbers lose their spelling here, and errors have no place.
 class PlainDocument {
  public:
-  static std::shared_ptr<Node> Parse(const simdjson::padded_string& text) {
+  explicit PlainDocument(TreeStore* store) : store_(store) {}
+
+  Node* Parse(simdjson::padded_string_view text) {
     simdjson::dom::parser parser;
     simdjson::dom::element root;
     if (parser.parse(text).get(root) != simdjson::SUCCESS || !root.is_object()) return nullptr;
-    return Build(root, 0);
+    Node* const node = Build(root, 0);
+    if (node != nullptr) store_->Keep(std::move(parser.doc.string_buf));
+    return node;
   }
 
  private:
-  static std::shared_ptr<Node> Build(simdjson::dom::element element, int depth) {
+  Node* Build(simdjson::dom::element element, int depth) {
     if (depth > kDeepestNesting) return nullptr;
     switch (element.type()) {
       case simdjson::dom::element_type::OBJECT:
         return BuildBranch(element, depth);
-      case simdjson::dom::element_type::ARRAY: {
-        auto node = std::make_shared<Node>(Node::Type::kArray);
-        for (const auto item : simdjson::dom::array(element)) {
-          node->items.push_back(Build(item, depth + 1));
-          if (!node->items.back()) return nullptr;
-        }
-        return node;
-      }
+      case simdjson::dom::element_type::ARRAY:
+        return BuildArray(element, depth);
       case simdjson::dom::element_type::STRING: {
-        auto node = std::make_shared<Node>(Node::Type::kText);
+        Node* const node = store_->Make(Node::Type::kText);
         node->text = std::string_view(element);
         return node;
       }
@@ -72,25 +70,39 @@ class PlainDocument {
     }
   }
 
-  static std::shared_ptr<Node> BuildBranch(simdjson::dom::element element, int depth) {
-    auto node = std::make_shared<Node>(Node::Type::kBranch);
-    for (const auto field : simdjson::dom::object(element)) {
-      std::shared_ptr<Node> value = Build(field.value, depth + 1);
-      if (!value) return nullptr;
-      node->members.push_back({std::string(field.key), std::move(value)});
+  Node* BuildBranch(simdjson::dom::object object, int depth) {
+    Node* const node = store_->Make(Node::Type::kBranch);
+    node->children.reserve(object.size());
+    for (const auto field : object) {
+      Node* const value = Build(field.value, depth + 1);
+      if (value == nullptr) return nullptr;
+      node->children.push_back({field.key, value});
     }
     return HasDuplicate(*node) ? nullptr : node;
   }
+
+  Node* BuildArray(simdjson::dom::array array, int depth) {
+    Node* const node = store_->Make(Node::Type::kArray);
+    node->children.reserve(array.size());
+    for (const auto item : array) {
+      Node* const value = Build(item, depth + 1);
+      if (value == nullptr) return nullptr;
+      node->children.push_back({{}, value});
+    }
+    return node;
+  }
+
+  TreeStore* store_;
 };
 
 // Builds the tree of any document, with numbers as they were written, and names the place of what
 // is wrong. Several times slower.
 class Parser {
  public:
-  Parser(const simdjson::padded_string& text, const std::string& path)
-      : path_(path), padded_(text) {}
+  Parser(simdjson::padded_string_view text, const std::string& path, TreeStore* store)
+      : path_(path), padded_(text), store_(store) {}
 
-  std::shared_ptr<Node> Parse() {
+  Node* Parse() {
     if (Text().starts_with(kByteOrderMark)) {
       RaiseAt(padded_.data(), "it starts with a byte-order mark; save it as UTF-8 without one");
     }
@@ -101,7 +113,7 @@ class Parser {
       if (error == simdjson::INCORRECT_TYPE) RaiseHere("the document is not a JSON object");
       Raise(error);
     }
-    std::shared_ptr<Node> root = ParseBranch(object, 1);
+    Node* const root = ParseBranch(object, 1);
     const char* rest = nullptr;
     if (document_.current_location().get(rest) == simdjson::SUCCESS) {
       RaiseAt(rest, "there is more text behind the document's end");
@@ -112,7 +124,7 @@ class Parser {
  private:
   std::string_view Text() const { return std::string_view(padded_.data(), padded_.size()); }
 
-  std::shared_ptr<Node> ParseValue(ondemand::value value, int depth) {
+  Node* ParseValue(ondemand::value value, int depth) {
     if (depth > kDeepestNesting) {
       RaiseHere("it nests deeper than " + std::to_string(kDeepestNesting) + " levels");
     }
@@ -127,13 +139,13 @@ class Parser {
       case ondemand::json_type::array:
         return ParseArray(value, depth + 1);
       case ondemand::json_type::string: {
-        auto node = std::make_shared<Node>(Node::Type::kText);
+        Node* const node = store_->Make(Node::Type::kText);
         std::string_view text;
         const char* const place = value.raw_json_token().data();
         if (const auto error = value.get_string().get(text)) {
           RaiseAt(place, simdjson::error_message(error));
         }
-        node->text = text;
+        node->text = store_->Keep(std::string(text));
         return node;
       }
       default:
@@ -141,9 +153,9 @@ class Parser {
     }
   }
 
-  std::shared_ptr<Node> ParseBranch(ondemand::object object, int depth) {
-    auto node = std::make_shared<Node>(Node::Type::kBranch);
-    std::unordered_set<std::string> names;
+  Node* ParseBranch(ondemand::object object, int depth) {
+    Node* const node = store_->Make(Node::Type::kBranch);
+    std::unordered_set<std::string_view> names;
     for (auto item : object) {
       ondemand::field field;
       if (const auto error = std::move(item).get(field)) Raise(error);
@@ -152,40 +164,39 @@ class Parser {
       if (const auto error = field.unescaped_key().get(key)) {
         RaiseAt(place, simdjson::error_message(error));
       }
-      Member& member = node->members.emplace_back();
-      member.name = key;
-      if (!names.insert(member.name).second) {
-        RaiseAt(place, "the key \"" + member.name + "\" stands twice in one object");
+      const std::string_view name = store_->Keep(std::string(key));
+      if (!names.insert(name).second) {
+        RaiseAt(place, "the key \"" + std::string(name) + "\" stands twice in one object");
       }
-      member.node = ParseValue(field.value(), depth);
+      node->children.push_back({name, ParseValue(field.value(), depth)});
     }
     return node;
   }
 
-  std::shared_ptr<Node> ParseArray(ondemand::value value, int depth) {
-    auto node = std::make_shared<Node>(Node::Type::kArray);
+  Node* ParseArray(ondemand::value value, int depth) {
+    Node* const node = store_->Make(Node::Type::kArray);
     ondemand::array array;
     if (const auto error = value.get_array().get(array)) Raise(error);
     for (auto item : array) {
       ondemand::value element;
       if (const auto error = item.get(element)) Raise(error);
-      node->items.push_back(ParseValue(element, depth));
+      node->children.push_back({{}, ParseValue(element, depth)});
     }
     return node;
   }
 
   // Numbers are kept as they were written: no digit of somebody else's number is lost.
-  std::shared_ptr<Node> ParseLiteral(ondemand::value value) {
+  Node* ParseLiteral(ondemand::value value) {
     std::string_view token = value.raw_json_token();
     while (!token.empty() && std::strchr(" \t\r\n", token.back()) != nullptr) {
       token.remove_suffix(1);
     }
-    if (token == "null") return std::make_shared<Node>(Node::Type::kNull);
+    if (token == "null") return store_->Make(Node::Type::kNull);
     if (token != "true" && token != "false" && !IsNumber(token)) {
       RaiseAt(token.data(), "neither a value nor a number is written like this");
     }
-    auto node = std::make_shared<Node>(Node::Type::kLiteral);
-    node->text = token;
+    Node* const node = store_->Make(Node::Type::kLiteral);
+    node->text = store_->Keep(std::string(token));
     return node;
   }
 
@@ -253,7 +264,8 @@ class Parser {
   }
 
   const std::string& path_;
-  const simdjson::padded_string& padded_;
+  simdjson::padded_string_view padded_;
+  TreeStore* store_;
   ondemand::parser parser_;
   ondemand::document document_;
   bool started_ = false;  // the document may be asked where it is
@@ -261,10 +273,11 @@ class Parser {
 
 }  // namespace
 
-std::shared_ptr<Node> ParseDocument(const std::string& text, const std::string& path) {
-  const simdjson::padded_string padded(text);
-  std::shared_ptr<Node> plain = PlainDocument::Parse(padded);
-  return plain ? plain : Parser(padded, path).Parse();
+Node* ParseDocument(std::string_view text, const std::string& path, TreeStore* store) {
+  static_assert(kTextPadding >= simdjson::SIMDJSON_PADDING);
+  const simdjson::padded_string_view padded(text.data(), text.size(), text.size() + kTextPadding);
+  Node* const plain = PlainDocument(store).Parse(padded);
+  return plain != nullptr ? plain : Parser(padded, path, store).Parse();
 }
 
 }  // namespace ZynCtl::Config

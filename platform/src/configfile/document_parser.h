@@ -2,8 +2,9 @@
 #ifndef PLATFORM_SRC_CONFIGFILE_DOCUMENT_PARSER_H_
 #define PLATFORM_SRC_CONFIGFILE_DOCUMENT_PARSER_H_
 
-#include <memory>
+#include <cstddef>
 #include <string>
+#include <string_view>
 
 #include "configfile/node.h"
 
@@ -12,9 +13,13 @@ namespace ZynCtl::Config {
 // Deeper documents are refused: nothing on a host nests like that, and recursion must end.
 inline constexpr int kDeepestNesting = 200;
 
-// Raises ConfigFileException that names `path`, line, column and reason when the text is no JSON
-// object, holds a key twice in one object, or nests too deeply.
-std::shared_ptr<Node> ParseDocument(const std::string& text, const std::string& path);
+// So many bytes behind the text can be read, and mean nothing.
+inline constexpr std::size_t kTextPadding = 64;
+
+// The root of the tree, which is made in the store and does not need the text any more. Raises
+// ConfigFileException that names `path`, line, column and reason when the text is no JSON object,
+// holds a key twice in one object, or nests too deeply.
+Node* ParseDocument(std::string_view text, const std::string& path, TreeStore* store);
 
 }  // namespace ZynCtl::Config
 

@@ -1,6 +1,9 @@
 #include "configfile/document_writer.h"
 
+#include <cstdint>
 #include <cstdio>
+#include <cstring>
+#include <string_view>
 
 #include "configfile/document_parser.h"
 #include "configfile/failure.h"
@@ -38,16 +41,35 @@ void AppendEscaped(char c, std::string* out) {
   }
 }
 
-void AppendString(const std::string& text, std::string* out) {
-  out->push_back('"');
-  std::size_t plain = 0;  // start of what has not been copied yet
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    if (!NeedsEscape(text[i])) continue;
-    out->append(text, plain, i - plain);
-    AppendEscaped(text[i], out);
-    plain = i + 1;
+// Most text has nothing to escape: eight bytes are looked at together. In `word`, a byte less than
+// 0x20 borrows from its highest bit, and one equal to a quote or backslash leaves a zero byte.
+bool MayNeedEscape(std::uint64_t word) {
+  constexpr std::uint64_t kOnes = 0x0101010101010101;
+  constexpr std::uint64_t kHighBits = 0x8080808080808080;
+  const auto hasZero = [](std::uint64_t bytes) { return (bytes - kOnes) & ~bytes & kHighBits; };
+  const std::uint64_t control = (word - kOnes * 0x20) & ~word & kHighBits;
+  return (control | hasZero(word ^ (kOnes * '"')) | hasZero(word ^ (kOnes * '\\'))) != 0;
+}
+
+std::size_t FindEscape(std::string_view text, std::size_t from) {
+  for (std::uint64_t word; text.size() - from >= sizeof word; from += sizeof word) {
+    std::memcpy(&word, text.data() + from, sizeof word);
+    if (MayNeedEscape(word)) break;
   }
-  out->append(text, plain);
+  while (from < text.size() && !NeedsEscape(text[from]))
+    ++from;
+  return from;
+}
+
+void AppendString(std::string_view text, std::string* out) {
+  out->push_back('"');
+  std::size_t done = 0;
+  while (done < text.size()) {
+    const std::size_t escape = FindEscape(text, done);
+    out->append(text, done, escape - done);
+    if (escape < text.size()) AppendEscaped(text[escape], out);
+    done = escape + 1;
+  }
   out->push_back('"');
 }
 
@@ -60,25 +82,25 @@ void AppendNode(const Node& node, int depth, std::string* out);
 
 void AppendBranch(const Node& branch, int depth, std::string* out) {
   out->push_back('{');
-  for (const Member& member : branch.members) {
-    if (&member != &branch.members.front()) out->push_back(',');
+  for (const Child& member : branch.children) {
+    if (&member != &branch.children.front()) out->push_back(',');
     StartLine(depth + 1, out);
     AppendString(member.name, out);
     *out += ": ";
     AppendNode(*member.node, depth + 1, out);
   }
-  if (!branch.members.empty()) StartLine(depth, out);
+  if (!branch.children.empty()) StartLine(depth, out);
   out->push_back('}');
 }
 
 void AppendArray(const Node& array, int depth, std::string* out) {
   out->push_back('[');
-  for (const auto& item : array.items) {
-    if (&item != &array.items.front()) out->push_back(',');
+  for (const Child& item : array.children) {
+    if (&item != &array.children.front()) out->push_back(',');
     StartLine(depth + 1, out);
-    AppendNode(*item, depth + 1, out);
+    AppendNode(*item.node, depth + 1, out);
   }
-  if (!array.items.empty()) StartLine(depth, out);
+  if (!array.children.empty()) StartLine(depth, out);
   out->push_back(']');
 }
 
@@ -108,8 +130,9 @@ void AppendNode(const Node& node, int depth, std::string* out) {
 
 }  // namespace
 
-std::string WriteDocument(const Node& root) {
+std::string WriteDocument(const Node& root, std::size_t expectedSize) {
   std::string out;
+  out.reserve(expectedSize + expectedSize / 8);
   AppendNode(root, 0, &out);
   out.push_back('\n');
   return out;

@@ -10,7 +10,8 @@ namespace ZynCtl::Config {
 
 // Indented by two spaces, in the order of the tree, ending with a newline. Raises
 // ConfigFileException when it nests more deeply than can be read.
-std::string WriteDocument(const Node& root);
+// `expectedSize` is a guess that saves copies.
+std::string WriteDocument(const Node& root, std::size_t expectedSize);
 
 }  // namespace ZynCtl::Config
 

@@ -26,10 +26,6 @@ constinit std::atomic<std::uint64_t> lastSession{0};
 
 constexpr mode_t kConfigFileMode = 0640;
 
-std::shared_ptr<Node> TreeOf(const std::shared_ptr<const Document>& document) {
-  return document ? document->root() : std::make_shared<Node>(Node::Type::kBranch);
-}
-
 const char* NameOf(Node::Type type) {
   switch (type) {
     case Node::Type::kBranch:
@@ -57,7 +53,7 @@ Session::Session() try
   lock_.emplace(HostPlatform::Io::ConfigFileLockPath(), HostPlatform::Io::LockDeadline());
   UseDocument(NewestDocument());
 } catch (const HostPlatform::Io::Error& error) {
-  RaiseConfigFile(error.what());
+  RaiseConfigFile(error);
 }
 
 void Session::End() noexcept {
@@ -69,20 +65,36 @@ std::shared_ptr<ConfigBranch> Session::MakeBranch(const Place& place) {
   return {shared_from_this(), &branches_.emplace_back(place)};
 }
 
+std::vector<std::shared_ptr<ConfigBranch>> Session::MakeBranches(const Place& array,
+                                                                 const Node& node) {
+  std::vector<std::shared_ptr<ConfigBranch>> branches;
+  branches.reserve(node.children.size());
+  const std::shared_ptr<Session> self = shared_from_this();
+  for (std::size_t i = 0; i < node.children.size(); ++i) {
+    const Node* const item = node.children[i].node;
+    if (item->type != Node::Type::kBranch) {
+      RaiseAt(Place{this, &array, {}, i}, "it is not a branch (a JSON object)");
+    }
+    branches.emplace_back(self, &branches_.emplace_back(this, &array, i, item, version_));
+  }
+  return branches;
+}
+
 std::shared_ptr<ConfigArray> Session::MakeArray(const Place& place) {
   return {shared_from_this(), &arrays_.emplace_back(place)};
 }
 
+// What was not there is looked for again: it may have been made since.
 const Node* Session::Read(const Place& place) const {
-  if (place.version == version_) return place.node;
+  if (place.version == version_ && place.node != nullptr) return place.node;
   const Node* found = nullptr;
   if (place.parent == nullptr) {
-    found = tree_.get();
+    found = tree_;
   } else if (const Node* parent = Read(*place.parent)) {
-    if (place.index != Place::kNamed) {
-      if (place.index < parent->items.size()) found = parent->items[place.index].get();
-    } else if (const Member* member = FindMember(*parent, place.name)) {
-      found = member->node.get();
+    if (place.index == Place::kNamed) {
+      found = FindChild(*parent, place.name);
+    } else if (place.index < parent->children.size()) {
+      found = parent->children[place.index].node;
     }
   }
   place.node = found;
@@ -97,47 +109,53 @@ bool Session::IsChanging(const Place& place) const {
 
 Node& Session::Change(const Place& place, Node::Type type) {
   PrepareToChange();
-  std::shared_ptr<Node>& slot = SlotOf(place, type);
+  if (place.version == version_ && place.node != nullptr && place.node->owner == number_ &&
+      place.node->type == type) {
+    return *const_cast<Node*>(place.node);  // the session made it
+  }
+  Node*& slot = SlotOf(place, type);
   if (!MayBecome(slot->type, type)) {
     RaiseAt(place, std::string("it is ") + NameOf(slot->type) + " and not " + NameOf(type));
   }
   if (slot->owner != number_) {
-    slot = std::make_shared<Node>(*slot);
+    slot = store_.Copy(*slot);
     slot->owner = number_;
     ++version_;
   }
   slot->type = type;
+  place.node = slot;
+  place.version = version_;
   return *slot;
 }
 
 std::size_t Session::Append(const Place& array) {
   Node& node = Change(array, Node::Type::kArray);
-  node.items.push_back(std::make_shared<Node>(Node::Type::kBranch, number_));
-  return node.items.size() - 1;
+  node.children.push_back({{}, store_.Make(Node::Type::kBranch, number_)});
+  return node.children.size() - 1;
 }
 
 // Where the parent keeps what is at the place, which is created when nothing is there.
-std::shared_ptr<Node>& Session::SlotOf(const Place& place, Node::Type type) {
+Node*& Session::SlotOf(const Place& place, Node::Type type) {
   if (place.parent == nullptr) return tree_;
   if (place.index != Place::kNamed) {
     if (Read(place) == nullptr) RaiseAt(place, "it was removed");
-    return Change(*place.parent, Node::Type::kArray).items[place.index];
+    return Change(*place.parent, Node::Type::kArray).children[place.index].node;
   }
-  if (!IsReadable(std::string(place.name))) {
+  if (!IsReadable(place.name)) {
     RaiseAt(place, "the name is not UTF-8 without NUL, which JSON needs");
   }
   Node& parent = Change(*place.parent, Node::Type::kBranch);
-  for (Member& member : parent.members) {
-    if (member.name == place.name) return member.node;
+  for (Child& child : parent.children) {
+    if (child.name == place.name) return child.node;
   }
-  Member created{std::string(place.name), std::make_shared<Node>(type, number_)};
-  ++version_;
-  return parent.members.emplace_back(std::move(created)).node;
+  const std::string_view name = Keep(std::string(place.name));
+  return parent.children.emplace_back(Child{name, store_.Make(type, number_)}).node;
 }
 
 void Session::PrepareToChange() {
   if (ended_) RaiseConfigFile(path_ + ": changed after it had been unlocked");
-  if (getpid() != process_) {
+  const bool locked = lock_ && lock_->HeldByThisProcess();
+  if (!locked && getpid() != process_) {
     RaiseConfigFile(path_ +
                     ": locked by the parent process before a fork; a child needs a lock of "
                     "its own to change it");
@@ -147,7 +165,7 @@ void Session::PrepareToChange() {
                     ": another process changed it since it was read without a lock; "
                     "nothing was changed. Try again");
   }
-  if (!lock_ || !lock_->HeldByThisProcess()) LockForChange();
+  if (!locked) LockForChange();
 }
 
 // Reached by a process that found no lock file, or may not write it, when it wants to change
@@ -158,10 +176,10 @@ void Session::LockForChange() {
     lock_.emplace(directory, HostPlatform::Io::kConfigFileLockName,
                   HostPlatform::Io::LockDeadline());
   } catch (const HostPlatform::Io::Error& error) {
-    RaiseConfigFile(error.what());
+    RaiseConfigFile(error);
   }
   const std::shared_ptr<const Document> newest = NewestDocument();
-  if (newest == base_) return;
+  if (newest == base_ || (newest && base_ && newest->Equals(*base_))) return;
   if (answered_) {
     refused_ = true;
     PrepareToChange();
@@ -181,12 +199,15 @@ void Session::Write() {
     const std::string name = target.filename();
     const Directory directory(target.parent_path());
     FileReplacement next(directory, name.c_str(), kConfigFileMode);
-    HostPlatform::Io::WriteAll(next.file(), WriteDocument(*tree_), next.path());
+    HostPlatform::Io::WriteAll(
+        next.file(),
+        WriteDocument(*tree_, present_ ? static_cast<std::size_t>(present_->st_size) : 0),
+        next.path());
     CheckPresent();
     next.Commit();
     present_ = HostPlatform::Io::StatOf(next.file(), next.path());
   } catch (const HostPlatform::Io::Error& error) {
-    RaiseConfigFile(error.what());
+    RaiseConfigFile(error);
   }
   // What was written is not changed any more by the session: later changes start from copies.
   number_ = ++lastSession;
@@ -209,7 +230,7 @@ void Session::CheckPresent() const {
 
 void Session::UseDocument(std::shared_ptr<const Document> document) {
   base_ = std::move(document);
-  tree_ = TreeOf(base_);
+  tree_ = base_ ? base_->root() : store_.Make(Node::Type::kBranch);
   present_.reset();
   if (base_) present_ = base_->status();
 }

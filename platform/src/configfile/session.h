@@ -32,9 +32,10 @@ class Session : public std::enable_shared_from_this<Session> {
   void End() noexcept;
 
   std::shared_ptr<ConfigBranch> MakeBranch(const Place& place);
+  std::vector<std::shared_ptr<ConfigBranch>> MakeBranches(const Place& array, const Node& node);
   std::shared_ptr<ConfigArray> MakeArray(const Place& place);
   // The same characters, for as long as the session.
-  std::string_view Keep(std::string name) { return names_.emplace_back(std::move(name)); }
+  std::string_view Keep(std::string text) { return store_.Keep(std::move(text)); }
   const Place& Root() const { return root_; }
 
   // What is at the place; null when nothing is.
@@ -66,7 +67,7 @@ class Session : public std::enable_shared_from_this<Session> {
   void LockForChange();
   void UseDocument(std::shared_ptr<const Document> document);
   void CheckPresent() const;
-  std::shared_ptr<Node>& SlotOf(const Place& place, Node::Type type);
+  Node*& SlotOf(const Place& place, Node::Type type);
   std::string PathOf(const Place& place) const;
 
   std::string path_;
@@ -74,14 +75,14 @@ class Session : public std::enable_shared_from_this<Session> {
   std::optional<HostPlatform::Io::FileLock> lock_;
   std::shared_ptr<const Document> base_;  // null: there is no file
   std::optional<struct stat> present_;    // of the file as the session knows it
-  std::shared_ptr<Node> tree_;            // the base's, or the session's copy of it
+  TreeStore store_;                       // of what the session makes
+  Node* tree_ = nullptr;                  // the base's root, or the session's copy of it
   std::uint64_t number_;                  // owner of the nodes that it may change
   std::uint64_t version_ = 1;             // counts what makes nodes of places out of date
   bool answered_ = false;                 // something was read
   bool refused_ = false;                  // what was read without a lock is out of date
   bool ended_ = false;
   Place root_;
-  std::deque<std::string> names_;
   std::deque<ConfigBranch> branches_;
   std::deque<ConfigArray> arrays_;
 };

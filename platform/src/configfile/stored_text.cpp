@@ -23,8 +23,8 @@ struct Free {
 
 }  // namespace
 
-bool IsReadable(const std::string& bytes) {
-  return bytes.find('\0') == std::string::npos &&
+bool IsReadable(std::string_view bytes) {
+  return bytes.find('\0') == std::string_view::npos &&
          simdjson::validate_utf8(bytes.data(), bytes.size());
 }
 
@@ -38,16 +38,16 @@ std::string EncodeText(std::string bytes) {
   return std::string(kMark) + text;
 }
 
-bool DecodeText(const std::string& text, std::string* bytes) {
+bool DecodeText(std::string_view text, std::string* bytes) {
   if (!text.starts_with(kMark)) {
     *bytes = text;
     return true;
   }
-  const std::string_view base64 = std::string_view(text).substr(kMark.size());
+  const std::string base64(text.substr(kMark.size()));  // ends with a NUL
   uint8_t* decoded = nullptr;
   size_t length = 0;
-  if (base64.find('\0') != std::string_view::npos ||
-      !Base64_EasyDecode(base64.data(), &decoded, &length)) {
+  if (base64.find('\0') != std::string::npos ||
+      !Base64_EasyDecode(base64.c_str(), &decoded, &length)) {
     return false;
   }
   const std::unique_ptr<uint8_t, Free> owned(decoded);

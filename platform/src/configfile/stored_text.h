@@ -7,16 +7,17 @@
 #define PLATFORM_SRC_CONFIGFILE_STORED_TEXT_H_
 
 #include <string>
+#include <string_view>
 
 namespace ZynCtl::Config {
 
 std::string EncodeText(std::string bytes);
 
 // Returns false when the text is marked as Base64 and is none.
-bool DecodeText(const std::string& text, std::string* bytes);
+bool DecodeText(std::string_view text, std::string* bytes);
 
 // Whether the bytes are stored as they are.
-bool IsReadable(const std::string& bytes);
+bool IsReadable(std::string_view bytes);
 
 }  // namespace ZynCtl::Config
 

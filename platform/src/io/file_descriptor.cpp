@@ -96,19 +96,15 @@ void WriteAll(const FileDescriptor& file, std::string_view bytes, const std::str
   }
 }
 
-std::string ReadAt(const FileDescriptor& file, std::size_t size, off_t offset,
-                   const std::string& path) {
-  std::string bytes(size, '\0');
+void ReadStart(const FileDescriptor& file, char* bytes, std::size_t size, const std::string& path) {
   std::size_t done = 0;
   while (done < size) {
-    const ssize_t got = RetryInterrupted([&] {
-      return pread(file.get(), bytes.data() + done, size - done, offset + static_cast<off_t>(done));
-    });
+    const ssize_t got = RetryInterrupted(
+        [&] { return pread(file.get(), bytes + done, size - done, static_cast<off_t>(done)); });
     if (got < 0) RaiseSystemError(errno, path, "read");
     if (got == 0) throw Error(ErrorKind::kOther, path + ": cannot read: it ends too early");
     done += static_cast<std::size_t>(got);
   }
-  return bytes;
 }
 
 }  // namespace HostPlatform::Io

@@ -46,9 +46,8 @@ struct stat StatOf(const FileDescriptor& file, const std::string& path);
 // Writes all of `bytes` at the end of what was written so far. Raises Error naming `path`.
 void WriteAll(const FileDescriptor& file, std::string_view bytes, const std::string& path);
 
-// `size` bytes from `offset`; raises Error naming `path`, also when the file is shorter.
-std::string ReadAt(const FileDescriptor& file, std::size_t size, off_t offset,
-                   const std::string& path);
+// The first `size` bytes of the file; raises Error naming `path`, also when the file is shorter.
+void ReadStart(const FileDescriptor& file, char* bytes, std::size_t size, const std::string& path);
 
 }  // namespace HostPlatform::Io
 
