@@ -15,15 +15,16 @@ class Apply(QuorctlCase):
             [policy("A", blobs=[blob("RILK"), blob("VOLB"), blob("SHRF")]), policy("B")],
             [datastore("ds:///1/"), datastore("ds:///2/"), datastore("ds:///3/")])))
         self.assertEqual(
-            self.ask("apply", path).text,
+            self.ask("apply", path).text.splitlines()[-1],
             f"applied 2 policies (4 blobs) and 3 datastores to the configuration store in "
-            f"{self.host}\n")
+            f"{self.host}")
 
     def test_CountsOfOneAreInTheSingular(self):
         self.assertIn("applied 1 policy (1 blob) and 1 datastore to",
                       self.apply(document([policy()], [datastore()])).text)
 
     def test_CountsOfNoneAreInThePlural(self):
+        self.apply(document([policy()], [datastore()]))
         self.assertIn("applied 0 policies (0 blobs) and 0 datastores to",
                       self.apply(document()).text)
 
@@ -115,31 +116,57 @@ class RefusedApply(QuorctlCase):
                              preexec_fn=lambda: os.close(0))
         self.assertIn("cannot read standard input: ", result.errors)
 
-    def test_FailureOfTheSecondReplacementTellsWhatBecameOfTheFirst(self):
-        self.apply(document([policy("A")], []))
-        room = os.path.getsize(self.snapshot_path())
-        larger = document([policy("B")], [datastore(f"ds:///{i}/") for i in range(1000)])
-
+    def apply_with_room(self, content, room, *options, message):
+        """A replacement during which no file can become larger than `room`."""
         def limit_file_size():
             signal.signal(signal.SIGXFSZ, signal.SIG_IGN)  # the write fails instead
             resource.setrlimit(resource.RLIMIT_FSIZE, (room, room))
 
-        self.refuse(STORE, "apply", "-", given=json.dumps(larger).encode(),
-                    preexec_fn=limit_file_size, restore_signals=False,
-                    message="the policies were replaced but the datastores were not: ")
+        result = self.run_quorctl("apply", "--yes", *options, "-",
+                                  given=json.dumps(content).encode(),
+                                  preexec_fn=limit_file_size, restore_signals=False)
+        self.assertEqual(result.status, STORE, result.errors)
+        self.assertRegex(result.errors, r"\Aquorctl: [^\n]+\n\Z")
+        self.assertIn(message, result.errors)
+        return result
+
+    def test_PoliciesArePutBackWhenTheDatastoresCannotBeReplaced(self):
+        for choice in ("store", "file"):
+            self.ask("switch", choice)
+            before = document([policy("A"), policy("C")], [datastore("ds:///kept/")])
+            self.apply(before)
+            digest = self.ask("digest").text
+            room = os.path.getsize(self.snapshot_path()) + 4000
+            larger = document([policy("B")], [datastore(f"ds:///{i}/") for i in range(1000)])
+            result = self.apply_with_room(larger, room,
+                                          message="the datastores could not be replaced: ")
+            self.assertIn("were put back: the catalogue is as it was before", result.errors)
+            self.assertEqual(self.listed_document(), before)
+            self.assertEqual(self.ask("digest").text, digest)
+
+    def test_PoliciesThatCannotBePutBackAreTold(self):
+        self.apply(document([policy("A", blobs=[blob(text="x" * 100_000)])], []))
+        larger = document([policy("B")], [datastore(f"ds:///{i}/") for i in range(1000)])
+        result = self.apply_with_room(
+            larger, 50_000, "--no-history",
+            message="the policies were replaced but the datastores were not: ")
+        self.assertIn("the old policies could not be put back either: ", result.errors)
         self.assertEqual(self.listed_document(), document([policy("B")], []))
+
+    def test_ReplacementThatDidNotHappenLeavesNoTraceInTheHistory(self):
+        self.apply(document([policy("A")], []))
+        kept = self.ask("history", "-o", "json").text
+        larger = document([policy("B")], [datastore(f"ds:///{i}/") for i in range(1000)])
+        self.apply_with_room(larger, os.path.getsize(self.snapshot_path()) + 4000,
+                             message="were put back")
+        self.assertEqual(self.ask("history", "-o", "json").text, kept)
 
     def test_FailureOfTheFirstReplacementChangesNothing(self):
         given = document([policy("A")], [datastore()])
         self.apply(given)
         larger = document([policy(f"B{i}") for i in range(1000)], [])
 
-        def limit_file_size():
-            signal.signal(signal.SIGXFSZ, signal.SIG_IGN)
-            resource.setrlimit(resource.RLIMIT_FSIZE, (8192, 8192))
-
-        self.refuse(STORE, "apply", "-", given=json.dumps(larger).encode(),
-                    preexec_fn=limit_file_size, restore_signals=False)
+        self.apply_with_room(larger, 8192, message="config-store.cdb")
         self.assertEqual(self.run_quorctl("status").status, DONE)
         self.assertEqual(self.listed_document(), given)
 

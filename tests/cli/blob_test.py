@@ -1,7 +1,9 @@
 """quorctl blob: the four questions, and bytes with nothing added."""
+import os
 import unittest
 
-from quorctl_case import ABSENT, USAGE, QuorctlCase, base64_of, blob, datastore, document, policy
+from quorctl_case import (ABSENT, STORE, USAGE, QuorctlCase, base64_of, blob, datastore, document,
+                          policy)
 
 ALL_BYTES = bytes(range(256)) * 3
 GOLD_RILK = b"gold, RILK\n"
@@ -99,6 +101,41 @@ class Blob(QuorctlCase):
         result = self.refuse(ABSENT, "blob", "--policy-id", b"\x1b[31m\xff\n" + b"x" * 1000)
         self.assertIn('"\\x1b[31m\\xff\\x0axxx', result.errors)
         self.assertLess(len(result.errors), 300)
+
+    def test_FileGetsTheBytesAndStandardOutputNothing(self):
+        path = f"{self.directory}/blob"
+        self.assertEqual(self.blob_of("--policy-name", "Gold", "--out", path), b"")
+        self.assertEqual(self.contents(path), GOLD_RILK)
+
+    def test_FileIsReplacedInPlace(self):
+        path = self.write("blob", b"x" * 10000)
+        os.chmod(path, 0o600)
+        before = os.stat(path)
+        self.blob_of("--default-of", "ds:///v1/", f"--out={path}")
+        self.assertEqual(self.contents(path), ALL_BYTES)
+        after = os.stat(path)
+        self.assertEqual((after.st_ino, after.st_mode), (before.st_ino, before.st_mode))
+
+    def test_FileIsLeftAsItIsWhenThereIsNoBlob(self):
+        path = self.write("blob", b"kept")
+        self.refuse(ABSENT, "blob", "--policy-id", "nobody", "--out", path)
+        self.assertEqual(self.contents(path), b"kept")
+
+    def test_FileThatCannotBeWrittenIsAnError(self):
+        path = f"{self.directory}/absent/blob"
+        self.refuse(STORE, "blob", "--policy-name", "Gold", "--out", path,
+                    message=f"cannot write {path}: No such file or directory")
+        self.refuse(STORE, "blob", "--policy-name", "Gold", "--out", "/dev/full",
+                    message="cannot write all of /dev/full: No space left on device")
+        self.refuse(STORE, "blob", "--policy-name", "Gold", "--out=", message="cannot write ")
+
+    def test_RawGoesWithStandardOutputOnly(self):
+        self.refuse(USAGE, "blob", "--policy-name", "Gold", "--raw", "--out", "x",
+                    message="--raw goes with standard output, not with --out")
+
+    def contents(self, path):
+        with open(path, "rb") as file:
+            return file.read()
 
     def test_OneQuestionIsAsked(self):
         message = "blob takes one of --policy-id, --policy-name and --default-of"

@@ -4,11 +4,13 @@ import hashlib
 import json
 import os
 import random
+import subprocess
 import unittest
 
-from quorctl_case import NO, USAGE, QuorctlCase, datastore, document, policy
+from quorctl_case import NO, TIMEOUT, USAGE, QuorctlCase, datastore, document, policy
 
-CATALOGUES = 40
+PUT_CATALOGUE = os.environ["QUOR_PUT_CATALOGUE"]
+CATALOGUES = 160  # for each of the two stores
 SEED = int(os.environ.get("QUOR_TEST_SEED", "20260101"))
 
 
@@ -54,6 +56,23 @@ def as_document(policies, datastores):
         [{key: as_text(value) for key, value in entry.items()} for entry in datastores])
 
 
+def as_records(policies, datastores):
+    """For put_catalogue."""
+    def word(data):
+        return "x" + data.hex()
+
+    lines = []
+    for entry in policies:
+        words = ["policy", word(entry["id"]), word(entry["name"]), word(entry["description"]),
+                 str(entry["generation"])]
+        words += [word(part) for pair in entry["blobs"] for part in pair]
+        lines.append(" ".join(words))
+    for entry in datastores:
+        lines.append(" ".join(["datastore", word(entry["url"]), word(entry["namespace"]),
+                               word(entry["defaultPolicy"])]))
+    return "".join(line + "\n" for line in lines).encode()
+
+
 class Generator:
     """Catalogues with hostile bytes, whose keys do not repeat."""
 
@@ -96,7 +115,7 @@ class Generator:
                 [self.datastore() for _ in range(self.random.randrange(6))])
 
 
-class Digest(QuorctlCase):
+class DigestCase(QuorctlCase):
     def digests(self):
         answer = json.loads(self.ask("digest", "-o", "json").text)
         self.assertEqual(list(answer), ["policies", "datastores"])
@@ -108,12 +127,44 @@ class Digest(QuorctlCase):
                          (policies_digest(policies), datastores_digest(datastores)),
                          f"seed {SEED}: {policies!r} {datastores!r}")
 
+    def check_records(self, policies, datastores, kept=None):
+        """The same for records that apply refuses; `kept` are those that the store keeps."""
+        subprocess.run([PUT_CATALOGUE], input=as_records(policies, datastores), timeout=TIMEOUT,
+                       env=self.environment(), check=True)
+        policies, datastores = kept or (policies, datastores)
+        self.assertEqual(self.counts(), (len(policies), len(datastores)))
+        self.assertEqual(self.digests(),
+                         (policies_digest(policies), datastores_digest(datastores)),
+                         f"seed {SEED}: {policies!r} {datastores!r}")
+
+    def counts(self):
+        return len(self.listed("policies")), len(self.listed("datastores"))
+
+
+class Digest(DigestCase):
     def test_GeneratedCataloguesAgreeOnBothStores(self):
         for store in ("store", "file"):
             self.ask("switch", store)
             generator = Generator(SEED)
             for _ in range(CATALOGUES):
                 self.check(*generator.catalogue())
+
+    def test_OrderOfRecordsAndBlobsDoesNotCount(self):
+        source = random.Random(SEED)
+        for store in ("store", "file"):
+            self.ask("switch", store)
+            generator = Generator(SEED)
+            for _ in range(10):
+                policies, datastores = generator.catalogue()
+                self.check(policies, datastores)
+                before = self.digests()
+                for entry in policies:
+                    source.shuffle(entry["blobs"])
+                source.shuffle(policies)
+                source.shuffle(datastores)
+                self.ask("reset", "--yes")
+                self.check(policies, datastores)
+                self.assertEqual(self.digests(), before)
 
     def test_ExtremeGenerationNumbersAgreeInTheStore(self):
         for generation in (2**63 - 1, -2**63, 2**31, -2**31 - 1):
@@ -150,6 +201,72 @@ class Digest(QuorctlCase):
         self.assertEqual((result.status, result.text, result.errors), (NO, "", ""))
         self.refuse(USAGE, "digest", "--expect", "nonsense", message="with a colon")
         self.refuse(USAGE, "digest", "-o", "xml", message='unknown format "xml"')
+
+
+def plain_policy(number, **changes):
+    return {"id": b"id-%d" % number, "name": b"name %d" % number, "description": b"d",
+            "generation": number, "blobs": [(b"RILK", b"blob %d" % number)], **changes}
+
+
+def plain_datastore(number, **changes):
+    return {"url": b"ds:///%d/" % number, "namespace": b"RILK", "defaultPolicy": b"id-1", **changes}
+
+
+class Duplicates(DigestCase):
+    """Records that are equal in every field."""
+
+    def test_FileKeepsAndDigestsEachOfThem(self):
+        self.ask("switch", "file")
+        for times in (2, 3, 20):  # from seventeen elements on the sort is another one
+            self.check_records([plain_policy(1)] * times, [])
+            self.check_records([], [plain_datastore(1)] * times)
+            self.check_records([plain_policy(2), *[plain_policy(1)] * times, plain_policy(0)],
+                               [plain_datastore(2), *[plain_datastore(1)] * times])
+
+    def test_StoreKeepsOneOfThem(self):
+        for times in (2, 3, 20):
+            self.check_records([plain_policy(2), *[plain_policy(1)] * times],
+                               [*[plain_datastore(1)] * times, plain_datastore(2)],
+                               kept=([plain_policy(2), plain_policy(1)],
+                                     [plain_datastore(1), plain_datastore(2)]))
+
+    def test_OneMoreOfThemChangesTheDigestOfTheFile(self):
+        self.ask("switch", "file")
+        seen = set()
+        for times in (1, 2, 3):
+            self.check_records([plain_policy(1)] * times, [plain_datastore(1)] * times)
+            seen.update(self.digests())
+        self.assertEqual(len(seen), 6)
+
+    def test_BlobsEqualInEveryFieldAgreeInBothStores(self):
+        twice = plain_policy(1, blobs=[(b"RILK", b"same")] * 2)
+        once = plain_policy(1, blobs=[(b"RILK", b"same")])
+        self.check_records([twice], [], kept=([once], []))
+        self.ask("switch", "file")
+        self.check_records([twice], [])
+
+    def test_GeneratedCataloguesWithDuplicatesAgreeInTheFile(self):
+        self.ask("switch", "file")
+        source = random.Random(SEED)
+        generator = Generator(SEED)
+        for _ in range(20):
+            policies, datastores = generator.catalogue()
+            policies += source.choices(policies, k=3) if policies else []
+            datastores += source.choices(datastores, k=3) if datastores else []
+            source.shuffle(policies)
+            source.shuffle(datastores)
+            self.check_records(policies, datastores)
+
+    def test_RecordsThatAreEmptyInEveryFieldAgree(self):
+        empty_policy = plain_policy(0, id=b"", name=b"", description=b"", blobs=[])
+        empty_datastore = plain_datastore(0, url=b"", namespace=b"", defaultPolicy=b"")
+        for times in (1, 3):
+            self.ask("switch", "store")
+            self.check_records([empty_policy] * times, [empty_datastore] * times,
+                               kept=([empty_policy], [empty_datastore]))
+            self.ask("switch", "file")
+            self.check_records([empty_policy] * times, [empty_datastore] * times)
+            self.assertEqual(self.digests()[1], "")
 
 
 if __name__ == "__main__":

@@ -4,12 +4,21 @@ import unittest
 
 from quorctl_case import USAGE, QuorctlCase
 
-VERBS = ["status", "list", "blob", "digest", "apply", "reset", "switch", "migrate", "help"]
-OPTIONS = {"list": ["KIND", "-o, --output FORMAT"], "apply": ["FILE"], "reset": ["--yes"],
+VERBS = ["status", "list", "get", "blob", "digest", "watch", "export", "diff", "check", "apply",
+         "reset", "history", "restore", "switch", "migrate", "help"]
+OUTPUT_OPTIONS = ["-o, --output FORMAT", "--fields NAMES", "--sort NAMES", "--no-headings"]
+CHANGE_OPTIONS = ["--yes", "--dry-run", "--no-history"]
+OPTIONS = {"status": [], "list": ["KIND", *OUTPUT_OPTIONS],
+           "get": ["KIND", "KEY", "--name NAME", *OUTPUT_OPTIONS],
            "blob": ["--policy-id ID", "--policy-name NAME", "--datastore URL",
-                    "--default-of URL"],
-           "switch": ["CHOICE"], "digest": ["-o, --output FORMAT", "--expect POLICIES:DATASTORES"],
-           "migrate": ["--to CHOICE"], "help": ["COMMAND"], "status": []}
+                    "--default-of URL", "--out FILE", "--raw"],
+           "digest": ["-o, --output FORMAT", "--expect POLICIES:DATASTORES"],
+           "watch": ["--period SECONDS", "--exec CMD"], "export": [],
+           "diff": ["FILE", *OUTPUT_OPTIONS], "check": ["--verbose", *OUTPUT_OPTIONS],
+           "apply": ["FILE", "--policies-only", "--datastores-only", *CHANGE_OPTIONS],
+           "reset": CHANGE_OPTIONS, "history": OUTPUT_OPTIONS,
+           "restore": ["NUMBER", *CHANGE_OPTIONS], "switch": ["CHOICE"],
+           "migrate": ["--to CHOICE", *CHANGE_OPTIONS], "help": ["COMMAND"]}
 GLOBAL_OPTIONS = ["--root DIR", "-h, --help", "--version"]
 STATUSES = ["0", "1", "2", "3", "4", "5", "7", "8", "70"]
 

@@ -2,7 +2,8 @@
 import os
 import unittest
 
-from quorctl_case import NO, USAGE, QuorctlCase, blob, datastore, document, entries_of, policy
+from quorctl_case import (NO, NOT_CONFIRMED, USAGE, QuorctlCase, blob, datastore, document,
+                          entries_of, policy, without_lock_files)
 
 
 class Migrate(QuorctlCase):
@@ -39,9 +40,39 @@ class Migrate(QuorctlCase):
         self.ask("switch", "store")
         content = document([policy("New")])
         self.apply(content)
-        self.ask("migrate", "--to", "file")
+        self.ask("migrate", "--to", "file", "--yes")
         self.ask("switch", "file")
         self.assertEqual(self.listed_document(), content)
+        self.assertEqual(self.ask("history", "--fields", "reason,store,policies",
+                                  "--no-headings").text.split()[:3], ["migrate", "file", "1"])
+
+    def test_DeletionsNeedAConfirmation(self):
+        self.ask("switch", "file")
+        self.apply(document([policy("Old")], [datastore()]))
+        self.ask("switch", "store")
+        self.apply(document([policy("New")]))
+        before = without_lock_files(entries_of(self.host))
+        result = self.run_quorctl("migrate", "--to", "file")
+        self.assertEqual(result.status, NOT_CONFIRMED)
+        self.assertIn("migrate would delete 1 policy and 1 datastore from the configuration file "
+                      f"in {self.host}; nothing was changed; confirm with --yes", result.errors)
+        self.assertEqual(without_lock_files(entries_of(self.host)), before)
+
+    def test_DryRunShowsTheDifferencesAndWritesNothing(self):
+        self.apply(document([policy("New")]))
+        before = without_lock_files(entries_of(self.host))
+        text = self.ask("migrate", "--to", "file", "--dry-run").text
+        self.assertRegex(text, r"(?m)^added +policy +New ")
+        self.assertIn("would copy 1 policy and 0 datastores to the configuration file", text)
+        self.assertEqual(without_lock_files(entries_of(self.host)), before)
+
+    def test_SameCatalogueIsNotWrittenAgain(self):
+        self.apply(document([policy("New")]))
+        self.ask("migrate", "--to", "file")
+        before = without_lock_files(entries_of(self.host))
+        self.assertIn("holds the same 1 policy and 0 datastores already; nothing was written",
+                      self.ask("migrate", "--to", "file").text)
+        self.assertEqual(without_lock_files(entries_of(self.host)), before)
 
     def test_GenerationNumberTooLargeForTheFileIsNamedBeforeAnythingIsWritten(self):
         self.apply(document([policy("Small", generation=2**31 - 1),

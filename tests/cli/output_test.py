@@ -7,6 +7,7 @@ import unittest
 from quorctl_case import (ABSENT, QUORCTL, STORE, TIMEOUT, QuorctlCase, datastore, document, policy)
 
 PRINTING = [["list", "policies"], ["list", "policies", "-o", "json"], ["list", "datastores"],
+            ["get", "policy", "id-Gold"], ["list", "policies", "-o", "csv"], ["digest"], ["export"],
             ["blob", "--policy-name", "Gold"], ["status"], ["switch"], ["help"], ["--help"],
             ["help", "list"], ["--version"]]
 
@@ -45,12 +46,14 @@ class Output(QuorctlCase):
     def test_ChangeThatCouldNotBeToldIsSaidToBeMade(self):
         empty = self.write("empty.json",
                            '{"format": "quor-catalogue/1", "policies": [], "datastores": []}')
-        for words in (["apply", empty], ["reset", "--yes"], ["switch", "store"]):
+        for words in (["apply", "--yes", empty], ["reset", "--yes"], ["switch", "store"]):
+            self.apply(document([policy()], [datastore()]))
             with open("/dev/full", "wb") as full:
                 self.assertEqual(
                     self.errors_with(words, stdout=full),
                     (STORE, "quorctl: cannot write to standard output: No space left on device; "
                             "the command itself was carried out\n"))
+        self.ask("reset", "--yes")
         self.assertEqual(self.listed_document(), document())
 
     def test_FailureOfTheCommandDecidesTheStatus(self):
@@ -66,7 +69,7 @@ class Output(QuorctlCase):
 
         given = document([policy("New")], [datastore("new")])
         path = self.write("new.json", json.dumps(given))
-        completed = subprocess.run([QUORCTL, "apply", path], env=self.environment(),
+        completed = subprocess.run([QUORCTL, "apply", "--yes", path], env=self.environment(),
                                    timeout=TIMEOUT, preexec_fn=close_all)
         self.assertEqual(completed.returncode, STORE)  # for the message that could not be written
         self.assertEqual(self.listed_document(), given)

@@ -1,13 +1,11 @@
 """A process without permission is told so, and changes nothing."""
 import json
 import os
-import re
-import shutil
-import subprocess
 import unittest
 
-from quorctl_case import (PERMISSION, QUORCTL, STRANGER, QuorctlCase, datastore, document,
-                          entries_of, policy)
+from quorctl_case import (PERMISSION, QuorctlCase, datastore, document, entries_of, policy,
+                          without_lock_files)
+from stranger import become_stranger
 
 
 class Stranger(QuorctlCase):
@@ -16,7 +14,6 @@ class Stranger(QuorctlCase):
 
     def setUp(self):
         super().setUp()
-        self.search_path = {}
         self.content = document([policy("Gold")], [datastore()])
         self.apply(self.content)
         self.mode = os.stat(self.host).st_mode
@@ -27,19 +24,7 @@ class Stranger(QuorctlCase):
             os.chmod(self.host, 0)
             self.addCleanup(os.chmod, self.host, self.mode)
             return
-        # A copy of the program: the build directory may be closed to others.
-        os.chmod(self.directory, 0o755)
-        folder = os.path.join(self.directory, "program")
-        os.mkdir(folder, 0o755)
-        loaded = subprocess.run(["ldd", QUORCTL], stdout=subprocess.PIPE, check=True).stdout
-        for path in [QUORCTL, *re.findall(r"=> (/\S*libquor\S*)", loaded.decode())]:
-            shutil.copy(path, folder)
-        self.program = os.path.join(folder, os.path.basename(QUORCTL))
-        self.search_path = {"LD_LIBRARY_PATH": folder}
-        self.process_options = {"user": STRANGER, "group": STRANGER, "extra_groups": [], "cwd": "/"}
-
-    def environment(self, **changes):
-        return super().environment(**self.search_path, **changes)
+        become_stranger(self)
 
     def expect_unchanged(self):
         if os.geteuid() != 0:
@@ -62,7 +47,8 @@ class Stranger(QuorctlCase):
     def test_ChangingIsRefused(self):
         self.lose_permission()
         given = json.dumps(document([policy("New")])).encode()
-        for words in (["apply", "-"], ["reset", "--yes"], ["switch", "file"], ["switch", "store"]):
+        for words in (["apply", "-"], ["reset", "--yes"], ["switch", "file"], ["switch", "store"],
+                      ["migrate", "--to", "file"], ["restore", "1", "--yes"], ["history"]):
             self.refuse(PERMISSION, *words, given=given, message=self.host)
         self.expect_unchanged()
 
@@ -92,12 +78,66 @@ class Stranger(QuorctlCase):
         self.expect_unchanged()
 
 
+class StrangerAtTheFile(QuorctlCase):
+    """Where the switch selects the configuration file: its failures carry no code of their own."""
+
+    def setUp(self):
+        super().setUp()
+        self.ask("switch", "file")
+        self.apply(document([policy("Gold")], [datastore()]))
+        self.mode = os.stat(self.host).st_mode
+        self.file = os.path.join(self.host, "host-config.json")
+
+    def become_reader(self):
+        """May look at everything but change nothing."""
+        for name in ("features", "host-config.json"):
+            os.chmod(os.path.join(self.host, name), 0o644)
+        if os.geteuid() == 0:
+            os.chmod(self.host, 0o755)
+            become_stranger(self)
+            return
+        for path in (os.path.join(self.host, "history"), self.host):
+            os.chmod(path, 0o555)
+            self.addCleanup(os.chmod, path, self.mode)
+
+    def test_ReadingIsRefused(self):
+        self.become_reader()
+        os.chmod(self.file, 0)
+        for words in (["list", "policies"], ["list", "datastores", "-o", "json"],
+                      ["blob", "--policy-name", "Gold"], ["blob", "--default-of", "ds:///a/"]):
+            self.refuse(PERMISSION, *words, message=f"{self.file}: cannot open")
+        status = self.run_quorctl("status")
+        self.assertEqual(status.status, PERMISSION, status.errors)
+
+    def test_ChangingIsRefused(self):
+        self.become_reader()
+        self.ask("list", "policies")
+        before = without_lock_files(entries_of(self.host))
+        larger = json.dumps(document([policy("Gold"), policy("New")], [datastore()])).encode()
+        for words in (["apply", "--no-history", "-"], ["reset", "--yes", "--no-history"]):
+            result = self.run_quorctl(*words, given=larger)
+            self.assertEqual(result.status, PERMISSION, result.errors)
+            self.assertIn(self.host, result.errors)
+        self.assertEqual(without_lock_files(entries_of(self.host)), before)
+
+    def test_KeepingTheOldCatalogueIsRefused(self):
+        self.become_reader()
+        result = self.run_quorctl("reset", "--yes")
+        self.assertEqual(result.status, PERMISSION, result.errors)
+        self.assertIn("could not be kept in the history, so nothing was changed", result.errors)
+
+    def test_DirectoryThatEverybodyMayWriteToIsRefused(self):
+        os.chmod(self.host, 0o777)
+        self.refuse(PERMISSION, "reset", "--yes", "--no-history", message="chmod o-w")
+
+
 class OpenDirectory(QuorctlCase):
     def test_DirectoryThatEverybodyMayWriteToIsRefused(self):
         os.mkdir(self.host)
         os.chmod(self.host, 0o777)
-        self.refuse(PERMISSION, "apply", "-", given=json.dumps(document()).encode(),
-                    message="chmod o-w")
+        result = self.run_quorctl("apply", "-", given=json.dumps(document([policy()])).encode())
+        self.assertEqual(result.status, PERMISSION)
+        self.assertIn("chmod o-w", result.errors)
         self.assertEqual(os.listdir(self.host), [])
 
 

@@ -65,10 +65,13 @@ class HeldLock(QuorctlCase):
 
     def test_WriterGivesUpAtTheDeadline(self):
         with self.lock_held():
-            for words in (["apply", "-"], ["reset", "--yes"]):
+            for words in (["apply", "--yes", "-"], ["reset", "--yes"]):
                 start = time.monotonic()
-                self.refuse(STORE, *words, given=json.dumps(document()).encode(),
-                            environment={"QUOR_LOCK_TIMEOUT_MS": "300"}, message=self.host)
+                result = self.run_quorctl(*words, given=json.dumps(document()).encode(),
+                                          environment={"QUOR_LOCK_TIMEOUT_MS": "300"})
+                self.assertEqual(result.status, STORE)
+                self.assertIn(f"{self.host}/config-store.lock: still locked after 300 ms",
+                              result.errors)
                 self.assertGreaterEqual(time.monotonic() - start, 0.3)
         self.assertEqual(self.listed_document(), self.content)
 

@@ -69,6 +69,11 @@ def entries_of(path):
     return entries
 
 
+def without_lock_files(entries):
+    """All but the lock files, into which each holder writes its name."""
+    return {name: entry for name, entry in entries.items() if not name.endswith(".lock")}
+
+
 class Result:
     def __init__(self, status, output, errors):
         self.status = status
@@ -89,10 +94,11 @@ class QuorctlCase(unittest.TestCase):
         self.host = os.path.join(self.directory, "host")  # created by the first change
         self.program = QUORCTL
         self.process_options = {}  # of every process that the test starts
+        self.search_path = {}  # where such a process finds its libraries
 
     def environment(self, **changes):
         kept = {name: value for name, value in os.environ.items() if not name.startswith("QUOR_")}
-        return {**kept, "QUOR_HOST_DIR": self.host, **changes}
+        return {**kept, **self.search_path, "QUOR_HOST_DIR": self.host, **changes}
 
     def start(self, *arguments, environment=None, **options):
         """Starts a command without waiting for it."""
@@ -135,7 +141,7 @@ class QuorctlCase(unittest.TestCase):
 
     def apply(self, content):
         """Applies a document that is given as a value."""
-        return self.ask("apply", "-", given=json.dumps(content).encode())
+        return self.ask("apply", "--yes", "-", given=json.dumps(content).encode())
 
     def listed(self, kind):
         return json.loads(self.ask("list", kind, "-o", "json").raw.decode("utf-8", "strict"))

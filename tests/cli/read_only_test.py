@@ -3,14 +3,16 @@ import json
 import os
 import unittest
 
-from quorctl_case import QuorctlCase, blob, datastore, document, entries_of, policy
+from quorctl_case import EXAMPLE, QuorctlCase, blob, datastore, document, entries_of, policy
 
 LOOKING = [["list", "policies"], ["list", "policies", "-o", "json"], ["list", "datastores"],
            ["list", "datastores", "-o", "json"], ["status"], ["switch"], ["help"], ["--version"],
            ["blob", "--policy-id", "id-Gold"], ["blob", "--policy-name", "Gold"],
            ["blob", "--default-of", "ds:///a/"], ["blob", "--policy-name", "nobody"],
            ["blob", "--policy-id", "id-Gold", "--datastore", "ds:///a/"], ["reset"],
-           ["apply", "/nonexistent"], ["list"], ["frobnicate"]]
+           ["get", "policy", "id-Gold"], ["get", "datastore", "nowhere"], ["digest"], ["export"],
+           ["list", "policies", "-o", "csv"], ["list", "datastores", "-o", "wide"],
+           ["diff", EXAMPLE], ["apply", "/nonexistent"], ["list"], ["frobnicate"]]
 
 
 class ReadOnly(QuorctlCase):

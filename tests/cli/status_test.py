@@ -41,6 +41,9 @@ class Status(StatusCase):
         self.assertEqual(shown["size"], f"{found.st_size} bytes")
         self.assertEqual(shown["mode"], f"{found.st_mode & 0o7777:04o}")
         self.assertRegex(shown["owner"], r"\A[^:]+:[^:]+\Z")
+        self.assertEqual(shown["not in use"],
+                         f"{self.host}/host-config.json (nothing stored)")
+        self.assertEqual(shown["history"], f"1 catalogue in {self.host}/history")
         modified = time.strptime(shown["modified"], "%Y-%m-%d %H:%M:%S UTC")
         self.assertTrue(before <= time.mktime(modified) - time.timezone <= time.time() + 1)
         self.assertRegex(shown["policies"], r"\A2, digest [0-9a-f]{32}\Z")
@@ -58,6 +61,29 @@ class Status(StatusCase):
         changed, _ = self.lines()
         self.assertNotEqual(first["policies"], changed["policies"])
         self.assertEqual(first["datastores"], changed["datastores"])
+
+    def test_WhoMayReadFollowsFromTheModes(self):
+        self.apply(document([policy()]))
+        shown, _ = self.lines()
+        user, group = shown["owner"].split(":")
+        owner = "" if user == "root" else f", user {user}"
+        path = shown["stored in"]
+        for directory, file, expected in ((0o2750, 0o640, f"root{owner}, group {group}"),
+                                          (0o2750, 0o600, f"root{owner}"),
+                                          (0o2700, 0o640, f"root{owner}"),
+                                          (0o2750, 0o644, f"root{owner}, group {group}"),
+                                          (0o2755, 0o644, "everybody")):
+            os.chmod(self.host, directory)
+            os.chmod(path, file)
+            self.assertEqual(self.lines()[0]["readable by"], expected)
+
+    def test_StoreThatIsNotInUseIsShown(self):
+        self.ask("switch", "file")
+        self.apply(document([policy()]))
+        size = os.path.getsize(f"{self.host}/host-config.json")
+        self.ask("switch", "store")
+        self.assertEqual(self.lines()[0]["not in use"],
+                         f"{self.host}/host-config.json ({size} bytes)")
 
     def test_LockDeadline(self):
         self.assertEqual(self.lines()[0]["lock deadline"], "30000 ms")
@@ -147,6 +173,7 @@ class Damage(StatusCase):
                         ["apply", "-"], ["reset", "--yes"]):
             given = b'{"format":"quor-catalogue/1","policies":[],"datastores":[]}'
             self.refuse(STORE, *command, given=given, message=self.path)
+        self.refuse(STORE, "reset", "--yes", "--no-history", message=self.path)
         with open(self.path, "rb") as file:
             self.assertEqual(file.read(), damaged)
 
@@ -180,7 +207,8 @@ class Damage(StatusCase):
         self.damage_record(b"find me in the file")
         self.damage_record(b"ds:///find/")
         self.expect_damage()
-        self.ask("reset", "--yes")
+        self.refuse(STORE, "reset", "--yes", message="1 of 2 policies cannot be read")
+        self.ask("reset", "--yes", "--no-history")
         self.apply(self.content)
         self.assertEqual(self.listed_document(), self.content)
         self.ask("status")

@@ -3,8 +3,9 @@ import json
 import os
 import unittest
 
-from quorctl_case import (NOT_CONFIRMED, STORE, USAGE, QuorctlCase, blob, datastore, document,
+from quorctl_case import (DONE, NOT_CONFIRMED, USAGE, QuorctlCase, blob, datastore, document,
                           entries_of, policy)
+from terminal import Terminal
 
 
 class Switch(QuorctlCase):
@@ -87,6 +88,42 @@ class Reset(QuorctlCase):
     def test_HostWhereNothingWasStoredCanBeReset(self):
         self.ask("reset", "--yes")
         self.assertEqual(self.listed_document(), document())
+
+    def test_WhereNothingIsStoredNothingIsWritten(self):
+        self.assertEqual(
+            self.ask("reset", "--yes").text,
+            f"nothing is stored in the configuration store in {self.host}; nothing was written\n")
+        self.assertFalse(os.path.exists(self.host))
+
+    def test_TerminalIsAsked(self):
+        content = document([policy("A")], [datastore()])
+        self.apply(content)
+        for answer, status, left in (("n\n", NOT_CONFIRMED, content), ("y\n", DONE, document())):
+            terminal = Terminal(self, "reset")
+            terminal.wait_for("Delete all policies and datastores from the configuration store in "
+                              f"{self.host}? [y/N] ")
+            terminal.type(answer)
+            self.assertEqual(terminal.finish().status, status)
+            self.assertEqual(self.listed_document(), left)
+
+    def test_WhatIsDeletedIsKeptAndCanBeRestored(self):
+        for choice in ("store", "file"):
+            self.ask("switch", choice)
+            content = document([policy("B"), policy("A")], [datastore()])
+            self.apply(content)
+            self.ask("reset", "--yes")
+            number = self.ask("history", "--fields", "number", "--no-headings").text.split()[0]
+            self.ask("restore", number)
+            self.assertEqual(self.listed_document(), content)
+
+    def test_DryRunWritesNothing(self):
+        self.apply(document([policy("A")], [datastore()]))
+        before = entries_of(self.host)
+        self.assertEqual(self.ask("reset", "--dry-run").text,
+                         "1 policy and 1 datastore to delete\nwould delete all policies and "
+                         f"datastores from the configuration store in {self.host}; nothing was "
+                         "written\n")
+        self.assertEqual(entries_of(self.host), before)
 
     def test_OtherConfirmationsAreRefused(self):
         self.apply(document([policy()]))

@@ -16,9 +16,16 @@ CommandTable MakeCommandTable();
 // Each in the file of its name under commands/.
 std::unique_ptr<Command> MakeStatusCommand();
 std::unique_ptr<Command> MakeListCommand();
+std::unique_ptr<Command> MakeGetCommand();
 std::unique_ptr<Command> MakeBlobCommand();
 std::unique_ptr<Command> MakeDigestCommand();
+std::unique_ptr<Command> MakeWatchCommand();
+std::unique_ptr<Command> MakeExportCommand();
+std::unique_ptr<Command> MakeDiffCommand();
+std::unique_ptr<Command> MakeCheckCommand();
 std::unique_ptr<Command> MakeApplyCommand();
+std::unique_ptr<Command> MakeHistoryCommand();
+std::unique_ptr<Command> MakeRestoreCommand();
 std::unique_ptr<Command> MakeMigrateCommand();
 std::unique_ptr<Command> MakeResetCommand();
 std::unique_ptr<Command> MakeSwitchCommand();

@@ -4,11 +4,11 @@
 #include <system_error>
 
 #include "brisk/exception.h"
-#include "tavconfigstore/exception.h"
+#include "platform/admin.h"
 
 namespace Quorctl {
 
-using TavConfigStore::ConfigStoreException;
+using Brisk::Lib::BriskException;
 
 const std::array<ExitStatusMeaning, 9> kExitStatusMeanings = {{
     {ExitStatus::kDone, "done"},
@@ -26,9 +26,8 @@ const std::array<ExitStatusMeaning, 9> kExitStatusMeanings = {{
 
 namespace {
 
-ExitStatus StatusOf(const ConfigStoreException& failure) {
-  const bool denied = failure.code() == TavConfigStore::kPermissionDenied ||
-                      failure.code() == TavConfigStore::kInsecure;
+ExitStatus StatusOf(const BriskException& failure) {
+  const bool denied = HostPlatform::IsPermissionFailure(failure);
   return denied ? ExitStatus::kPermission : ExitStatus::kStore;
 }
 
@@ -45,10 +44,8 @@ Failure DescribeCurrentException() {
     throw;
   } catch (const CommandError& failure) {
     return {failure.status(), failure.what()};
-  } catch (const ConfigStoreException& failure) {
+  } catch (const BriskException& failure) {
     return {StatusOf(failure), failure.what()};
-  } catch (const Brisk::Lib::BriskException& failure) {
-    return {ExitStatus::kStore, failure.what()};
   } catch (const std::system_error& failure) {
     return {StatusOf(failure), failure.what()};
   } catch (const std::bad_alloc&) {

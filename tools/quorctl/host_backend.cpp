@@ -6,6 +6,7 @@
 
 #include "exit_status.h"
 #include "platform/feature_list.h"
+#include "text/terminal_text.h"
 
 namespace Quorctl {
 
@@ -17,6 +18,16 @@ void ExpectReadable(const HostPlatform::FeatureState& backendSwitch) {
   if (backendSwitch.problem.empty()) return;
   const bool denied = access(backendSwitch.path.c_str(), R_OK) != 0 && errno == EACCES;
   throw CommandError(denied ? ExitStatus::kPermission : ExitStatus::kStore, backendSwitch.problem);
+}
+
+void UseBackend(bool usesConfigStore) {
+  HostPlatform::OverrideFeature(kFeatureQuorUsesConfigStore, usesConfigStore);
+}
+
+bool IsStoreChosen(const std::string& choice) {
+  if (choice == "store") return true;
+  if (choice == "file") return false;
+  throw UsageError("unknown choice " + Quoted(choice) + "; choose store or file");
 }
 
 std::string BackendName(bool usesConfigStore) {

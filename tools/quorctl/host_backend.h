@@ -15,10 +15,18 @@ HostPlatform::FeatureState BackendSwitch();
 // choice than this one, which has to take the default.
 void ExpectReadable(const HostPlatform::FeatureState& backendSwitch);
 
+// Makes this process use the configuration store or the configuration file, whatever the switch
+// says from now on: a command that asks several times is to ask the same store.
+void UseBackend(bool usesConfigStore);
+
+// The choice of the words "store" and "file", which stand for the two. Raises UsageError for
+// others.
+bool IsStoreChosen(const std::string& choice);
+
 // "configuration store"
 std::string BackendName(bool usesConfigStore);
 
-// "the configuration store in /var/lib/quor"
+// "the configuration store in /var/lib/quor": the one that this process uses.
 std::string SelectedBackendPlace();
 
 }  // namespace Quorctl

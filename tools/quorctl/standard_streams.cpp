@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 
 #include "text/terminal_text.h"
@@ -41,6 +42,18 @@ int WriteStandardOutput(const std::string& text) {
 void WriteErrorLine(const std::string& message) {
   // There is nowhere left to report that this failed.
   WriteAll(STDERR_FILENO, "quorctl: " + EscapeForTerminal(message) + "\n");
+}
+
+void WriteTerminal(const std::string& text) {
+  std::string escaped;
+  std::size_t begin = 0;
+  while (begin <= text.size()) {
+    const std::size_t end = std::min(text.find_first_of("\r\n", begin), text.size());
+    escaped += EscapeForTerminal(text.substr(begin, end - begin));
+    if (end < text.size()) escaped += text[end];
+    begin = end + 1;
+  }
+  WriteAll(STDERR_FILENO, escaped);
 }
 
 }  // namespace Quorctl

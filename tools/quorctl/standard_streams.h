@@ -16,6 +16,10 @@ int WriteStandardOutput(const std::string& text);
 // Writes "quorctl: ", the message and a line feed. What could act on a terminal is escaped.
 void WriteErrorLine(const std::string& message);
 
+// Writes what is for a person at the terminal to standard error, with no line feed added. What
+// could act on a terminal is escaped, but for the carriage return and the line feed.
+void WriteTerminal(const std::string& text);
+
 }  // namespace Quorctl
 
 #endif  // TOOLS_QUORCTL_STANDARD_STREAMS_H_

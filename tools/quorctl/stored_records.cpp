@@ -5,6 +5,9 @@
 
 #include "exit_status.h"
 #include "host_backend.h"
+#include "platform/admin.h"
+#include "stored_layout.h"
+#include "zynctl/config_file.h"
 
 namespace Quorctl {
 
@@ -12,38 +15,74 @@ using HostPlatform::ConfigStoreState;
 
 namespace {
 
-std::uint64_t StoredObjects(const ConfigStoreState& state, const std::string& key) {
+std::size_t CountObjects(const ConfigStoreState& state, const std::string& key) {
   for (const HostPlatform::StoredKind& kind : state.kinds) {
-    if (kind.component == "tav" && kind.group == "storage" && kind.key == key) return kind.objects;
+    if (kind.component == StoredLayout::kComponent && kind.group == StoredLayout::kGroup &&
+        kind.key == key) {
+      return static_cast<std::size_t>(kind.objects);
+    }
   }
   return 0;
 }
 
-// Another process may have replaced the records since: the smaller number is the safe one.
-void Expect(const ConfigStoreState& before, const std::string& key, const std::string& records,
-            std::size_t listed) {
-  if (!BackendSwitch().on) return;
-  const ConfigStoreState now = HostPlatform::GetConfigStoreState();
-  const std::uint64_t stored = std::min(StoredObjects(before, key), StoredObjects(now, key));
-  if (stored <= listed) return;
+std::size_t CountInstances(const char* branch, const char* array) {
+  const ZynCtl::Config::SynchronizedConfigFile locked;
+  return locked.file->GetBranch(branch)->GetArray(array)->GetInstances().size();
+}
+
+void Expect(std::size_t lost, std::size_t listed, const std::string& records, bool inStore) {
+  if (lost == 0) return;
+  const std::string path =
+      inStore ? HostPlatform::GetConfigStoreState().path : HostPlatform::GetConfigFileState().path;
   throw CommandError(
       ExitStatus::kStore,
-      now.path + ": damaged: " + std::to_string(stored - listed) + " of " + std::to_string(stored) +
-          ' ' + records +
-          " cannot be read and are left out; restore the file from a backup, or use reset "
-          "and apply the whole catalogue again");
+      path + ": damaged: " + std::to_string(lost) + " of " + std::to_string(lost + listed) + ' ' +
+          records +
+          " cannot be read and are left out; \"quorctl check\" names them. Restore the file from "
+          "a backup, or use reset --no-history and apply the whole catalogue again");
 }
 
 }  // namespace
 
-StoredRecords::StoredRecords() : before_(HostPlatform::GetConfigStoreState()) {}
+StoredRecords::StoredRecords() : inStore_(BackendSwitch().on), before_(CountStored()) {}
+
+StoredRecords::Counts StoredRecords::CountStored() {
+  Counts counts;
+  if (BackendSwitch().on) {
+    const ConfigStoreState state = HostPlatform::GetConfigStoreState();
+    counts.policies = CountObjects(state, StoredLayout::kPolicies);
+    counts.datastores = CountObjects(state, StoredLayout::kDatastores);
+    return counts;
+  }
+  try {
+    counts.policies = CountInstances(StoredLayout::kPolicyBranch, StoredLayout::kPolicyArray);
+    counts.datastores =
+        CountInstances(StoredLayout::kDatastoreBranch, StoredLayout::kDatastoreArray);
+  } catch (const ZynCtl::Config::ConfigFileException&) {
+    // The listing meets the same and tells.
+  }
+  return counts;
+}
+
+// Another process may have replaced the records since: the smaller number is the safe one.
+std::size_t StoredRecords::LostPolicies(std::size_t listed) const {
+  if (before_.policies <= listed || BackendSwitch().on != inStore_) return 0;
+  const std::size_t stored = std::min(before_.policies, CountStored().policies);
+  return stored <= listed ? 0 : stored - listed;
+}
+
+std::size_t StoredRecords::LostDatastores(std::size_t listed) const {
+  if (before_.datastores <= listed || BackendSwitch().on != inStore_) return 0;
+  const std::size_t stored = std::min(before_.datastores, CountStored().datastores);
+  return stored <= listed ? 0 : stored - listed;
+}
 
 void StoredRecords::ExpectPolicies(std::size_t listed) const {
-  Expect(before_, "quor_policies", "policies", listed);
+  Expect(LostPolicies(listed), listed, "policies", inStore_);
 }
 
 void StoredRecords::ExpectDatastores(std::size_t listed) const {
-  Expect(before_, "quor_datastores", "datastores", listed);
+  Expect(LostDatastores(listed), listed, "datastores", inStore_);
 }
 
 }  // namespace Quorctl

@@ -4,23 +4,34 @@
 
 #include <cstddef>
 
-#include "platform/admin.h"
-
 namespace Quorctl {
 
 // The library leaves a record that cannot be read out of its listings, without a word. An operator
 // has to know: a catalogue that is listed, kept and applied again would lose the record.
 class StoredRecords {
  public:
-  // Looks at the configuration store; to be made before the listing.
+  // Looks at the host store that the switch selects; to be made before the listing. Raises nothing
+  // of its own when the store cannot be read: the listing will.
   StoredRecords();
 
-  // Raise CommandError when the store holds more records than the listing had.
+  // How many records the listing left out.
+  std::size_t LostPolicies(std::size_t listed) const;
+  std::size_t LostDatastores(std::size_t listed) const;
+
+  // Raise CommandError when it left some out.
   void ExpectPolicies(std::size_t listed) const;
   void ExpectDatastores(std::size_t listed) const;
 
  private:
-  HostPlatform::ConfigStoreState before_;
+  struct Counts {
+    std::size_t policies = 0;
+    std::size_t datastores = 0;
+  };
+
+  static Counts CountStored();
+
+  bool inStore_;
+  Counts before_;
 };
 
 }  // namespace Quorctl

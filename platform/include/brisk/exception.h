@@ -15,6 +15,7 @@ namespace Lib {
 // the attachment.
 class PLATFORM_API BriskException : public std::exception {
  public:
+  // Without an attachment.
   explicit BriskException(std::string message);
   BriskException(const BriskException&) = default;
   BriskException& operator=(const BriskException&) = default;
@@ -23,6 +24,7 @@ class PLATFORM_API BriskException : public std::exception {
   // The message's characters; valid as long as the exception.
   const char* what() const noexcept override;
 
+  // The attachment; null when there is none. What it is, the service says that added it.
   const std::shared_ptr<const void>& attachment() const { return attachment_; }
   void set_attachment(std::shared_ptr<const void> attachment);
 

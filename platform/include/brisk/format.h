@@ -14,7 +14,9 @@ namespace Detail {
 
 // A view of a string's bytes, embedded NULs included. The string outlives the view.
 struct StrBuf {
+  // Of the whole string.
   StrBuf(const std::string& text) : data(text.data()), size(text.size()) {}  // NOLINT: a view
+  // The bytes, which no NUL need follow, and their number.
   const char* data;
   std::size_t size;
 };

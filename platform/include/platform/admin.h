@@ -5,8 +5,10 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
+#include "brisk/exception.h"
 #include "platform/export.h"
 
 namespace HostPlatform {
@@ -28,7 +30,7 @@ PLATFORM_API void UseLockTimeout(std::uint32_t milliseconds);
 
 // Where the value of the feature switches comes from.
 struct FeatureState {
-  bool on = false;
+  bool on = false;      // what calls of this process obey
   bool mapped = false;  // the host's `features` file; otherwise the built-in default
   std::string path;     // of the `features` file
   std::string problem;  // why that file is not in use; empty when it is, or when there is none
@@ -50,15 +52,15 @@ PLATFORM_API void OverrideFeature(int index, bool on);
 
 // The number of stored objects of one kind.
 struct StoredKind {
-  std::string component;
-  std::string group;
-  std::string key;
-  std::uint64_t objects = 0;
+  std::string component;      // whose
+  std::string group;          // of keys
+  std::string key;            // what
+  std::uint64_t objects = 0;  // how many, damaged ones included
 };
 
 // A file that holds records.
 struct StoredFile {
-  std::string path;
+  std::string path;           // absolute
   bool exists = false;        // false: nothing was ever written
   std::uint64_t size = 0;     // bytes
   std::string owner;          // user name, or number
@@ -70,7 +72,7 @@ struct StoredFile {
 
 // What the configuration store has on disk: its newest snapshot.
 struct ConfigStoreState : StoredFile {
-  std::vector<StoredKind> kinds;
+  std::vector<StoredKind> kinds;  // in the order of their first write
 };
 
 // Reads the state without a lock; raises nothing but std::bad_alloc.
@@ -78,6 +80,29 @@ PLATFORM_API ConfigStoreState GetConfigStoreState();
 
 // The same for the configuration file.
 PLATFORM_API StoredFile GetConfigFileState();
+
+// The lock by which the writers of one of the two stores take turns.
+struct LockState : StoredFile {
+  bool held = false;   // at the moment of looking
+  std::string holder;  // who holds it, as the lock file tells: "process 4711 (quorctl)"
+};
+
+// The locks of the configuration store and of the configuration file, looked at without taking
+// them. A process that may not open a lock file is told so by `problem`. Raises nothing but
+// std::bad_alloc.
+PLATFORM_API std::vector<LockState> GetLockStates();
+
+// Writes `content` to a new file in the directory `folder` of the host directory, durably. The file
+// is called by a number, one above the highest there, with `suffix` behind it. File and directory
+// are made like those of the host, 0640 and 2750 with the host directory's owner and group. Callers
+// take turns by a lock in the folder. Returns the number. Raises std::system_error that names the
+// path, with no such file made.
+PLATFORM_API std::uint64_t AddNumberedFile(const std::string& folder, const std::string& suffix,
+                                           std::string_view content);
+
+// Whether a service raised this because the process may not read or write what it needs to, or
+// because another user could have planted it.
+PLATFORM_API bool IsPermissionFailure(const Brisk::Lib::BriskException& failure);
 
 }  // namespace HostPlatform
 

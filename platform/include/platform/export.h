@@ -2,6 +2,7 @@
 #ifndef PLATFORM_EXPORT_H_
 #define PLATFORM_EXPORT_H_
 
+// Visible to others, where everything else is hidden.
 #define PLATFORM_API __attribute__((visibility("default")))
 
 #endif  // PLATFORM_EXPORT_H_

@@ -25,11 +25,13 @@ enum CSErrorCodes : std::int32_t {
 // The message names the file, the reason and what to do.
 class PLATFORM_API ConfigStoreException : public Brisk::Lib::BriskException {
  public:
+  // With a message for a person, and the reason for a program.
   ConfigStoreException(std::string message, CSErrorCodes code);
   ConfigStoreException(const ConfigStoreException&) = default;
   ConfigStoreException& operator=(const ConfigStoreException&) = default;
   ~ConfigStoreException() override;
 
+  // Why the operation failed.
   CSErrorCodes code() const noexcept { return code_; }
 
  private:

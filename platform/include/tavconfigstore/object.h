@@ -29,7 +29,7 @@ struct ObjectContents;
 class RecordSource;
 struct ObjectAccess;
 
-// Kept alive by the pointers to the objects that were fetched from it.
+// Where a fetched object is. Kept in place by the pointers to the objects that were fetched.
 struct StoredRecord {
   const RecordSource* source = nullptr;  // null: not fetched from the store
   std::uint32_t number = 0;              // which record of the source
@@ -38,12 +38,18 @@ struct StoredRecord {
 
 // A value in place, valid until its object is changed or released.
 struct ValueRef {
-  enum class Type { kAbsent, kString, kInteger };
-  Type type = Type::kAbsent;
-  std::string_view text;
-  long long integer = 0;
+  // What there is. kAbsent: nothing.
+  enum class Type {
+    kAbsent,   // no value
+    kString,   // a byte string, in `text`
+    kInteger,  // a number, in `integer`
+  };
+  Type type = Type::kAbsent;  // which of the two below holds the value
+  std::string_view text;      // of a kString
+  long long integer = 0;      // of a kInteger
 };
 
+// What every object can be asked.
 class PLATFORM_API BaseObject {
  public:
   // The JSON document that the object was read from; null, since this platform keeps none.
@@ -58,6 +64,7 @@ class PLATFORM_API BaseObject {
   ~BaseObject() = default;
 };
 
+// An object whose values can be read.
 class PLATFORM_API ReadOnlyObject : public BaseObject {
  public:
   ReadOnlyObject(const ReadOnlyObject&) = delete;
@@ -74,14 +81,16 @@ class PLATFORM_API ReadOnlyObject : public BaseObject {
   ValueRef GetValuePtrDefault(const char* key) const override;
 
  protected:
+  // A new object, or one that was fetched.
   explicit ReadOnlyObject(std::unique_ptr<ObjectContents> contents);
   ReadOnlyObject(const RecordSource* source, std::uint32_t number, std::string_view body);
   ~ReadOnlyObject();
 
-  StoredRecord stored_;
+  StoredRecord stored_;                       // of a fetched object
   std::unique_ptr<ObjectContents> contents_;  // once set, used instead of stored_
 };
 
+// An object whose values can be set.
 class PLATFORM_API WritableObject : public ReadOnlyObject {
  public:
   // Sets the value named `key`, of either type, in place of one that has the name already.
@@ -89,10 +98,12 @@ class PLATFORM_API WritableObject : public ReadOnlyObject {
   void SetValue(const char* key, long long value);
 
  protected:
+  // A new object, or one that was fetched.
   explicit WritableObject(std::unique_ptr<ObjectContents> contents);
   WritableObject(const RecordSource* source, std::uint32_t number, std::string_view body);
   ~WritableObject();
 
+  // The contents, copied from where they are stored before the first change.
   ObjectContents& MutableContents();
 };
 
@@ -101,6 +112,7 @@ class PLATFORM_API WritableObject : public ReadOnlyObject {
 class PLATFORM_API FilterSpecObject final : public WritableObject,
                                             public std::enable_shared_from_this<FilterSpecObject> {
  public:
+  // A filter for the identifier.
   explicit FilterSpecObject(const ConfigStoreObjectId& id);
   ~FilterSpecObject();
 
@@ -112,6 +124,7 @@ class PLATFORM_API ConfigStoreSubObject final
     : public WritableObject,
       public std::enable_shared_from_this<ConfigStoreSubObject> {
  public:
+  // An empty sub-object, or one that was fetched. Made by the object that it is a part of.
   explicit ConfigStoreSubObject(const SubObjectId& id);
   ConfigStoreSubObject(const RecordSource* source, std::uint32_t number, std::string_view body);
   ~ConfigStoreSubObject();
@@ -119,10 +132,12 @@ class PLATFORM_API ConfigStoreSubObject final
   friend struct ObjectAccess;
 };
 
+// A unit of the store, with values and sub-objects.
 class PLATFORM_API ConfigStoreObject final
     : public WritableObject,
       public std::enable_shared_from_this<ConfigStoreObject> {
  public:
+  // An empty object, for SetObject(), or one that was fetched, as the store makes it.
   explicit ConfigStoreObject(const ConfigStoreObjectId& id);
   ConfigStoreObject(const RecordSource* source, std::uint32_t number, std::string_view body);
   ~ConfigStoreObject();

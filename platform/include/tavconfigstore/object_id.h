@@ -9,11 +9,12 @@
 
 namespace TavConfigStore {
 
-extern PLATFORM_API const std::string kEmptyString;
-extern PLATFORM_API const std::string sGlobalNamespace;
+extern PLATFORM_API const std::string kEmptyString;  // for parts of an address that are left out
+extern PLATFORM_API const std::string sGlobalNamespace;  // the store of the whole host
 
 // An object's address: its kind (key, group, component) and which one of the kind it is.
 struct ConfigStoreObjectId {
+  // Without an instance: the kind, as a filter wants it.
   ConfigStoreObjectId(std::string objectKey, std::string objectGroup, std::string objectComponent,
                       std::string objectInstance = std::string())
       : key(std::move(objectKey)),
@@ -21,19 +22,20 @@ struct ConfigStoreObjectId {
         component(std::move(objectComponent)),
         instance(std::move(objectInstance)) {}
 
-  std::string key;
-  std::string group;
-  std::string component;
-  std::string instance;
+  std::string key;        // what it is, "quor_policies" say
+  std::string group;      // of keys, "storage" say
+  std::string component;  // whose it is, "tav" say
+  std::string instance;   // which one: any bytes, the empty string included
 };
 
 // The address of a sub-object within its object.
 struct SubObjectId {
+  // Both parts; either may be empty.
   SubObjectId(std::string subObjectName, std::string subObjectInstance)
       : name(std::move(subObjectName)), instance(std::move(subObjectInstance)) {}
 
-  std::string name;
-  std::string instance;
+  std::string name;      // what it is, "blobs" say
+  std::string instance;  // which one of that name
 };
 
 }  // namespace TavConfigStore

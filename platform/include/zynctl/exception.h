@@ -11,6 +11,7 @@ namespace Config {
 // path of a value that is of the wrong type), the reason and what to do.
 class PLATFORM_API ConfigFileException : public Brisk::Lib::BriskException {
  public:
+  // With a message for a person.
   explicit ConfigFileException(const char* message);
   ConfigFileException(const ConfigFileException&) = default;
   ConfigFileException& operator=(const ConfigFileException&) = default;

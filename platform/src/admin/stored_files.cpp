@@ -3,12 +3,13 @@
 #include <pwd.h>
 #include <sys/stat.h>
 
-#include <exception>
+#include <optional>
 #include <vector>
 
 #include "configfile/document.h"
 #include "configstore/snapshot.h"
 #include "io/error.h"
+#include "io/file_lock.h"
 #include "io/host_paths.h"
 #include "platform/admin.h"
 #include "tavconfigstore/exception.h"
@@ -53,7 +54,27 @@ void CountObjects(const TavConfigStore::Snapshot& snapshot, ConfigStoreState* st
   }
 }
 
+LockState LookAtLock(const char* path) {
+  LockState state;
+  state.path = path;
+  struct stat status;
+  if (lstat(path, &status) == 0) DescribeFile(status, &state);
+  try {
+    const std::optional<std::string> holder = Io::HolderOf(path);
+    state.held = holder.has_value();
+    state.holder = holder.value_or("");
+  } catch (const Io::Error& error) {
+    state.problem = error.what();
+  }
+  return state;
+}
+
 }  // namespace
+
+std::vector<LockState> GetLockStates() {
+  const Io::ErrnoKeeper keeper;
+  return {LookAtLock(Io::ConfigStoreLockPath()), LookAtLock(Io::ConfigFileLockPath())};
+}
 
 ConfigStoreState GetConfigStoreState() {
   const Io::ErrnoKeeper keeper;

@@ -4,18 +4,21 @@
 
 #include <string>
 
+#include "io/error.h"
 #include "zynctl/exception.h"
 
 namespace ZynCtl::Config {
 
 // Names that stand in the file enter the message, which ends on terminals: control characters are
 // shown as question marks.
-[[noreturn]] inline void RaiseConfigFile(std::string message) {
-  for (char& c : message) {
-    if (static_cast<unsigned char>(c) < ' ' || c == '\x7f') c = '?';
-  }
-  throw ConfigFileException(message.c_str());
-}
+[[noreturn]] void RaiseConfigFile(std::string message);
+
+// The exception for one of the file layer. Its type has no room for a code, which tools need: the
+// kind of a failure for lack of permission is attached to it, for copies to carry along.
+[[noreturn]] void RaiseConfigFile(const HostPlatform::Io::Error& error);
+
+// Whether the exception was raised for lack of permission.
+bool IsPermissionFailure(const ConfigFileException& failure);
 
 }  // namespace ZynCtl::Config
 

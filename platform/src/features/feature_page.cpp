@@ -110,17 +110,6 @@ void CheckIndex(int index) {
   }
 }
 
-// std::system_error puts the code's text behind its own.
-[[noreturn]] void RaiseToTools(const Io::Error& error) {
-  if (error.systemError() != 0) {
-    throw std::system_error(error.systemError(), std::generic_category(), error.context());
-  }
-  const bool busy = error.kind() == Io::ErrorKind::kBusy;
-  throw std::system_error(std::make_error_code(busy ? std::errc::device_or_resource_busy
-                                                    : std::errc::permission_denied),
-                          error.what());
-}
-
 }  // namespace
 
 void MapFeaturesIfNeeded() {
@@ -190,7 +179,7 @@ void SetFeature(int index, bool on) {
     }
     WriteSwitch(directory, index, on);
   } catch (const Io::Error& error) {
-    RaiseToTools(error);
+    Io::RaiseToTools(error);
   }
   MapFeaturesIfNeeded();
 }

@@ -30,4 +30,15 @@ void RaiseSystemError(int error, const std::string& path, const char* action) {
   throw Error(KindOf(error), path + ": cannot " + action, error, reason);
 }
 
+// std::system_error puts the code's text behind its own.
+void RaiseToTools(const Error& error) {
+  if (error.systemError() != 0) {
+    throw std::system_error(error.systemError(), std::generic_category(), error.context());
+  }
+  const bool busy = error.kind() == ErrorKind::kBusy;
+  throw std::system_error(std::make_error_code(busy ? std::errc::device_or_resource_busy
+                                                    : std::errc::permission_denied),
+                          error.what());
+}
+
 }  // namespace HostPlatform::Io

@@ -28,14 +28,31 @@ constexpr std::size_t kHolderSize = 128;
 constexpr auto kFirstPause = std::chrono::microseconds(20);
 constexpr auto kLongestPause = std::chrono::microseconds(2000);
 
-// Open-file-description locks on one byte. Returns 0 or an errno value.
-int SetLock(int fd, short type, off_t byte) {
+struct flock ByteRange(short type, off_t byte) {
   struct flock range = {};
   range.l_type = type;
   range.l_whence = SEEK_SET;
   range.l_start = byte;
   range.l_len = 1;
+  return range;
+}
+
+// Open-file-description locks on one byte. Returns 0 or an errno value.
+int SetLock(int fd, short type, off_t byte) {
+  struct flock range = ByteRange(type, byte);
   return RetryInterrupted([&] { return fcntl(fd, F_OFD_SETLK, &range); }) == 0 ? 0 : errno;
+}
+
+std::string ReadHolder(const FileDescriptor& file) {
+  char text[kHolderSize] = {};
+  const ssize_t got = RetryInterrupted([&] { return pread(file.get(), text, sizeof text - 1, 0); });
+  if (got <= 0) return "a process that has not said its name";
+  std::string holder(text, static_cast<std::size_t>(got));
+  holder.resize(std::min(holder.find('\n'), holder.size()));
+  for (char& c : holder) {
+    if (static_cast<unsigned char>(c) < ' ' || c == '\x7f') c = '?';  // it is shown on terminals
+  }
+  return holder;
 }
 
 }  // namespace
@@ -130,9 +147,9 @@ void FileLock::Wait(off_t byte, Clock::time_point giveUp, std::chrono::milliseco
   std::chrono::microseconds pause = kFirstPause;
   while (!TryLock(byte)) {
     if (Clock::now() >= giveUp) {
-      throw Error(ErrorKind::kBusy, path_ + ": still locked after " +
-                                        std::to_string(deadline.count()) + " ms by " +
-                                        ReadHolder() + "; try again when that writer is done");
+      throw Error(ErrorKind::kBusy,
+                  path_ + ": still locked after " + std::to_string(deadline.count()) + " ms by " +
+                      ReadHolder(*file_) + "; try again when that writer is done");
     }
     std::this_thread::sleep_for(pause);
     pause = std::min(2 * pause, kLongestPause);
@@ -155,17 +172,18 @@ void FileLock::WriteHolder() {
   }
 }
 
-std::string FileLock::ReadHolder() const {
-  char text[kHolderSize] = {};
-  const ssize_t got =
-      RetryInterrupted([&] { return pread(file_->get(), text, sizeof text - 1, 0); });
-  if (got <= 0) return "a process that has not said its name";
-  std::string holder(text, static_cast<std::size_t>(got));
-  holder.resize(std::min(holder.find('\n'), holder.size()));
-  for (char& c : holder) {
-    if (static_cast<unsigned char>(c) < ' ' || c == '\x7f') c = '?';  // it is shown on terminals
+std::optional<std::string> HolderOf(const std::string& path) {
+  const FileDescriptor file(AT_FDCWD, path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK);
+  if (!file) {
+    if (errno == ENOENT) return std::nullopt;
+    RaiseSystemError(errno, path, "open the lock file");
   }
-  return holder;
+  struct flock range = ByteRange(F_WRLCK, kDataByte);
+  if (RetryInterrupted([&] { return fcntl(file.get(), F_OFD_GETLK, &range); }) != 0) {
+    RaiseSystemError(errno, path, "look at the lock");
+  }
+  if (range.l_type == F_UNLCK) return std::nullopt;
+  return ReadHolder(file);
 }
 
 }  // namespace Io

@@ -50,13 +50,16 @@ class FileLock {
   void Wait(off_t byte, Clock::time_point giveUp, std::chrono::milliseconds deadline);
   bool TryLock(off_t byte);
   void WriteHolder();
-  std::string ReadHolder() const;
 
   std::string path_;
   int directory_;     // what `name_` is relative to
   std::string name_;  // how the file is opened
   std::optional<FileDescriptor> file_;
 };
+
+// Looks at the lock without taking it: who holds it, as the lock file tells; nothing when nobody
+// does or there is no lock file. Raises Error when the file cannot be opened.
+std::optional<std::string> HolderOf(const std::string& path);
 
 }  // namespace HostPlatform::Io
 

@@ -24,6 +24,7 @@ constexpr std::size_t kRoom = PATH_MAX + 64;
 
 constinit char hostDirectory[kRoom] = {};
 constinit char configStore[kRoom + 32] = {};
+constinit char configStoreLock[kRoom + 32] = {};
 constinit char configFile[kRoom + 32] = {};
 constinit char configFileLock[kRoom + 32] = {};
 constinit char features[kRoom + 32] = {};
@@ -35,6 +36,8 @@ void SetPaths(const char* directory) {
   std::snprintf(hostDirectory, sizeof hostDirectory, "%s%s%s", here, relative ? "/" : "",
                 directory);
   std::snprintf(configStore, sizeof configStore, "%s/%s", hostDirectory, kConfigStoreName);
+  std::snprintf(configStoreLock, sizeof configStoreLock, "%s/%s", hostDirectory,
+                kConfigStoreLockName);
   std::snprintf(configFile, sizeof configFile, "%s/%s", hostDirectory, kConfigFileName);
   std::snprintf(configFileLock, sizeof configFileLock, "%s/%s", hostDirectory, kConfigFileLockName);
   std::snprintf(features, sizeof features, "%s/%s", hostDirectory, kFeaturesName);
@@ -63,6 +66,9 @@ const char* HostDirectoryPath() {
 }
 const char* ConfigStorePath() {
   return configStore;
+}
+const char* ConfigStoreLockPath() {
+  return configStoreLock;
 }
 const char* ConfigFilePath() {
   return configFile;

@@ -23,6 +23,7 @@ inline constexpr char kFeaturesName[] = "features";
 // while the program ends, so nothing here is ever destroyed.
 const char* HostDirectoryPath();
 const char* ConfigStorePath();
+const char* ConfigStoreLockPath();
 const char* ConfigFilePath();
 const char* ConfigFileLockPath();
 const char* FeaturesPath();

@@ -184,5 +184,29 @@ TEST_F(Permissions, RootThatWritesFirstDoesNotLockTheOwnerOut) {
   EXPECT_EQ(Get("key"), "of the owner");
 }
 
+// Whether what the call raises is a matter of permission, also of a copy of it.
+bool IsRefusedForPermission(const std::function<void()>& call) {
+  try {
+    call();
+  } catch (const ConfigFileException& failure) {
+    const ConfigFileException copy = failure;
+    return HostPlatform::IsPermissionFailure(copy);
+  }
+  ADD_FAILURE() << "nothing was raised";
+  return false;
+}
+
+TEST_F(Permissions, FailuresForLackOfPermissionAreToldFromOthers) {
+  const auto change = [] { Put("key", "new"); };
+  RunAs(kReaders, [&] { EXPECT_TRUE(IsRefusedForPermission(change)); });
+  RunAs(kOutsiders, [] { EXPECT_TRUE(IsRefusedForPermission([] { Get("key"); })); });
+  Check(chmod(HostPath().c_str(), 0777) == 0, HostPath());
+  EXPECT_TRUE(IsRefusedForPermission(change));
+  Check(chmod(HostPath().c_str(), 02750) == 0, HostPath());
+  WriteFile(FilePath(), "{");
+  EXPECT_FALSE(IsRefusedForPermission([] { Get("key"); }));
+  EXPECT_FALSE(IsRefusedForPermission(change));
+}
+
 }  // namespace
 }  // namespace ConfigFileTest

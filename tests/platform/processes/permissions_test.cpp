@@ -4,6 +4,7 @@
 #include <sys/file.h>
 #include <unistd.h>
 
+#include <functional>
 #include <string>
 
 #include "support/child_process.h"
@@ -202,6 +203,24 @@ TEST_F(Permissions, DirectoryOfAnotherUserIsNotWrittenTo) {
   ASSERT_EQ(chmod(HostPath().c_str(), 0770), 0);
   RunAsReader([] { EXPECT_EQ(WriteCode(), kPermissionDenied); });
   EXPECT_EQ(NamesIn(HostPath()), Texts{});
+}
+
+TEST_F(Permissions, FailuresForLackOfPermissionAreToldFromOthers) {
+  Put(OpenStore(), "a", "1");
+  const auto isRefused = [](const std::function<void()>& call) {
+    try {
+      call();
+    } catch (const ConfigStoreException& failure) {
+      return HostPlatform::IsPermissionFailure(failure);
+    }
+    ADD_FAILURE() << "nothing was raised";
+    return false;
+  };
+  RunAsOutsider([&] { EXPECT_TRUE(isRefused([] { OpenStore(); })); });
+  RunAsReader([&] { EXPECT_TRUE(isRefused([] { OpenStore()->BeginTransaction(); })); });
+  WriteFile(SnapshotPath(), "damaged");
+  StartAfresh();
+  EXPECT_FALSE(isRefused([] { OpenStore(); }));
 }
 
 }  // namespace

@@ -8,9 +8,9 @@
 #include <string_view>
 #include <utility>
 
-#include "catalogue/base64_text.h"
 #include "catalogue/document_error.h"
 #include "catalogue/json_tree.h"
+#include "text/base64_text.h"
 #include "text/terminal_text.h"
 
 namespace Quorctl {

@@ -2,17 +2,19 @@
 #ifndef TOOLS_QUORCTL_CATALOGUE_DOCUMENT_WRITER_H_
 #define TOOLS_QUORCTL_CATALOGUE_DOCUMENT_WRITER_H_
 
+#include <nlohmann/json.hpp>
 #include <string>
-#include <vector>
 
-#include "quor/quor_lib.h"
+#include "catalogue/catalogue.h"
 
 namespace Quorctl {
 
-// An indented array, the elements in the order given, with a line feed at its end. Valid JSON
-// whatever bytes the records hold, and safe to show on a terminal.
-std::string PoliciesAsJson(const std::vector<TavQuor::QuorPolicyInfo>& policies);
-std::string DatastoresAsJson(const std::vector<TavQuor::QuorDatastoreInfo>& datastores);
+nlohmann::ordered_json PolicyAsJson(const TavQuor::QuorPolicyInfo& policy);
+nlohmann::ordered_json DatastoreAsJson(const TavQuor::QuorDatastoreInfo& datastore);
+
+// The whole document, with the records in the order given: what ReadCatalogueDocument() reads.
+// Valid JSON whatever bytes the records hold, and safe to show on a terminal.
+std::string CatalogueAsDocument(const Catalogue& catalogue);
 
 }  // namespace Quorctl
 

@@ -11,7 +11,6 @@
 namespace Quorctl {
 namespace {
 
-constexpr std::size_t kLargestInput = std::size_t{256} << 20;
 constexpr std::size_t kChunk = std::size_t{1} << 16;
 
 [[noreturn]] void RaiseUnreadable(const std::string& path, int error) {

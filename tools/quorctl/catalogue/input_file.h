@@ -2,15 +2,18 @@
 #ifndef TOOLS_QUORCTL_CATALOGUE_INPUT_FILE_H_
 #define TOOLS_QUORCTL_CATALOGUE_INPUT_FILE_H_
 
+#include <cstddef>
 #include <string>
 
 namespace Quorctl {
+
+inline constexpr std::size_t kLargestInput = std::size_t{256} << 20;
 
 // What messages call the input: the path itself, or "standard input" for "-".
 std::string InputName(const std::string& path);
 
 // All bytes of the file, or of standard input for "-". Raises CommandError (bad input) when it
-// cannot be read or is larger than 256 MiB.
+// cannot be read or is larger than kLargestInput.
 std::string ReadInput(const std::string& path);
 
 }  // namespace Quorctl

@@ -2,47 +2,35 @@
 #include "catalogue/document_reader.h"
 #include "catalogue/document_rules.h"
 #include "catalogue/input_file.h"
+#include "catalogue/store_limits.h"
+#include "catalogue_change.h"
 #include "command_table.h"
 #include "host_backend.h"
 
 namespace Quorctl {
-
-using TavQuor::QuorLib;
-
 namespace {
 
 Catalogue ReadAndCheck(const std::string& path) {
   const std::string source = InputName(path);
   Catalogue catalogue = ReadCatalogueDocument(ReadInput(path), source);
   ExpectUniqueKeys(catalogue, source);
-  if (BackendSwitch().on) ExpectBlobNamespaces(catalogue, source);
-  return catalogue;
-}
-
-// The two record sets are replaced one after the other; a failure of the second one is reported
-// together with what has become of the first.
-void Replace(const Catalogue& catalogue) {
-  QuorLib::AddPolicyInfo(catalogue.policies);
-  try {
-    QuorLib::AddDatastoreInfo(catalogue.datastores);
-  } catch (...) {
-    const Failure failure = DescribeCurrentException();
-    throw CommandError(failure.status, "the policies were replaced but the datastores were not: " +
-                                           failure.message);
-  }
+  const bool inStore = BackendSwitch().on;
+  if (inStore) ExpectBlobNamespaces(catalogue, source);
+  const std::vector<std::string> losses = LostIn(inStore, catalogue);
+  if (losses.empty()) return catalogue;
+  throw CommandError(ExitStatus::kBadInput, source + ": " + losses.front() + "; the " +
+                                                BackendName(inStore) + " would not keep it");
 }
 
 std::string Counted(std::size_t count, const std::string& singular, const std::string& plural) {
   return std::to_string(count) + ' ' + (count == 1 ? singular : plural);
 }
 
-std::string Summary(const Catalogue& catalogue) {
+std::string BlobCount(const Catalogue& catalogue) {
   std::size_t blobs = 0;
   for (const auto& policy : catalogue.policies)
     blobs += policy.blobs.size();
-  return Counted(catalogue.policies.size(), "policy", "policies") + " (" +
-         Counted(blobs, "blob", "blobs") + ") and " +
-         Counted(catalogue.datastores.size(), "datastore", "datastores");
+  return Counted(blobs, "blob", "blobs");
 }
 
 class ApplyCommand final : public Command {
@@ -50,10 +38,14 @@ class ApplyCommand final : public Command {
   const CommandInfo& Info() const override {
     static const CommandInfo info = {
         "apply",
-        {"FILE", "-"},
+        {"[--policies-only | --datastores-only] [CHANGE OPTION]... FILE|-"},
         "replace the whole catalogue by that of a document",
         "Reads the document, from standard input for \"-\", and makes its contents the\n"
-        "catalogue of this host: what is not in the document is deleted. Nothing is written\n"
+        "catalogue of this host: what is not in the document is deleted. Shows what is\n"
+        "deleted, added and changed. What deletes something is asked for on a terminal and\n"
+        "needs --yes elsewhere (exit status 8). The catalogue that was there is kept: see\n"
+        "\"quorctl help history\". Where the datastores cannot be replaced after the policies\n"
+        "were, the policies are put back. Where nothing differs nothing is written, nor\n"
         "unless the whole document is right. It is JSON of this shape, all keys required:\n"
         "\n"
         "  {\"format\": \"quor-catalogue/1\",\n"
@@ -72,19 +64,56 @@ class ApplyCommand final : public Command {
 
   void Declare(CLI::App& verb) override {
     file_.Declare(verb, "FILE", "", "the document; - for standard input");
+    verb.add_flag("--policies-only", policiesOnly_, "leave the datastores as they are");
+    verb.add_flag("--datastores-only", datastoresOnly_, "leave the policies as they are");
+    options_.Declare(verb);
   }
 
   ExitStatus Run(CommandOutput* output) override {
     if (!file_.Given()) throw UsageError("apply needs a FILE, or - for standard input");
-    const Catalogue catalogue = ReadAndCheck(file_.Value());
-    Replace(catalogue);
-    output->changedHost = true;
-    output->text += "applied " + Summary(catalogue) + " to " + SelectedBackendPlace() + '\n';
+    if (policiesOnly_ && datastoresOnly_) {
+      throw UsageError("--policies-only and --datastores-only exclude each other");
+    }
+    UseBackend(BackendSwitch().on);
+    ProgressLine progress;
+    progress.Begin("reading the document");
+    Catalogue catalogue = ReadAndCheck(file_.Value());
+    const std::string summary = Summary(catalogue);
+    ChangeRequest request{"apply"};
+    request.replacesPolicies = !datastoresOnly_;
+    request.replacesDatastores = !policiesOnly_;
+    request.mayAsk = file_.Value() != "-";
+    const ChangeResult result =
+        ChangeCatalogue(request, options_, std::move(catalogue), &progress, output);
+    output->text += TextOf(result, summary) + '\n';
     return ExitStatus::kDone;
   }
 
  private:
+  static std::string TextOf(ChangeResult result, const std::string& summary) {
+    const std::string place = SelectedBackendPlace();
+    switch (result) {
+      case ChangeResult::kNothingDiffers:
+        return "nothing differs from " + place + "; nothing was written";
+      case ChangeResult::kDryRun:
+        return "would apply " + summary + " to " + place + "; nothing was written";
+      default:
+        return "applied " + summary + " to " + place;
+    }
+  }
+
+  std::string Summary(const Catalogue& catalogue) const {
+    std::string policies = Counted(catalogue.policies.size(), "policy", "policies") + " (" +
+                           BlobCount(catalogue) + ")";
+    const std::string datastores = Counted(catalogue.datastores.size(), "datastore", "datastores");
+    if (policiesOnly_) return policies;
+    return datastoresOnly_ ? datastores : policies + " and " + datastores;
+  }
+
   Argument file_;
+  bool policiesOnly_ = false;
+  bool datastoresOnly_ = false;
+  ChangeOptions options_;
 };
 
 }  // namespace

@@ -1,6 +1,10 @@
+#include <unistd.h>
+
 #include "argument.h"
 #include "command_table.h"
+#include "output_file.h"
 #include "quor/quor_lib.h"
+#include "text/hex_view.h"
 #include "text/terminal_text.h"
 
 namespace Quorctl {
@@ -14,10 +18,12 @@ class BlobCommand final : public Command {
   const CommandInfo& Info() const override {
     static const CommandInfo info = {
         "blob",
-        {"--policy-id ID --datastore URL", "--policy-id ID", "--policy-name NAME",
-         "--default-of URL"},
-        "write one policy blob to standard output",
-        "Writes the bytes of the blob as they are, with nothing added. The blob is that of\n"
+        {"--policy-id ID --datastore URL [--out FILE | --raw]",
+         "--policy-id ID [--out FILE | --raw]", "--policy-name NAME [--out FILE | --raw]",
+         "--default-of URL [--out FILE | --raw]"},
+        "write one policy blob to standard output or to a file",
+        "Writes the bytes of the blob as they are, with nothing added; to a terminal, which\n"
+        "they could harm, as a hexadecimal view unless --raw is given. The blob is that of\n"
         "  --policy-id with --datastore  the policy, for the datastore's namespace\n"
         "  --policy-id or --policy-name  the policy, for the namespace \"RILK\"\n"
         "  --default-of                  the datastore's default policy, for its namespace\n"
@@ -32,13 +38,22 @@ class BlobCommand final : public Command {
     policyName_.Declare(verb, "--policy-name", "NAME", "the policy of this name");
     datastore_.Declare(verb, "--datastore", "URL", "for the namespace of this datastore");
     defaultOf_.Declare(verb, "--default-of", "URL", "the default policy of this datastore");
+    file_.Declare(verb, "--out", "FILE",
+                  "write the bytes to this file, which is replaced when it\n"
+                  "exists, in place of standard output");
+    verb.add_flag("--raw", raw_, "write the bytes as they are to a terminal too");
   }
 
   ExitStatus Run(CommandOutput* output) override {
     CheckCombination();
     const std::string blob = Find();
     if (blob.empty()) throw CommandError(ExitStatus::kAbsent, "no blob: " + WhyNone());
-    output->text += blob;
+    if (file_.Given()) {
+      ReplaceFile(file_.Value(), blob);
+    } else {
+      const bool readable = isatty(STDOUT_FILENO) && !raw_;
+      output->text += readable ? HexView(blob) : blob;
+    }
     return ExitStatus::kDone;
   }
 
@@ -51,6 +66,7 @@ class BlobCommand final : public Command {
     if (datastore_.Given() && !policyId_.Given()) {
       throw UsageError("--datastore goes with --policy-id only");
     }
+    if (file_.Given() && raw_) throw UsageError("--raw goes with standard output, not with --out");
   }
 
   std::string Find() const {
@@ -81,6 +97,8 @@ class BlobCommand final : public Command {
   Argument policyName_;
   Argument datastore_;
   Argument defaultOf_;
+  Argument file_;
+  bool raw_ = false;
 };
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include "argument.h"
 #include "command_table.h"
 #include "quor/quor_lib.h"
+#include "text/json_text.h"
 #include "text/table.h"
 #include "text/terminal_text.h"
 
@@ -48,8 +49,9 @@ class DigestCommand final : public Command {
       return Joined(digests) == expected_.Value() ? ExitStatus::kDone : ExitStatus::kNo;
     }
     if (format == "json") {
-      output->text +=
-          "{\"policies\":\"" + digests.first + "\",\"datastores\":\"" + digests.second + "\"}\n";
+      const nlohmann::ordered_json pair = {{"policies", digests.first},
+                                           {"datastores", digests.second}};
+      output->text += JsonOnOneLine(pair) + '\n';
     } else {
       LabelledLines lines;
       lines.Add("policies:", digests.first);

@@ -1,80 +1,51 @@
 #include "argument.h"
-#include "catalogue/document_writer.h"
+#include "catalogue/record_layouts.h"
 #include "command_table.h"
+#include "listing_options.h"
 #include "quor/quor_lib.h"
 #include "stored_records.h"
-#include "text/table.h"
 #include "text/terminal_text.h"
 
 namespace Quorctl {
 
-using TavQuor::QuorDatastoreInfo;
 using TavQuor::QuorLib;
-using TavQuor::QuorPolicyInfo;
 
 namespace {
-
-// "RILK:512 VOLB:96": each namespace with the size of its blob.
-std::string BlobSizes(const QuorPolicyInfo& policy) {
-  std::string sizes;
-  for (const auto& [blob, blobNamespace] : policy.blobs) {
-    if (!sizes.empty()) sizes += ' ';
-    sizes += blobNamespace + ':' + std::to_string(blob.size());
-  }
-  return sizes;
-}
-
-std::string PoliciesAsTable(const std::vector<QuorPolicyInfo>& policies) {
-  Table table({{"NAME"}, {"ID"}, {"GENERATION", Table::Align::kRight}, {"BLOBS"}, {"DESCRIPTION"}});
-  for (const QuorPolicyInfo& policy : policies) {
-    table.AddRow({policy.name, policy.policyId, std::to_string(policy.generationNumber),
-                  BlobSizes(policy), policy.description});
-  }
-  return table.Text();
-}
-
-std::string DatastoresAsTable(const std::vector<QuorDatastoreInfo>& datastores) {
-  Table table({{"URL"}, {"NAMESPACE"}, {"DEFAULT POLICY"}});
-  for (const QuorDatastoreInfo& datastore : datastores) {
-    table.AddRow({datastore.url, datastore.datastoreNamespace, datastore.defaultPolicyId});
-  }
-  return table.Text();
-}
 
 class ListCommand final : public Command {
  public:
   const CommandInfo& Info() const override {
     static const CommandInfo info = {
         "list",
-        {"policies [-o table|json]", "datastores [-o table|json]"},
+        {std::string("policies ") + ListingOptions::kSynopsis,
+         std::string("datastores ") + ListingOptions::kSynopsis},
         "list the policies or the datastores",
         "Lists in the order in which the records are stored.\n"
         "table  for reading: BLOBS holds namespace:bytes for each blob, \"-\" stands for\n"
         "       nothing, and what could harm a terminal is shown as \\xHH or \\uHHHH\n"
-        "json   the exact contents: an array as it stands in a catalogue document, so that\n"
-        "       {\"format\": \"quor-catalogue/1\", \"policies\": [...], \"datastores\": [...]}\n"
-        "       made from the two listings can be given to \"quorctl apply\"\n",
+        "wide   the same with more columns: BYTES of all blobs; of a datastore the name of\n"
+        "       its default policy and the bytes of the blob that this one has for it\n"
+        "json   the exact contents: an array as it stands in a catalogue document, which\n"
+        "       \"quorctl export\" writes as a whole\n"
+        "jsonl  the same, one object per line\n"
+        "csv    the same for a spreadsheet; what is no text or number stands as JSON\n"
+        "The fields that --fields and --sort know are those of json and for policies\n"
+        "blobBytes, for datastores defaultPolicyName and defaultBlobBytes.\n",
     };
     return info;
   }
 
   void Declare(CLI::App& verb) override {
     kind_.Declare(verb, "KIND", "", "policies or datastores");
-    format_.Declare(verb, "-o,--output", "FORMAT", "table (as without this option) or json");
+    options_.Declare(verb);
   }
 
   ExitStatus Run(CommandOutput* output) override {
     if (!kind_.Given()) throw UsageError("list what? policies or datastores");
-    const bool asJson = IsJsonWanted();
-    const StoredRecords stored;
     if (kind_.Value() == "policies") {
-      const auto policies = QuorLib::ListPolicyInfo();
-      output->text += asJson ? PoliciesAsJson(policies) : PoliciesAsTable(policies);
-      stored.ExpectPolicies(policies.size());
+      ListPolicies(output);
     } else if (kind_.Value() == "datastores") {
-      const auto datastores = QuorLib::ListDatastoreInfo();
-      output->text += asJson ? DatastoresAsJson(datastores) : DatastoresAsTable(datastores);
-      stored.ExpectDatastores(datastores.size());
+      ListDatastores(output);
     } else {
       throw UsageError("cannot list " + Quoted(kind_.Value()) + "; choose policies or datastores");
     }
@@ -82,14 +53,29 @@ class ListCommand final : public Command {
   }
 
  private:
-  bool IsJsonWanted() const {
-    if (!format_.Given() || format_.Value() == "table") return false;
-    if (format_.Value() == "json") return true;
-    throw UsageError("unknown output format " + Quoted(format_.Value()) + "; choose table or json");
+  void ListPolicies(CommandOutput* output) const {
+    RecordWriter writer(PolicyLayout(), options_.Choices());
+    const StoredRecords stored;
+    const auto policies = QuorLib::ListPolicyInfo();
+    for (const auto& policy : policies)
+      AddPolicy(policy, &writer);
+    output->text += writer.Text();
+    stored.ExpectPolicies(policies.size());
+  }
+
+  void ListDatastores(CommandOutput* output) const {
+    RecordWriter writer(DatastoreLayout(), options_.Choices());
+    const StoredRecords stored;
+    const auto datastores = QuorLib::ListDatastoreInfo();
+    DatastoreRows rows(&writer);
+    for (const auto& datastore : datastores)
+      rows.Add(datastore);
+    output->text += writer.Text();
+    stored.ExpectDatastores(datastores.size());
   }
 
   Argument kind_;
-  Argument format_;
+  ListingOptions options_;
 };
 
 }  // namespace

@@ -1,6 +1,6 @@
+#include "catalogue_change.h"
 #include "command_table.h"
 #include "host_backend.h"
-#include "quor/quor_lib.h"
 
 namespace Quorctl {
 namespace {
@@ -10,33 +10,40 @@ class ResetCommand final : public Command {
   const CommandInfo& Info() const override {
     static const CommandInfo info = {
         "reset",
-        {"--yes"},
+        {ChangeOptions::kSynopsis},
         "delete all policies and datastores",
         "Deletes every policy and every datastore from the store that is selected now.\n"
-        "There is no way back: keep a copy (\"quorctl help list\" tells how) before.\n",
+        "Asks before on a terminal and needs --yes elsewhere (exit status 8). What there was\n"
+        "is kept: see \"quorctl help history\". With --no-history also what cannot be read is\n"
+        "deleted, and there is no way back.\n",
     };
     return info;
   }
 
-  void Declare(CLI::App& verb) override {
-    verb.add_flag("--yes", confirmed_, "confirm that everything is to be deleted");
-  }
+  void Declare(CLI::App& verb) override { options_.Declare(verb); }
 
   ExitStatus Run(CommandOutput* output) override {
-    const std::string place = SelectedBackendPlace();
-    if (!confirmed_) {
-      throw CommandError(ExitStatus::kNotConfirmed,
-                         "reset would delete all policies and datastores from " + place +
-                             "; nothing was changed; confirm with --yes");
-    }
-    TavQuor::QuorLib::Reset();
-    output->changedHost = true;
-    output->text += "deleted all policies and datastores from " + place + '\n';
+    UseBackend(BackendSwitch().on);
+    ProgressLine progress;
+    const ChangeResult result = EmptyCatalogue(options_, &progress, output);
+    output->text += TextOf(result) + '\n';
     return ExitStatus::kDone;
   }
 
  private:
-  bool confirmed_ = false;
+  static std::string TextOf(ChangeResult result) {
+    const std::string place = SelectedBackendPlace();
+    switch (result) {
+      case ChangeResult::kNothingDiffers:
+        return "nothing is stored in " + place + "; nothing was written";
+      case ChangeResult::kDryRun:
+        return "would delete all policies and datastores from " + place + "; nothing was written";
+      default:
+        return "deleted all policies and datastores from " + place;
+    }
+  }
+
+  ChangeOptions options_;
 };
 
 }  // namespace

@@ -1,13 +1,17 @@
+#include <sys/stat.h>
+
 #include <cstdio>
-#include <ctime>
+#include <system_error>
 #include <tuple>
 
 #include "command_table.h"
+#include "history.h"
 #include "host_backend.h"
 #include "platform/feature_list.h"
 #include "quor/quor_lib.h"
 #include "stored_records.h"
 #include "text/table.h"
+#include "text/utc_time.h"
 
 namespace Quorctl {
 
@@ -16,16 +20,6 @@ using HostPlatform::StoredFile;
 using TavQuor::QuorLib;
 
 namespace {
-
-std::string UtcTime(std::int64_t secondsSinceEpoch) {
-  const std::time_t seconds = secondsSinceEpoch;
-  std::tm parts = {};
-  char text[64] = {};
-  if (!gmtime_r(&seconds, &parts)) return std::to_string(secondsSinceEpoch) + " s since 1970";
-  std::snprintf(text, sizeof text, "%04d-%02d-%02d %02d:%02d:%02d UTC", parts.tm_year + 1900,
-                parts.tm_mon + 1, parts.tm_mday, parts.tm_hour, parts.tm_min, parts.tm_sec);
-  return text;
-}
 
 std::string Octal(std::uint32_t mode) {
   char text[16] = {};
@@ -47,6 +41,30 @@ void AddSwitch(const FeatureState& state, LabelledLines* lines) {
   if (!state.problem.empty()) lines->Add("problem:", state.problem);
 }
 
+StoredFile StateOf(bool configStore) {
+  if (!configStore) return HostPlatform::GetConfigFileState();
+  const HostPlatform::ConfigStoreState state = HostPlatform::GetConfigStoreState();
+  const StoredFile& file = state;  // the kinds of its records are not shown
+  return file;
+}
+
+// Who gets through the directory to the file. Root always does.
+std::string Readers(const StoredFile& file) {
+  struct stat directory;
+  struct stat status;
+  if (stat(HostPlatform::HostDirectory().c_str(), &directory) != 0 ||
+      stat(file.path.c_str(), &status) != 0) {
+    return "root; who else cannot be told";
+  }
+  const mode_t mode = status.st_mode;
+  if ((mode & S_IROTH) != 0 && (directory.st_mode & S_IXOTH) != 0) return "everybody";
+  std::string readers = "root";
+  if ((mode & S_IRUSR) != 0 && status.st_uid != 0) readers += ", user " + file.owner;
+  const bool groupEnters = (directory.st_mode & S_IXGRP) != 0 && directory.st_gid == status.st_gid;
+  if ((mode & S_IRGRP) != 0 && groupEnters) readers += ", group " + file.group;
+  return readers;
+}
+
 void AddFile(const StoredFile& state, LabelledLines* lines) {
   const bool nothingStored = !state.exists && state.problem.empty();
   lines->Add("stored in:", state.path + (nothingStored ? " (nothing stored yet)" : ""));
@@ -54,9 +72,30 @@ void AddFile(const StoredFile& state, LabelledLines* lines) {
     lines->Add("  size:", std::to_string(state.size) + " bytes");
     lines->Add("  owner:", state.owner + ':' + state.group);
     lines->Add("  mode:", Octal(state.mode));
+    lines->Add("  readable by:", Readers(state));
     lines->Add("  modified:", UtcTime(state.modified));
   }
   if (!state.problem.empty()) lines->Add("  problem:", state.problem);
+}
+
+// What the store that is not in use holds: after a switch it would be the catalogue.
+void AddOtherFile(bool usesConfigStore, LabelledLines* lines) {
+  const StoredFile other = StateOf(!usesConfigStore);
+  std::string size = "nothing stored";
+  if (other.exists) size = std::to_string(other.size) + " bytes";
+  if (!other.problem.empty()) size = "cannot be read: " + other.problem;
+  lines->Add("not in use:", other.path + " (" + size + ")");
+}
+
+void AddHistory(LabelledLines* lines) {
+  try {
+    const std::size_t kept = ListHistory().size();
+    lines->Add("history:", std::to_string(kept) +
+                               (kept == 1 ? " catalogue in " : " catalogues in ") +
+                               HistoryDirectory());
+  } catch (const std::system_error& failure) {
+    lines->Add("history:", std::string("cannot be read: ") + failure.what());
+  }
 }
 
 // What the library answers, so that it is what every program on the host gets.
@@ -83,13 +122,6 @@ void AddAnswers(const Answers& answers, LabelledLines* lines) {
   lines->Add("datastores:", withDigest(answers.datastores, answers.datastoreDigest));
 }
 
-StoredFile SelectedFile(bool usesConfigStore) {
-  if (!usesConfigStore) return HostPlatform::GetConfigFileState();
-  const HostPlatform::ConfigStoreState state = HostPlatform::GetConfigStoreState();
-  const StoredFile& file = state;  // the kinds of its records are not shown
-  return file;
-}
-
 class StatusCommand final : public Command {
  public:
   const CommandInfo& Info() const override {
@@ -97,9 +129,9 @@ class StatusCommand final : public Command {
         "status",
         {""},
         "show where the catalogue is kept and in which state",
-        "Shows which host store keeps the catalogue and why, the files on disk, how many\n"
-        "records there are with the digests over them, and how long a writer waits for\n"
-        "another one. Writes nothing.\n",
+        "Shows which host store keeps the catalogue and why, the files on disk and who may\n"
+        "read them, how many records there are with the digests over them, how many replaced\n"
+        "catalogues are kept, and how long a writer waits for another one. Writes nothing.\n",
     };
     return info;
   }
@@ -110,10 +142,12 @@ class StatusCommand final : public Command {
     const StoredRecords stored;
     LabelledLines lines;
     const FeatureState backend = BackendSwitch();
-    const StoredFile file = SelectedFile(backend.on);
+    const StoredFile file = StateOf(backend.on);
     lines.Add("host directory:", HostPlatform::HostDirectory());
     AddSwitch(backend, &lines);
     AddFile(file, &lines);
+    AddOtherFile(backend.on, &lines);
+    AddHistory(&lines);
     lines.Add("lock deadline:", std::to_string(HostPlatform::LockTimeout()) + " ms");
     Answers answers;
     try {

@@ -2,7 +2,6 @@
 #include "command_table.h"
 #include "host_backend.h"
 #include "platform/feature_list.h"
-#include "text/terminal_text.h"
 
 namespace Quorctl {
 namespace {
@@ -36,11 +35,7 @@ class SwitchCommand final : public Command {
       output->text += std::string(now.on ? kStore : kFile) + '\n';
       return ExitStatus::kDone;
     }
-    const std::string& choice = choice_.Value();
-    if (choice != kStore && choice != kFile) {
-      throw UsageError("unknown choice " + Quoted(choice) + "; choose store or file");
-    }
-    Select(choice == kStore);
+    Select(IsStoreChosen(choice_.Value()));
     output->changedHost = true;
     output->text += "selected " + SelectedBackendPlace() + '\n';
     return ExitStatus::kDone;

@@ -18,17 +18,16 @@ std::string Spaces(std::size_t used, std::size_t width) {
 
 }  // namespace
 
-void Table::AddRow(const std::vector<std::string>& cells) {
+void Table::AddRow(const std::vector<Cell>& cells) {
   Row row;
-  for (const std::string& cell : cells)
-    row.push_back(cell.empty() ? "-" : EscapeCell(cell));
+  for (const Cell& cell : cells) {
+    row.push_back({cell.text.empty() ? "-" : EscapeCell(cell.text), cell.colour});
+  }
   rows_.push_back(std::move(row));
 }
 
 std::string Table::Text() const {
-  Row headings;
-  for (const Column& column : columns_)
-    headings.push_back(column.heading);
+  const Row headings = style_.headings ? Headings() : Row();
   const std::vector<std::size_t> widths = ColumnWidths(headings);
   std::string text;
   AppendLine(headings, widths, &text);
@@ -37,13 +36,20 @@ std::string Table::Text() const {
   return text;
 }
 
+Table::Row Table::Headings() const {
+  Row headings;
+  for (const Column& column : columns_)
+    headings.push_back({column.heading, Colour::kBold});
+  return headings;
+}
+
 std::vector<std::size_t> Table::ColumnWidths(const Row& headings) const {
-  std::vector<std::size_t> widths;
-  for (const std::string& heading : headings)
-    widths.push_back(DisplayWidth(heading));
+  std::vector<std::size_t> widths(columns_.size());
+  for (std::size_t i = 0; i < headings.size(); ++i)
+    widths[i] = DisplayWidth(headings[i].text);
   for (const Row& row : rows_) {
     for (std::size_t i = 0; i < row.size(); ++i) {
-      widths[i] = std::max(widths[i], std::min(DisplayWidth(row[i]), kWidestColumn));
+      widths[i] = std::max(widths[i], std::min(DisplayWidth(row[i].text), kWidestColumn));
     }
   }
   return widths;
@@ -52,10 +58,10 @@ std::vector<std::size_t> Table::ColumnWidths(const Row& headings) const {
 void Table::AppendLine(const Row& row, const std::vector<std::size_t>& widths,
                        std::string* text) const {
   for (std::size_t i = 0; i < row.size(); ++i) {
-    const std::string spaces = Spaces(DisplayWidth(row[i]), widths[i]);
+    const std::string spaces = Spaces(DisplayWidth(row[i].text), widths[i]);
     const bool isLast = i + 1 == row.size();
     if (columns_[i].align == Align::kRight) *text += spaces;
-    *text += row[i];
+    *text += style_.colour ? Coloured(row[i].text, row[i].colour) : row[i].text;
     if (columns_[i].align == Align::kLeft && !isLast) *text += spaces;
     *text += isLast ? "\n" : kGap;
   }

@@ -3,7 +3,10 @@
 #define TOOLS_QUORCTL_TEXT_TABLE_H_
 
 #include <string>
+#include <utility>
 #include <vector>
+
+#include "text/colour.h"
 
 namespace Quorctl {
 
@@ -18,21 +21,33 @@ class Table {
     Align align = Align::kLeft;
   };
 
-  explicit Table(std::vector<Column> columns) : columns_(std::move(columns)) {}
+  struct Cell {
+    std::string text;
+    Colour colour = Colour::kNone;
+  };
+
+  struct Style {
+    bool headings = true;
+    bool colour = false;  // false: the colours of cells are not shown
+  };
+
+  Table(std::vector<Column> columns, Style style) : columns_(std::move(columns)), style_(style) {}
 
   // One cell for each column.
-  void AddRow(const std::vector<std::string>& cells);
+  void AddRow(const std::vector<Cell>& cells);
 
   // Headings and rows, one per line; only the headings when there are no rows.
   std::string Text() const;
 
  private:
-  using Row = std::vector<std::string>;  // escaped cells
+  using Row = std::vector<Cell>;  // escaped
 
+  Row Headings() const;
   std::vector<std::size_t> ColumnWidths(const Row& headings) const;
   void AppendLine(const Row& row, const std::vector<std::size_t>& widths, std::string* text) const;
 
   std::vector<Column> columns_;
+  Style style_;
   std::vector<Row> rows_;
 };
 

@@ -1,4 +1,4 @@
-#include "catalogue/base64_text.h"
+#include "text/base64_text.h"
 
 #include <cstdint>
 #include <cstdlib>

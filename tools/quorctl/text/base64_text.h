@@ -1,6 +1,6 @@
 // Base64 between C++ strings.
-#ifndef TOOLS_QUORCTL_CATALOGUE_BASE64_TEXT_H_
-#define TOOLS_QUORCTL_CATALOGUE_BASE64_TEXT_H_
+#ifndef TOOLS_QUORCTL_TEXT_BASE64_TEXT_H_
+#define TOOLS_QUORCTL_TEXT_BASE64_TEXT_H_
 
 #include <optional>
 #include <string>
@@ -14,4 +14,4 @@ std::optional<std::string> DecodeBase64(const std::string& text);
 
 }  // namespace Quorctl
 
-#endif  // TOOLS_QUORCTL_CATALOGUE_BASE64_TEXT_H_
+#endif  // TOOLS_QUORCTL_TEXT_BASE64_TEXT_H_

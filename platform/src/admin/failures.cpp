@@ -1,0 +1,17 @@
+// What a failure of a service means to a tool.
+#include "configfile/failure.h"
+#include "platform/admin.h"
+#include "tavconfigstore/exception.h"
+
+namespace HostPlatform {
+
+bool IsPermissionFailure(const Brisk::Lib::BriskException& failure) {
+  if (const auto* ofStore = dynamic_cast<const TavConfigStore::ConfigStoreException*>(&failure)) {
+    return ofStore->code() == TavConfigStore::kPermissionDenied ||
+           ofStore->code() == TavConfigStore::kInsecure;
+  }
+  const auto* ofFile = dynamic_cast<const ZynCtl::Config::ConfigFileException*>(&failure);
+  return ofFile != nullptr && ZynCtl::Config::IsPermissionFailure(*ofFile);
+}
+
+}  // namespace HostPlatform

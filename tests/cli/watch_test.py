@@ -1,0 +1,266 @@
+"""quorctl watch: lines for changes by other processes, --exec, and the ways in which it ends."""
+import os
+import re
+import select
+import signal
+import subprocess
+import time
+import unittest
+
+from quorctl_case import (DONE, STORE, TIMEOUT, USAGE, QuorctlCase, datastore, document, policy)
+
+LINE = re.compile(r"\A\d{4}-\d\d-\d\dT\d\d:\d\d:\d\dZ ([a-z,]+) ([0-9a-f]*:[0-9a-f]*)\n\Z")
+PERIOD = "0.05"
+# The number of the system call in which a process waits for signals.
+RT_SIGTIMEDWAIT = {"x86_64": "128"}.get(os.uname().machine, "137")
+
+
+def standard_signals(line):
+    """Of a line of /proc/PID/status; the signals from 32 on belong to the C library."""
+    name, mask = line.split()
+    return name, int(mask, 16) & 0x7fffffff
+
+
+class WatchCase(QuorctlCase):
+    def setUp(self):
+        super().setUp()
+        self.apply(document([policy("A")], [datastore("u")]))
+
+    def watch(self, *options, period=PERIOD, **popen_options):
+        process = self.start("watch", "--period", period, *options, **popen_options)
+
+        def end():
+            if process.poll() is None:
+                process.kill()
+            process.communicate()
+
+        self.addCleanup(end)
+        return process
+
+    def read_line(self, stream):
+        """One line; the streams are read unbuffered, so that none hides in a buffer."""
+        line = b""
+        end = time.monotonic() + TIMEOUT
+        while not line.endswith(b"\n"):
+            self.assertTrue(select.select([stream], [], [], max(0, end - time.monotonic()))[0],
+                            f"no line came, only {line!r}")
+            byte = os.read(stream.fileno(), 1)
+            self.assertNotEqual(byte, b"", f"the stream ended after {line!r}")
+            line += byte
+        return line.decode()
+
+    def wait_until_asleep(self, process):
+        """Until it has read the catalogue for the first time: it then waits for signals."""
+        end = time.monotonic() + TIMEOUT
+        while time.monotonic() < end:
+            with open(f"/proc/{process.pid}/syscall") as file:
+                if file.read().split()[0] == RT_SIGTIMEDWAIT:
+                    return
+            time.sleep(0.005)
+        self.fail("it never waits")
+
+    def expect_change(self, process, what):
+        line = self.read_line(process.stdout)
+        self.assertRegex(line, LINE)
+        changed, digests = LINE.match(line).groups()
+        self.assertEqual(changed, what)
+        self.ask("digest", "--expect", digests)
+
+    def expect_end(self, process, *, by=None):
+        if by is not None:
+            process.send_signal(by)
+        output, errors = process.communicate(timeout=TIMEOUT)
+        self.assertEqual((process.returncode, output, errors), (DONE, b"", b""))
+
+
+class Watch(WatchCase):
+    def test_EachChangeIsALine(self):
+        process = self.watch()
+        self.wait_until_asleep(process)
+        for content, what in ((document([policy("B")], [datastore("u")]), "policies"),
+                              (document([policy("B")], [datastore("v")]), "datastores"),
+                              (document([policy("C")], [datastore("w")]), "policies,datastores"),
+                              (document(), "policies,datastores"),
+                              (document([policy("D")]), "policies")):
+            self.apply(content)
+            # The two are replaced one after the other: the watch may see both steps.
+            if what == "policies,datastores":
+                self.expect_both(process)
+            else:
+                self.expect_change(process, what)
+        self.expect_end(process, by=signal.SIGINT)
+
+    def expect_both(self, process):
+        seen = set()
+        while seen != {"policies", "datastores"}:
+            line = self.read_line(process.stdout)
+            self.assertRegex(line, LINE)
+            seen.update(LINE.match(line).group(1).split(","))
+
+    def test_BothDigestsThatChangeBetweenTwoLooksAreOneLine(self):
+        process = self.watch(period="1")
+        self.wait_until_asleep(process)
+        process.send_signal(signal.SIGSTOP)
+        self.apply(document([policy("C")], [datastore("w")]))
+        process.send_signal(signal.SIGCONT)
+        self.expect_change(process, "policies,datastores")
+        self.expect_end(process, by=signal.SIGINT)
+
+    def test_TwoWatchersSeeTheSame(self):
+        processes = [self.watch(), self.watch()]
+        for process in processes:
+            self.wait_until_asleep(process)
+        self.apply(document([policy("B")], [datastore("u")]))
+        for process in processes:
+            self.expect_change(process, "policies")
+            self.expect_end(process, by=signal.SIGINT)
+
+    def test_WhatChangesNothingIsNoLine(self):
+        process = self.watch()
+        self.wait_until_asleep(process)
+        self.apply(document([policy("A")], [datastore("u")]))
+        self.ask("list", "policies")
+        self.apply(document([policy("B")], [datastore("u")]))
+        self.expect_change(process, "policies")  # the first line there is
+        self.expect_end(process, by=signal.SIGINT)
+
+    def test_SwitchToAnotherStoreIsAChange(self):
+        process = self.watch()
+        self.wait_until_asleep(process)
+        self.ask("switch", "file")
+        self.expect_both(process)
+        self.expect_end(process, by=signal.SIGTERM)
+
+    def test_BothSignalsEndItWithStatusZero(self):
+        for number in (signal.SIGINT, signal.SIGTERM):
+            for period in (PERIOD, "3600"):
+                process = self.watch(period=period)
+                self.wait_until_asleep(process)
+                self.expect_end(process, by=number)
+
+    def test_IgnoredInterruptStaysIgnored(self):
+        process = self.watch(preexec_fn=lambda: signal.signal(signal.SIGINT, signal.SIG_IGN),
+                             restore_signals=False)
+        self.wait_until_asleep(process)
+        process.send_signal(signal.SIGINT)
+        self.apply(document([policy("B")], [datastore("u")]))
+        self.expect_change(process, "policies")
+        self.expect_end(process, by=signal.SIGTERM)
+
+    def test_WaitingTakesNoTime(self):
+        process = self.watch()
+        self.wait_until_asleep(process)
+        before = self.ticks(process)
+        time.sleep(1)  # twenty periods
+        spent = (self.ticks(process) - before) / os.sysconf("SC_CLK_TCK")
+        self.assertLess(spent, 0.25)
+        self.expect_end(process, by=signal.SIGINT)
+
+    def ticks(self, process):
+        with open(f"/proc/{process.pid}/stat") as file:
+            fields = file.read().rsplit(")", 1)[1].split()
+        return int(fields[11]) + int(fields[12])
+
+    def test_StoreThatCannotBeReadIsReportedOnceAndWatchedOn(self):
+        path = self.snapshot_path()
+        with open(path, "rb") as file:
+            content = file.read()
+        process = self.watch()
+        self.wait_until_asleep(process)
+        self.replace_at_once(path, b"damaged")
+        message = self.read_line(process.stderr)
+        self.assertTrue(message.startswith("quorctl: ") and path in message, message)
+        self.assertIn("; watching on", message)
+        time.sleep(0.3)  # further looks repeat nothing
+        self.replace_at_once(path, content)
+        self.assertEqual(self.read_line(process.stderr),
+                         "quorctl: the catalogue can be read again\n")
+        self.apply(document([policy("B")], [datastore("u")]))
+        self.expect_change(process, "policies")
+        self.expect_end(process, by=signal.SIGINT)
+
+    def replace_at_once(self, path, content):
+        os.replace(self.write("replacement", content), path)
+
+    def test_OutputThatCannotBeWrittenEndsIt(self):
+        with open("/dev/full", "wb") as full:
+            process = self.watch(stdout=full)
+            self.wait_until_asleep(process)
+            self.apply(document([policy("B")], [datastore("u")]))
+            _, errors = process.communicate(timeout=TIMEOUT)
+        self.assertEqual((process.returncode, errors.decode()),
+                         (STORE, "quorctl: cannot write to standard output: "
+                                 "No space left on device\n"))
+
+
+class Exec(WatchCase):
+    def test_CommandRunsAfterEachLineAndKnowsWhatChanged(self):
+        process = self.watch("--exec", 'echo "$QUORCTL_CHANGED $QUORCTL_DIGESTS"')
+        self.wait_until_asleep(process)
+        for name in ("B", "C"):
+            self.apply(document([policy(name)], [datastore("u")]))
+            line = self.read_line(process.stdout)
+            self.assertEqual(self.read_line(process.stdout), line.split(" ", 1)[1])
+        self.expect_end(process, by=signal.SIGINT)
+
+    def test_FailingCommandIsReportedAndWatchedOn(self):
+        for script, message in (("exit 3", "--exec: CMD ended with status 3"),
+                                ("kill -9 $$", "--exec: CMD was ended by signal 9")):
+            self.apply(document([policy("A")], [datastore("u")]))
+            process = self.watch("--exec", script)
+            self.wait_until_asleep(process)
+            for name in ("B", "C"):
+                self.apply(document([policy(name)], [datastore("u")]))
+                self.expect_change(process, "policies")
+                self.assertEqual(self.read_line(process.stderr), f"quorctl: {message}\n")
+            self.expect_end(process, by=signal.SIGINT)
+
+    def test_SignalEndsTheCommandTooAndThenTheWatch(self):
+        process = self.watch("--exec", "echo $$; exec sleep 3600")
+        self.wait_until_asleep(process)
+        self.apply(document([policy("B")], [datastore("u")]))
+        self.expect_change(process, "policies")
+        child = int(self.read_line(process.stdout))
+        self.expect_end(process, by=signal.SIGTERM)
+        with self.assertRaises(ProcessLookupError):
+            os.kill(child, 0)
+
+    def test_CommandHasTheSignalsOfTheWatchBefore(self):
+        process = self.watch("--exec", "grep -E '^Sig(Blk|Ign)' /proc/self/status")
+        self.wait_until_asleep(process)
+        self.apply(document([policy("B")], [datastore("u")]))
+        self.expect_change(process, "policies")
+        plain = subprocess.run(["grep", "-E", "^Sig(Blk|Ign)", "/proc/self/status"],
+                               capture_output=True, text=True, timeout=TIMEOUT, check=True)
+        self.assertEqual([standard_signals(self.read_line(process.stdout)) for _ in range(2)],
+                         [standard_signals(line) for line in plain.stdout.splitlines()])
+        self.expect_end(process, by=signal.SIGINT)
+
+    def test_IgnoredEndOfChildrenDoesNotMatter(self):
+        process = self.watch("--exec", "echo ran",
+                             preexec_fn=lambda: signal.signal(signal.SIGCHLD, signal.SIG_IGN),
+                             restore_signals=False)
+        self.wait_until_asleep(process)
+        for name in ("B", "C"):
+            self.apply(document([policy(name)], [datastore("u")]))
+            self.expect_change(process, "policies")
+            self.assertEqual(self.read_line(process.stdout), "ran\n")
+        self.expect_end(process, by=signal.SIGINT)
+
+
+class WrongWords(QuorctlCase):
+    def test_PeriodIsANumberOfSecondsInItsRange(self):
+        for period in ("", "0", "0.04", "-1", "86401", "1s", "nan", "inf", "1e3", " 1", "1 ", "x",
+                       "0x10"):
+            self.refuse(USAGE, "watch", f"--period={period}",
+                        message=f'--period "{period}": give seconds from 0.05 to 86400')
+
+    def test_CommandIsNotEmpty(self):
+        self.refuse(USAGE, "watch", "--exec=", message="--exec: CMD is empty")
+
+    def test_StrayArgumentIsRefused(self):
+        self.refuse(USAGE, "watch", "policies", message='unexpected argument "policies"')
+
+
+if __name__ == "__main__":
+    unittest.main()

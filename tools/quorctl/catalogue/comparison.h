@@ -1,0 +1,45 @@
+// What tells two catalogues apart.
+#ifndef TOOLS_QUORCTL_CATALOGUE_COMPARISON_H_
+#define TOOLS_QUORCTL_CATALOGUE_COMPARISON_H_
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+#include "catalogue/catalogue.h"
+#include "text/record_writer.h"
+
+namespace Quorctl {
+
+enum class Change { kDeleted, kAdded, kChanged };
+enum class RecordKind { kPolicy, kDatastore };
+
+// One record that is not the same in both.
+struct Difference {
+  Change change = Change::kChanged;
+  RecordKind kind = RecordKind::kPolicy;
+  std::string name;  // the policy's name or the datastore's URL; of a changed one the new one
+  std::string id;    // the policy's identifier, the new one; empty for a datastore
+  // Of a changed record, by their keys in a catalogue document ("generation", "defaultPolicy"). A
+  // blob that was added, deleted or changed is named "blobs" and its namespace ("blobs RILK").
+  std::vector<std::string> fields;
+};
+
+// The differences that lead from `before` to `after`: deletions first, then additions, then
+// changes; policies before datastores in each; in the order of the catalogue that has the record.
+// Empty when both hold the same records, in whatever order.
+//
+// Records belong together when they are equal, then when they have the same name or URL, then (of
+// policies) the same identifier, so that a renamed policy is changed, not deleted.
+std::vector<Difference> CompareCatalogues(const Catalogue& before, const Catalogue& after);
+
+// How many of the differences are of this change and kind.
+std::size_t CountOf(const std::vector<Difference>& differences, Change change, RecordKind kind);
+
+// For a RecordWriter: "change", "kind", "name", "id", "fields".
+const RecordLayout& DifferenceLayout();
+void AddDifferences(const std::vector<Difference>& differences, RecordWriter* writer);
+
+}  // namespace Quorctl
+
+#endif  // TOOLS_QUORCTL_CATALOGUE_COMPARISON_H_

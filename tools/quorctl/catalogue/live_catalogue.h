@@ -1,0 +1,15 @@
+// The catalogue that the host has now.
+#ifndef TOOLS_QUORCTL_CATALOGUE_LIVE_CATALOGUE_H_
+#define TOOLS_QUORCTL_CATALOGUE_LIVE_CATALOGUE_H_
+
+#include "catalogue/catalogue.h"
+
+namespace Quorctl {
+
+// All records, in the order in which they are stored. Raises CommandError when the store holds
+// records that cannot be read: what is made of the rest would pass for the whole.
+Catalogue ReadLiveCatalogue();
+
+}  // namespace Quorctl
+
+#endif  // TOOLS_QUORCTL_CATALOGUE_LIVE_CATALOGUE_H_

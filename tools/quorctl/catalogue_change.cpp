@@ -1,0 +1,313 @@
+#include "catalogue_change.h"
+
+#include <unistd.h>
+
+#include <optional>
+#include <system_error>
+#include <utility>
+
+#include "catalogue/comparison.h"
+#include "catalogue/document_writer.h"
+#include "catalogue/duplicates.h"
+#include "catalogue/live_catalogue.h"
+#include "confirmation.h"
+#include "history.h"
+#include "host_backend.h"
+#include "standard_streams.h"
+#include "stored_records.h"
+
+namespace Quorctl {
+
+using TavQuor::QuorLib;
+
+namespace {
+
+// Each attempt begins anew because another process was faster; more than a few means a quarrel.
+constexpr int kAttempts = 10;
+
+std::string Counted(std::size_t count, const std::string& singular, const std::string& plural) {
+  return std::to_string(count) + ' ' + (count == 1 ? singular : plural);
+}
+
+// What the host has before the change.
+struct Present {
+  Digests digests;  // from before the records were read
+  Catalogue catalogue;
+  std::size_t lost = 0;  // records that cannot be read
+};
+
+// What is to be kept has to be complete; without history the operator wants to be rid of it.
+Present ReadPresent(const ChangeOptions& options) {
+  Present present;
+  present.digests = QuorLib::GetDbHash();
+  if (!options.noHistory()) {
+    present.catalogue = ReadLiveCatalogue();
+    return present;
+  }
+  const StoredRecords stored;
+  present.catalogue.policies = QuorLib::ListPolicyInfo();
+  present.catalogue.datastores = QuorLib::ListDatastoreInfo();
+  present.lost = stored.LostPolicies(present.catalogue.policies.size()) +
+                 stored.LostDatastores(present.catalogue.datastores.size());
+  return present;
+}
+
+bool IsUnchanged(const Present& present) {
+  return QuorLib::GetDbHash() == present.digests;
+}
+
+// The present catalogue in the history, for as long as the change may need it.
+class KeptCatalogue {
+ public:
+  KeptCatalogue(const Present& present, const std::string& verb, const ChangeOptions& options) {
+    if (options.noHistory()) return;
+    try {
+      number_ = KeepInHistory(present.catalogue, present.digests, BackendSwitch().on, verb);
+    } catch (...) {
+      const Failure failure = DescribeCurrentException();
+      throw CommandError(failure.status,
+                         "the present catalogue could not be kept in the history, so nothing was "
+                         "changed: " +
+                             failure.message + "; --no-history changes it without");
+    }
+  }
+  KeptCatalogue(const KeptCatalogue&) = delete;
+  KeptCatalogue& operator=(const KeptCatalogue&) = delete;
+  // A change that did not happen needs no way back.
+  ~KeptCatalogue() {
+    if (number_ && !needed_) RemoveFromHistory(*number_);
+  }
+
+  void StayUnlessUnchanged(const Present& present) noexcept {
+    try {
+      needed_ = !IsUnchanged(present);
+    } catch (...) {
+      needed_ = true;  // nobody knows, so it stays
+    }
+  }
+
+  void Stay() {
+    needed_ = true;
+    if (!number_) return;
+    try {
+      TrimHistory();
+    } catch (const std::system_error& failure) {
+      throw CommandError(ExitStatus::kStore,
+                         std::string("the change was made, but the oldest catalogues of the "
+                                     "history could not be removed: ") +
+                             failure.what());
+    }
+  }
+
+  std::string Advice() const {
+    return number_ ? "; the old catalogue is number " + std::to_string(*number_) +
+                         " of the history (\"quorctl restore " + std::to_string(*number_) + "\")"
+                   : "";
+  }
+
+ private:
+  std::optional<std::uint64_t> number_;
+  bool needed_ = false;
+};
+
+// Shows what was found out so far and asks; raises CommandError for a no.
+void Confirm(const ChangeRequest& request, const std::string& loss, ProgressLine* progress,
+             CommandOutput* output) {
+  const std::string place = SelectedBackendPlace();
+  if (!request.mayAsk || !CanAsk()) {
+    throw CommandError(ExitStatus::kNotConfirmed, request.verb + " would delete " + loss +
+                                                      " from " + place +
+                                                      "; nothing was changed; confirm with --yes");
+  }
+  progress->Hide();
+  if (const int error = WriteStandardOutput(std::exchange(output->text, ""))) {
+    throw CommandError(ExitStatus::kStore, "cannot write to standard output: " +
+                                               std::generic_category().message(error) +
+                                               "; nothing was changed");
+  }
+  if (!Ask("Delete " + loss + " from " + place + '?')) {
+    throw CommandError(ExitStatus::kNotConfirmed, "not confirmed; nothing was changed");
+  }
+}
+
+void PutPoliciesBack(const Present& present, const Failure& failure, const KeptCatalogue& kept) {
+  try {
+    QuorLib::AddPolicyInfo(present.catalogue.policies);
+  } catch (...) {
+    const Failure second = DescribeCurrentException();
+    throw CommandError(
+        failure.status,
+        "the policies were replaced but the datastores were not: " + failure.message +
+            "; the old policies could not be put back either: " + second.message + kept.Advice());
+  }
+  throw CommandError(failure.status,
+                     "the datastores could not be replaced: " + failure.message +
+                         "; the policies, which had been, were put back: the catalogue is as it "
+                         "was before");
+}
+
+// A replacement of what differs.
+class Replacement {
+ public:
+  Replacement(const ChangeRequest& request, const Present& present, Catalogue* next)
+      : present_(present), next_(*next) {
+    if (!request.replacesPolicies) next_.policies = present.catalogue.policies;
+    if (!request.replacesDatastores) next_.datastores = present.catalogue.datastores;
+    differences_ = CompareCatalogues(present.catalogue, next_);
+    const bool all = IsWantedWhole();
+    policies_ = request.replacesPolicies && (all || Differs(RecordKind::kPolicy));
+    datastores_ = request.replacesDatastores && (all || Differs(RecordKind::kDatastore));
+  }
+
+  bool IsNeeded() const { return policies_ || datastores_; }
+
+  std::string Text() const {
+    if (differences_.empty()) return std::string();
+    RecordChoices choices;
+    choices.forTerminal = isatty(STDOUT_FILENO) == 1;
+    choices.colour = StandardOutputTakesColour();
+    RecordWriter writer(DifferenceLayout(), choices);
+    AddDifferences(differences_, &writer);
+    return writer.Text() + Counts(Change::kDeleted) + " to delete, " + Counts(Change::kAdded) +
+           " to add, " + Counts(Change::kChanged) + " to change\n";
+  }
+
+  // What is deleted, in words; empty when nothing is.
+  std::string Loss() const {
+    const std::size_t policies = CountOf(differences_, Change::kDeleted, RecordKind::kPolicy);
+    const std::size_t datastores = CountOf(differences_, Change::kDeleted, RecordKind::kDatastore);
+    std::string loss;
+    if (policies + datastores > 0) loss = CountedRecords(policies, datastores);
+    if (present_.lost > 0) {
+      loss += (loss.empty() ? "" : " and ") + Counted(present_.lost, "record", "records") +
+              " that cannot be read";
+    }
+    return loss;
+  }
+
+  void Run(ProgressLine* progress, const KeptCatalogue& kept) const {
+    if (policies_) {
+      progress->Begin("replacing " + Counted(next_.policies.size(), "policy", "policies"));
+      QuorLib::AddPolicyInfo(next_.policies);
+    }
+    if (!datastores_) return;
+    progress->Begin("replacing " + Counted(next_.datastores.size(), "datastore", "datastores"));
+    try {
+      QuorLib::AddDatastoreInfo(next_.datastores);
+    } catch (...) {
+      if (!policies_) throw;
+      const Failure failure = DescribeCurrentException();
+      PutPoliciesBack(present_, failure, kept);
+    }
+  }
+
+ private:
+  bool Differs(RecordKind kind) const {
+    return CountOf(differences_, Change::kDeleted, kind) > 0 ||
+           CountOf(differences_, Change::kAdded, kind) > 0 ||
+           CountOf(differences_, Change::kChanged, kind) > 0;
+  }
+
+  // Also where no record differs: a replacement heals damage; and where keys repeat, lookups and
+  // digests depend on the order of the records.
+  bool IsWantedWhole() const {
+    if (present_.lost > 0) return true;
+    return differences_.empty() && !FindDuplicates(next_).empty() &&
+           CatalogueAsDocument(next_) != CatalogueAsDocument(present_.catalogue);
+  }
+
+  std::string Counts(Change change) const {
+    return CountedRecords(CountOf(differences_, change, RecordKind::kPolicy),
+                          CountOf(differences_, change, RecordKind::kDatastore));
+  }
+
+  const Present& present_;
+  Catalogue& next_;
+  std::vector<Difference> differences_;
+  bool policies_ = false;
+  bool datastores_ = false;
+};
+
+// Does `change` with the present catalogue kept.
+template <typename Change>
+void CarryOut(const std::string& verb, const ChangeOptions& options, const Present& present,
+              ProgressLine* progress, CommandOutput* output, const Change& change) {
+  progress->Begin("keeping the present catalogue");
+  KeptCatalogue kept(present, verb, options);
+  try {
+    change(kept);
+  } catch (...) {
+    kept.StayUnlessUnchanged(present);
+    throw;
+  }
+  output->changedHost = true;
+  kept.Stay();
+}
+
+[[noreturn]] void RaiseQuarrel() {
+  throw CommandError(ExitStatus::kStore,
+                     "other processes keep changing the catalogue; nothing was changed; try again");
+}
+
+}  // namespace
+
+void ChangeOptions::Declare(CLI::App& verb) {
+  verb.add_flag("--yes", confirmed_, "confirm that records are to be deleted");
+  verb.add_flag("--dry-run", dryRun_, "show what would be done and write nothing");
+  verb.add_flag("--no-history", noHistory_,
+                "do not keep the present catalogue: for one that is\n"
+                "damaged, or a disk that is full");
+}
+
+std::string CountedRecords(std::size_t policies, std::size_t datastores) {
+  return Counted(policies, "policy", "policies") + " and " +
+         Counted(datastores, "datastore", "datastores");
+}
+
+ChangeResult ChangeCatalogue(const ChangeRequest& request, const ChangeOptions& options,
+                             Catalogue next, ProgressLine* progress, CommandOutput* output) {
+  const std::string shownBefore = output->text;
+  for (int attempt = 0; attempt < kAttempts; ++attempt) {
+    progress->Begin("reading the present catalogue");
+    const Present present = ReadPresent(options);
+    const Replacement replacement(request, present, &next);
+    if (!replacement.IsNeeded()) return ChangeResult::kNothingDiffers;
+    output->text = shownBefore + replacement.Text();
+    if (options.dryRun()) return ChangeResult::kDryRun;
+    const std::string loss = replacement.Loss();
+    if (!loss.empty() && !options.confirmed()) Confirm(request, loss, progress, output);
+    if (!IsUnchanged(present)) continue;
+    CarryOut(request.verb, options, present, progress, output,
+             [&](const KeptCatalogue& kept) { replacement.Run(progress, kept); });
+    return ChangeResult::kDone;
+  }
+  RaiseQuarrel();
+}
+
+ChangeResult EmptyCatalogue(const ChangeOptions& options, ProgressLine* progress,
+                            CommandOutput* output) {
+  const ChangeRequest request{"reset"};
+  for (int attempt = 0; attempt < kAttempts; ++attempt) {
+    progress->Begin("reading the present catalogue");
+    const Present present = ReadPresent(options);
+    const Catalogue& catalogue = present.catalogue;
+    if (options.dryRun()) {
+      output->text +=
+          CountedRecords(catalogue.policies.size(), catalogue.datastores.size()) + " to delete\n";
+      return ChangeResult::kDryRun;
+    }
+    if (!options.confirmed()) Confirm(request, "all policies and datastores", progress, output);
+    if (!IsUnchanged(present)) continue;
+    if (catalogue.policies.empty() && catalogue.datastores.empty() && present.lost == 0) {
+      return ChangeResult::kNothingDiffers;
+    }
+    CarryOut(request.verb, options, present, progress, output, [&](const KeptCatalogue&) {
+      progress->Begin("deleting all policies and datastores");
+      QuorLib::Reset();
+    });
+    return ChangeResult::kDone;
+  }
+  RaiseQuarrel();
+}
+
+}  // namespace Quorctl

@@ -1,0 +1,15 @@
+// The catalogue as the library lists it: keys that repeat, and defaults that lead nowhere.
+#ifndef TOOLS_QUORCTL_CHECK_CATALOGUE_CONTENT_H_
+#define TOOLS_QUORCTL_CHECK_CATALOGUE_CONTENT_H_
+
+#include "catalogue/catalogue.h"
+#include "check/finding.h"
+
+namespace Quorctl {
+
+void CheckDuplicates(const Catalogue& catalogue, Findings* findings);
+void CheckDefaultPolicies(const Catalogue& catalogue, Findings* findings);
+
+}  // namespace Quorctl
+
+#endif  // TOOLS_QUORCTL_CHECK_CATALOGUE_CONTENT_H_

@@ -1,0 +1,25 @@
+// The host directory and what is in it: modes, owners, switches, locks and room.
+#ifndef TOOLS_QUORCTL_CHECK_HOST_FILES_H_
+#define TOOLS_QUORCTL_CHECK_HOST_FILES_H_
+
+#include "check/finding.h"
+
+namespace Quorctl {
+
+void CheckModesAndOwners(Findings* findings);
+
+// Whether the switches can be read by everybody who is to see them.
+void CheckSwitches(Findings* findings);
+
+// A lock that is held for as long as this looks at it, about a second.
+void CheckLocks(Findings* findings);
+
+// Room on the disk for the next change.
+void CheckFreeSpace(Findings* findings);
+
+// Whether each kept catalogue can be put back.
+void CheckHistory(Findings* findings);
+
+}  // namespace Quorctl
+
+#endif  // TOOLS_QUORCTL_CHECK_HOST_FILES_H_

@@ -1,0 +1,56 @@
+#include "argument.h"
+#include "catalogue/comparison.h"
+#include "catalogue/document_reader.h"
+#include "catalogue/input_file.h"
+#include "catalogue/live_catalogue.h"
+#include "command_table.h"
+#include "listing_options.h"
+
+namespace Quorctl {
+namespace {
+
+class DiffCommand final : public Command {
+ public:
+  const CommandInfo& Info() const override {
+    static const CommandInfo info = {
+        "diff",
+        {std::string("FILE ") + ListingOptions::kSynopsis,
+         std::string("- ") + ListingOptions::kSynopsis},
+        "compare the catalogue with a document",
+        "Tells what \"quorctl apply FILE\" would change: first what it would delete, then\n"
+        "what it would add, then what it would change and in which fields (for a blob its\n"
+        "namespace is named). Nothing is printed and the exit status is 0 when the\n"
+        "catalogue holds the same records already, in whatever order; it is 1 when there\n"
+        "are differences. A policy that got another name but kept its identifier is changed.\n",
+    };
+    return info;
+  }
+
+  void Declare(CLI::App& verb) override {
+    file_.Declare(verb, "FILE", "", "the document; - for standard input");
+    options_.Declare(verb);
+  }
+
+  ExitStatus Run(CommandOutput* output) override {
+    if (!file_.Given()) throw UsageError("diff needs a FILE, or - for standard input");
+    const std::string& path = file_.Value();
+    RecordWriter writer(DifferenceLayout(), options_.Choices());
+    const Catalogue wanted = ReadCatalogueDocument(ReadInput(path), InputName(path));
+    const auto differences = CompareCatalogues(ReadLiveCatalogue(), wanted);
+    AddDifferences(differences, &writer);
+    output->text += writer.Text();
+    return differences.empty() ? ExitStatus::kDone : ExitStatus::kNo;
+  }
+
+ private:
+  Argument file_;
+  ListingOptions options_;
+};
+
+}  // namespace
+
+std::unique_ptr<Command> MakeDiffCommand() {
+  return std::make_unique<DiffCommand>();
+}
+
+}  // namespace Quorctl

@@ -1,0 +1,41 @@
+#include "catalogue/canonical_order.h"
+#include "catalogue/document_writer.h"
+#include "catalogue/live_catalogue.h"
+#include "command_table.h"
+
+namespace Quorctl {
+namespace {
+
+class ExportCommand final : public Command {
+ public:
+  const CommandInfo& Info() const override {
+    static const CommandInfo info = {
+        "export",
+        {""},
+        "write the whole catalogue as a document",
+        "Writes the document that \"quorctl apply\" reads, to standard output. One catalogue\n"
+        "gives the same bytes whatever the order in which it is stored: policies are sorted\n"
+        "by identifier, blobs by namespace, datastores by URL. A list in which one of these\n"
+        "repeats is written in the order in which it is stored, for the digests depend on\n"
+        "that order then. Nothing is written when a record cannot be read.\n",
+    };
+    return info;
+  }
+
+  void Declare(CLI::App& /*verb*/) override {}
+
+  ExitStatus Run(CommandOutput* output) override {
+    Catalogue catalogue = ReadLiveCatalogue();
+    PutInCanonicalOrder(&catalogue);
+    output->text += CatalogueAsDocument(catalogue);
+    return ExitStatus::kDone;
+  }
+};
+
+}  // namespace
+
+std::unique_ptr<Command> MakeExportCommand() {
+  return std::make_unique<ExportCommand>();
+}
+
+}  // namespace Quorctl

@@ -1,0 +1,104 @@
+#include <charconv>
+
+#include "argument.h"
+#include "catalogue/store_limits.h"
+#include "catalogue_change.h"
+#include "command_table.h"
+#include "history.h"
+#include "host_backend.h"
+#include "quor/quor_lib.h"
+#include "text/terminal_text.h"
+
+namespace Quorctl {
+namespace {
+
+std::uint64_t ReadNumber(const std::string& text) {
+  std::uint64_t number = 0;
+  const char* const end = text.data() + text.size();
+  const auto [stopped, error] = std::from_chars(text.data(), end, number);
+  if (error == std::errc() && stopped == end) return number;
+  throw UsageError(Quoted(text) + " is no number of the history");
+}
+
+class RestoreCommand final : public Command {
+ public:
+  const CommandInfo& Info() const override {
+    static const CommandInfo info = {
+        "restore",
+        {std::string(ChangeOptions::kSynopsis) + " NUMBER"},
+        "put a catalogue of the history back",
+        "Makes the kept catalogue of that number the catalogue of the host store that it was\n"
+        "kept from, in the same order, under the terms of apply: shows what differs, asks or\n"
+        "needs --yes where something is deleted, and keeps what is there now. \"quorctl\n"
+        "history\" lists the numbers.\n",
+    };
+    return info;
+  }
+
+  void Declare(CLI::App& verb) override {
+    number_.Declare(verb, "NUMBER", "", "which one, as \"quorctl history\" lists it");
+    options_.Declare(verb);
+  }
+
+  ExitStatus Run(CommandOutput* output) override {
+    if (!number_.Given()) throw UsageError("restore needs a NUMBER of the history");
+    const std::uint64_t number = ReadNumber(number_.Value());
+    const bool usedByPrograms = BackendSwitch().on;
+    ProgressLine progress;
+    progress.Begin("reading the history");
+    const HistoryEntry entry = FindHistoryEntry(number);
+    Catalogue catalogue = ReadHistoryEntry(entry);
+    const std::vector<std::string> losses = LostIn(entry.inStore, catalogue);
+    if (!losses.empty()) {
+      throw CommandError(ExitStatus::kBadInput, entry.path + ": " + losses.front() + "; the " +
+                                                    BackendName(entry.inStore) +
+                                                    " would not keep it");
+    }
+    UseBackend(entry.inStore);
+    const ChangeResult result = ChangeCatalogue(ChangeRequest{"restore"}, options_,
+                                                std::move(catalogue), &progress, output);
+    output->text += TextOf(result, entry);
+    if (entry.inStore != usedByPrograms) {
+      output->text += "the switch selects the " + BackendName(usedByPrograms) +
+                      ": programs do not see this one\n";
+    }
+    ExpectDigests(result, entry);
+    return ExitStatus::kDone;
+  }
+
+ private:
+  static std::string TextOf(ChangeResult result, const HistoryEntry& entry) {
+    const std::string what = "number " + std::to_string(entry.number) + " (" +
+                             CountedRecords(entry.policies, entry.datastores) + ", kept at " +
+                             entry.time + ")";
+    const std::string place = SelectedBackendPlace();
+    switch (result) {
+      case ChangeResult::kNothingDiffers:
+        return "nothing differs from " + place + "; nothing was written\n";
+      case ChangeResult::kDryRun:
+        return "would restore " + what + " in " + place + "; nothing was written\n";
+      default:
+        return "restored " + what + " in " + place + '\n';
+    }
+  }
+
+  static void ExpectDigests(ChangeResult result, const HistoryEntry& entry) {
+    if (result == ChangeResult::kDryRun || TavQuor::QuorLib::GetDbHash() == entry.digests) return;
+    throw CommandError(
+        ExitStatus::kStore,
+        "the digests are not those that the catalogue had when it was kept: " + entry.path +
+            " was changed since, or another process changed the catalogue "
+            "meanwhile");
+  }
+
+  Argument number_;
+  ChangeOptions options_;
+};
+
+}  // namespace
+
+std::unique_ptr<Command> MakeRestoreCommand() {
+  return std::make_unique<RestoreCommand>();
+}
+
+}  // namespace Quorctl

@@ -1,0 +1,170 @@
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <charconv>
+#include <chrono>
+#include <cmath>
+#include <ctime>
+#include <optional>
+#include <system_error>
+#include <utility>
+
+#include "argument.h"
+#include "command_table.h"
+#include "platform/admin.h"
+#include "quor/quor_lib.h"
+#include "standard_streams.h"
+#include "stop_signals.h"
+#include "text/terminal_text.h"
+#include "text/utc_time.h"
+
+namespace Quorctl {
+
+using std::chrono::milliseconds;
+
+namespace {
+
+using Digests = std::pair<std::string, std::string>;
+
+constexpr milliseconds kUsualPeriod(2000);
+constexpr double kShortestSeconds = 0.05;
+constexpr double kLongestSeconds = 86400;
+// A writer that holds the lock longer is reported, and watched on.
+constexpr std::uint32_t kLongestLockWait = 2000;
+
+milliseconds PeriodOf(const std::string& text) {
+  double seconds = 0;
+  const char* const end = text.data() + text.size();
+  const auto [stop, error] = std::from_chars(text.data(), end, seconds, std::chars_format::fixed);
+  const bool inRange = seconds >= kShortestSeconds && seconds <= kLongestSeconds;
+  if (error != std::errc() || stop != end || !inRange) {
+    throw UsageError("--period " + Quoted(text) + ": give seconds from 0.05 to 86400");
+  }
+  return milliseconds(std::lround(seconds * 1000));
+}
+
+std::string TimeNow() {
+  const std::string compact = CompactUtcTime(std::time(nullptr));
+  return ExtendedUtcTime(compact).value_or(compact);
+}
+
+std::string WhatChanged(const Digests& before, const Digests& after) {
+  if (before.first == after.first) return "datastores";
+  return before.second == after.second ? "policies" : "policies,datastores";
+}
+
+void WriteLine(const std::string& line) {
+  const int error = WriteStandardOutput(line + '\n');
+  if (error == 0) return;
+  throw CommandError(ExitStatus::kStore,
+                     "cannot write to standard output: " + std::generic_category().message(error));
+}
+
+// Starts `sh -c script` with the signals as they were before the watch began.
+pid_t StartShell(const std::string& script, const StopSignals& signals) {
+  posix_spawnattr_t attributes;
+  posix_spawnattr_init(&attributes);
+  posix_spawnattr_setsigmask(&attributes, &signals.OriginalMask());
+  posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK);
+  std::string shell = "sh";
+  std::string option = "-c";
+  std::string text = script;
+  char* const words[] = {shell.data(), option.data(), text.data(), nullptr};
+  pid_t child = 0;
+  const int error = posix_spawn(&child, "/bin/sh", nullptr, &attributes, words, environ);
+  posix_spawnattr_destroy(&attributes);
+  if (error != 0) throw std::system_error(error, std::generic_category(), "cannot start /bin/sh");
+  return child;
+}
+
+class WatchCommand final : public Command {
+ public:
+  const CommandInfo& Info() const override {
+    static const CommandInfo info = {
+        "watch",
+        {"[--period SECONDS] [--exec CMD]"},
+        "print a line whenever the catalogue changes",
+        "Asks for the two digests, again after each period, and whenever they are others\n"
+        "than before prints the time, which of them changed (policies, datastores or\n"
+        "policies,datastores), and both digests as \"quorctl digest --expect\" takes them.\n"
+        "What is changed and changed back within one period goes unnoticed.\n"
+        "\n"
+        "With --exec the shell runs CMD after each such line; it finds what changed in\n"
+        "QUORCTL_CHANGED and the digests in QUORCTL_DIGESTS. Its end is waited for.\n"
+        "\n"
+        "A catalogue that cannot be read is reported on standard error, once, and watched\n"
+        "on. Ends with status 0 when it is interrupted (SIGINT) or terminated (SIGTERM).\n",
+    };
+    return info;
+  }
+
+  void Declare(CLI::App& verb) override {
+    period_.Declare(verb, "--period", "SECONDS", "how long to wait before asking again; 2 without");
+    script_.Declare(verb, "--exec", "CMD", "run this by the shell after each change");
+  }
+
+  ExitStatus Run(CommandOutput* /*output*/) override {
+    const milliseconds period = period_.Given() ? PeriodOf(period_.Value()) : kUsualPeriod;
+    if (script_.Given() && script_.Value().empty()) throw UsageError("--exec: CMD is empty");
+    HostPlatform::UseLockTimeout(std::min(HostPlatform::LockTimeout(), kLongestLockWait));
+    StopSignals signals;
+    std::optional<Digests> known;
+    do {
+      const std::optional<Digests> now = AskForDigests();
+      if (now && known && *now != *known) {
+        if (Report(*known, *now, &signals)) return ExitStatus::kDone;
+      }
+      if (now) known = now;
+    } while (!signals.WaitFor(period));
+    return ExitStatus::kDone;
+  }
+
+ private:
+  // Nothing while the catalogue cannot be read.
+  std::optional<Digests> AskForDigests() {
+    try {
+      Digests digests = TavQuor::QuorLib::GetDbHash();
+      if (!problem_.empty()) WriteErrorLine("the catalogue can be read again");
+      problem_.clear();
+      return digests;
+    } catch (...) {
+      const Failure failure = DescribeCurrentException();
+      if (failure.message != problem_) WriteErrorLine(failure.message + "; watching on");
+      problem_ = failure.message;
+      return std::nullopt;
+    }
+  }
+
+  // True when the watch was told to stop meanwhile.
+  bool Report(const Digests& before, const Digests& after, StopSignals* signals) const {
+    const std::string what = WhatChanged(before, after);
+    const std::string digests = after.first + ':' + after.second;
+    WriteLine(TimeNow() + ' ' + what + ' ' + digests);
+    if (!script_.Given()) return false;
+    setenv("QUORCTL_CHANGED", what.c_str(), /*replace=*/1);
+    setenv("QUORCTL_DIGESTS", digests.c_str(), /*replace=*/1);
+    int status = 0;
+    const bool stopped = signals->WaitForChild(StartShell(script_.Value(), *signals), &status);
+    if (stopped) return true;
+    if (WIFSIGNALED(status)) {
+      WriteErrorLine("--exec: CMD was ended by signal " + std::to_string(WTERMSIG(status)));
+    } else if (WEXITSTATUS(status) != 0) {
+      WriteErrorLine("--exec: CMD ended with status " + std::to_string(WEXITSTATUS(status)));
+    }
+    return false;
+  }
+
+  Argument period_;
+  Argument script_;
+  std::string problem_;  // reported already; empty while the catalogue can be read
+};
+
+}  // namespace
+
+std::unique_ptr<Command> MakeWatchCommand() {
+  return std::make_unique<WatchCommand>();
+}
+
+}  // namespace Quorctl

@@ -1,0 +1,152 @@
+#include "history.h"
+
+#include <algorithm>
+#include <charconv>
+#include <ctime>
+#include <filesystem>
+#include <optional>
+
+#include "catalogue/document_reader.h"
+#include "catalogue/document_writer.h"
+#include "catalogue/input_file.h"
+#include "exit_status.h"
+#include "platform/admin.h"
+#include "text/utc_time.h"
+
+namespace Quorctl {
+namespace {
+
+constexpr char kFolder[] = "history";
+constexpr char kInStore[] = "store";
+constexpr char kInFile[] = "file";
+constexpr char kNoDigest[] = "-";
+
+std::vector<std::string> SplitAtDots(const std::string& name) {
+  std::vector<std::string> parts;
+  std::size_t begin = 0;
+  for (;;) {
+    const std::size_t end = name.find('.', begin);
+    parts.push_back(name.substr(begin, end - begin));
+    if (end == std::string::npos) return parts;
+    begin = end + 1;
+  }
+}
+
+template <typename Number>
+bool ReadNumber(const std::string& text, Number* number) {
+  const char* const end = text.data() + text.size();
+  const auto [stopped, error] = std::from_chars(text.data(), end, *number);
+  return error == std::errc() && stopped == end;
+}
+
+// Digests are taken as they stand: they are shown and compared, nothing else.
+std::string DigestFromName(const std::string& part) {
+  return part == kNoDigest ? std::string() : part;
+}
+std::string DigestInName(const std::string& digest) {
+  return digest.empty() ? kNoDigest : digest;
+}
+
+std::optional<HistoryEntry> ParseName(const std::filesystem::path& path) {
+  const std::vector<std::string> parts = SplitAtDots(path.filename());
+  if (parts.size() != 9 || parts[8] != "json") return std::nullopt;
+  HistoryEntry entry;
+  const std::optional<std::string> time = ExtendedUtcTime(parts[1]);
+  const bool knownStore = parts[3] == kInStore || parts[3] == kInFile;
+  if (!ReadNumber(parts[0], &entry.number) || !time || !knownStore ||
+      !ReadNumber(parts[4], &entry.policies) || !ReadNumber(parts[5], &entry.datastores)) {
+    return std::nullopt;
+  }
+  entry.time = *time;
+  entry.reason = parts[2];
+  entry.inStore = parts[3] == kInStore;
+  entry.digests = {DigestFromName(parts[6]), DigestFromName(parts[7])};
+  entry.path = path;
+  return entry;
+}
+
+std::string NameBehindNumber(const Catalogue& catalogue, const Digests& digests, bool inStore,
+                             const std::string& reason) {
+  std::string name;
+  for (const std::string& part :
+       {CompactUtcTime(std::time(nullptr)), reason, std::string(inStore ? kInStore : kInFile),
+        std::to_string(catalogue.policies.size()), std::to_string(catalogue.datastores.size()),
+        DigestInName(digests.first), DigestInName(digests.second), std::string("json")}) {
+    name += '.' + part;
+  }
+  return name;
+}
+
+}  // namespace
+
+std::string HistoryDirectory() {
+  return HostPlatform::HostDirectory() + '/' + kFolder;
+}
+
+std::vector<HistoryEntry> ListHistory() {
+  std::vector<HistoryEntry> entries;
+  std::error_code error;
+  std::filesystem::directory_iterator files(HistoryDirectory(), error);
+  if (error == std::errc::no_such_file_or_directory) return entries;
+  if (error) throw std::filesystem::filesystem_error("cannot list", HistoryDirectory(), error);
+  for (const auto& file : files) {
+    if (const auto entry = ParseName(file.path())) entries.push_back(*entry);
+  }
+  std::sort(entries.begin(), entries.end(),
+            [](const auto& a, const auto& b) { return a.number > b.number; });
+  return entries;
+}
+
+HistoryEntry FindHistoryEntry(std::uint64_t number) {
+  for (HistoryEntry& entry : ListHistory()) {
+    if (entry.number == number) return entry;
+  }
+  throw CommandError(ExitStatus::kAbsent, "no catalogue is kept under the number " +
+                                              std::to_string(number) +
+                                              "; \"quorctl history\" lists those that are");
+}
+
+Catalogue ReadHistoryEntry(const HistoryEntry& entry) {
+  Catalogue catalogue = ReadCatalogueDocument(ReadInput(entry.path), entry.path);
+  if (catalogue.policies.size() == entry.policies &&
+      catalogue.datastores.size() == entry.datastores) {
+    return catalogue;
+  }
+  throw CommandError(ExitStatus::kBadInput,
+                     entry.path + ": holds " + std::to_string(catalogue.policies.size()) +
+                         " policies and " + std::to_string(catalogue.datastores.size()) +
+                         " datastores, not as many as its name says: it was changed since");
+}
+
+std::uint64_t KeepInHistory(const Catalogue& catalogue, const Digests& digests, bool inStore,
+                            const std::string& reason) {
+  const std::string document = CatalogueAsDocument(catalogue);
+  if (document.size() > kLargestInput) {
+    throw CommandError(ExitStatus::kStore,
+                       "its document would be larger than 256 MiB, which could "
+                       "not be read again");
+  }
+  try {
+    ReadCatalogueDocument(document, "its document");
+  } catch (const CommandError& failure) {  // what cannot be read again is not kept
+    throw CommandError(ExitStatus::kStore, failure.what());
+  }
+  return HostPlatform::AddNumberedFile(
+      kFolder, NameBehindNumber(catalogue, digests, inStore, reason), document);
+}
+
+void RemoveFromHistory(std::uint64_t number) noexcept {
+  try {
+    std::filesystem::remove(FindHistoryEntry(number).path);
+  } catch (const std::exception&) {
+    // It stays: a kept catalogue more does no harm.
+  }
+}
+
+void TrimHistory() {
+  const std::vector<HistoryEntry> entries = ListHistory();
+  for (std::size_t i = kHistoryLength; i < entries.size(); ++i)
+    std::filesystem::remove(entries[i].path);
+}
+
+}  // namespace Quorctl

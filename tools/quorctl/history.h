@@ -1,0 +1,63 @@
+// The catalogues that changes replaced.
+//
+// Each is a complete catalogue document, the records in the order in which they were stored, in a
+// file of its own below history/ in the host directory. What else is known of it stands in the
+// file's name, so that entry and document cannot come apart:
+//
+//   NUMBER.TIME.REASON.STORE.POLICIES.DATASTORES.POLICY-DIGEST.DATASTORE-DIGEST.json
+#ifndef TOOLS_QUORCTL_HISTORY_H_
+#define TOOLS_QUORCTL_HISTORY_H_
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "catalogue/catalogue.h"
+
+namespace Quorctl {
+
+inline constexpr std::size_t kHistoryLength = 20;
+
+using Digests = std::pair<std::string, std::string>;  // of the policies, of the datastores
+
+struct HistoryEntry {
+  std::uint64_t number = 0;
+  std::string time;      // "2026-11-20T13:31:03Z"
+  std::string reason;    // the command that replaced it
+  bool inStore = false;  // kept from the configuration store; otherwise from the file
+  std::size_t policies = 0;
+  std::size_t datastores = 0;
+  Digests digests;
+  std::string path;
+};
+
+// "/var/lib/quor/history"
+std::string HistoryDirectory();
+
+// What is kept, the newest first. Files of other names are passed over. Raises std::system_error
+// when the directory cannot be read.
+std::vector<HistoryEntry> ListHistory();
+
+// The entry of that number. Raises CommandError (absent) when there is none.
+HistoryEntry FindHistoryEntry(std::uint64_t number);
+
+// The catalogue of an entry. Raises CommandError when the document cannot be read or does not hold
+// what its name says.
+Catalogue ReadHistoryEntry(const HistoryEntry& entry);
+
+// Keeps the catalogue, durably; returns its number. Raises when it cannot be kept, and when the
+// document would be too large to be read again.
+std::uint64_t KeepInHistory(const Catalogue& catalogue, const Digests& digests, bool inStore,
+                            const std::string& reason);
+
+// Takes an entry back whose change did not happen. Raises nothing.
+void RemoveFromHistory(std::uint64_t number) noexcept;
+
+// Removes the oldest ones beyond kHistoryLength. Raises std::system_error.
+void TrimHistory();
+
+}  // namespace Quorctl
+
+#endif  // TOOLS_QUORCTL_HISTORY_H_

@@ -1,0 +1,77 @@
+#include "listing_options.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+#include "text/terminal_text.h"
+
+namespace Quorctl {
+namespace {
+
+constexpr std::array<std::pair<const char*, RecordFormat>, 5> kFormats = {{
+    {"table", RecordFormat::kTable},
+    {"wide", RecordFormat::kWide},
+    {"json", RecordFormat::kJson},
+    {"jsonl", RecordFormat::kJsonLines},
+    {"csv", RecordFormat::kCsv},
+}};
+
+RecordFormat FormatOf(const std::string& name) {
+  for (const auto& [known, format] : kFormats) {
+    if (name == known) return format;
+  }
+  throw UsageError("unknown output format " + Quoted(name) +
+                   "; choose table, wide, json, jsonl or csv");
+}
+
+// The names between the commas, none of them empty or twice.
+std::vector<std::string> NamesIn(const std::string& list, const std::string& option) {
+  std::vector<std::string> names;
+  for (std::size_t begin = 0; begin <= list.size();) {
+    const std::size_t end = std::min(list.find(',', begin), list.size());
+    const std::string name = list.substr(begin, end - begin);
+    if (name.empty()) throw UsageError(option + ": the name of a field is empty");
+    if (std::find(names.begin(), names.end(), name) != names.end()) {
+      throw UsageError(option + ": " + Quoted(name) + " is given twice");
+    }
+    names.push_back(name);
+    begin = end + 1;
+  }
+  return names;
+}
+
+}  // namespace
+
+void ListingOptions::Declare(CLI::App& verb) {
+  format_.Declare(verb, "-o,--output", "FORMAT",
+                  "table (as without this option), wide, json, jsonl or csv");
+  fields_.Declare(verb, "--fields", "NAMES",
+                  "write these fields in this order, with commas between\n"
+                  "them; -o json shows how they are named");
+  sort_.Declare(verb, "--sort", "NAMES", "sort by these fields; -NAME sorts downwards");
+  verb.add_flag("--no-headings", noHeadings_, "leave out the headings of table, wide and csv");
+}
+
+RecordChoices ListingOptions::Choices() const {
+  RecordChoices choices;
+  if (format_.Given()) choices.format = FormatOf(format_.Value());
+  if (fields_.Given()) choices.fields = NamesIn(fields_.Value(), "--fields");
+  if (sort_.Given()) {
+    for (const std::string& name : NamesIn(sort_.Value(), "--sort")) {
+      const bool descending = name.front() == '-';
+      choices.sort.push_back({name.substr(descending ? 1 : 0), descending});
+    }
+  }
+  const bool isJson =
+      choices.format == RecordFormat::kJson || choices.format == RecordFormat::kJsonLines;
+  if (noHeadings_ && isJson) throw UsageError("--no-headings: JSON has no headings");
+  choices.headings = !noHeadings_;
+  choices.forTerminal = isatty(STDOUT_FILENO) != 0;
+  choices.colour = StandardOutputTakesColour();
+  return choices;
+}
+
+}  // namespace Quorctl

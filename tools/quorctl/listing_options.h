@@ -1,0 +1,31 @@
+// The options of every command that lists records: -o, --fields, --sort, --no-headings.
+#ifndef TOOLS_QUORCTL_LISTING_OPTIONS_H_
+#define TOOLS_QUORCTL_LISTING_OPTIONS_H_
+
+#include <CLI/CLI.hpp>
+
+#include "argument.h"
+#include "text/record_writer.h"
+
+namespace Quorctl {
+
+class ListingOptions {
+ public:
+  // The words for a synopsis.
+  static constexpr char kSynopsis[] = "[OUTPUT OPTION]...";
+
+  void Declare(CLI::App& verb);
+
+  // Raises UsageError for what makes no sense whatever the records are.
+  RecordChoices Choices() const;
+
+ private:
+  Argument format_;
+  Argument fields_;
+  Argument sort_;
+  bool noHeadings_ = false;
+};
+
+}  // namespace Quorctl
+
+#endif  // TOOLS_QUORCTL_LISTING_OPTIONS_H_

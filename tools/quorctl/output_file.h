@@ -1,0 +1,16 @@
+// A file that an operator names for the result.
+#ifndef TOOLS_QUORCTL_OUTPUT_FILE_H_
+#define TOOLS_QUORCTL_OUTPUT_FILE_H_
+
+#include <string>
+
+namespace Quorctl {
+
+// Makes the bytes the contents of the file, which is created when it is missing. Written in place,
+// so that owner, mode and links stay as they are and a device or a pipe can be named too. Raises
+// std::system_error that names the file.
+void ReplaceFile(const std::string& path, const std::string& bytes);
+
+}  // namespace Quorctl
+
+#endif  // TOOLS_QUORCTL_OUTPUT_FILE_H_

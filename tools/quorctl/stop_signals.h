@@ -1,0 +1,39 @@
+// Ends a command that runs until it is told to stop.
+#ifndef TOOLS_QUORCTL_STOP_SIGNALS_H_
+#define TOOLS_QUORCTL_STOP_SIGNALS_H_
+
+#include <sys/types.h>
+
+#include <chrono>
+#include <csignal>
+
+namespace Quorctl {
+
+// While there is one, SIGINT and SIGTERM do not end the process but wait to be noticed here, which
+// needs no handler. Those that the process was started to ignore stay ignored.
+class StopSignals {
+ public:
+  StopSignals();
+  StopSignals(const StopSignals&) = delete;
+  StopSignals& operator=(const StopSignals&) = delete;
+  ~StopSignals();
+
+  // Sleeps for the period. True, at once, when one of the signals has come.
+  bool WaitFor(std::chrono::milliseconds period);
+
+  // Waits for the end of a child and puts its wait status in `status`. True when one of the signals
+  // came meanwhile; it is passed on to the child, whose end is waited for all the same.
+  bool WaitForChild(pid_t child, int* status);
+
+  // What a child has to be started with.
+  const sigset_t& OriginalMask() const { return originalMask_; }
+
+ private:
+  sigset_t waitedFor_;
+  sigset_t originalMask_;
+  struct sigaction originalChildAction_;
+};
+
+}  // namespace Quorctl
+
+#endif  // TOOLS_QUORCTL_STOP_SIGNALS_H_

@@ -1,0 +1,185 @@
+#include "text/record_writer.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "exit_status.h"
+#include "text/json_text.h"
+#include "text/terminal_text.h"
+
+namespace Quorctl {
+
+using nlohmann::ordered_json;
+
+namespace {
+
+int Order(const FieldValue& a, const FieldValue& b) {
+  if (!a.json.is_number_integer() || !b.json.is_number_integer()) return a.shown.compare(b.shown);
+  const auto left = a.json.get<std::int64_t>();
+  const auto right = b.json.get<std::int64_t>();
+  return left < right ? -1 : left > right;
+}
+
+// A string stands as it is, of everything else the JSON text.
+std::string CsvCell(const FieldValue& value) {
+  if (value.json.is_null()) return "";
+  return value.json.is_string() ? value.json.get<std::string>() : JsonOnOneLine(value.json);
+}
+
+std::string InQuotes(const std::string& cell) {
+  std::string quoted = "\"";
+  for (const char byte : cell) {
+    quoted += byte;
+    if (byte == '"') quoted += byte;
+  }
+  return quoted + '"';
+}
+
+// A line that would be empty is no record to a reader: its only field gets quotation marks.
+void AppendCsvLine(const std::vector<std::string>& cells, std::string* text) {
+  for (std::size_t i = 0; i < cells.size(); ++i) {
+    const std::string& cell = cells[i];
+    const bool isWholeLine = cell.empty() && cells.size() == 1;
+    const bool needsQuotes = isWholeLine || cell.find_first_of(",\"\r\n") != cell.npos;
+    if (i > 0) *text += ',';
+    *text += needsQuotes ? InQuotes(cell) : cell;
+  }
+  *text += "\r\n";
+}
+
+}  // namespace
+
+FieldValue TextValue(const std::string& bytes, Colour colour) {
+  return {bytes, BytesAsJson(bytes), colour};
+}
+
+FieldValue NumberValue(std::int64_t number) {
+  return {std::to_string(number), number};
+}
+
+FieldValue NoValue() {
+  return {"", nullptr};
+}
+
+FieldValue TextListValue(const std::vector<std::string>& texts) {
+  FieldValue value = {"", ordered_json::array()};
+  for (const std::string& text : texts) {
+    value.shown += (value.shown.empty() ? "" : ", ") + text;
+    value.json.push_back(BytesAsJson(text));
+  }
+  return value;
+}
+
+RecordWriter::RecordWriter(const RecordLayout& layout, RecordChoices choices)
+    : layout_(layout), choices_(std::move(choices)) {
+  if (choices_.fields.empty()) {
+    choices_.fields = choices_.format == RecordFormat::kTable  ? layout.inTable
+                      : choices_.format == RecordFormat::kWide ? layout.inWide
+                                                               : layout.inData;
+  }
+  for (const std::string& field : choices_.fields)
+    columns_.push_back(IndexOf(field));
+  for (const SortKey& key : choices_.sort)
+    IndexOf(key.field);
+}
+
+std::size_t RecordWriter::IndexOf(const std::string& field) const {
+  std::string names;
+  for (std::size_t i = 0; i < layout_.fields.size(); ++i) {
+    if (layout_.fields[i].name == field) return i;
+    names += (names.empty() ? "" : ", ") + layout_.fields[i].name;
+  }
+  throw UsageError("unknown field " + Quoted(field) + "; choose among " + names);
+}
+
+bool RecordWriter::Uses(const std::string& field) const {
+  const auto& written = choices_.fields;
+  return std::find(written.begin(), written.end(), field) != written.end() ||
+         std::any_of(choices_.sort.begin(), choices_.sort.end(),
+                     [&field](const SortKey& key) { return key.field == field; });
+}
+
+void RecordWriter::Add(std::vector<FieldValue> values) {
+  records_.push_back(std::move(values));
+}
+
+std::string RecordWriter::Text() {
+  Sort();
+  switch (choices_.format) {
+    case RecordFormat::kTable:
+    case RecordFormat::kWide:
+      return TableText();
+    case RecordFormat::kJson:
+      return JsonText();
+    case RecordFormat::kJsonLines:
+      return JsonLinesText();
+    case RecordFormat::kCsv:
+      return CsvText();
+  }
+  return "";
+}
+
+void RecordWriter::Sort() {
+  if (choices_.sort.empty()) return;
+  const auto comesBefore = [this](const Record& a, const Record& b) {
+    for (const SortKey& key : choices_.sort) {
+      const std::size_t i = IndexOf(key.field);
+      const int order = Order(a[i], b[i]);
+      if (order != 0) return key.descending ? order > 0 : order < 0;
+    }
+    return false;
+  };
+  std::stable_sort(records_.begin(), records_.end(), comesBefore);
+}
+
+std::string RecordWriter::TableText() const {
+  if (records_.empty() && !layout_.headingsWhenEmpty) return "";
+  std::vector<Table::Column> columns;
+  for (const std::size_t i : columns_)
+    columns.push_back({layout_.fields[i].heading, layout_.fields[i].align});
+  Table table(std::move(columns), {choices_.headings, choices_.colour});
+  for (const Record& record : records_) {
+    std::vector<Table::Cell> cells;
+    for (const std::size_t i : columns_)
+      cells.push_back({record[i].shown, record[i].colour});
+    table.AddRow(cells);
+  }
+  return table.Text();
+}
+
+ordered_json RecordWriter::AsObject(const Record& record) const {
+  ordered_json object = ordered_json::object();
+  for (const std::size_t i : columns_)
+    object[layout_.fields[i].name] = record[i].json;
+  return object;
+}
+
+std::string RecordWriter::JsonText() const {
+  ordered_json array = ordered_json::array();
+  for (const Record& record : records_)
+    array.push_back(AsObject(record));
+  return IndentedJson(array) + '\n';
+}
+
+std::string RecordWriter::JsonLinesText() const {
+  std::string text;
+  for (const Record& record : records_)
+    text += JsonOnOneLine(AsObject(record)) + '\n';
+  return text;
+}
+
+std::string RecordWriter::CsvText() const {
+  std::string text;
+  if (choices_.headings) AppendCsvLine(choices_.fields, &text);
+  for (const Record& record : records_) {
+    std::vector<std::string> cells;
+    for (const std::size_t i : columns_) {
+      const std::string cell = CsvCell(record[i]);
+      cells.push_back(choices_.forTerminal ? EscapeForTerminal(cell) : cell);
+    }
+    AppendCsvLine(cells, &text);
+  }
+  return text;
+}
+
+}  // namespace Quorctl
