@@ -1,10 +1,12 @@
 # Flags of every target of this project; a program that uses the library sees none of them.
 add_library(quor_build_flags INTERFACE)
 target_compile_options(quor_build_flags INTERFACE
+  # The same bytes wherever it is built; the later option holds where both fit.
+  -ffile-prefix-map=${PROJECT_SOURCE_DIR}=. -ffile-prefix-map=${PROJECT_BINARY_DIR}=.
   -fno-semantic-interposition  # nobody replaces single functions of ours: calls may be inlined
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor -Wold-style-cast
   $<$<BOOL:${QUOR_WERROR}>:-Werror>)
-target_link_options(quor_build_flags INTERFACE -Wl,-z,relro,-z,now)
+target_link_options(quor_build_flags INTERFACE -Wl,-z,relro,-z,now -Wl,-z,noexecstack)
 
 if(QUOR_SANITIZE)
   target_compile_options(quor_build_flags INTERFACE

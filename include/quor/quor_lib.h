@@ -19,6 +19,11 @@
 // the catalogue is as it was before, with one exception that the message states: when the new
 // catalogue is in place but the directory could not be flushed, its durability is unknown.
 //
+// Waiting. A replacement waits for the host's other writers, for up to 30 seconds or as many
+// milliseconds as QUOR_LOCK_TIMEOUT_MS says, and is raised then. Reading the configuration store
+// waits for nobody; a reader of the configuration file who may also write it takes turns like a
+// writer.
+//
 // Threads. Every function may be called from any number of threads at once. None starts a thread,
 // installs a signal handler or prints anything. errno is left as it was.
 //
@@ -43,6 +48,7 @@
     "libquor passes std::string across its interface in the C++11 ABI; build this program without -D_GLIBCXX_USE_CXX11_ABI=0"
 #endif
 
+// Visible to programs, where everything else of the library is hidden.
 #define QUOR_API __attribute__((visibility("default")))
 
 namespace TavQuor {
@@ -55,6 +61,8 @@ struct QuorPolicyInfo {
   std::string name;         // display name
   std::string policyId;     // identifier
   std::string description;  // free text
+  // Counts the changes of the policy. The configuration store keeps all 64 bits, the configuration
+  // file those of a signed 32-bit number.
   std::int64_t generationNumber = 0;
 };
 

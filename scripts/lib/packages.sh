@@ -1,7 +1,7 @@
 # shellcheck shell=bash
 # The Debian packages that the scripts need, and their installation. To be sourced by bash.
 #
-#   ensure_packages GROUP...     groups: build tests lint bench
+#   ensure_packages GROUP...     groups: build tests reference packages lint bench
 #
 # Nothing is run but a look into dpkg's database when all packages are there.
 
@@ -22,6 +22,14 @@ tests binutils        reads the exported symbols of the built libraries
 tests clang           second compiler for the public headers
 tests libsqlite3-dev  oracle in differential tests
 tests libcdb-dev      second reader of the configuration store's snapshots
+tests abigail-tools   compares the libraries' binary interfaces with the committed ones
+tests doxygen         finds public members without documentation
+tests pkg-config      builds programs against the installed library
+reference doxygen     makes the reference of the headers
+packages dpkg-dev     builds the Debian packages
+packages debhelper    rules of the Debian packages
+packages lintian      finds mistakes in the Debian packages
+packages systemd      makes group and directory in the root where the packages are tried
 lint  clang           parses for clang-tidy
 lint  clang-format    layout of the sources
 lint  clang-tidy      static checks of the sources

@@ -36,7 +36,7 @@ constexpr char kBlobByName[] =
     "_ZN7TavQuor7QuorLib23GetRilkPolicyBlobByNameERKNSt7__cxx1112basic_stringIcSt11char_traitsIcE"
     "SaIcEEE";
 
-constexpr int kRounds = 200;
+constexpr int kRounds = 1000;
 
 // How many mappings more there may be after kRounds of loading and unloading. The allocator takes a
 // few when it likes, those of the sanitizers some more; one leaked in each round would be kRounds.
@@ -155,9 +155,11 @@ class Guest : public testing::Test {
   std::string host_;
 };
 
-void CallFromAThread(const LoadedLibrary& library) {
-  std::thread([&library] {
-    library.Add(Catalogue(3));
+enum class Calls { kRead, kWriteAndRead };
+
+void CallFromAThread(const LoadedLibrary& library, Calls calls) {
+  std::thread([&library, calls] {
+    if (calls == Calls::kWriteAndRead) library.Add(Catalogue(3));
     EXPECT_EQ(library.List().size(), 3U);
     EXPECT_EQ(library.BlobByName("policy 1"), std::string(512, 'b'));
   }).join();
@@ -169,7 +171,8 @@ TEST_F(Guest, LoadingAndUnloadingInALoopLeavesNothingBehind) {
   for (int round = 0; round < kRounds; ++round) {
     {
       const LoadedLibrary library;
-      CallFromAThread(library);
+      // Most rounds do not wait for the disk.
+      CallFromAThread(library, round % 20 == 0 ? Calls::kWriteAndRead : Calls::kRead);
     }
     // By then the allocator and the thread library have what they keep for good.
     if (round == kRounds / 10) mappings = Mappings().size();
@@ -180,24 +183,54 @@ TEST_F(Guest, LoadingAndUnloadingInALoopLeavesNothingBehind) {
   EXPECT_LE(Mappings().size(), mappings + kMoreMappings);
 }
 
+// A destructor of the thread that the library left behind would be called where no code is.
 TEST_F(Guest, AThreadThatCalledMayEndAfterTheLibraryIsUnloaded) {
-  std::atomic<bool> called{false};
-  std::atomic<bool> unloaded{false};
-  std::thread thread;
-  {
-    const LoadedLibrary library;
-    thread = std::thread([&] {
-      library.Add(Catalogue(1));
-      called = true;
-      while (!unloaded)
-        std::this_thread::yield();
-    });
-    while (!called)
-      std::this_thread::yield();
+  LoadedLibrary().Add(Catalogue(1));
+  for (int round = 0; round < kRounds; ++round) {
+    std::atomic<bool> called{false};
+    std::atomic<bool> unloaded{false};
+    std::thread thread;
+    {
+      const LoadedLibrary library;
+      thread = std::thread([&] {
+        EXPECT_NE(library.BlobByName("policy 0"), "");
+        called.store(true);
+        called.notify_one();
+        unloaded.wait(false);
+      });
+      called.wait(false);
+    }
+    unloaded.store(true);
+    unloaded.notify_one();
+    thread.join();
   }
-  unloaded = true;
-  thread.join();
+  EXPECT_EQ(MappingsOf("libquor"), 0U);
   EXPECT_EQ(MappingsOf(host_), 0U);
+}
+
+// While other threads are inside calls: the child has one thread, and the locks that the others
+// held at the fork are in its copy of the memory.
+TEST_F(Guest, AChildThatIsForkedInTheMiddleOfCallsMayCall) {
+  const LoadedLibrary library;
+  library.Add(Catalogue(5));
+  std::vector<std::jthread> callers;
+  callers.reserve(3);
+  for (int i = 0; i < 3; ++i) {
+    callers.emplace_back([&library](const std::stop_token& stop) {
+      while (!stop.stop_requested()) {
+        library.Add(Catalogue(5));
+        library.List();
+      }
+    });
+  }
+  for (int child = 0; child < 20; ++child) {
+    EXPECT_EQ(InChild([&library] {
+                alarm(60);  // a child that waits for ever is killed
+                library.Add(Catalogue(5));
+                return library.List().size() == 5 ? 0 : 1;
+              }),
+              0);
+  }
 }
 
 TEST_F(Guest, ACallLeavesErrnoAsItWas) {
@@ -224,7 +257,7 @@ TEST_F(Guest, NothingIsPrintedAlsoWhenACallFails) {
     const int file = open(output.c_str(), O_CREAT | O_WRONLY | O_CLOEXEC, 0600);
     if (dup2(file, STDOUT_FILENO) < 0 || dup2(file, STDERR_FILENO) < 0) return 1;
     const LoadedLibrary library;
-    CallFromAThread(library);
+    CallFromAThread(library, Calls::kWriteAndRead);
     std::filesystem::resize_file(host_ + "/config-store.cdb", 100);
     try {
       library.List();

@@ -1,0 +1,97 @@
+# What `cmake --install` puts where, in components:
+#
+#   runtime               the two shared libraries; group and directory of the host
+#   development           public header, package files for CMake and pkg-config
+#   platform-development  headers of the platform, for programs that bring or administer one
+#   tools                 quorctl
+#   documentation         texts, examples
+#
+# The prefix may be moved afterwards: every path below it is found relative to the file that names
+# it. A platform that the host brings is installed by the host.
+include(CMakePackageConfigHelpers)
+
+foreach(directory BINDIR LIBDIR INCLUDEDIR)
+  if(IS_ABSOLUTE "${CMAKE_INSTALL_${directory}}")
+    message(FATAL_ERROR "CMAKE_INSTALL_${directory} is to be relative to the prefix")
+  endif()
+endforeach()
+
+set(QUOR_PLATFORM_INCLUDEDIR ${CMAKE_INSTALL_INCLUDEDIR}/quor-platform)
+set(QUOR_CMAKEDIR ${CMAKE_INSTALL_LIBDIR}/cmake/quor)
+set(QUOR_SYSUSERSDIR lib/sysusers.d CACHE STRING "Directory of the description of the group")
+set(QUOR_TMPFILESDIR lib/tmpfiles.d CACHE STRING "Directory of the description of /var/lib/quor")
+
+# The path that leads from one directory below the prefix to another.
+function(quor_relative_path variable from to)
+  file(RELATIVE_PATH path "/prefix/${from}" "/prefix/${to}")
+  set(${variable} ${path} PARENT_SCOPE)
+endfunction()
+
+# Libraries. Each finds the other, and quorctl both, wherever the prefix is.
+set(quor_libraries quor)
+if(NOT QUOR_PLATFORM_TARGET)
+  list(APPEND quor_libraries quor_platform)
+  set_target_properties(quor_platform PROPERTIES EXPORT_NAME platform
+    INTERFACE_INCLUDE_DIRECTORIES
+    "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/platform/include>")
+endif()
+set_target_properties(quor PROPERTIES INTERFACE_INCLUDE_DIRECTORIES
+  "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>;$<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>")
+set_target_properties(${quor_libraries} PROPERTIES INSTALL_RPATH "$ORIGIN")
+install(TARGETS quor EXPORT quor-targets
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development)
+if(NOT QUOR_PLATFORM_TARGET)
+  install(TARGETS quor_platform EXPORT quor-targets
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime
+            NAMELINK_COMPONENT platform-development)
+endif()
+install(FILES packaging/sysusers.d/quor.conf DESTINATION ${QUOR_SYSUSERSDIR} COMPONENT runtime)
+install(FILES packaging/tmpfiles.d/quor.conf DESTINATION ${QUOR_TMPFILESDIR} COMPONENT runtime)
+
+# Headers.
+install(DIRECTORY include/quor DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development
+        FILES_MATCHING PATTERN "*.h")
+install(DIRECTORY platform/include/ DESTINATION ${QUOR_PLATFORM_INCLUDEDIR}
+        COMPONENT platform-development FILES_MATCHING PATTERN "*.h")
+
+# CMake package. A platform that the host brings is a part of the host's own build, so that there
+# is nothing to be found by others.
+if(NOT QUOR_PLATFORM_TARGET)
+  install(EXPORT quor-targets NAMESPACE quor:: DESTINATION ${QUOR_CMAKEDIR} COMPONENT development)
+  configure_package_config_file(packaging/quor-config.cmake.in quor-config.cmake
+    INSTALL_DESTINATION ${QUOR_CMAKEDIR}
+    NO_SET_AND_CHECK_MACRO)
+  configure_package_config_file(packaging/quor-platform.cmake.in quor-platform.cmake
+    INSTALL_DESTINATION ${QUOR_CMAKEDIR} PATH_VARS QUOR_PLATFORM_INCLUDEDIR
+    NO_CHECK_REQUIRED_COMPONENTS_MACRO)
+  write_basic_package_version_file(quor-config-version.cmake COMPATIBILITY SameMajorVersion)
+  install(FILES ${CMAKE_CURRENT_BINARY_DIR}/quor-config.cmake
+                ${CMAKE_CURRENT_BINARY_DIR}/quor-config-version.cmake
+          DESTINATION ${QUOR_CMAKEDIR} COMPONENT development)
+  install(FILES ${CMAKE_CURRENT_BINARY_DIR}/quor-platform.cmake
+          DESTINATION ${QUOR_CMAKEDIR} COMPONENT platform-development)
+endif()
+
+# pkg-config.
+quor_relative_path(QUOR_PC_TO_PREFIX ${CMAKE_INSTALL_LIBDIR}/pkgconfig "")
+foreach(name quor quor-platform)
+  configure_file(packaging/${name}.pc.in ${name}.pc @ONLY)
+endforeach()
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/quor.pc
+        DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
+if(NOT QUOR_PLATFORM_TARGET)
+  install(FILES ${CMAKE_CURRENT_BINARY_DIR}/quor-platform.pc
+          DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT platform-development)
+endif()
+
+if(TARGET quorctl)
+  quor_relative_path(QUOR_BIN_TO_LIB ${CMAKE_INSTALL_BINDIR} ${CMAKE_INSTALL_LIBDIR})
+  set_target_properties(quorctl PROPERTIES INSTALL_RPATH "$ORIGIN/${QUOR_BIN_TO_LIB}")
+  install(TARGETS quorctl RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
+endif()
+
+install(FILES README.md CHANGELOG.md LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR}
+        COMPONENT documentation)
+install(DIRECTORY docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT documentation
+        FILES_MATCHING PATTERN "*.md" PATTERN reference EXCLUDE)
+install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation)

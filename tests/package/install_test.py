@@ -1,0 +1,179 @@
+"""What `cmake --install` puts where, and that the prefix may be moved.
+
+    install_test.py BUILD CMAKE ROOT VERSION [TEST...]
+"""
+import os
+import re
+import sys
+import unittest
+
+import installed_tree
+from installed_tree import run
+
+BUILD = CMAKE = ROOT = VERSION = ""
+
+LIBRARY = r"lib(/[\w-]+)?"  # with the machine's name where the system has it so
+COMPONENTS = {
+    "runtime": [
+        rf"{LIBRARY}/libquor\.so\.1", rf"{LIBRARY}/libquor\.so\.VERSION",
+        rf"{LIBRARY}/libquor-platform\.so\.1", rf"{LIBRARY}/libquor-platform\.so\.VERSION",
+        r"lib/sysusers\.d/quor\.conf", r"lib/tmpfiles\.d/quor\.conf"],
+    "development": [
+        r"include/quor/quor_lib\.h", rf"{LIBRARY}/libquor\.so", rf"{LIBRARY}/pkgconfig/quor\.pc",
+        rf"{LIBRARY}/cmake/quor/quor-config\.cmake",
+        rf"{LIBRARY}/cmake/quor/quor-config-version\.cmake",
+        rf"{LIBRARY}/cmake/quor/quor-targets\.cmake",
+        rf"{LIBRARY}/cmake/quor/quor-targets-\w+\.cmake", r"share/man/man3/libquor\.3"],
+    "platform-development": [
+        r"include/quor-platform/(platform|brisk|tavconfigstore|zynctl)/\w+\.h",
+        rf"{LIBRARY}/libquor-platform\.so", rf"{LIBRARY}/pkgconfig/quor-platform\.pc",
+        rf"{LIBRARY}/cmake/quor/quor-platform\.cmake"],
+    "tools": [r"bin/quorctl", r"share/man/man[578]/quor[\w-]+\.[578]",
+              r"share/bash-completion/completions/quorctl",
+              r"share/zsh/(site-functions|vendor-completions)/_quorctl"],
+    "documentation": [
+        r"share/doc/[\w-]+/(README|CHANGELOG)\.md", r"share/doc/[\w-]+/LICENSE",
+        r"share/doc/[\w-]+/docs/[\w-]+\.md", r"share/doc/[\w-]+/examples/[\w./-]+"],
+}
+OPTIONAL = ("share/man/", "share/bash-completion/", "share/zsh/")
+
+
+def files_below(prefix):
+    return sorted(os.path.relpath(os.path.join(directory, name), prefix)
+                  for directory, _, names in os.walk(prefix) for name in names)
+
+
+def allowed(component):
+    patterns = [pattern.replace("VERSION", re.escape(VERSION)) for pattern in COMPONENTS[component]]
+    return [re.compile(f"^(?:{pattern})$") for pattern in patterns]
+
+
+class Components(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        directory = installed_tree.temporary_directory(cls)
+        cls.prefixes = {}
+        for component in COMPONENTS:
+            cls.prefixes[component] = os.path.join(directory, component)
+            installed_tree.install(CMAKE, BUILD, cls.prefixes[component], component)
+        cls.whole = os.path.join(directory, "whole")
+        installed_tree.install(CMAKE, BUILD, cls.whole)
+
+    def test_each_holds_its_files_and_no_others(self):
+        for component, prefix in self.prefixes.items():
+            files = files_below(prefix)
+            for file in files:
+                self.assertTrue(any(rule.match(file) for rule in allowed(component)),
+                                f"{component} should not hold {file}")
+            for rule in allowed(component):
+                if not rule.pattern.startswith(OPTIONAL, len("^(?:")):
+                    self.assertTrue(any(rule.match(file) for file in files),
+                                    f"{component} holds nothing like {rule.pattern}")
+
+    def test_they_share_no_file_and_are_the_whole(self):
+        files = [file for prefix in self.prefixes.values() for file in files_below(prefix)]
+        self.assertEqual(sorted(files), files_below(self.whole))
+
+    def test_every_header_is_installed(self):
+        for source, component, target in (
+                ("include", "development", "include"),
+                ("platform/include", "platform-development", "include/quor-platform")):
+            self.assertEqual(files_below(os.path.join(ROOT, source)),
+                             files_below(os.path.join(self.prefixes[component], target)))
+
+    def test_the_links_name_files_beside_them(self):
+        library = installed_tree.library_directory(self.whole)
+        for name in ("libquor", "libquor-platform"):
+            self.assertEqual(os.readlink(os.path.join(library, name + ".so")), name + ".so.1")
+            self.assertEqual(os.readlink(os.path.join(library, name + ".so.1")),
+                             f"{name}.so.{VERSION}")
+
+    def test_nobody_but_the_owner_may_change_what_is_installed(self):
+        for file in files_below(self.whole):
+            mode = os.lstat(os.path.join(self.whole, file)).st_mode
+            if not os.path.islink(os.path.join(self.whole, file)):
+                self.assertEqual(mode & 0o6022, 0, file)
+
+
+class Interfaces(unittest.TestCase):
+    """What a program that uses the package gets to see."""
+
+    @classmethod
+    def setUpClass(cls):
+        directory = installed_tree.temporary_directory(cls)
+        cls.prefix = installed_tree.install_and_move(CMAKE, BUILD, directory)
+        cls.library = installed_tree.library_directory(cls.prefix)
+
+    def texts(self):
+        for file in files_below(self.prefix):
+            if file.endswith((".cmake", ".pc")):
+                with open(os.path.join(self.prefix, file), encoding="utf-8") as text:
+                    yield file, text.read()
+
+    def test_no_path_of_the_build_or_of_the_first_prefix_is_in_them(self):
+        texts = list(self.texts())
+        self.assertEqual(len(texts), 7, [file for file, _ in texts])
+        for file, text in texts:
+            for path in (ROOT, BUILD, os.path.dirname(self.prefix)):
+                self.assertNotIn(path, text, file)
+
+    def test_nothing_private_is_in_them(self):
+        for file, text in self.texts():
+            self.assertNotRegex(text, r"quor_objects|build_flags|simdjson|cdb|libmd|-fPI|-std=",
+                                file)
+
+    def test_the_libraries_and_the_tool_find_each_other_wherever_they_are(self):
+        for file in ("libquor.so.1", "libquor-platform.so.1"):
+            path = os.path.join(self.library, file)
+            self.assertRegex(run("readelf", "-dW", path), r"RUNPATH.*\[\$ORIGIN\]")
+        environment = {"LD_LIBRARY_PATH": "", "QUOR_HOST_DIR": os.path.join(self.prefix, "none")}
+        tool = os.path.join(self.prefix, "bin", "quorctl")
+        self.assertIn(VERSION, run(tool, "--version", environment=environment))
+        mapped = run("ldd", tool, environment=environment)
+        self.assertIn(os.path.realpath(self.library) + "/libquor-platform.so.1",
+                      re.sub(r"/bin/\.\.", "", mapped))
+
+    def test_pkg_config_tells_the_moved_prefix_and_the_version(self):
+        environment = {"PKG_CONFIG_PATH": os.path.join(self.library, "pkgconfig")}
+        self.assertEqual(run("pkg-config", "--modversion", "quor", environment=environment).strip(),
+                         VERSION)
+        flags = run("pkg-config", "--cflags", "--libs", "quor", environment=environment).split()
+        self.assertEqual(len(flags), 3, flags)
+        self.assertEqual(os.path.realpath(flags[0][2:]), os.path.join(self.prefix, "include"))
+        self.assertEqual(os.path.realpath(flags[1][2:]), self.library)
+        self.assertEqual(flags[2], "-lquor")
+
+    def test_only_the_same_major_version_is_compatible(self):
+        script = os.path.join(os.path.dirname(self.prefix), "version.cmake")
+        with open(script, "w", encoding="utf-8") as file:
+            file.write('include("${FILE}")\nmessage("compatible: ${PACKAGE_VERSION_COMPATIBLE}")\n')
+        version_file = os.path.join(self.library, "cmake", "quor", "quor-config-version.cmake")
+        major = int(VERSION.split(".", maxsplit=1)[0])
+        for wanted, answer in ((major, "TRUE"), (major + 1, "FALSE"), (major - 1, "FALSE")):
+            printed = run("sh", "-c", '"$0" "$@" 2>&1', CMAKE, f"-DFILE={version_file}",
+                          f"-DPACKAGE_FIND_VERSION={wanted}",
+                          f"-DPACKAGE_FIND_VERSION_MAJOR={wanted}",
+                          "-DPACKAGE_FIND_VERSION_COUNT=1",
+                          "-DCMAKE_SIZEOF_VOID_P=8", "-P", script)
+            self.assertIn(f"compatible: {answer}", printed)
+
+
+class Version(unittest.TestCase):
+    """The version is written once, in CMakeLists.txt; texts that must name it agree with it."""
+
+    def first_match(self, pattern, *path):
+        with open(os.path.join(ROOT, *path), encoding="utf-8") as file:
+            return re.search(pattern, file.read(), re.MULTILINE).group(1)
+
+    def test_the_newest_section_of_the_change_log_is_of_this_version(self):
+        self.assertEqual(self.first_match(r"^## (\S+)", "CHANGELOG.md"), VERSION)
+
+    def test_the_debian_packages_are_of_this_version(self):
+        newest = self.first_match(r"^quor \(([\d.]+)-\d+\)", "debian", "changelog")
+        self.assertEqual(newest, VERSION)
+
+
+if __name__ == "__main__":
+    BUILD, CMAKE, ROOT, VERSION = sys.argv[1:5]
+    del sys.argv[1:5]
+    unittest.main(verbosity=2)

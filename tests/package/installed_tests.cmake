@@ -1,0 +1,16 @@
+# The tree as it is installed, and what others build upon it. Included where the build is the one that
+# is shipped.
+quor_add_python_test(install install_test.py ${QUOR_TEST_BUILD} ${PROJECT_VERSION})
+foreach(compiler g++ clang++)
+  foreach(standard 11 20)
+    quor_add_python_test(consumers_${compiler}_cxx${standard} consumers_test.py ${QUOR_TEST_BUILD}
+                         ${compiler} ${standard})
+  endforeach()
+endforeach()
+quor_add_python_test(own_platform own_platform_test.py ${QUOR_TEST_BUILD})
+
+# Minutes: they build everything anew.
+quor_add_python_test(debian_packages debian_packages_test.py ${PROJECT_SOURCE_DIR})
+quor_add_python_test(reproducible reproducible_test.py ${QUOR_TEST_BUILD})
+set_tests_properties(package.debian_packages package.reproducible PROPERTIES
+  LABELS long TIMEOUT 3600 RUN_SERIAL ON)

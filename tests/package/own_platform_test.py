@@ -1,0 +1,60 @@
+"""The example of a host's own platform, built against an installed tree and run in its place.
+
+    own_platform_test.py BUILD CMAKE ROOT [TEST...]
+"""
+import os
+import shutil
+import sys
+import unittest
+
+import installed_tree
+from installed_tree import run
+
+BUILD = CMAKE = ROOT = ""
+
+
+class OwnPlatform(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.directory = installed_tree.temporary_directory(cls)
+        cls.prefix = installed_tree.install_and_move(CMAKE, BUILD, cls.directory)
+        cls.build = os.path.join(cls.directory, "platform")
+        run(CMAKE, "-S", os.path.join(ROOT, "examples", "platform"), "-B", cls.build, "-G", "Ninja",
+            f"-DCMAKE_PREFIX_PATH={cls.prefix}",
+            "-DCMAKE_CXX_FLAGS=-Wall -Wextra -Wpedantic -Werror")
+        run(CMAKE, "--build", cls.build, "-j", "2")
+
+    def run_demo(self, libraries):
+        """The demo's answers, and what it left in the host directory."""
+        host = os.path.join(self.directory, "host")
+        shutil.rmtree(host, ignore_errors=True)
+        os.mkdir(host, 0o755)
+        printed = run(os.path.join(self.build, "demo"),
+                      environment={"LD_LIBRARY_PATH": libraries, "QUOR_HOST_DIR": host})
+        return printed, os.listdir(host)
+
+    def test_libquor_answers_from_it_alike_and_writes_no_file(self):
+        own, own_files = self.run_demo(self.build)
+        installed, installed_files = self.run_demo(installed_tree.library_directory(self.prefix))
+        self.assertIn("by datastore: three copies\n", own)
+        self.assertEqual(own, installed)
+        self.assertEqual(own_files, [])
+        self.assertIn("config-store.cdb", installed_files)
+
+    def test_it_has_every_symbol_that_libquor_takes_from_a_platform(self):
+        def symbols(option, library):
+            lines = run("nm", "-D", option, library).splitlines()
+            return {line.split()[-1].replace("@@", "@") for line in lines if "@QUOR_PLAT" in line or
+                    "@@QUOR_PLAT" in line}
+
+        library = installed_tree.library_directory(self.prefix)
+        wanted = symbols("--undefined-only", os.path.join(library, "libquor.so.1"))
+        self.assertGreater(len(wanted), 30)
+        given = symbols("--defined-only", os.path.join(self.build, "libquor-platform.so.1"))
+        self.assertEqual(wanted - given, set())
+
+
+if __name__ == "__main__":
+    BUILD, CMAKE, ROOT = sys.argv[1:4]
+    del sys.argv[1:4]
+    unittest.main(verbosity=2)

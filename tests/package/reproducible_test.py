@@ -1,0 +1,69 @@
+"""Built again from a copy of the tree, in another directory: the same bytes.
+
+    reproducible_test.py BUILD CMAKE ROOT [TEST...]
+
+BUILD is the build that is compared with, up to date with the tree; its settings are taken over.
+"""
+import os
+import re
+import shutil
+import sys
+import unittest
+
+import installed_tree
+import source_tree
+from installed_tree import run
+
+BUILD = CMAKE = ROOT = ""
+
+SETTINGS = ("CMAKE_BUILD_TYPE", "CMAKE_CXX_COMPILER", "CMAKE_CXX_FLAGS", "CMAKE_INSTALL_LIBDIR",
+            "CMAKE_INSTALL_PREFIX")
+
+
+def settings():
+    """Options for cmake with the values that the build was configured with."""
+    with open(os.path.join(BUILD, "CMakeCache.txt"), encoding="utf-8") as file:
+        cache = dict(re.findall(r"^(\w+):\w+=(.*)$", file.read(), re.MULTILINE))
+    return [f"-D{name}={cache[name]}" for name in SETTINGS]
+
+
+def copy_tree(target):
+    for path in source_tree.files(ROOT):
+        copy = os.path.join(target, path)
+        os.makedirs(os.path.dirname(copy), exist_ok=True)
+        shutil.copy2(os.path.join(ROOT, path), copy)
+
+
+def files_below(prefix):
+    return sorted(os.path.relpath(os.path.join(directory, name), prefix)
+                  for directory, _, names in os.walk(prefix) for name in names)
+
+
+def content(*path):
+    with open(os.path.join(*path), "rb") as file:
+        return file.read()
+
+
+class Reproducible(unittest.TestCase):
+    def test_what_is_installed_is_the_same_wherever_it_is_built(self):
+        directory = installed_tree.temporary_directory(type(self))
+        source = os.path.join(directory, "a directory of another length", "source")
+        build = os.path.join(directory, "b")
+        copy_tree(source)
+        run(CMAKE, "-S", source, "-B", build, "-G", "Ninja", "-DQUOR_TESTS=OFF", *settings())
+        run(CMAKE, "--build", build, timeout=3000)
+
+        first, second = os.path.join(directory, "first"), os.path.join(directory, "second")
+        installed_tree.install(CMAKE, BUILD, first)
+        installed_tree.install(CMAKE, build, second)
+        files = files_below(first)
+        self.assertEqual(files, files_below(second))
+        self.assertIn("bin/quorctl", files)
+        different = [file for file in files if content(first, file) != content(second, file)]
+        self.assertEqual(different, [])
+
+
+if __name__ == "__main__":
+    BUILD, CMAKE, ROOT = sys.argv[1:4]
+    del sys.argv[1:4]
+    unittest.main(verbosity=2)
