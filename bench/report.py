@@ -32,6 +32,7 @@ FLOORS = [
     ("replace", "write the same bytes, fsync, rename, fsync the directory", None),
     ("by_name", "lstat() of the snapshot", None),
     ("list", "copy the vector of policies", None),
+    ("digest", "list everything, MD5 over the same bytes", 1.3),
     ("file_replace", "file: write the same bytes as durably", 2),
     ("file_cold", "file, cold: read and parse it with simdjson", 3),
     ("file_list", "file: copy the vector of policies", None),

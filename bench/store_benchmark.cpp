@@ -8,6 +8,7 @@
 #include "floor.h"
 #include "measurement.h"
 #include "platform/admin.h"
+#include "platform/crypto_hash.h"
 
 namespace Bench {
 
@@ -83,12 +84,37 @@ void RegisterLookupsByDatastore(Contestants& on) {
   });
 }
 
+// As many bytes as the digests are computed over: those of the records, and for each record its
+// digest as text.
+std::string DigestedBytes(const Workload& workload) {
+  std::string bytes;
+  for (const auto& policy : workload.policies) {
+    bytes += policy.name + policy.policyId + policy.description;
+    bytes += std::to_string(policy.generationNumber);
+    for (const auto& [blob, blobNamespace] : policy.blobs)
+      bytes += blobNamespace + blob;
+  }
+  for (const auto& datastore : workload.datastores)
+    bytes += datastore.url + datastore.datastoreNamespace + datastore.defaultPolicyId;
+  bytes.append(32 * (workload.policies.size() + workload.datastores.size()), '0');
+  return bytes;
+}
+
 void RegisterListings(Contestants& on) {
   MeasureLibrary("list/library", on.host, [] { return QuorLib::ListPolicyInfo(); });
   Measure("list/sqlite", [&on] { return on.database.ListPolicies(); });
   Measure("list/sqlite_one_by_one", [&on] { return on.database.ListPoliciesOneByOne(); });
   Measure("list/floor", [&on] { return Policies(on.workload.policies); });
   MeasureLibrary("digest/library", on.host, [] { return QuorLib::GetDbHash(); });
+  Measure(
+      "digest/floor", [&on] { HostPlatform::UseHostDirectory(on.host); },
+      [bytes = DigestedBytes(on.workload)] {
+        benchmark::DoNotOptimize(QuorLib::ListPolicyInfo());
+        benchmark::DoNotOptimize(QuorLib::ListDatastoreInfo());
+        unsigned char digest[kCryptoHashMd5Size];
+        CryptoHash_ComputeMD5(bytes.data(), bytes.size(), digest);
+        return digest[0];
+      });
   Measure("digest/sqlite",
           [&on] { return DbHashOf(on.database.ListPolicies(), on.database.ListDatastores()); });
 }

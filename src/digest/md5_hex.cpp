@@ -14,7 +14,8 @@ std::string Md5Hex(const std::string& text) {
   for (const unsigned char byte : digest) {
     char digits[3] = {};
     Str_Sprintf(digits, sizeof digits, "%02x", static_cast<unsigned>(byte));
-    hex += digits;
+    for (const char* digit = digits; *digit != '\0'; ++digit)
+      hex.push_back(*digit);
   }
   return hex;
 }

@@ -7,6 +7,8 @@
 namespace Brisk::Misc {
 namespace {
 
+constexpr std::size_t kMostFit = 512;  // larger texts are formatted twice
+
 // One va_list is good for one pass; va_end() must run also when a string cannot be allocated.
 class ArgumentList {
  public:
@@ -24,9 +26,12 @@ class ArgumentList {
 };
 
 std::string PrintToString(const char* format, va_list arguments) {
-  const int length = ArgumentList(arguments).Print(nullptr, 0, format);
+  char small[kMostFit];
+  const int length = ArgumentList(arguments).Print(small, sizeof small, format);
   if (length < 0) throw std::invalid_argument(std::string("bad format: ") + format);
-  std::string text(static_cast<std::size_t>(length), '\0');
+  const auto size = static_cast<std::size_t>(length);
+  if (size < sizeof small) return std::string(small, size);
+  std::string text(size, '\0');
   ArgumentList(arguments).Print(text.data(), text.size() + 1, format);
   return text;
 }

@@ -203,9 +203,10 @@ void Session::Write() {
         next.file(),
         WriteDocument(*tree_, present_ ? static_cast<std::size_t>(present_->st_size) : 0),
         next.path());
+    const struct stat written = HostPlatform::Io::StatOf(next.file(), next.path());
     CheckPresent();
     next.Commit();
-    present_ = HostPlatform::Io::StatOf(next.file(), next.path());
+    present_ = written;
   } catch (const HostPlatform::Io::Error& error) {
     RaiseConfigFile(error);
   }
