@@ -15,11 +15,11 @@ namespace {
 constexpr char kStringType = 's';
 constexpr char kIntegerType = 'i';
 
-void AppendLength(std::size_t length, std::string* bytes) {
+void StoreLength(std::size_t length, char* bytes) {
   if (length > std::numeric_limits<std::uint32_t>::max()) {
     throw ConfigStoreException("the configuration store holds no value of 4 GiB or more", kNoSpace);
   }
-  AppendInteger(static_cast<std::uint32_t>(length), bytes);
+  HostPlatform::StoreInteger(static_cast<std::uint32_t>(length), bytes);
 }
 
 constexpr std::size_t kRoomForMoreValues = 120;
@@ -28,10 +28,11 @@ constexpr std::size_t kRoomForMoreValues = 120;
 void AppendHead(char type, std::string_view name, std::size_t dataSize, std::string* bytes) {
   const std::size_t wanted = bytes->size() + kValueHead + name.size() + dataSize;
   if (wanted > bytes->capacity()) bytes->reserve(wanted + kRoomForMoreValues);
-  bytes->push_back(type);
-  AppendLength(name.size(), bytes);
-  AppendLength(dataSize, bytes);
-  bytes->append(name);
+  char head[kValueHead];
+  head[0] = type;
+  StoreLength(name.size(), head + 1);
+  StoreLength(dataSize, head + 5);
+  bytes->append(head, sizeof head).append(name);
 }
 
 // Takes the value of that name away, if there is one.
@@ -59,16 +60,17 @@ std::size_t SizeOf(const ObjectContents& contents) {
 }
 
 void AppendBody(const ObjectContents& contents, std::string* bytes) {
-  AppendLength(contents.values.count, bytes);
-  AppendLength(contents.subObjects.size(), bytes);
-  bytes->append(contents.values.bytes);
+  char head[kBodyHead];
+  StoreLength(contents.values.count, head);
+  StoreLength(contents.subObjects.size(), head + 4);
+  bytes->append(head, sizeof head).append(contents.values.bytes);
   for (const auto& subObject : contents.subObjects) {
     const ObjectContents& sub = *ObjectAccess::Contents(*subObject);
-    AppendLength(sub.name.size(), bytes);
-    AppendLength(sub.instance.size(), bytes);
-    AppendLength(SizeOf(sub), bytes);
-    bytes->append(sub.name);
-    bytes->append(sub.instance);
+    char subHead[kSubObjectHead];
+    StoreLength(sub.name.size(), subHead);
+    StoreLength(sub.instance.size(), subHead + 4);
+    StoreLength(SizeOf(sub), subHead + 8);
+    bytes->append(subHead, sizeof subHead).append(sub.name).append(sub.instance);
     AppendBody(sub, bytes);
   }
 }

@@ -13,6 +13,7 @@ namespace TavConfigStore {
 
 using HostPlatform::AppendInteger;
 using HostPlatform::Checksum;
+using HostPlatform::StoreInteger;
 using namespace SnapshotFormat;
 
 namespace {
@@ -48,13 +49,15 @@ void SnapshotWriter::Add(std::string_view instance, std::string_view body) {
   const std::uint64_t index = 20 * (std::uint64_t{recordCount_} + 1);
   if (position_ + kRecordHead + keySize + dataSize + index > kLargestFile) RaiseFull(path_);
 
-  AppendInteger(static_cast<std::uint32_t>(keySize), &unwritten_);
-  AppendInteger(static_cast<std::uint32_t>(dataSize), &unwritten_);
+  char head[kRecordHead];
+  StoreInteger(static_cast<std::uint32_t>(keySize), head);
+  StoreInteger(static_cast<std::uint32_t>(dataSize), head + 4);
+  char dataHead[kDataHead];
+  dataHead[0] = static_cast<char>(kRecordVersion);
+  StoreInteger(recordCount_, dataHead + 1);
+  unwritten_.append(head, sizeof head);
   const std::size_t start = unwritten_.size();
-  unwritten_.append(kind.name).append(instance);
-  unwritten_.push_back(static_cast<char>(kRecordVersion));
-  AppendInteger(recordCount_, &unwritten_);
-  unwritten_.append(body);
+  unwritten_.append(kind.name).append(instance).append(dataHead, sizeof dataHead).append(body);
   AppendInteger(Checksum(std::string_view(unwritten_).substr(start), keySize), &unwritten_);
 
   const std::uint32_t hash = ContinueHash(kind.hash, instance);

@@ -26,11 +26,20 @@ Integer LoadInteger(const char* bytes) {
 }
 
 template <typename Integer>
+void StoreInteger(Integer value, char* bytes) {
+  if constexpr (std::endian::native == std::endian::little) {
+    std::memcpy(bytes, &value, sizeof value);
+  } else {
+    for (unsigned i = 0; i < sizeof value; ++i) {
+      bytes[i] = static_cast<char>(static_cast<std::uint64_t>(value) >> (8 * i));
+    }
+  }
+}
+
+template <typename Integer>
 void AppendInteger(Integer value, std::string* bytes) {
   char encoded[sizeof value];
-  for (unsigned i = 0; i < sizeof value; ++i) {
-    encoded[i] = static_cast<char>(static_cast<std::uint64_t>(value) >> (8 * i));
-  }
+  StoreInteger(value, encoded);
   bytes->append(encoded, sizeof encoded);
 }
 
