@@ -1,9 +1,9 @@
 # What `cmake --install` puts where, in components:
 #
 #   runtime               the two shared libraries; group and directory of the host
-#   development           public header, package files for CMake and pkg-config
+#   development           public header with its manual page, package files for CMake and pkg-config
 #   platform-development  headers of the platform, for programs that bring or administer one
-#   tools                 quorctl
+#   tools                 quorctl, its manual pages and completions
 #   documentation         texts, examples
 #
 # The prefix may be moved afterwards: every path below it is found relative to the file that names
@@ -19,6 +19,7 @@ endforeach()
 set(QUOR_PLATFORM_INCLUDEDIR ${CMAKE_INSTALL_INCLUDEDIR}/quor-platform)
 set(QUOR_CMAKEDIR ${CMAKE_INSTALL_LIBDIR}/cmake/quor)
 set(QUOR_SYSUSERSDIR lib/sysusers.d CACHE STRING "Directory of the description of the group")
+set(QUOR_ZSHDIR ${CMAKE_INSTALL_DATADIR}/zsh/site-functions CACHE STRING "Directory of zsh's completions")
 set(QUOR_TMPFILESDIR lib/tmpfiles.d CACHE STRING "Directory of the description of /var/lib/quor")
 
 # The path that leads from one directory below the prefix to another.
@@ -53,6 +54,7 @@ install(DIRECTORY include/quor DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT
         FILES_MATCHING PATTERN "*.h")
 install(DIRECTORY platform/include/ DESTINATION ${QUOR_PLATFORM_INCLUDEDIR}
         COMPONENT platform-development FILES_MATCHING PATTERN "*.h")
+install(FILES docs/man/libquor.3 DESTINATION ${CMAKE_INSTALL_MANDIR}/man3 COMPONENT development)
 
 # CMake package. A platform that the host brings is a part of the host's own build, so that there
 # is nothing to be found by others.
@@ -88,10 +90,18 @@ if(TARGET quorctl)
   quor_relative_path(QUOR_BIN_TO_LIB ${CMAKE_INSTALL_BINDIR} ${CMAKE_INSTALL_LIBDIR})
   set_target_properties(quorctl PROPERTIES INSTALL_RPATH "$ORIGIN/${QUOR_BIN_TO_LIB}")
   install(TARGETS quorctl RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
+  foreach(page quor-catalogue.5 quorctl-examples.7 quorctl.8)
+    string(REGEX MATCH "[0-9]$" section ${page})
+    install(FILES docs/man/${page} DESTINATION ${CMAKE_INSTALL_MANDIR}/man${section}
+            COMPONENT tools)
+  endforeach()
+  install(FILES tools/quorctl/completion/quorctl.bash RENAME quorctl
+          DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT tools)
+  install(FILES tools/quorctl/completion/_quorctl DESTINATION ${QUOR_ZSHDIR} COMPONENT tools)
 endif()
 
 install(FILES README.md CHANGELOG.md LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR}
         COMPONENT documentation)
 install(DIRECTORY docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT documentation
-        FILES_MATCHING PATTERN "*.md" PATTERN reference EXCLUDE)
+        FILES_MATCHING PATTERN "*.md" PATTERN reference EXCLUDE PATTERN man EXCLUDE)
 install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation)

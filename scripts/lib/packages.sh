@@ -25,6 +25,8 @@ tests libcdb-dev      second reader of the configuration store's snapshots
 tests abigail-tools   compares the libraries' binary interfaces with the committed ones
 tests doxygen         finds public members without documentation
 tests pkg-config      builds programs against the installed library
+tests groff-base      checks the manual pages
+tests zsh             checks the completion of quorctl in zsh
 reference doxygen     makes the reference of the headers
 packages dpkg-dev     builds the Debian packages
 packages debhelper    rules of the Debian packages

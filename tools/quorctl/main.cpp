@@ -1,4 +1,5 @@
 // quorctl: an operator's way to the host's catalogue.
+#include <optional>
 #include <system_error>
 
 #include "command_line.h"
@@ -6,12 +7,6 @@
 
 namespace Quorctl {
 namespace {
-
-ExitStatus ReportCurrentException() {
-  const Failure failure = DescribeCurrentException();
-  WriteErrorLine(failure.message);
-  return failure.status;
-}
 
 void WriteOutput(const CommandOutput& output) {
   const int error = WriteStandardOutput(output.text);
@@ -21,20 +16,27 @@ void WriteOutput(const CommandOutput& output) {
                          (output.changedHost ? "; the command itself was carried out" : ""));
 }
 
-// What a command found out before it failed is shown too; its exit status is the one that counts.
+// What a command found out before it failed is shown too, and before its error, which often speaks
+// of it; the status of the command is the one that counts.
 ExitStatus RunAndReport(const std::vector<std::string>& words) {
   CommandOutput output;
   ExitStatus status = ExitStatus::kDone;
+  std::optional<Failure> ofCommand;
+  std::optional<Failure> ofWriting;
   try {
     status = CommandLine().Run(words, &output);
   } catch (...) {
-    status = ReportCurrentException();
+    ofCommand = DescribeCurrentException();
+    status = ofCommand->status;
   }
   try {
     WriteOutput(output);
   } catch (...) {
-    const ExitStatus writing = ReportCurrentException();
-    if (status == ExitStatus::kDone) status = writing;
+    ofWriting = DescribeCurrentException();
+    if (status == ExitStatus::kDone) status = ofWriting->status;
+  }
+  for (const auto& failure : {ofCommand, ofWriting}) {
+    if (failure) WriteErrorLine(failure->message);
   }
   return status;
 }

@@ -18,6 +18,7 @@ namespace HostPlatform {
 namespace {
 
 constexpr char kLockName[] = ".lock";
+constexpr char kTemporaryMark[] = ".new-";  // as FileReplacement names them
 constexpr mode_t kFolderMode = 02750;
 constexpr mode_t kFileMode = 0640;
 
@@ -42,7 +43,8 @@ std::uint64_t HighestNumber(const Io::Directory& directory) {
     std::uint64_t number = 0;
     std::from_chars(name.data(), name.data() + name.size(), number);
     highest = std::max(highest, number);
-    if (name.front() == '.' && name != kLockName) unlinkat(directory.get(), name.c_str(), 0);
+    const bool isTemporary = name.front() == '.' && name.find(kTemporaryMark) != std::string::npos;
+    if (isTemporary) unlinkat(directory.get(), name.c_str(), 0);
   }
   return highest;
 }

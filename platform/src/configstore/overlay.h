@@ -28,7 +28,7 @@ class Overlay {
   std::vector<StoredRecord> List(const std::string& kind) const;
 
   // One that is there already is replaced in its place; a new one comes last.
-  void Set(EncodedRecord record);
+  void Set(EncodedRecord encoded);
   void Delete(const std::string& kind, const std::string& instance);
   void DeleteAll(const std::string& kind);
 

@@ -31,7 +31,7 @@ class FailingCalls : public HostTest {
   // Replaces the file with watched calls; the message of what was raised.
   static std::string Replace(PlatformTest::CallHook hook) {
     Watch(std::move(hook));
-    const std::string message = MessageOf([] { Put("key", "new"); });
+    std::string message = MessageOf([] { Put("key", "new"); });
     Stop();
     return message;
   }

@@ -1,0 +1,183 @@
+"""The manual pages: that they are well formed, and say what the program and the library do.
+
+QUOR_MANUAL is the directory of the pages and QUOR_HEADER the public header; both come from the build.
+"""
+import json
+import os
+import re
+import subprocess
+import unittest
+
+from manual_page import ManualPage
+from program_options import commands_of, options_of, statuses_of
+from quorctl_case import DONE, EXAMPLE, QUORCTL, QuorctlCase
+
+MANUAL = os.environ["QUOR_MANUAL"]
+HEADER = os.environ["QUOR_HEADER"]
+
+PAGES = ["libquor.3", "quor-catalogue.5", "quorctl-examples.7", "quorctl.8"]
+FOREIGN = {"fork.2", "sh.1"}  # pages of others that ours refer to
+
+# A watch that ends.
+QUORCTL_IN_EXAMPLES = """#!/bin/sh
+test "$1" != watch || exec timeout --preserve-status -s INT 0.3 "$QUORCTL" "$@"
+exec "$QUORCTL" "$@"
+"""
+
+
+def page(name):
+    return ManualPage(os.path.join(MANUAL, name))
+
+
+class Pages(QuorctlCase):
+    """What holds of each page."""
+
+    def test_ThereAreFour(self):
+        self.assertEqual(sorted(os.listdir(MANUAL)), PAGES)
+
+    def test_TheFormatterHasNothingToComplainOf(self):
+        for name in PAGES:
+            self.assertEqual(page(name).complaints(), "", name)
+
+    def test_TheFormatterComplainsOfAMistake(self):
+        path = self.write("broken.1", ".Dd November 20, 2026\n.Dt BROKEN 1\n.Os\n.Sh NAME\n"
+                                      ".Nm broken\n.Nd page\n.Bl -tag\n.It \\*[nothing]\n")
+        self.assertNotEqual(ManualPage(path).complaints(), "")
+
+    def test_TheirHeadingsAreTheirNames(self):
+        for name in PAGES:
+            title, section = name.rsplit(".", maxsplit=1)
+            self.assertIn(f".Dt {title.upper()} {section}\n", page(name).source)
+
+    def test_TheyReferToPagesThatExist(self):
+        for name in PAGES:
+            references = {f"{title}.{section}" for title, section in
+                          re.findall(r"(?:^\.|\b)Xr (\S+) (\d)", page(name).source, re.MULTILINE)}
+            self.assertGreaterEqual(len(references), 2)
+            self.assertLessEqual(references, {*PAGES, *FOREIGN}, name)
+
+    def test_ExamplesCanBePastedFromATerminal(self):
+        for name in PAGES:
+            shown = page(name).shown()
+            examples = page(name).literal()
+            self.assertGreater(len(examples), 0)
+            for line in "".join(examples).splitlines():
+                self.assertIn(line, shown, name)
+
+    def test_NoOptionIsNamedThatDoesNotExist(self):
+        known = set(options_of(self))
+        for command in commands_of(self):
+            known.update(options_of(self, command))
+        for name in PAGES:
+            named = set(re.findall(r"(?<![\w-])--[a-z][a-z-]*", page(name).shown()))
+            self.assertLessEqual(named, known, name)
+
+
+class Quorctl(QuorctlCase):
+    def setUp(self):
+        super().setUp()
+        self.page = page("quorctl.8")
+
+    def options_in(self, text):
+        """Like options_of(), with the options that the text refers to."""
+        options = ManualPage.options(text)
+        for section in re.findall(r"^\.Sx (.* OPTIONS)\b", text, re.MULTILINE):
+            options.update(ManualPage.options(self.page.section(section)))
+        return options
+
+    def test_CommandsAreThoseOfTheProgram(self):
+        self.assertEqual(list(self.page.subsections("COMMANDS")), list(commands_of(self)))
+
+    def test_OptionsAreThoseOfTheProgram(self):
+        self.assertEqual(ManualPage.options(self.page.section("DESCRIPTION")), options_of(self))
+        for command, text in self.page.subsections("COMMANDS").items():
+            self.assertEqual(self.options_in(text), options_of(self, command), command)
+
+    def test_AnOptionThatIsLeftOutIsNoticed(self):
+        text = self.page.subsections("COMMANDS")["blob"].replace(".It Fl -raw\n", "")
+        self.assertNotEqual(self.options_in(text), options_of(self, "blob"))
+
+    def test_ExitStatusesAreThoseOfTheProgram(self):
+        documented = re.findall(r"^\.It (\d+)$", self.page.section("EXIT STATUS"), re.MULTILINE)
+        self.assertEqual(documented, statuses_of(self))
+
+    def test_LengthOfTheHistoryIsThatOfTheProgram(self):
+        for text in (self.ask("help", "history").text, self.page.subsections("COMMANDS")["history"]):
+            self.assertIn("newest 20", text)
+
+
+class Catalogue(QuorctlCase):
+    def test_ItsExampleIsWhatTheProgramReadsAndWrites(self):
+        [example] = page("quor-catalogue.5").literal()
+        self.ask("apply", "-", given=example.encode())
+        self.assertEqual(self.ask("export").text, example)
+
+    def test_MembersAreThoseOfTheExample(self):
+        the_page = page("quor-catalogue.5")
+        [example] = the_page.literal()
+        members = set(re.findall(r'"(\w+)":', example))
+        self.assertEqual(set(re.findall(r"^\.It Li (\w+)$", the_page.source, re.MULTILINE)), members)
+
+    def test_EveryMemberIsRequired(self):
+        [example] = page("quor-catalogue.5").literal()
+        for member in set(re.findall(r'"(\w+)":', example)):
+            wrong = json.loads(example.replace(f'"{member}":', f'"x{member}":'))
+            result = self.run_quorctl("apply", "-", given=json.dumps(wrong).encode())
+            self.assertIn(member, result.errors)
+            self.assertEqual(result.status, 4)
+
+
+class Examples(QuorctlCase):
+    def test_TheyRunOneAfterTheOther(self):
+        commands = "".join(page("quorctl-examples.7").literal())
+        self.assertGreater(commands.count("quorctl "), 25)
+        with open(EXAMPLE, encoding="utf-8") as file:
+            self.write("catalogue.json", file.read())
+        os.mkdir(os.path.join(self.directory, "bin"))
+        program = self.write("bin/quorctl", QUORCTL_IN_EXAMPLES)
+        os.chmod(program, 0o755)
+        environment = self.environment(
+            QUORCTL=QUORCTL, PATH=os.path.dirname(program) + ":" + os.environ["PATH"])
+        done = subprocess.run(["sh", "-ex"], input=commands, text=True, check=False,
+                              capture_output=True, cwd=self.directory, env=environment)
+        self.assertEqual(done.returncode, DONE, done.stderr)
+        for shown in ("differences: 1", "unchanged", "to be looked at", "would lose something: 1"):
+            self.assertIn(shown, done.stdout.splitlines())
+
+
+class Library(QuorctlCase):
+    def setUp(self):
+        super().setUp()
+        self.page = page("libquor.3")
+        with open(HEADER, encoding="utf-8") as file:
+            self.header = re.sub(r"//.*", "", file.read())
+
+    def declarations(self, text):
+        return {re.sub(r"\s+", " ", found) for found in
+                re.findall(r"static [^;{]*\([^;]*\);", text)}
+
+    def test_DeclarationsAreThoseOfTheHeader(self):
+        self.assertEqual(len(self.declarations(self.header)), 11)
+        self.assertEqual(self.declarations(self.page.literal()[0]), self.declarations(self.header))
+
+    def test_MembersAreThoseOfTheHeader(self):
+        def members(text):
+            return re.findall(r"^  (std::[^;(]*?)(?: = 0)?;", text, re.MULTILINE)
+        self.assertEqual(len(members(self.header)), 8)
+        self.assertEqual(members(self.page.literal()[0]), members(self.header))
+
+    def test_EveryFunctionIsExplained(self):
+        names = re.findall(r"static .* (\w+)\(", self.header)
+        explained = re.findall(r"^\.It Fn (\w+)", self.page.source, re.MULTILINE)
+        self.assertEqual(sorted(explained), sorted(names))
+
+    def test_TheExampleIsAProgram(self):
+        example = self.write("example.cpp", self.page.literal()[-1])
+        include = os.path.dirname(os.path.dirname(HEADER))
+        done = subprocess.run(["g++", "-std=c++11", "-fsyntax-only", "-Wall", "-Wextra", "-Werror",
+                               "-I", include, example], check=False, capture_output=True, text=True)
+        self.assertEqual((done.returncode, done.stderr), (0, ""))
+
+
+if __name__ == "__main__":
+    unittest.main()
