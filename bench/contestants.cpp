@@ -116,9 +116,9 @@ Contestants::Contestants(Workload theWorkload, const std::string& directory)
   CheckLookups(&database, workload);
 }
 
-std::pair<std::string, std::string> DbHashOf(Policies policies, Datastores datastores) {
-  return {TavQuor::Digest::PolicyDbHash(std::move(policies)),
-          TavQuor::Digest::DatastoreDbHash(std::move(datastores))};
+std::pair<std::string, std::string> DbHashOf(const Policies& policies,
+                                             const Datastores& datastores) {
+  return {TavQuor::Digest::PolicyDbHash(policies), TavQuor::Digest::DatastoreDbHash(datastores)};
 }
 
 }  // namespace Bench

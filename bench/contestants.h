@@ -28,7 +28,8 @@ struct Contestants {
 };
 
 // What QuorLib::GetDbHash() answers, of records that another store lists.
-std::pair<std::string, std::string> DbHashOf(Policies policies, Datastores datastores);
+std::pair<std::string, std::string> DbHashOf(const Policies& policies,
+                                             const Datastores& datastores);
 
 }  // namespace Bench
 

@@ -26,46 +26,53 @@ std::string DatastoreText(const QuorDatastoreInfo& datastore) noexcept {
 // The records in order, without moving them: the sort compares and exchanges the pointers just as
 // it would the records, so that those which tie come out as if they had been sorted themselves.
 template <typename Record>
-std::vector<Record*> Sorted(std::vector<Record>* records,
-                            bool (*comesBefore)(const Record&, const Record&)) {
-  std::vector<Record*> sorted;
-  sorted.reserve(records->size());
-  for (Record& record : *records)
-    sorted.push_back(&record);
-  std::sort(sorted.begin(), sorted.end(),
+void Sort(const std::vector<Record>& records, bool (*comesBefore)(const Record&, const Record&),
+          std::vector<const Record*>* sorted) {
+  sorted->clear();
+  sorted->reserve(records.size());
+  for (const Record& record : records)
+    sorted->push_back(&record);
+  std::sort(sorted->begin(), sorted->end(),
             [=](const Record* a, const Record* b) { return comesBefore(*a, *b); });
-  return sorted;
 }
 
-// Puts the text in place of what `text` holds, for its memory.
-void MakePolicyText(QuorPolicyInfo& policy, std::string* text) {
-  text->clear();
-  *text += PolicyHead(policy);
-  std::sort(policy.blobs.begin(), policy.blobs.end(), BlobComesBefore);
-  for (const auto& [blob, blobNamespace] : policy.blobs) {
-    *text += blobNamespace;
-    *text += blob;
+// The text of one policy after the other, in the same memory.
+class PolicyText {
+ public:
+  const std::string& Of(const QuorPolicyInfo& policy) {
+    text_.clear();
+    text_ += PolicyHead(policy);
+    Sort(policy.blobs, BlobComesBefore, &blobs_);
+    for (const auto* pair : blobs_) {
+      text_ += pair->second;
+      text_ += pair->first;
+    }
+    return text_;
   }
-}
+
+ private:
+  std::string text_;
+  std::vector<const std::pair<std::string, std::string>*> blobs_;
+};
 
 }  // namespace
 
-std::string PolicyDbHash(std::vector<QuorPolicyInfo> policies) {
-  const auto sorted = Sorted(&policies, PolicyComesBefore);
+std::string PolicyDbHash(const std::vector<QuorPolicyInfo>& policies) {
+  std::vector<const QuorPolicyInfo*> sorted;
+  Sort(policies, PolicyComesBefore, &sorted);
   std::string digests;
-  digests.reserve(kDigestSize * policies.size());
-  std::string text;
-  for (QuorPolicyInfo* policy : sorted) {
-    MakePolicyText(*policy, &text);
-    digests += Md5Hex(text);
-  }
+  digests.reserve(kDigestSize * sorted.size());
+  PolicyText text;
+  for (const QuorPolicyInfo* policy : sorted)
+    digests += Md5Hex(text.Of(*policy));
   return Md5Hex(digests);
 }
 
-std::string DatastoreDbHash(std::vector<QuorDatastoreInfo> datastores) {
-  const auto sorted = Sorted(&datastores, DatastoreComesBefore);
+std::string DatastoreDbHash(const std::vector<QuorDatastoreInfo>& datastores) {
+  std::vector<const QuorDatastoreInfo*> sorted;
+  Sort(datastores, DatastoreComesBefore, &sorted);
   std::string digests;
-  digests.reserve(kDigestSize * datastores.size());
+  digests.reserve(kDigestSize * sorted.size());
   for (const QuorDatastoreInfo* datastore : sorted)
     digests += Md5Hex(DatastoreText(*datastore));
   return Md5Hex(digests);

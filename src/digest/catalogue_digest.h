@@ -20,8 +20,8 @@ namespace TavQuor::Digest {
 
 // The digest of the listed records; empty when there are none. Memory that runs out while a
 // record's text is formatted ends the process.
-std::string PolicyDbHash(std::vector<QuorPolicyInfo> policies);
-std::string DatastoreDbHash(std::vector<QuorDatastoreInfo> datastores);
+std::string PolicyDbHash(const std::vector<QuorPolicyInfo>& policies);
+std::string DatastoreDbHash(const std::vector<QuorDatastoreInfo>& datastores);
 
 }  // namespace TavQuor::Digest
 

@@ -1,5 +1,7 @@
 #include "digest/md5_hex.h"
 
+#include <cstring>
+
 #include "platform/crypto_hash.h"
 #include "platform/str.h"
 
@@ -14,8 +16,7 @@ std::string Md5Hex(const std::string& text) {
   for (const unsigned char byte : digest) {
     char digits[3] = {};
     Str_Sprintf(digits, sizeof digits, "%02x", static_cast<unsigned>(byte));
-    for (const char* digit = digits; *digit != '\0'; ++digit)
-      hex.push_back(*digit);
+    hex.append(digits, digits[1] != '\0' ? 2 : std::strlen(digits));
   }
   return hex;
 }

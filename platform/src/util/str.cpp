@@ -8,10 +8,8 @@ namespace {
 constexpr char kDigits[] = "0123456789abcdef";
 
 bool IsByteFormat(const char* format) {
-  for (const char* wanted = "%02x"; *format == *wanted; ++format, ++wanted) {
-    if (*wanted == '\0') return true;
-  }
-  return false;
+  return format[0] == '%' && format[1] == '0' && format[2] == '2' && format[3] == 'x' &&
+         format[4] == '\0';
 }
 
 }  // namespace
