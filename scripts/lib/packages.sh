@@ -1,7 +1,7 @@
 # shellcheck shell=bash
 # The Debian packages that the scripts need, and their installation. To be sourced by bash.
 #
-#   ensure_packages GROUP...     groups: build tests reference packages lint bench
+#   ensure_packages GROUP...     groups: build tests reference packages lint fuzz bench
 #
 # Nothing is run but a look into dpkg's database when all packages are there.
 
@@ -36,6 +36,8 @@ lint  clang           parses for clang-tidy
 lint  clang-format    layout of the sources
 lint  clang-tidy      static checks of the sources
 lint  shellcheck      static checks of the scripts
+fuzz  clang-14         compiler of the fuzz targets
+fuzz  libclang-rt-14-dev libFuzzer and the sanitizers of clang
 bench python3         prints the table of the results
 bench valgrind        counts instructions
 bench libbenchmark-dev benchmark framework

@@ -19,7 +19,7 @@ STAND_INS = {
     "sudo": _LOG + '[[ ${SUDO_WORKS-} ]] || exit 1\n[[ $1 != -n ]] || shift\nexec "$@"\n',
     "id": '#!/bin/bash\necho "$USER_ID"\n',
 }
-GROUPS = ["build", "tests", "reference", "packages", "lint", "bench"]
+GROUPS = ["build", "tests", "reference", "packages", "lint", "fuzz", "bench"]
 
 
 class Packages(unittest.TestCase):

@@ -2,7 +2,9 @@
 
 #include <fcntl.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <iterator>
 
 #include "configstore/failure.h"
 #include "configstore/record_codec.h"
@@ -111,11 +113,27 @@ void Snapshot::ReadDirectory(std::string_view directory, std::uint32_t kindCount
     kind.parts = DecodeKind(kind.name);
     if (!kind.parts.ok) RaiseCorrupt(path_, "its directory names no kind of objects");
     kind.positions = take(std::uint64_t{4} * kind.count).data();
+    if (kind.count == 0) RaiseCorrupt(path_, "its directory names a kind without records");
     recordCount_ += kind.count;  // cannot overflow: each counted record took 4 bytes of the file
     kinds_.push_back(kind);
   }
   if (!directory.empty()) RaiseCorrupt(path_, "its directory is too long");
+  CheckOrder();
   bodies_ = std::make_unique<std::atomic<std::uint64_t>[]>(recordCount_);
+}
+
+// Records stand in the order of their numbers. With that none overlaps another, and what it costs
+// to read all of them is bounded by the size of the file, whoever made it.
+void Snapshot::CheckOrder() const {
+  std::uint32_t before = 0;
+  for (const Kind& kind : kinds_) {
+    for (std::uint32_t i = 0; i < kind.count; ++i) {
+      const std::uint32_t position = LoadLength(kind.positions + 4 * std::size_t{i});
+      if (position <= before)
+        RaiseCorrupt(path_, "its directory is not in the order of the records");
+      before = position;
+    }
+  }
 }
 
 std::string_view Snapshot::Bytes(std::uint64_t position, std::uint64_t size) const {
@@ -142,17 +160,36 @@ const Snapshot::Kind* Snapshot::FindKind(const ConfigStoreObjectId& id) const {
   return nullptr;
 }
 
+// There is such a number.
 Snapshot::Location Snapshot::Locate(std::uint32_t number) const {
-  for (const Kind& kind : kinds_) {
-    const std::uint32_t index = number - kind.first;
-    if (index < kind.count) return {&kind, LoadLength(kind.positions + 4 * std::size_t{index})};
+  const auto after =
+      std::upper_bound(kinds_.begin(), kinds_.end(), number,
+                       [](std::uint32_t n, const Kind& kind) { return n < kind.first; });
+  const Kind& kind = *std::prev(after);
+  return {&kind, LoadLength(kind.positions + 4 * std::size_t{number - kind.first})};
+}
+
+std::uint32_t Snapshot::EndOf(std::uint32_t number) const {
+  return number + 1 == recordCount_ ? recordsEnd_ : Locate(number + 1).position;
+}
+
+// The number of the record that starts there; recordCount_ when none does.
+std::uint32_t Snapshot::NumberOf(std::uint32_t position) const {
+  std::uint32_t low = 0;
+  for (std::uint32_t high = recordCount_; low < high;) {
+    const std::uint32_t middle = low + (high - low) / 2;
+    if (Locate(middle).position < position) {
+      low = middle + 1;
+    } else {
+      high = middle;
+    }
   }
-  RaiseCorrupt(path_, "record " + std::to_string(number) + " is not in its directory");
+  return low < recordCount_ && Locate(low).position == position ? low : recordCount_;
 }
 
 RecordSource::Record Snapshot::Read(std::uint32_t number) const {
   const Location location = Locate(number);
-  const Record record = ReadAt(location);
+  const Record record = ReadAt(location, EndOf(number));
   if (bodies_[number].load(std::memory_order_relaxed) == 0) {
     Verify(number, location, record);
     const auto start = static_cast<std::uint64_t>(record.body.data() - file_.data());
@@ -167,13 +204,13 @@ std::string_view Snapshot::Body(std::uint32_t number) const {
 }
 
 // Only lengths are checked here; what they enclose is only good once Verify() has said so.
-RecordSource::Record Snapshot::ReadAt(const Location& location) const {
+RecordSource::Record Snapshot::ReadAt(const Location& location, std::uint32_t end) const {
   const std::string_view head = Bytes(location.position, kRecordHead);
   const std::uint64_t keySize = LoadLength(head.data());
   const std::uint64_t dataSize = LoadLength(head.data() + 4);
   const std::uint64_t start = std::uint64_t{location.position} + kRecordHead;
   const std::string_view kind = location.kind->name;
-  if (start + keySize + dataSize > recordsEnd_ || keySize < kind.size() ||
+  if (start + keySize + dataSize > end || keySize < kind.size() ||
       dataSize < kDataHead + kChecksumSize) {
     RaiseCorrupt(path_, "the lengths of the record at byte " + std::to_string(location.position) +
                             " are wrong");
@@ -244,9 +281,8 @@ std::optional<std::uint32_t> Snapshot::NumberAt(std::uint32_t position, const Ki
 void Snapshot::RaiseIfDamaged(std::uint32_t hash) const {
   KeyIndexSearch search = Search(hash);
   while (const std::uint32_t position = search.Next()) {
-    for (std::uint32_t number = 0; number < recordCount_; ++number) {
-      if (Locate(number).position == position) Read(number);
-    }
+    const std::uint32_t number = NumberOf(position);
+    if (number < recordCount_) Read(number);
   }
 }
 

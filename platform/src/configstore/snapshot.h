@@ -78,8 +78,11 @@ class Snapshot final : public RecordSource {
   void CheckFooter();
   void ReadDirectory(std::string_view directory, std::uint32_t kindCount);
   std::string_view Bytes(std::uint64_t position, std::uint64_t size) const;
+  void CheckOrder() const;
   Location Locate(std::uint32_t number) const;
-  Record ReadAt(const Location& location) const;
+  std::uint32_t EndOf(std::uint32_t number) const;
+  std::uint32_t NumberOf(std::uint32_t position) const;
+  Record ReadAt(const Location& location, std::uint32_t end) const;
   void Verify(std::uint32_t number, const Location& location, const Record& record) const;
   KeyIndexSearch Search(std::uint32_t hash) const;
   std::optional<std::uint32_t> NumberAt(std::uint32_t position, const Kind& kind,

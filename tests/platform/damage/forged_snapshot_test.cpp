@@ -94,25 +94,20 @@ TEST_F(ForgedSnapshot, WithWrongLengthsInItsDirectoryIsRefused) {
   }
 }
 
-TEST_F(ForgedSnapshot, WithWrongPositionsOfRecordsRaisesWhereTheyAreRead) {
+TEST_F(ForgedSnapshot, WithWrongPositionsOfRecordsRaisesWhereTheyAreReadOrIsRefused) {
   const std::size_t firstPosition = forgery_.directory() + 8 + forgery_.Get32(forgery_.directory());
   ASSERT_EQ(forgery_.Get32(firstPosition), 2048U);
-  const std::uint32_t positions[] = {0,
-                                     1,
-                                     2047,
-                                     2049,
-                                     static_cast<std::uint32_t>(forgery_.records()[1].position),
-                                     static_cast<std::uint32_t>(forgery_.tables()),
-                                     static_cast<std::uint32_t>(forgery_.tables() - 8),
-                                     static_cast<std::uint32_t>(forgery_.footer()),
-                                     static_cast<std::uint32_t>(bytes_.size() - 1),
-                                     static_cast<std::uint32_t>(bytes_.size()),
-                                     0x80000000U,
-                                     kHuge - 7,
-                                     kHuge};
-  for (const std::uint32_t position : positions) {
+  for (const std::uint32_t position : {1U, 2047U, 2049U}) {
     forgery_.Set32(firstPosition, position);
     ExpectFirstRecordRefused();
+  }
+  // Behind the second record: out of order.
+  for (const std::size_t position :
+       {forgery_.records()[1].position, forgery_.tables(), forgery_.tables() - 8, forgery_.footer(),
+        bytes_.size() - 1, bytes_.size(), std::size_t{0x80000000U}, std::size_t{kHuge - 7},
+        std::size_t{kHuge}, std::size_t{0}}) {
+    forgery_.Set32(firstPosition, static_cast<std::uint32_t>(position));
+    ExpectRefused();
   }
 }
 
@@ -195,6 +190,27 @@ TEST_F(ForgedSnapshot, WithSubObjectsWithinASubObjectRaisesWhereItIsRead) {
     forgery_.Set32(part + 4, count);
     ExpectFirstRecordRefused();
   }
+}
+
+// Overlapping records would be checked over and over: reading a file of some megabytes could take
+// hours.
+TEST_F(ForgedSnapshot, WithRecordsOutOfOrderOrInOnePlaceIsRefused) {
+  const std::size_t positions = forgery_.directory() + 8 + forgery_.Get32(forgery_.directory());
+  const std::uint32_t first = forgery_.Get32(positions);
+  const std::uint32_t second = forgery_.Get32(positions + 4);
+  forgery_.Set32(positions + 4, first);
+  ExpectRefused();
+  forgery_.Set32(positions, second);
+  ExpectRefused();
+  forgery_.Set32(positions, second);
+  forgery_.Set32(positions + 4, first);
+  ExpectRefused();
+}
+
+TEST_F(ForgedSnapshot, WithARecordThatReachesIntoTheNextOneRefusesThatRecord) {
+  const std::size_t head = forgery_.records()[0].position;
+  forgery_.Set32(head + 4, forgery_.Get32(head + 4) + 1);
+  ExpectFirstRecordRefused();
 }
 
 TEST_F(ForgedSnapshot, WithHostileHashTablesRaisesOrAnswersButDoesNotReadOutside) {

@@ -1,0 +1,73 @@
+// Any words as command line of quorctl: it is understood or refused as a usage error. The commands
+// declare their options as ever, but do nothing when they are run.
+#include <algorithm>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "command_line.h"
+#include "command_table.h"
+#include "expect.h"
+
+namespace Quorctl {
+namespace {
+
+class IdleCommand : public Command {
+ public:
+  explicit IdleCommand(std::unique_ptr<Command> command) : command_(std::move(command)) {}
+
+  const CommandInfo& Info() const override { return command_->Info(); }
+  void Declare(CLI::App& verb) override { command_->Declare(verb); }
+  ExitStatus Run(CommandOutput* /*output*/) override { return ExitStatus::kDone; }
+
+ private:
+  std::unique_ptr<Command> command_;
+};
+
+}  // namespace
+
+// In the place of the tool's own table.
+CommandTable MakeCommandTable() {
+  CommandTable table;
+  for (const auto make :
+       {MakeStatusCommand, MakeListCommand, MakeGetCommand, MakeBlobCommand, MakeDigestCommand,
+        MakeWatchCommand, MakeExportCommand, MakeDiffCommand, MakeCheckCommand, MakeApplyCommand,
+        MakeResetCommand, MakeHistoryCommand, MakeRestoreCommand, MakeSwitchCommand,
+        MakeMigrateCommand, MakeHelpCommand}) {
+    table.push_back(std::make_unique<IdleCommand>(make()));
+  }
+  return table;
+}
+
+}  // namespace Quorctl
+
+namespace {
+
+// The words as main() gets them: each ends where the system's would, at a NUL, or at a line feed,
+// which makes the seeds readable.
+std::vector<std::string> Words(std::string_view text) {
+  std::vector<std::string> words;
+  while (!text.empty()) {
+    const std::size_t end = std::min(text.find_first_of(std::string_view("\n\0", 2)), text.size());
+    words.emplace_back(text.substr(0, end));
+    text.remove_prefix(std::min(end + 1, text.size()));
+  }
+  return words;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size) {
+  static Quorctl::CommandLine commandLine;  // making one takes longer than all the rest
+  Quorctl::CommandOutput output;
+  try {
+    const Quorctl::ExitStatus status =
+        commandLine.Run(Words({reinterpret_cast<const char*>(data), size}), &output);
+    Fuzz::Expect(status == Quorctl::ExitStatus::kDone, "what is understood is done");
+  } catch (const Quorctl::UsageError&) {
+    Fuzz::Expect(output.text.empty(), "nothing is shown for what is not understood");
+  }
+  return 0;
+}
