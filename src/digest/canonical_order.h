@@ -1,7 +1,8 @@
 // The orders in which the digest walks records, whatever order a store lists them in.
 //
-// Each compares one key only, as unsigned bytes, a shorter key before a longer one that starts with
-// it. Records that tie on the key stay in the order that the unstable sort leaves them in.
+// Each goes by one key only, compared as unsigned bytes, a shorter key before a longer one that
+// starts with it. Records that tie on the key stay in the order that the unstable sort leaves them
+// in.
 #ifndef SRC_DIGEST_CANONICAL_ORDER_H_
 #define SRC_DIGEST_CANONICAL_ORDER_H_
 
@@ -12,18 +13,22 @@
 
 namespace TavQuor::Digest {
 
-inline bool PolicyComesBefore(const QuorPolicyInfo& a, const QuorPolicyInfo& b) {
-  return a.policyId < b.policyId;
+inline const std::string& KeyOf(const QuorPolicyInfo& policy) {
+  return policy.policyId;
 }
 
-// Of two (blob, namespace) pairs, by the namespace.
-inline bool BlobComesBefore(const std::pair<std::string, std::string>& a,
-                            const std::pair<std::string, std::string>& b) {
-  return a.second < b.second;
+// Of a (blob, namespace) pair.
+inline const std::string& KeyOf(const std::pair<std::string, std::string>& pair) {
+  return pair.second;
 }
 
-inline bool DatastoreComesBefore(const QuorDatastoreInfo& a, const QuorDatastoreInfo& b) {
-  return a.url < b.url;
+inline const std::string& KeyOf(const QuorDatastoreInfo& datastore) {
+  return datastore.url;
+}
+
+template <typename Record>
+bool ComesBefore(const Record& a, const Record& b) {
+  return KeyOf(a) < KeyOf(b);
 }
 
 }  // namespace TavQuor::Digest

@@ -1,6 +1,8 @@
 #include "digest/catalogue_digest.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <utility>
 
 #include "brisk/format.h"
 #include "digest/canonical_order.h"
@@ -23,17 +25,32 @@ std::string DatastoreText(const QuorDatastoreInfo& datastore) noexcept {
                              datastore.defaultPolicyId);
 }
 
-// The records in order, without moving them: the sort compares and exchanges the pointers just as
-// it would the records, so that those which tie come out as if they had been sorted themselves.
+// A record and how its key begins, as a number that orders like the bytes.
 template <typename Record>
-void Sort(const std::vector<Record>& records, bool (*comesBefore)(const Record&, const Record&),
-          std::vector<const Record*>* sorted) {
+struct Place {
+  std::uint64_t start;
+  const Record* record;
+};
+
+std::uint64_t StartOf(const std::string& key) {
+  std::uint64_t start = 0;
+  for (std::size_t i = 0; i < sizeof start; ++i)
+    start = start << 8 | (i < key.size() ? static_cast<unsigned char>(key[i]) : 0U);
+  return start;
+}
+
+// The records in order, without moving them and mostly without looking at them: the sort compares
+// and exchanges their places just as it would the records, so that those which tie come out as if
+// they had been sorted themselves.
+template <typename Record>
+void Sort(const std::vector<Record>& records, std::vector<Place<Record>>* sorted) {
   sorted->clear();
   sorted->reserve(records.size());
   for (const Record& record : records)
-    sorted->push_back(&record);
-  std::sort(sorted->begin(), sorted->end(),
-            [=](const Record* a, const Record* b) { return comesBefore(*a, *b); });
+    sorted->push_back({StartOf(KeyOf(record)), &record});
+  std::sort(sorted->begin(), sorted->end(), [](const auto& a, const auto& b) {
+    return a.start != b.start ? a.start < b.start : ComesBefore(*a.record, *b.record);
+  });
 }
 
 // The text of one policy after the other, in the same memory.
@@ -42,39 +59,40 @@ class PolicyText {
   const std::string& Of(const QuorPolicyInfo& policy) {
     text_.clear();
     text_ += PolicyHead(policy);
-    Sort(policy.blobs, BlobComesBefore, &blobs_);
-    for (const auto* pair : blobs_) {
-      text_ += pair->second;
-      text_ += pair->first;
+    Sort(policy.blobs, &blobs_);
+    for (const auto& place : blobs_) {
+      const auto& [blob, blobNamespace] = *place.record;
+      text_ += blobNamespace;
+      text_ += blob;
     }
     return text_;
   }
 
  private:
   std::string text_;
-  std::vector<const std::pair<std::string, std::string>*> blobs_;
+  std::vector<Place<std::pair<std::string, std::string>>> blobs_;
 };
 
 }  // namespace
 
 std::string PolicyDbHash(const std::vector<QuorPolicyInfo>& policies) {
-  std::vector<const QuorPolicyInfo*> sorted;
-  Sort(policies, PolicyComesBefore, &sorted);
+  std::vector<Place<QuorPolicyInfo>> sorted;
+  Sort(policies, &sorted);
   std::string digests;
   digests.reserve(kDigestSize * sorted.size());
   PolicyText text;
-  for (const QuorPolicyInfo* policy : sorted)
-    digests += Md5Hex(text.Of(*policy));
+  for (const auto& place : sorted)
+    digests += Md5Hex(text.Of(*place.record));
   return Md5Hex(digests);
 }
 
 std::string DatastoreDbHash(const std::vector<QuorDatastoreInfo>& datastores) {
-  std::vector<const QuorDatastoreInfo*> sorted;
-  Sort(datastores, DatastoreComesBefore, &sorted);
+  std::vector<Place<QuorDatastoreInfo>> sorted;
+  Sort(datastores, &sorted);
   std::string digests;
   digests.reserve(kDigestSize * sorted.size());
-  for (const QuorDatastoreInfo* datastore : sorted)
-    digests += Md5Hex(DatastoreText(*datastore));
+  for (const auto& place : sorted)
+    digests += Md5Hex(DatastoreText(*place.record));
   return Md5Hex(digests);
 }
 

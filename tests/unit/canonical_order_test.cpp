@@ -8,9 +8,7 @@
 namespace QuorTest {
 namespace {
 
-using TavQuor::Digest::BlobComesBefore;
-using TavQuor::Digest::DatastoreComesBefore;
-using TavQuor::Digest::PolicyComesBefore;
+using TavQuor::Digest::ComesBefore;
 
 // Keys in ascending order; every one is less than all that follow it.
 const std::vector<std::string> kAscendingKeys = {"",
@@ -53,20 +51,21 @@ void ExpectOrderByKeyOnly(Order<Record> comesBefore,
 
 TEST(CanonicalOrder, PoliciesAreOrderedByIdentifierOnly) {
   ExpectOrderByKeyOnly<TavQuor::QuorPolicyInfo>(
-      &PolicyComesBefore, [](const std::string& key, const std::string& other) {
+      &ComesBefore<TavQuor::QuorPolicyInfo>, [](const std::string& key, const std::string& other) {
         return Policy(other, key, other, other == "x" ? 1 : 2, {{other, other}});
       });
 }
 
 TEST(CanonicalOrder, BlobsAreOrderedByNamespaceOnly) {
   ExpectOrderByKeyOnly<std::pair<std::string, std::string>>(
-      &BlobComesBefore,
+      &ComesBefore<std::pair<std::string, std::string>>,
       [](const std::string& key, const std::string& other) { return std::make_pair(other, key); });
 }
 
 TEST(CanonicalOrder, DatastoresAreOrderedByUrlOnly) {
   ExpectOrderByKeyOnly<TavQuor::QuorDatastoreInfo>(
-      &DatastoreComesBefore, [](const std::string& key, const std::string& other) {
+      &ComesBefore<TavQuor::QuorDatastoreInfo>,
+      [](const std::string& key, const std::string& other) {
         return Datastore(key, other, other);
       });
 }

@@ -1,13 +1,16 @@
 #include "brisk/format.h"
 
+#include <charconv>
 #include <cstdarg>
 #include <cstdio>
+#include <iterator>
+#include <limits>
 #include <stdexcept>
 
 namespace Brisk::Misc {
 namespace {
 
-constexpr std::size_t kMostFit = 512;  // larger texts are formatted twice
+constexpr std::size_t kUsualSize = 200;
 
 // One va_list is good for one pass; va_end() must run also when a string cannot be allocated.
 class ArgumentList {
@@ -21,17 +24,40 @@ class ArgumentList {
     return std::vsnprintf(buffer, size, format, arguments_);
   }
 
+  // Formats what has no directives but %s and %ld, several times as fast as the C library does.
+  // False, with `text` of no use, for everything else.
+  bool PrintPlain(const char* format, std::string* text) {
+    for (const char* at = format; *at != '\0'; ++at) {
+      if (*at != '%') {
+        text->push_back(*at);
+      } else if (at[1] == 's') {
+        const char* const string = va_arg(arguments_, const char*);
+        if (string == nullptr) return false;
+        text->append(string);
+        ++at;
+      } else if (at[1] == 'l' && at[2] == 'd') {
+        char digits[std::numeric_limits<long>::digits10 + 2];
+        const auto end = std::to_chars(digits, std::end(digits), va_arg(arguments_, long)).ptr;
+        text->append(digits, end);
+        at += 2;
+      } else {
+        return false;
+      }
+    }
+    return true;
+  }
+
  private:
   va_list arguments_;
 };
 
 std::string PrintToString(const char* format, va_list arguments) {
-  char small[kMostFit];
-  const int length = ArgumentList(arguments).Print(small, sizeof small, format);
+  std::string text;
+  text.reserve(kUsualSize);
+  if (ArgumentList(arguments).PrintPlain(format, &text)) return text;
+  const int length = ArgumentList(arguments).Print(nullptr, 0, format);
   if (length < 0) throw std::invalid_argument(std::string("bad format: ") + format);
-  const auto size = static_cast<std::size_t>(length);
-  if (size < sizeof small) return std::string(small, size);
-  std::string text(size, '\0');
+  text.assign(static_cast<std::size_t>(length), '\0');
   ArgumentList(arguments).Print(text.data(), text.size() + 1, format);
   return text;
 }

@@ -3,6 +3,7 @@
 
 #include <clocale>
 #include <cstring>
+#include <limits>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -58,6 +59,16 @@ TEST(StrPrintf, FormatsLikePrintf) {
   EXPECT_EQ(StrPrintf("%d %s %05.2f %%", -1, "two", 3.14159), "-1 two 03.14 %");
   EXPECT_EQ(StrPrintf("%s", ""), "");
   EXPECT_EQ(StrPrintf("%lld", 9'223'372'036'854'775'807LL), "9223372036854775807");
+}
+
+// These two directives are formatted without the C library.
+TEST(StrPrintf, FormatsTextsAndLongNumbersLikePrintf) {
+  EXPECT_EQ(StrPrintf("%s%s%s%ld", "a", "", "c", -5L), "ac-5");
+  EXPECT_EQ(StrPrintf("<%ld>", 0L), "<0>");
+  EXPECT_EQ(StrPrintf("%ld", std::numeric_limits<long>::min()), "-9223372036854775808");
+  EXPECT_EQ(StrPrintf("%ld", std::numeric_limits<long>::max()), "9223372036854775807");
+  EXPECT_EQ(StrPrintf("%s %d%% %ld", "half", 50, 7L), "half 50% 7");
+  EXPECT_EQ(StrPrintf("%ld %5s|%-5s|", 1L, "r", "l"), "1     r|l    |");
 }
 
 TEST(StrPrintf, KeepsNulsThatAreFormattedIn) {
