@@ -5,7 +5,8 @@
 //               u8 version, u32 number, body (record_codec.h), u64 checksum over the key and the
 //               data before it
 //   directory   for each kind: u32 length of its name, u32 number of records, name, u32 position of
-//               each record, in the order of first write; numbers count on from kind to kind
+//               each record, in the order of first write; numbers count on from kind to kind, and
+//               positions rise with them; no kind is without records
 //   footer      u64 magic, u32 version, u32 number of kinds, u64 start of the hash tables,
 //               u64 start of the directory, u64 size of the file, u64 checksum over the table and
 //               everything from the hash tables up to here
