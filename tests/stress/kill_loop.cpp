@@ -12,7 +12,6 @@
 #include <array>
 #include <atomic>
 #include <cerrno>
-#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <cstring>
@@ -24,10 +23,10 @@
 #include <system_error>
 #include <utility>
 
-#include "arguments.h"
 #include "numbered_state.h"
 #include "place.h"
 #include "platform/admin.h"
+#include "stress_program.h"
 #include "support/random.h"
 #include "support/shared.h"
 #include "support/temporary_directory.h"
@@ -206,28 +205,9 @@ class KillLoop {
   int duringACommit_ = 0;
 };
 
-int Run(const Arguments& arguments) {
-  const auto start = std::chrono::steady_clock::now();
-  KillLoop loop(arguments);
-  std::string failure;
-  try {
-    loop.Run();
-  } catch (const std::exception& exception) {
-    failure = exception.what();
-  }
-  loop.Print(std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
-  if (!failure.empty()) std::printf("FAILED: %s\n", failure.c_str());
-  return failure.empty() ? 0 : 1;
-}
-
 }  // namespace
 }  // namespace StressTest
 
 int main(int argc, char** argv) {
-  try {
-    return StressTest::Run(StressTest::ReadArguments(argc, argv, "--kills"));
-  } catch (const std::exception& exception) {
-    std::fprintf(stderr, "kill_loop: %s\n", exception.what());
-    return 2;
-  }
+  return StressTest::RunProgram<StressTest::KillLoop>(argc, argv, "--kills");
 }

@@ -5,7 +5,6 @@
 //
 // The old state or the new one is there, whole; once the commit has returned, the new one; and the
 // next commit works. That a missing flush would be noticed is tried first.
-#include <chrono>
 #include <cstdio>
 #include <exception>
 #include <filesystem>
@@ -15,12 +14,12 @@
 #include <unordered_set>
 #include <vector>
 
-#include "arguments.h"
 #include "disk.h"
 #include "numbered_state.h"
 #include "place.h"
 #include "platform/admin.h"
 #include "recorded_calls.h"
+#include "stress_program.h"
 #include "support/random.h"
 #include "support/temporary_directory.h"
 
@@ -217,28 +216,9 @@ class PowerLoss {
   int triesWithoutDirectoryFlush_ = 0;
 };
 
-int Run(const Arguments& arguments) {
-  const auto start = std::chrono::steady_clock::now();
-  PowerLoss test(arguments);
-  std::string failure;
-  try {
-    test.Run();
-  } catch (const std::exception& exception) {
-    failure = exception.what();
-  }
-  test.Print(std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
-  if (!failure.empty()) std::printf("FAILED: %s\n", failure.c_str());
-  return failure.empty() ? 0 : 1;
-}
-
 }  // namespace
 }  // namespace StressTest
 
 int main(int argc, char** argv) {
-  try {
-    return StressTest::Run(StressTest::ReadArguments(argc, argv, "--states"));
-  } catch (const std::exception& exception) {
-    std::fprintf(stderr, "power_loss: %s\n", exception.what());
-    return 2;
-  }
+  return StressTest::RunProgram<StressTest::PowerLoss>(argc, argv, "--states");
 }
