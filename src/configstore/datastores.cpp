@@ -11,9 +11,7 @@ using TavConfigStore::ConfigStoreObjectId;
 namespace {
 
 void WriteDatastore(const StorePtr& store, const QuorDatastoreInfo& datastore) {
-  ConfigStoreObjectId id = DatastoreObjectId();
-  id.instance = datastore.url;
-  const auto object = std::make_shared<ConfigStoreObject>(id);
+  const auto object = std::make_shared<ConfigStoreObject>(DatastoreObjectId(datastore.url));
   object->SetValue(kUrl, datastore.url);
   object->SetValue(kDatastoreNamespace, datastore.datastoreNamespace);
   object->SetValue(kDefaultPolicyId, datastore.defaultPolicyId);
@@ -32,9 +30,7 @@ std::string ReadDatastoreValue(const std::string& url, const char* key) {
   std::string value;
   if (url.empty()) return value;
   const StorePtr store = OpenStore();
-  ConfigStoreObjectId id = DatastoreObjectId();
-  id.instance = url;
-  const auto object = store->GetObject(id);
+  const auto object = store->GetObject(DatastoreObjectId(url));
   if (object) object->GetValue(key, &value);
   return value;
 }

@@ -11,6 +11,8 @@
 #ifndef SRC_CONFIGSTORE_KEYS_H_
 #define SRC_CONFIGSTORE_KEYS_H_
 
+#include <string>
+
 #include "tavconfigstore/object_id.h"
 
 namespace TavQuor::ConfigStoreBackend {
@@ -30,12 +32,14 @@ inline constexpr char kDatastoreNamespace[] = "datastore_namespace";
 inline constexpr char kUrl[] = "url";
 inline constexpr char kDefaultPolicyId[] = "drp_policy_id";
 
-// The identifier of all policies or of all datastores; with an instance assigned, of one.
-inline TavConfigStore::ConfigStoreObjectId PolicyObjectId() {
-  return TavConfigStore::ConfigStoreObjectId(kPolicies, kGroup, kComponent);
+// The identifier of one policy or datastore; without an instance, of all.
+inline TavConfigStore::ConfigStoreObjectId PolicyObjectId(
+    const std::string& instance = TavConfigStore::kEmptyString) {
+  return TavConfigStore::ConfigStoreObjectId(kPolicies, kGroup, kComponent, instance);
 }
-inline TavConfigStore::ConfigStoreObjectId DatastoreObjectId() {
-  return TavConfigStore::ConfigStoreObjectId(kDatastores, kGroup, kComponent);
+inline TavConfigStore::ConfigStoreObjectId DatastoreObjectId(
+    const std::string& instance = TavConfigStore::kEmptyString) {
+  return TavConfigStore::ConfigStoreObjectId(kDatastores, kGroup, kComponent, instance);
 }
 
 }  // namespace TavQuor::ConfigStoreBackend

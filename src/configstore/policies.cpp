@@ -16,9 +16,7 @@ using TavConfigStore::SubObjectId;
 namespace {
 
 void WritePolicy(const StorePtr& store, const QuorPolicyInfo& policy) {
-  ConfigStoreObjectId id = PolicyObjectId();
-  id.instance = policy.name;
-  const auto object = std::make_shared<ConfigStoreObject>(id);
+  const auto object = std::make_shared<ConfigStoreObject>(PolicyObjectId(policy.name));
   object->SetValue(kName, policy.name);
   object->SetValue(kPolicyId, policy.policyId);
   object->SetValue(kDescription, policy.description);
@@ -104,9 +102,7 @@ std::string GetPolicyBlob(const std::string& policyId, const std::string& blobNa
 std::string GetPolicyBlobByName(const std::string& policyName, const std::string& blobNamespace) {
   if (policyName.empty() || blobNamespace.empty()) return std::string();
   const StorePtr store = OpenStore();
-  ConfigStoreObjectId id = PolicyObjectId();
-  id.instance = policyName;
-  const auto object = store->GetObject(id);
+  const auto object = store->GetObject(PolicyObjectId(policyName));
   if (!object) return std::string();
   return ReadBlob(*object, blobNamespace);
 }

@@ -15,9 +15,10 @@ std::shared_ptr<FilterSpecObject> SelectAll(const ConfigStoreObjectId& id) {
   return std::make_shared<FilterSpecObject>(id);
 }
 
-void ClearObjects(const StorePtr& store, ConfigStoreObjectId (*makeId)(), bool ignoreStoreErrors) {
+void ClearObjects(const StorePtr& store, ConfigStoreObjectId (*makeId)(const std::string&),
+                  bool ignoreStoreErrors) {
   try {
-    store->DeleteObjects(SelectAll(makeId()));
+    store->DeleteObjects(SelectAll(makeId(TavConfigStore::kEmptyString)));
   } catch (const ConfigStoreException& failure) {
     if (!ignoreStoreErrors) throw ConfigStoreException(failure);
   }

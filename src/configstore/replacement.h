@@ -21,7 +21,8 @@ std::shared_ptr<TavConfigStore::FilterSpecObject> SelectAll(
 // Deletes every object of the kind that `makeId` names. With `ignoreStoreErrors` the store's
 // exception is dropped, otherwise a ConfigStoreException of the same message, attachment and code
 // is thrown in its place. Other exceptions pass.
-void ClearObjects(const StorePtr& store, TavConfigStore::ConfigStoreObjectId (*makeId)(),
+void ClearObjects(const StorePtr& store,
+                  TavConfigStore::ConfigStoreObjectId (*makeId)(const std::string&),
                   bool ignoreStoreErrors);
 
 // Begins a transaction, runs `change` and commits. When the store raises anywhere in this, the

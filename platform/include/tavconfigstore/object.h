@@ -104,7 +104,13 @@ class PLATFORM_API WritableObject : public ReadOnlyObject {
   ~WritableObject();
 
   // The contents, copied from where they are stored before the first change.
-  ObjectContents& MutableContents();
+  ObjectContents& MutableContents() {
+    if (!contents_) CopyContents();
+    return *contents_;
+  }
+
+ private:
+  void CopyContents();
 };
 
 // Selects objects: with an identifier whose instance is empty every object of the kind, otherwise

@@ -1,141 +1,152 @@
 #include "configfile/document_writer.h"
 
-#include <cstdint>
+#include <algorithm>
 #include <cstdio>
-#include <cstring>
-#include <string_view>
+#include <memory>
+#include <string>
 
 #include "configfile/document_parser.h"
 #include "configfile/failure.h"
+#include "util/bytes.h"
+#include "util/plain_text.h"
 
 namespace ZynCtl::Config {
 namespace {
+
+constexpr std::size_t kPieceSize = 512 << 10;
 
 bool NeedsEscape(char c) {
   return static_cast<unsigned char>(c) < ' ' || c == '"' || c == '\\';
 }
 
-void AppendEscaped(char c, std::string* out) {
+// How a character is written that JSON text cannot hold as it is.
+std::string Escaped(char c) {
   switch (c) {
     case '"':
-      *out += "\\\"";
-      break;
+      return "\\\"";
     case '\\':
-      *out += "\\\\";
-      break;
+      return "\\\\";
     case '\n':
-      *out += "\\n";
-      break;
+      return "\\n";
     case '\r':
-      *out += "\\r";
-      break;
+      return "\\r";
     case '\t':
-      *out += "\\t";
-      break;
+      return "\\t";
     default: {
       char code[8];
       std::snprintf(code, sizeof code, "\\u%04x",
                     static_cast<unsigned>(static_cast<unsigned char>(c)));
-      *out += code;
+      return code;
     }
   }
 }
 
-// Most text has nothing to escape: eight bytes are looked at together. In `word`, a byte less than
-// 0x20 borrows from its highest bit, and one equal to a quote or backslash leaves a zero byte.
-bool MayNeedEscape(std::uint64_t word) {
-  constexpr std::uint64_t kOnes = 0x0101010101010101;
-  constexpr std::uint64_t kHighBits = 0x8080808080808080;
-  const auto hasZero = [](std::uint64_t bytes) { return (bytes - kOnes) & ~bytes & kHighBits; };
-  const std::uint64_t control = (word - kOnes * 0x20) & ~word & kHighBits;
-  return (control | hasZero(word ^ (kOnes * '"')) | hasZero(word ^ (kOnes * '\\'))) != 0;
-}
-
+// Most text has nothing to escape.
 std::size_t FindEscape(std::string_view text, std::size_t from) {
-  for (std::uint64_t word; text.size() - from >= sizeof word; from += sizeof word) {
-    std::memcpy(&word, text.data() + from, sizeof word);
-    if (MayNeedEscape(word)) break;
-  }
+  from = HostPlatform::SkipBlocks(text, from, [](HostPlatform::ByteBlock block) {
+    return HostPlatform::AnyByte((block < ' ') | (block == '"') | (block == '\\'));
+  });
   while (from < text.size() && !NeedsEscape(text[from]))
     ++from;
   return from;
 }
 
-void AppendString(std::string_view text, std::string* out) {
-  out->push_back('"');
-  std::size_t done = 0;
-  while (done < text.size()) {
-    const std::size_t escape = FindEscape(text, done);
-    out->append(text, done, escape - done);
-    if (escape < text.size()) AppendEscaped(text[escape], out);
-    done = escape + 1;
-  }
-  out->push_back('"');
-}
+class Writer {
+ public:
+  explicit Writer(const std::function<void(std::string_view)>& take)
+      : take_(take), buffer_(std::make_unique_for_overwrite<char[]>(kPieceSize)) {}
 
-void StartLine(int depth, std::string* out) {
-  out->push_back('\n');
-  out->append(2 * static_cast<std::size_t>(depth), ' ');
-}
-
-void AppendNode(const Node& node, int depth, std::string* out);
-
-void AppendBranch(const Node& branch, int depth, std::string* out) {
-  out->push_back('{');
-  for (const Child& member : branch.children) {
-    if (&member != &branch.children.front()) out->push_back(',');
-    StartLine(depth + 1, out);
-    AppendString(member.name, out);
-    *out += ": ";
-    AppendNode(*member.node, depth + 1, out);
+  void WriteAll(const Node& root) {
+    PutNode(root, 0);
+    Put("\n");
+    HandOver();
   }
-  if (!branch.children.empty()) StartLine(depth, out);
-  out->push_back('}');
-}
 
-void AppendArray(const Node& array, int depth, std::string* out) {
-  out->push_back('[');
-  for (const Child& item : array.children) {
-    if (&item != &array.children.front()) out->push_back(',');
-    StartLine(depth + 1, out);
-    AppendNode(*item.node, depth + 1, out);
+ private:
+  void HandOver() {
+    if (used_ != 0) take_({buffer_.get(), used_});
+    used_ = 0;
   }
-  if (!array.children.empty()) StartLine(depth, out);
-  out->push_back(']');
-}
 
-void AppendNode(const Node& node, int depth, std::string* out) {
-  if (depth > kDeepestNesting) {
-    RaiseConfigFile("the configuration file cannot nest deeper than " +
-                    std::to_string(kDeepestNesting) + " levels; nothing was changed");
+  void Put(std::string_view text) {
+    if (text.size() > kPieceSize - used_) HandOver();
+    if (text.size() > kPieceSize) return take_(text);
+    HostPlatform::PutBytes(text, buffer_.get() + used_);
+    used_ += text.size();
   }
-  switch (node.type) {
-    case Node::Type::kBranch:
-      AppendBranch(node, depth, out);
-      break;
-    case Node::Type::kArray:
-      AppendArray(node, depth, out);
-      break;
-    case Node::Type::kText:
-      AppendString(node.text, out);
-      break;
-    case Node::Type::kLiteral:
-      *out += node.text;
-      break;
-    case Node::Type::kNull:
-      *out += "null";
-      break;
+
+  void PutString(std::string_view text) {
+    Put("\"");
+    for (std::size_t done = 0; done < text.size(); ++done) {
+      const std::size_t escape = FindEscape(text, done);
+      Put(text.substr(done, escape - done));
+      if (escape < text.size()) Put(Escaped(text[escape]));
+      done = escape;
+    }
+    Put("\"");
   }
-}
+
+  void StartLine(int depth) {
+    static constexpr std::string_view kIndent = "\n                                ";
+    std::size_t spaces = 2 * static_cast<std::size_t>(depth);
+    const std::size_t first = std::min(spaces, kIndent.size() - 1);
+    Put(kIndent.substr(0, 1 + first));
+    for (spaces -= first; spaces != 0; --spaces)
+      Put(" ");
+  }
+
+  void PutBranch(const Node& branch, int depth) {
+    Put("{");
+    for (const Child& member : branch.children) {
+      if (&member != &branch.children.front()) Put(",");
+      StartLine(depth + 1);
+      PutString(member.name);
+      Put(": ");
+      PutNode(*member.node, depth + 1);
+    }
+    if (!branch.children.empty()) StartLine(depth);
+    Put("}");
+  }
+
+  void PutArray(const Node& array, int depth) {
+    Put("[");
+    for (const Child& item : array.children) {
+      if (&item != &array.children.front()) Put(",");
+      StartLine(depth + 1);
+      PutNode(*item.node, depth + 1);
+    }
+    if (!array.children.empty()) StartLine(depth);
+    Put("]");
+  }
+
+  void PutNode(const Node& node, int depth) {
+    if (depth > kDeepestNesting) {
+      RaiseConfigFile("the configuration file cannot nest deeper than " +
+                      std::to_string(kDeepestNesting) + " levels; nothing was changed");
+    }
+    switch (node.type) {
+      case Node::Type::kBranch:
+        return PutBranch(node, depth);
+      case Node::Type::kArray:
+        return PutArray(node, depth);
+      case Node::Type::kText:
+        return PutString(node.text);
+      case Node::Type::kLiteral:
+        return Put(node.text);
+      case Node::Type::kNull:
+        return Put("null");
+    }
+  }
+
+  const std::function<void(std::string_view)>& take_;
+  std::unique_ptr<char[]> buffer_;
+  std::size_t used_ = 0;
+};
 
 }  // namespace
 
-std::string WriteDocument(const Node& root, std::size_t expectedSize) {
-  std::string out;
-  out.reserve(expectedSize + expectedSize / 8);
-  AppendNode(root, 0, &out);
-  out.push_back('\n');
-  return out;
+void WriteDocument(const Node& root, const std::function<void(std::string_view)>& take) {
+  Writer(take).WriteAll(root);
 }
 
 }  // namespace ZynCtl::Config

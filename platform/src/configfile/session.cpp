@@ -199,10 +199,10 @@ void Session::Write() {
     const std::string name = target.filename();
     const Directory directory(target.parent_path());
     FileReplacement next(directory, name.c_str(), kConfigFileMode);
-    HostPlatform::Io::WriteAll(
-        next.file(),
-        WriteDocument(*tree_, present_ ? static_cast<std::size_t>(present_->st_size) : 0),
-        next.path());
+    WriteDocument(*tree_, [&next](std::string_view piece) {
+      HostPlatform::Io::WriteAll(next.file(), piece, next.path());
+      HostPlatform::Io::StartFlush(next.file());
+    });
     const struct stat written = HostPlatform::Io::StatOf(next.file(), next.path());
     CheckPresent();
     next.Commit();

@@ -2,6 +2,7 @@
 
 #include <simdjson.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <memory>
 #include <new>
@@ -9,6 +10,7 @@
 #include <utility>
 
 #include "platform/base64.h"
+#include "util/plain_text.h"
 
 namespace ZynCtl::Config {
 namespace {
@@ -17,6 +19,15 @@ using namespace std::string_view_literals;
 
 constexpr std::string_view kMark = "\0base64:"sv;
 
+// Whether all of it is ASCII without NUL, as most text is; that is told at once.
+bool IsPlain(std::string_view bytes) {
+  const auto isOther = [](char c) { return static_cast<signed char>(c) <= 0; };
+  const std::size_t at = HostPlatform::SkipBlocks(bytes, 0, [](HostPlatform::ByteBlock block) {
+    return HostPlatform::AnyByte((block == 0) | (block > 127));
+  });
+  return std::none_of(bytes.begin() + static_cast<std::ptrdiff_t>(at), bytes.end(), isOther);
+}
+
 struct Free {
   void operator()(void* memory) const { std::free(memory); }
 };
@@ -24,6 +35,7 @@ struct Free {
 }  // namespace
 
 bool IsReadable(std::string_view bytes) {
+  if (IsPlain(bytes)) return true;
   return bytes.find('\0') == std::string_view::npos &&
          simdjson::validate_utf8(bytes.data(), bytes.size());
 }

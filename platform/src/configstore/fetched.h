@@ -3,6 +3,7 @@
 #define PLATFORM_SRC_CONFIGSTORE_FETCHED_H_
 
 #include <memory>
+#include <utility>
 
 #include "configstore/object_contents.h"
 
@@ -21,8 +22,9 @@ struct Fetched {
 template <typename Object>
 std::shared_ptr<Object> Fetch(const RecordSource* source, std::uint32_t number,
                               std::string_view body) {
-  const auto fetched = std::make_shared<Fetched<Object>>(source, number, body);
-  return std::shared_ptr<Object>(fetched, &fetched->object);
+  auto fetched = std::make_shared<Fetched<Object>>(source, number, body);
+  Object* const object = &fetched->object;
+  return std::shared_ptr<Object>(std::move(fetched), object);
 }
 
 }  // namespace TavConfigStore

@@ -31,7 +31,8 @@ class KeyIndexBuilder {
  public:
   // No record is at position 0.
   void Add(std::uint32_t hash, std::uint32_t position) {
-    used_[hash % kIndexTables].push_back({hash, position});
+    used_.push_back({hash, position});
+    ++counts_[hash % kIndexTables];
   }
 
   // Appends the slots of all tables, which will be at `start` in the file, and where each is.
@@ -42,7 +43,8 @@ class KeyIndexBuilder {
     std::uint32_t hash = 0;
     std::uint32_t position = 0;
   };
-  std::array<std::vector<Slot>, kIndexTables> used_;
+  std::vector<Slot> used_;  // in the order of adding
+  std::array<std::uint32_t, kIndexTables> counts_ = {};
 };
 
 // One search through the slots of the hash's table.

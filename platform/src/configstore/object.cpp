@@ -6,6 +6,7 @@
 
 #include "configstore/failure.h"
 #include "configstore/fetched.h"
+#include "configstore/object_batch.h"
 #include "configstore/object_contents.h"
 #include "configstore/object_key.h"
 #include "configstore/record_codec.h"
@@ -13,23 +14,15 @@
 namespace TavConfigStore {
 namespace {
 
-std::unique_ptr<ObjectContents> NewContents(std::string kind, std::string name,
-                                            std::string instance) {
-  auto contents = std::make_unique<ObjectContents>();
-  contents->kind = std::move(kind);
-  contents->name = std::move(name);
-  contents->instance = std::move(instance);
-  return contents;
+std::unique_ptr<ObjectContents> NewContents(std::string&& kind, const std::string& name,
+                                            const std::string& instance) {
+  return std::make_unique<ObjectContents>(std::move(kind), name, instance);
 }
+
+constexpr std::size_t kUsualSubObjects = 4;
 
 std::string_view BodyOf(const StoredRecord& stored) {
   return stored.body.data() != nullptr ? stored.body : stored.source->Body(stored.number);
-}
-
-// The part of a record that is a sub-object.
-std::shared_ptr<const ConfigStoreSubObject> FetchPart(const StoredRecord& stored,
-                                                      const StoredSubObject& subObject) {
-  return Fetch<ConfigStoreSubObject>(stored.source, stored.number, subObject.part);
 }
 
 [[noreturn]] void RaiseWrongType(const char* key, const char* wanted) {
@@ -53,7 +46,7 @@ std::shared_ptr<ConfigStoreSubObject> FindSubObject(const ObjectContents& conten
 
 const ObjectContents& ObjectAccess::Contents(const std::shared_ptr<FilterSpecObject>& filter) {
   if (!filter) RaiseUsage("the configuration store was given no filter");
-  if (filter->contents_->values.count != 0) {
+  if (filter->contents_->values.count() != 0) {
     RaiseUsage("the configuration store selects by identifier, not by value");
   }
   return *filter->contents_;
@@ -120,8 +113,7 @@ void WritableObject::SetValue(const char* key, long long value) {
 }
 
 // A fetched object becomes one of its own, sub-objects included, before its first change.
-ObjectContents& WritableObject::MutableContents() {
-  if (contents_) return *contents_;
+void WritableObject::CopyContents() {
   const RecordSource::Record record = stored_.source->Read(stored_.number);
   auto contents = NewContents(std::string(record.kind), {}, std::string(record.instance));
   contents->values = CopyValues(record.body);
@@ -133,7 +125,6 @@ ObjectContents& WritableObject::MutableContents() {
     contents->subObjects.push_back(std::move(subObject));
   }
   contents_ = std::move(contents);
-  return *contents_;
 }
 
 // FilterSpecObject
@@ -171,7 +162,7 @@ std::shared_ptr<const ConfigStoreSubObject> ConfigStoreObject::GetSubObject(
   BodyReader reader(BodyOf(stored_));
   for (StoredSubObject stored; reader.NextSubObject(&stored);) {
     if (stored.name == id.name && stored.instance == id.instance) {
-      return FetchPart(stored_, stored);
+      return Fetch<ConfigStoreSubObject>(stored_.source, stored_.number, stored.part);
     }
   }
   return nullptr;
@@ -180,6 +171,7 @@ std::shared_ptr<const ConfigStoreSubObject> ConfigStoreObject::GetSubObject(
 std::shared_ptr<ConfigStoreSubObject> ConfigStoreObject::CreateSubObject(const SubObjectId& id) {
   ObjectContents& contents = MutableContents();
   if (auto existing = FindSubObject(contents, id)) return existing;
+  if (contents.subObjects.empty()) contents.subObjects.reserve(kUsualSubObjects);
   return contents.subObjects.emplace_back(std::make_shared<ConfigStoreSubObject>(id));
 }
 
@@ -195,12 +187,13 @@ std::vector<std::shared_ptr<const ConfigStoreSubObject>> ConfigStoreObject::GetS
     return selected;
   }
   BodyReader reader(BodyOf(stored_));
+  if (reader.MostSubObjects() == 0) return selected;
+  ObjectBatch<const ConfigStoreSubObject> batch(stored_.source->shared_from_this(),
+                                                reader.MostSubObjects());
   for (StoredSubObject stored; reader.NextSubObject(&stored);) {
-    if (Selects(wanted, stored.name, stored.instance)) {
-      selected.push_back(FetchPart(stored_, stored));
-    }
+    if (Selects(wanted, stored.name, stored.instance)) batch.Add(stored_.number, stored.part);
   }
-  return selected;
+  return batch.Share();
 }
 
 }  // namespace TavConfigStore

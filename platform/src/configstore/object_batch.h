@@ -1,34 +1,70 @@
-// The objects of a listing, in one block of memory.
+// Objects that are fetched together, in one block of memory.
 //
 // A scan of a thousand objects would otherwise spend most of its time in the allocator. The block
 // lives as long as any of its objects is held.
 #ifndef PLATFORM_SRC_CONFIGSTORE_OBJECT_BATCH_H_
 #define PLATFORM_SRC_CONFIGSTORE_OBJECT_BATCH_H_
 
-#include <cstdint>
 #include <memory>
+#include <string_view>
+#include <type_traits>
+#include <utility>
 #include <vector>
 
-#include "configstore/snapshot.h"
+#include "configstore/object_contents.h"
 
 namespace TavConfigStore {
 
+template <typename Object>
 class ObjectBatch {
  public:
-  // Objects for `count` records of the snapshot, from number `first` on.
-  static std::vector<std::shared_ptr<ConfigStoreObject>> Make(
-      const std::shared_ptr<const Snapshot>& snapshot, std::uint32_t first, std::uint32_t count);
+  // Room for `capacity` objects of the source.
+  ObjectBatch(std::shared_ptr<const RecordSource> source, std::size_t capacity)
+      : block_(std::make_shared<Block>(std::move(source), capacity)) {}
 
-  // Use Make(). Public for std::make_shared().
-  ObjectBatch(std::shared_ptr<const Snapshot> snapshot, std::uint32_t first, std::uint32_t count);
-  ObjectBatch(const ObjectBatch&) = delete;
-  ObjectBatch& operator=(const ObjectBatch&) = delete;
-  ~ObjectBatch();
+  // Adds the object of that record; there is room. `body` is empty when it is not known yet.
+  void Add(std::uint32_t number, std::string_view body) {
+    // Making an object of a stored record raises nothing.
+    std::construct_at(block_->objects + block_->count, block_->source.get(), number, body);
+    ++block_->count;
+  }
+
+  // All that were added, in that order.
+  std::vector<std::shared_ptr<Object>> Share() const {
+    std::vector<std::shared_ptr<Object>> shared;
+    shared.reserve(block_->count);
+    for (std::size_t i = 0; i < block_->count; ++i)
+      shared.emplace_back(block_, block_->objects + i);
+    return shared;
+  }
 
  private:
-  std::shared_ptr<const Snapshot> snapshot_;
-  std::uint32_t count_;
-  ConfigStoreObject* objects_;
+  using Stored = std::remove_const_t<Object>;
+
+  // A few objects need no memory of their own.
+  static constexpr std::size_t kFew = 4;
+
+  struct Block {
+    Block(std::shared_ptr<const RecordSource> origin, std::size_t room)
+        : source(std::move(origin)),
+          capacity(room),
+          objects(room <= kFew ? reinterpret_cast<Stored*>(few)
+                               : std::allocator<Stored>().allocate(room)) {}
+    Block(const Block&) = delete;
+    Block& operator=(const Block&) = delete;
+    ~Block() {
+      std::destroy_n(objects, count);
+      if (capacity > kFew) std::allocator<Stored>().deallocate(objects, capacity);
+    }
+
+    std::shared_ptr<const RecordSource> source;
+    std::size_t capacity;
+    std::size_t count = 0;
+    Stored* objects;
+    alignas(Stored) unsigned char few[kFew * sizeof(Stored)];
+  };
+
+  std::shared_ptr<Block> block_;
 };
 
 }  // namespace TavConfigStore

@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "configstore/record_codec.h"
@@ -14,6 +15,11 @@
 namespace TavConfigStore {
 
 struct ObjectContents {
+  ObjectContents() = default;
+  ObjectContents(std::string&& objectKind, const std::string& objectName,
+                 const std::string& objectInstance)
+      : kind(std::move(objectKind)), name(objectName), instance(objectInstance) {}
+
   std::string kind;      // of an object or filter: its encoded kind
   std::string name;      // of a sub-object its name; of a filter that of the ones it selects
   std::string instance;  // empty in a filter: any

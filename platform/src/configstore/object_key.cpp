@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <charconv>
 #include <limits>
+#include <memory>
 
 namespace TavConfigStore {
 
@@ -36,13 +37,15 @@ bool TakeWithLength(std::string_view* bytes, std::string_view* text) {
 }  // namespace
 
 std::string EncodeKind(const ConfigStoreObjectId& id) {
-  std::string kind(id.component.size() + id.group.size() + id.key.size() + 3 * (kLongestNumber + 2),
-                   '\0');
-  char* at = PutWithLength(id.component, kind.data());
+  const std::size_t most =
+      id.component.size() + id.group.size() + id.key.size() + 3 * (kLongestNumber + 2);
+  char usual[256];
+  const auto larger = most > sizeof usual ? std::make_unique<char[]>(most) : nullptr;
+  char* const start = larger ? larger.get() : usual;
+  char* at = PutWithLength(id.component, start);
   at = PutWithLength(id.group, at);
   at = PutWithLength(id.key, at);
-  kind.resize(static_cast<std::size_t>(at - kind.data()));
-  return kind;
+  return std::string(start, at);
 }
 
 DecodedKind DecodeKind(std::string_view kind) {

@@ -1,57 +1,59 @@
 #include "configstore/record_codec.h"
 
+#include <algorithm>
 #include <limits>
+#include <utility>
 
 #include "configstore/failure.h"
 #include "configstore/object_contents.h"
 
 namespace TavConfigStore {
 
-using HostPlatform::AppendInteger;
 using HostPlatform::LoadInteger;
+using HostPlatform::PutBytes;
 
 namespace {
 
 constexpr char kStringType = 's';
 constexpr char kIntegerType = 'i';
-
-void StoreLength(std::size_t length, char* bytes) {
-  if (length > std::numeric_limits<std::uint32_t>::max()) {
-    throw ConfigStoreException("the configuration store holds no value of 4 GiB or more", kNoSpace);
-  }
-  HostPlatform::StoreInteger(static_cast<std::uint32_t>(length), bytes);
-}
-
 constexpr std::size_t kRoomForMoreValues = 120;
 
-// The head and name of a value; `dataSize` bytes are to follow.
-void AppendHead(char type, std::string_view name, std::size_t dataSize, std::string* bytes) {
-  const std::size_t wanted = bytes->size() + kValueHead + name.size() + dataSize;
-  if (wanted > bytes->capacity()) bytes->reserve(wanted + kRoomForMoreValues);
-  char head[kValueHead];
-  head[0] = type;
-  StoreLength(name.size(), head + 1);
-  StoreLength(dataSize, head + 5);
-  bytes->append(head, sizeof head).append(name);
+[[noreturn]] void RaiseTooLong() {
+  throw ConfigStoreException("the configuration store holds no value of 4 GiB or more", kNoSpace);
+}
+
+inline void CheckLength(std::size_t length) {
+  if (length > std::numeric_limits<std::uint32_t>::max()) RaiseTooLong();
+}
+
+inline char* PutLength(std::size_t length, char* at) {
+  CheckLength(length);
+  return HostPlatform::PutInteger(static_cast<std::uint32_t>(length), at);
+}
+
+void AppendValue(char type, std::string_view name, std::string_view data, EncodedValues* values) {
+  CheckLength(name.size());
+  CheckLength(data.size());
+  char* at = values->Add(kValueHead + name.size() + data.size());
+  *at++ = type;
+  at = PutLength(name.size(), at);
+  at = PutLength(data.size(), at);
+  PutBytes(data, PutBytes(name, at));
 }
 
 // Takes the value of that name away, if there is one.
 void RemoveValue(std::string_view name, EncodedValues* values) {
   BodyReader reader(*values);
-  std::size_t start = 0;
+  const char* start = reader.rest().data();
   for (StoredValue stored; reader.NextValue(&stored);) {
-    const std::size_t end = values->bytes.size() - reader.rest().size();
-    if (stored.name == name) {
-      values->bytes.erase(start, end - start);
-      --values->count;
-      return;
-    }
+    const char* const end = reader.rest().data();
+    if (stored.name == name) return values->Remove({start, static_cast<std::size_t>(end - start)});
     start = end;
   }
 }
 
 std::size_t SizeOf(const ObjectContents& contents) {
-  std::size_t size = kBodyHead + contents.values.bytes.size();
+  std::size_t size = kBodyHead + contents.values.bytes().size();
   for (const auto& subObject : contents.subObjects) {
     const ObjectContents& sub = *ObjectAccess::Contents(*subObject);
     size += kSubObjectHead + sub.name.size() + sub.instance.size() + SizeOf(sub);
@@ -59,45 +61,77 @@ std::size_t SizeOf(const ObjectContents& contents) {
   return size;
 }
 
-void AppendBody(const ObjectContents& contents, std::string* bytes) {
-  char head[kBodyHead];
-  StoreLength(contents.values.count, head);
-  StoreLength(contents.subObjects.size(), head + 4);
-  bytes->append(head, sizeof head).append(contents.values.bytes);
+char* PutBody(const ObjectContents& contents, char* at) {
+  at = PutLength(contents.values.count(), at);
+  at = PutLength(contents.subObjects.size(), at);
+  at = PutBytes(contents.values.bytes(), at);
   for (const auto& subObject : contents.subObjects) {
     const ObjectContents& sub = *ObjectAccess::Contents(*subObject);
-    char subHead[kSubObjectHead];
-    StoreLength(sub.name.size(), subHead);
-    StoreLength(sub.instance.size(), subHead + 4);
-    StoreLength(SizeOf(sub), subHead + 8);
-    bytes->append(subHead, sizeof subHead).append(sub.name).append(sub.instance);
-    AppendBody(sub, bytes);
+    at = PutLength(sub.name.size(), at);
+    at = PutLength(sub.instance.size(), at);
+    at = PutLength(SizeOf(sub), at);
+    at = PutBytes(sub.name, at);
+    at = PutBytes(sub.instance, at);
+    at = PutBody(sub, at);
   }
+  return at;
+}
+
+// With its key; the body is still to be put.
+EncodedRecord NewRecord(std::string_view kind, std::string_view instance, std::size_t bodySize) {
+  EncodedRecord record;
+  record.kindSize = kind.size();
+  record.keySize = kind.size() + instance.size();
+  record.size = record.keySize + bodySize;
+  record.bytes = std::make_unique_for_overwrite<char[]>(record.size);
+  PutBytes(instance, PutBytes(kind, record.bytes.get()));
+  return record;
 }
 
 }  // namespace
 
 void SetValue(std::string_view name, std::string_view text, EncodedValues* values) {
   RemoveValue(name, values);
-  AppendHead(kStringType, name, text.size(), &values->bytes);
-  values->bytes.append(text);
-  ++values->count;
+  AppendValue(kStringType, name, text, values);
 }
 
 void SetValue(std::string_view name, std::int64_t integer, EncodedValues* values) {
+  char data[sizeof integer];
+  HostPlatform::StoreInteger(integer, data);
   RemoveValue(name, values);
-  AppendHead(kIntegerType, name, sizeof integer, &values->bytes);
-  AppendInteger(integer, &values->bytes);
-  ++values->count;
+  AppendValue(kIntegerType, name, {data, sizeof data}, values);
+}
+
+char* EncodedValues::Add(std::size_t size) {
+  if (size > capacity_ - size_) {
+    const std::size_t wanted = size_ + size + std::max(kRoomForMoreValues, size_ / 2);
+    auto larger = std::make_unique_for_overwrite<char[]>(wanted);
+    PutBytes(bytes(), larger.get());
+    bytes_ = std::move(larger);
+    capacity_ = wanted;
+  }
+  char* const added = bytes_.get() + size_;
+  size_ += size;
+  ++count_;
+  return added;
+}
+
+void EncodedValues::Remove(std::string_view value) {
+  char* const start = bytes_.get() + (value.data() - bytes_.get());
+  std::copy(start + value.size(), bytes_.get() + size_, start);
+  size_ -= value.size();
+  --count_;
 }
 
 EncodedRecord EncodeRecord(const ObjectContents& contents) {
-  EncodedRecord record;
-  record.kindSize = contents.kind.size();
-  record.keySize = contents.kind.size() + contents.instance.size();
-  record.bytes.reserve(record.keySize + SizeOf(contents));
-  record.bytes.append(contents.kind).append(contents.instance);
-  AppendBody(contents, &record.bytes);
+  EncodedRecord record = NewRecord(contents.kind, contents.instance, SizeOf(contents));
+  PutBody(contents, record.bytes.get() + record.keySize);
+  return record;
+}
+
+EncodedRecord CopyRecord(std::string_view kind, std::string_view instance, std::string_view body) {
+  EncodedRecord record = NewRecord(kind, instance, body.size());
+  PutBytes(body, record.bytes.get() + record.keySize);
   return record;
 }
 
@@ -164,11 +198,9 @@ void CheckBody(std::string_view body) {
 
 EncodedValues CopyValues(std::string_view body) {
   BodyReader reader(body);
-  const std::string_view all = reader.rest();
   EncodedValues values;
   for (StoredValue stored; reader.NextValue(&stored);)
-    ++values.count;
-  values.bytes = all.substr(0, all.size() - reader.rest().size());
+    AppendValue(stored.type, stored.name, stored.data, &values);
   return values;
 }
 

@@ -10,7 +10,9 @@
 #ifndef PLATFORM_SRC_CONFIGSTORE_RECORD_CODEC_H_
 #define PLATFORM_SRC_CONFIGSTORE_RECORD_CODEC_H_
 
+#include <algorithm>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -20,9 +22,21 @@
 namespace TavConfigStore {
 
 // Values as they are stored, one after the other.
-struct EncodedValues {
-  std::uint32_t count = 0;
-  std::string bytes;
+class EncodedValues {
+ public:
+  std::uint32_t count() const { return count_; }
+  std::string_view bytes() const { return {bytes_.get(), size_}; }
+
+  // Room for one more value, at the end.
+  char* Add(std::size_t size);
+  // Takes one value away.
+  void Remove(std::string_view value);
+
+ private:
+  std::uint32_t count_ = 0;
+  std::size_t size_ = 0;
+  std::size_t capacity_ = 0;
+  std::unique_ptr<char[]> bytes_;
 };
 
 // Sets the value of that name, in place of one that has it already. Raises kNoSpace when a length
@@ -32,19 +46,20 @@ void SetValue(std::string_view name, std::int64_t integer, EncodedValues* values
 
 // A record that is to be stored: kind, instance and body, one after the other.
 struct EncodedRecord {
-  std::string bytes;
+  std::unique_ptr<char[]> bytes;
+  std::size_t size = 0;
   std::size_t kindSize = 0;
   std::size_t keySize = 0;  // of kind and instance
 
-  std::string_view kind() const { return std::string_view(bytes).substr(0, kindSize); }
-  std::string_view instance() const {
-    return std::string_view(bytes).substr(kindSize, keySize - kindSize);
-  }
-  std::string_view body() const { return std::string_view(bytes).substr(keySize); }
+  std::string_view kind() const { return {bytes.get(), kindSize}; }
+  std::string_view instance() const { return {bytes.get() + kindSize, keySize - kindSize}; }
+  std::string_view body() const { return {bytes.get() + keySize, size - keySize}; }
 };
 
 // What the object holds. Raises like SetValue().
 EncodedRecord EncodeRecord(const ObjectContents& contents);
+// A record that is encoded already.
+EncodedRecord CopyRecord(std::string_view kind, std::string_view instance, std::string_view body);
 
 inline constexpr std::size_t kBodyHead = 8;
 inline constexpr std::size_t kValueHead = 9;
@@ -74,7 +89,8 @@ class BodyReader {
     values_ = HostPlatform::LoadInteger<std::uint32_t>(head);
     subObjects_ = HostPlatform::LoadInteger<std::uint32_t>(head + 4);
   }
-  explicit BodyReader(const EncodedValues& values) : rest_(values.bytes), values_(values.count) {}
+  explicit BodyReader(const EncodedValues& values)
+      : rest_(values.bytes()), values_(values.count()) {}
 
   // False after the last one.
   bool NextValue(StoredValue* value) {
@@ -91,6 +107,10 @@ class BodyReader {
   }
   // False after the last one. Passes over values that were not read.
   bool NextSubObject(StoredSubObject* subObject);
+  // How many sub-objects can still follow, by what is said and by the bytes that are there.
+  std::size_t MostSubObjects() const {
+    return std::min<std::size_t>(subObjects_, rest_.size() / kSubObjectHead);
+  }
   // Nothing may follow the last item.
   void CheckEnd() const;
   // What has not been read yet.

@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstring>
 
 #include "configstore/failure.h"
 #include "configstore/snapshot_format.h"
@@ -13,12 +14,13 @@ namespace TavConfigStore {
 
 using HostPlatform::AppendInteger;
 using HostPlatform::Checksum;
-using HostPlatform::StoreInteger;
+using HostPlatform::PutBytes;
+using HostPlatform::PutInteger;
 using namespace SnapshotFormat;
 
 namespace {
 
-constexpr std::size_t kWriteSize = 1 << 20;  // small writes cost more than what they write
+constexpr std::size_t kWriteSize = 512 << 10;  // small writes cost more than what they write
 
 [[noreturn]] void RaiseFull(const std::string& path) {
   throw ConfigStoreException(path +
@@ -32,9 +34,12 @@ constexpr std::size_t kWriteSize = 1 << 20;  // small writes cost more than what
 // The table at the start is written last.
 SnapshotWriter::SnapshotWriter(const HostPlatform::Io::FileDescriptor& file,
                                const std::string& path)
-    : file_(file), path_(path), position_(kTableSize) {
-  unwritten_.reserve(kWriteSize + kWriteSize / 16);
-  unwritten_.assign(kTableSize, '\0');
+    : file_(file),
+      path_(path),
+      position_(kTableSize),
+      capacity_(kWriteSize),
+      buffer_(std::make_unique_for_overwrite<char[]>(kWriteSize)) {
+  std::memset(Room(kTableSize), 0, kTableSize);
 }
 
 void SnapshotWriter::BeginKind(std::string_view name) {
@@ -49,16 +54,16 @@ void SnapshotWriter::Add(std::string_view instance, std::string_view body) {
   const std::uint64_t index = 20 * (std::uint64_t{recordCount_} + 1);
   if (position_ + kRecordHead + keySize + dataSize + index > kLargestFile) RaiseFull(path_);
 
-  char head[kRecordHead];
-  StoreInteger(static_cast<std::uint32_t>(keySize), head);
-  StoreInteger(static_cast<std::uint32_t>(dataSize), head + 4);
-  char dataHead[kDataHead];
-  dataHead[0] = static_cast<char>(kRecordVersion);
-  StoreInteger(recordCount_, dataHead + 1);
-  unwritten_.append(head, sizeof head);
-  const std::size_t start = unwritten_.size();
-  unwritten_.append(kind.name).append(instance).append(dataHead, sizeof dataHead).append(body);
-  AppendInteger(Checksum(std::string_view(unwritten_).substr(start), keySize), &unwritten_);
+  char* at = Room(kRecordHead + keySize + dataSize);
+  at = PutInteger(static_cast<std::uint32_t>(keySize), at);
+  at = PutInteger(static_cast<std::uint32_t>(dataSize), at);
+  const char* const covered = at;
+  at = PutBytes(kind.name, at);
+  at = PutBytes(instance, at);
+  *at++ = static_cast<char>(kRecordVersion);
+  at = PutInteger(recordCount_, at);
+  at = PutBytes(body, at);
+  PutInteger(Checksum({covered, static_cast<std::size_t>(at - covered)}, keySize), at);
 
   const std::uint32_t hash = ContinueHash(kind.hash, instance);
   const auto position = static_cast<std::uint32_t>(position_);
@@ -66,12 +71,26 @@ void SnapshotWriter::Add(std::string_view instance, std::string_view body) {
   kind.positions.push_back(position);
   position_ += kRecordHead + keySize + dataSize;
   ++recordCount_;
-  if (unwritten_.size() >= kWriteSize) Flush();
+}
+
+// Where the next `size` bytes go.
+char* SnapshotWriter::Room(std::size_t size) {
+  if (size > capacity_ - unwritten_) {
+    Flush();
+    HostPlatform::Io::StartFlush(file_);
+  }
+  if (size > capacity_) {
+    buffer_ = std::make_unique_for_overwrite<char[]>(size);
+    capacity_ = size;
+  }
+  char* const room = buffer_.get() + unwritten_;
+  unwritten_ += size;
+  return room;
 }
 
 void SnapshotWriter::Flush() {
-  HostPlatform::Io::WriteAll(file_, unwritten_, path_);
-  unwritten_.clear();
+  HostPlatform::Io::WriteAll(file_, {buffer_.get(), unwritten_}, path_);
+  unwritten_ = 0;
 }
 
 void SnapshotWriter::Finish() {
@@ -90,8 +109,8 @@ void SnapshotWriter::Finish() {
   AppendInteger(size, &tail);
   AppendInteger(Checksum(tail, Checksum(table)), &tail);
 
-  unwritten_.append(tail);
   Flush();
+  HostPlatform::Io::WriteAll(file_, tail, path_);
   if (lseek(file_.get(), 0, SEEK_SET) < 0) {
     HostPlatform::Io::RaiseSystemError(errno, path_, "write the new content");
   }

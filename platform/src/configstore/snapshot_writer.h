@@ -3,6 +3,7 @@
 #define PLATFORM_SRC_CONFIGSTORE_SNAPSHOT_WRITER_H_
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -32,6 +33,7 @@ class SnapshotWriter {
     std::vector<std::uint32_t> positions;
   };
 
+  char* Room(std::size_t size);
   void Flush();
   std::string MakeDirectory() const;
 
@@ -41,7 +43,9 @@ class SnapshotWriter {
   std::uint32_t recordCount_ = 0;
   std::vector<Kind> kinds_;
   KeyIndexBuilder index_;
-  std::string unwritten_;
+  std::size_t capacity_;
+  std::unique_ptr<char[]> buffer_;
+  std::size_t unwritten_ = 0;  // that many bytes of the buffer
 };
 
 }  // namespace TavConfigStore

@@ -71,6 +71,17 @@ class Transaction {
   Overlay overlay_;
 };
 
+std::vector<std::shared_ptr<ConfigStoreObject>> FetchAll(
+    const std::shared_ptr<const Snapshot>& snapshot, const Snapshot::Kind& kind) {
+  ObjectBatch<ConfigStoreObject> objects(snapshot, kind.count);
+  for (std::uint32_t i = 0; i < kind.count; ++i) {
+    const std::string_view body = snapshot->CheckedBody(kind.first + i);
+    __builtin_prefetch(body.data());
+    objects.Add(kind.first + i, body);
+  }
+  return objects.Share();
+}
+
 class HostConfigStore final : public ConfigStore {
  public:
   explicit HostConfigStore(std::shared_ptr<const Snapshot> snapshot)
@@ -144,7 +155,7 @@ std::vector<std::shared_ptr<ConfigStoreObject>> HostConfigStore::GetObjects(
   } else if (Committed()) {
     const Snapshot::Kind* const kind = snapshot_->FindKind(wanted.kind);
     if (kind == nullptr) return {};
-    if (wanted.instance.empty()) return ObjectBatch::Make(snapshot_, kind->first, kind->count);
+    if (wanted.instance.empty()) return FetchAll(snapshot_, *kind);
     records.push_back(Find(kind, wanted.instance));
   }
   std::vector<std::shared_ptr<ConfigStoreObject>> objects;
@@ -166,8 +177,7 @@ void HostConfigStore::SetObject(const std::shared_ptr<ConfigStoreObject>& object
     } else {
       const StoredRecord& stored = ObjectAccess::Stored(*object);
       const RecordSource::Record record = stored.source->Read(stored.number);
-      overlay.Set({std::string(record.kind).append(record.instance).append(record.body),
-                   record.kind.size(), record.kind.size() + record.instance.size()});
+      overlay.Set(CopyRecord(record.kind, record.instance, record.body));
     }
   });
 }

@@ -96,6 +96,11 @@ void WriteAll(const FileDescriptor& file, std::string_view bytes, const std::str
   }
 }
 
+void StartFlush(const FileDescriptor& file) {
+  const ErrnoKeeper keeper;
+  sync_file_range(file.get(), 0, 0, SYNC_FILE_RANGE_WRITE);  // 0 bytes: up to the end
+}
+
 void ReadStart(const FileDescriptor& file, char* bytes, std::size_t size, const std::string& path) {
   std::size_t done = 0;
   while (done < size) {

@@ -46,6 +46,10 @@ struct stat StatOf(const FileDescriptor& file, const std::string& path);
 // Writes all of `bytes` at the end of what was written so far. Raises Error naming `path`.
 void WriteAll(const FileDescriptor& file, std::string_view bytes, const std::string& path);
 
+// Has the disk begin with what was written so far, while the rest is still being made: the flush at
+// the end then finds less to do. Promises nothing, and reports nothing: that is the flush's part.
+void StartFlush(const FileDescriptor& file);
+
 // The first `size` bytes of the file; raises Error naming `path`, also when the file is shorter.
 void ReadStart(const FileDescriptor& file, char* bytes, std::size_t size, const std::string& path);
 

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <cstring>
 #include <string>
+#include <string_view>
 #include <type_traits>
 
 namespace HostPlatform {
@@ -34,6 +35,17 @@ void StoreInteger(Integer value, char* bytes) {
       bytes[i] = static_cast<char>(static_cast<std::uint64_t>(value) >> (8 * i));
     }
   }
+}
+
+// Both write at `at` and return where to go on.
+template <typename Integer>
+char* PutInteger(Integer value, char* at) {
+  StoreInteger(value, at);
+  return at + sizeof value;
+}
+inline char* PutBytes(std::string_view bytes, char* at) {
+  if (!bytes.empty()) std::memcpy(at, bytes.data(), bytes.size());
+  return at + bytes.size();
 }
 
 template <typename Integer>

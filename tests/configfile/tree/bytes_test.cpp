@@ -88,6 +88,40 @@ TEST_F(Bytes, LongValuesComeBack) {
   ComesBack(std::string((1 << 20) + 1, '\xfe'));
 }
 
+// Text is looked at sixteen bytes at a time, with a rest.
+TEST_F(Bytes, OneSpecialByteComesBackFromEveryPlaceOfALine) {
+  for (const char special : {'\0', '\x1f', '"', '\\', '\x80', '\xff'}) {
+    {
+      const SynchronizedConfigFile locked;
+      for (std::size_t place = 0; place < 40; ++place) {
+        std::string line(40, ' ');
+        line[place] = special;
+        BranchOf(locked)->SetValue(std::to_string(place), line);
+      }
+      locked.file->Write();
+    }
+    for (std::size_t place = 0; place < 40; ++place) {
+      std::string line(40, ' ');
+      line[place] = special;
+      EXPECT_TRUE(Get(std::to_string(place)) == line) << "byte " << int{special} << " at " << place;
+    }
+  }
+}
+
+TEST_F(Bytes, ManyLongValuesComeBackTogether) {
+  const auto valueOf = [](int i) {
+    return std::string(static_cast<std::size_t>(100 * i), i % 2 == 0 ? 'x' : '"') + '\x01';
+  };
+  {
+    const SynchronizedConfigFile locked;
+    for (int i = 0; i < 150; ++i)
+      BranchOf(locked)->SetValue(std::to_string(i), valueOf(i));
+    locked.file->Write();
+  }
+  for (int i = 0; i < 150; ++i)
+    EXPECT_TRUE(Get(std::to_string(i)) == valueOf(i)) << i;
+}
+
 TEST_F(Bytes, ValuesOfInstancesComeBackByEitherSetter) {
   const std::string moved = EveryByte() + "moved";
   {

@@ -317,6 +317,22 @@ TEST_F(Objects, ValuesOfOneMebibyteComeBackAsTheyWere) {
   EXPECT_TRUE(Text(*stored->GetSubObject(SubObjectId("part", "1")), "value") == megabyte + "2");
 }
 
+// The snapshot is written in pieces of half a megabyte: records end before, at and behind their
+// ends.
+TEST_F(Objects, RecordsOfAllSizesAroundTheSizeOfAPieceComeBackTogether) {
+  const auto valueOf = [](int i) {
+    return std::string((512U << 10) - 300 + static_cast<std::size_t>(i), static_cast<char>(i));
+  };
+  const Store store = OpenStore();
+  store->BeginTransaction();
+  for (int i = 0; i < 40; ++i)
+    Put(store, std::to_string(i), i % 4 == 3 ? "short" : valueOf(8 * i));
+  store->CommitTransaction();
+  for (int i = 0; i < 40; ++i)
+    EXPECT_TRUE(Get(OpenStore(), std::to_string(i)) == (i % 4 == 3 ? "short" : valueOf(8 * i)))
+        << i;
+}
+
 TEST_F(Objects, ManyValuesAndSubObjectsComeBackAsTheyWere) {
   const Object object = New();
   for (int i = 0; i < 500; ++i) {
