@@ -1,11 +1,12 @@
 // Files that a tool keeps beside the host's own.
+#include <dirent.h>
 #include <fcntl.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
-#include <filesystem>
+#include <memory>
 
 #include "io/directory.h"
 #include "io/error.h"
@@ -28,24 +29,38 @@ void EnsureFolder(const Io::Directory& host, const std::string& folder) {
     if (errno == EEXIST) return;
     Io::RaiseSystemError(errno, path, "create the directory");
   }
-  const Io::FileDescriptor created(host.get(), folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW);
-  if (!created) Io::RaiseSystemError(errno, path, "open the directory");
-  host.Adopt(created, kFolderMode, path);
-  host.Sync();
+  try {
+    const Io::FileDescriptor created(host.get(), folder.c_str(),
+                                     O_RDONLY | O_DIRECTORY | O_NOFOLLOW);
+    if (!created) Io::RaiseSystemError(errno, path, "open the directory");
+    host.Adopt(created, kFolderMode, path);
+    host.Sync();
+  } catch (...) {
+    unlinkat(host.get(), folder.c_str(), AT_REMOVEDIR);  // nobody would ever finish it
+    throw;
+  }
 }
 
 // Takes the highest number of the directory, and removes the temporaries that killed writers left:
-// the lock is held, so nobody is writing them.
+// the lock is held, so nobody is writing them. Not by std::filesystem, whose directory iterator
+// ends the process when memory is short.
 std::uint64_t HighestNumber(const Io::Directory& directory) {
+  const std::unique_ptr<DIR, int (*)(DIR*)> entries(opendir(directory.path().c_str()), &closedir);
+  if (!entries) Io::RaiseSystemError(errno, directory.path(), "list the directory");
   std::uint64_t highest = 0;
-  for (const auto& entry : std::filesystem::directory_iterator(directory.path())) {
-    const std::string name = entry.path().filename();
+  errno = 0;
+  while (const struct dirent* entry = readdir(entries.get())) {
+    const std::string_view name = entry->d_name;
     std::uint64_t number = 0;
     std::from_chars(name.data(), name.data() + name.size(), number);
     highest = std::max(highest, number);
-    const bool isTemporary = name.front() == '.' && name.find(kTemporaryMark) != std::string::npos;
-    if (isTemporary) unlinkat(directory.get(), name.c_str(), 0);
+    const bool isTemporary =
+        name.front() == '.' && name.find(kTemporaryMark) != std::string_view::npos;
+    if (isTemporary) unlinkat(directory.get(), entry->d_name, 0);
+    errno = 0;  // readdir() leaves it so at the end, and sets it when it fails
   }
+  // With a part of the names only, a number would be given twice.
+  if (errno != 0) Io::RaiseSystemError(errno, directory.path(), "list the directory");
   return highest;
 }
 

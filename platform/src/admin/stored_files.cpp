@@ -3,7 +3,9 @@
 #include <pwd.h>
 #include <sys/stat.h>
 
+#include <cerrno>
 #include <optional>
+#include <system_error>
 #include <vector>
 
 #include "configfile/document.h"
@@ -34,7 +36,15 @@ std::string GroupName(gid_t gid) {
   return error == 0 && found != nullptr ? found->gr_name : std::to_string(gid);
 }
 
-void DescribeFile(const struct stat& status, StoredFile* state) {
+// `result` is that of the call that has filled in the status.
+void Describe(int result, const struct stat& status, StoredFile* state) {
+  if (result != 0) {
+    const int error = errno;  // no reason to say that there is no such file, but for one
+    if (error != ENOENT) {
+      state->problem = state->path + ": cannot examine: " + std::generic_category().message(error);
+    }
+    return;
+  }
   state->exists = true;
   state->size = static_cast<std::uint64_t>(status.st_size);
   state->owner = UserName(status.st_uid);
@@ -58,7 +68,7 @@ LockState LookAtLock(const char* path) {
   LockState state;
   state.path = path;
   struct stat status;
-  if (lstat(path, &status) == 0) DescribeFile(status, &state);
+  Describe(lstat(path, &status), status, &state);
   try {
     const std::optional<std::string> holder = Io::HolderOf(path);
     state.held = holder.has_value();
@@ -81,7 +91,7 @@ ConfigStoreState GetConfigStoreState() {
   ConfigStoreState state;
   state.path = Io::ConfigStorePath();
   struct stat status;
-  if (lstat(state.path.c_str(), &status) == 0) DescribeFile(status, &state);
+  Describe(lstat(state.path.c_str(), &status), status, &state);
   try {
     if (const auto snapshot = TavConfigStore::Snapshot::Open(state.path)) {
       CountObjects(*snapshot, &state);
@@ -97,7 +107,7 @@ StoredFile GetConfigFileState() {
   StoredFile state;
   state.path = Io::ConfigFilePath();
   struct stat status;
-  if (stat(state.path.c_str(), &status) == 0) DescribeFile(status, &state);
+  Describe(stat(state.path.c_str(), &status), status, &state);
   try {
     ZynCtl::Config::Document::Read(state.path);
   } catch (const ZynCtl::Config::ConfigFileException& failure) {

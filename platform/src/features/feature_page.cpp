@@ -130,10 +130,14 @@ void RemapFeatures() {
 
 void EnsureFeaturesFile(const Io::Directory& directory) {
   if (faccessat(directory.get(), Io::kFeaturesName, F_OK, AT_SYMLINK_NOFOLLOW) == 0) return;
+  // Anything else does not say that there is none: the host's switches must not be written over.
+  if (errno != ENOENT) {
+    Io::RaiseSystemError(errno, directory.PathOf(Io::kFeaturesName), "look for the file");
+  }
   Io::FileReplacement file(directory, Io::kFeaturesName, kFeaturesMode);
   const auto* const bytes = reinterpret_cast<const char*>(kDefaults.data());
   Io::WriteAll(file.file(), std::string_view(bytes, kDefaults.size()), file.path());
-  file.Commit();
+  file.PutInPlace();
 }
 
 void UseHostDirectory(const std::string& path) {
@@ -176,6 +180,7 @@ void SetFeature(int index, bool on) {
     {
       const Io::FileLock lock(directory, Io::kConfigStoreLockName, Io::LockDeadline());
       EnsureFeaturesFile(directory);
+      directory.Sync();
     }
     WriteSwitch(directory, index, on);
   } catch (const Io::Error& error) {

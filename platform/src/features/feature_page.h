@@ -19,7 +19,7 @@ void MapFeaturesIfNeeded();
 void RemapFeatures();
 
 // Creates the host's `features` file with the defaults when it is missing. The caller holds the
-// configuration store's lock. Raises Io::Error.
+// configuration store's lock, and flushes the directory afterwards. Raises Io::Error.
 void EnsureFeaturesFile(const Io::Directory& directory);
 
 }  // namespace HostPlatform

@@ -37,11 +37,7 @@ void SyncParentOf(const FileDescriptor& directory, const std::string& path) {
   }
 }
 
-void CreateDirectory(const std::string& path) {
-  if (mkdir(path.c_str(), 0700) != 0) {
-    if (errno == EEXIST) return;  // another process was faster
-    RaiseSystemError(errno, path, "create the host directory");
-  }
+void FinishDirectory(const std::string& path) {
   const FileDescriptor created(AT_FDCWD, path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW);
   if (!created) RaiseSystemError(errno, path, "open the host directory");
   GiveToGroup(created, path);
@@ -49,6 +45,19 @@ void CreateDirectory(const std::string& path) {
     RaiseSystemError(errno, path, "set the mode of the host directory");
   }
   SyncParentOf(created, path);
+}
+
+void CreateDirectory(const std::string& path) {
+  if (mkdir(path.c_str(), 0700) != 0) {
+    if (errno == EEXIST) return;  // another process was faster
+    RaiseSystemError(errno, path, "create the host directory");
+  }
+  try {
+    FinishDirectory(path);
+  } catch (...) {
+    rmdir(path.c_str());  // nobody would ever finish it
+    throw;
+  }
 }
 
 // Returns the path, so that the directory is there before the descriptor's initialiser opens it.

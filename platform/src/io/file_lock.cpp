@@ -98,7 +98,14 @@ void FileLock::Create(const Directory& directory) {
   file_.reset();
   file_.emplace(directory_, name_.c_str(), kOpenFlags | O_CREAT | O_EXCL, kLockFileMode);
   if (*file_) {
-    directory.Adopt(*file_, kLockFileMode, path_);
+    try {
+      directory.Adopt(*file_, kLockFileMode, path_);
+    } catch (...) {
+      // As root's it would lock the directory's owner out. Who waits for it notices that it is
+      // gone.
+      if (SetLock(file_->get(), F_WRLCK, kDataByte) == 0) unlinkat(directory_, name_.c_str(), 0);
+      throw;
+    }
   } else if (errno != EEXIST || !OpenExisting()) {  // another writer may have been faster
     RaiseSystemError(errno, path_, "create the lock file");
   }

@@ -77,7 +77,12 @@ FileReplacement::FileReplacement(const Directory& directory, const char* name, m
       temporaryName_(MakeTemporaryName(name)),
       file_(directory.get(), temporaryName_.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW, 0600) {
   if (!file_) RaiseSystemError(errno, directory.PathOf(temporaryName_.c_str()), "create");
-  SweepStale();
+  try {
+    SweepStale();
+  } catch (...) {
+    unlinkat(directory_.get(), temporaryName_.c_str(), 0);  // the destructor will not do it
+    throw;
+  }
 }
 
 FileReplacement::~FileReplacement() {
@@ -122,7 +127,7 @@ void FileReplacement::CarryOverAttributes() {
   CopyAttributes(old.get(), file_.get(), path_);
 }
 
-void FileReplacement::Commit() {
+void FileReplacement::PutInPlace() {
   CarryOverAttributes();
   // Never repeated after a failure: a second fsync() reports success for pages that were lost.
   if (RetryInterrupted([&] { return fsync(file_.get()); }) != 0) {
@@ -132,6 +137,10 @@ void FileReplacement::Commit() {
     RaiseSystemError(errno, path_, "put the new content in place");
   }
   committed_ = true;
+}
+
+void FileReplacement::Commit() {
+  PutInPlace();
   try {
     directory_.Sync();
   } catch (const Error& error) {

@@ -35,6 +35,8 @@ class FileReplacement {
   // renames. Raises Error; the old file is in place then, unless the message says that only the
   // flush of the directory failed.
   void Commit();
+  // The same but for the flush of the directory, which the caller sees to.
+  void PutInPlace();
 
  private:
   void SweepStale() const;

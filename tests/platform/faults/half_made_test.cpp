@@ -1,0 +1,118 @@
+// Calls that fail between two steps of making something: what was made halfway is taken away again,
+// and what was there is not written over.
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <new>
+#include <string>
+#include <system_error>
+
+#include "faults/failing_allocations.h"
+#include "faults/system_calls.h"
+#include "support/host_test.h"
+
+namespace PlatformTest {
+namespace {
+
+using namespace TavConfigStore;  // NOLINT(google-build-using-namespace): the error codes
+
+using HalfMade = HostTest;
+
+CallHook FailingAt(const std::string& call, const std::string& path) {
+  return [=](const SystemCall& made) { return made.name == call && made.path == path ? EIO : 0; };
+}
+
+CSErrorCodes CommitFailingAt(const std::string& call, const std::string& path) {
+  Watch(FailingAt(call, path));
+  const CSErrorCodes code = CodeOf([] { Put(OpenStore(), "a", "new"); });
+  Stop();
+  return code;
+}
+
+TEST_F(HalfMade, SwitchesAreNotWrittenOverWhenTheirFileCannotBeLookedAt) {
+  Put(OpenStore(), "a", "old");
+  HostPlatform::SetFeature(9, true);
+  EXPECT_EQ(CommitFailingAt("access", "features"), kIoError);
+  EXPECT_EQ(ReadFile(FeaturesPath())[9], 1);
+  HostPlatform::UseHostDirectory(HostPath());
+  EXPECT_TRUE(HostPlatform::GetFeature(9).on);
+  EXPECT_EQ(Get(OpenStore(), "a"), "old");
+}
+
+TEST_F(HalfMade, LockFileWhoseModeCannotBeSetIsTakenAway) {
+  EXPECT_EQ(CommitFailingAt("fchmod", "config-store.lock"), kIoError);
+  EXPECT_FALSE(Exists(LockPath()));
+  EXPECT_EQ(WriteCode(), kNothing);
+  EXPECT_EQ(ModeOf(LockPath()), 0600U);
+}
+
+TEST_F(HalfMade, HostDirectoryWhoseModeCannotBeSetIsTakenAway) {
+  EXPECT_EQ(CommitFailingAt("fchmod", "host"), kIoError);
+  EXPECT_FALSE(Exists(HostPath()));
+  EXPECT_EQ(WriteCode(), kNothing);
+  EXPECT_EQ(ModeOf(HostPath()), 02750U);
+}
+
+TEST_F(HalfMade, FolderOfNumberedFilesWhoseModeCannotBeSetIsTakenAway) {
+  Put(OpenStore(), "a", "old");
+  Watch(FailingAt("fchmod", "folder"));
+  EXPECT_THROW(HostPlatform::AddNumberedFile("folder", ".txt", "content"), std::system_error);
+  Stop();
+  EXPECT_FALSE(Exists(PathOf("folder")));
+  EXPECT_EQ(HostPlatform::AddNumberedFile("folder", ".txt", "content"), 1U);
+  EXPECT_EQ(ModeOf(PathOf("folder")), 02750U);
+}
+
+TEST_F(HalfMade, FirstCommitThatCannotFlushTheDirectorySaysWhatIsInPlace) {
+  std::string message;
+  Watch(FailingAt("fsync", "host"));
+  const CSErrorCodes code = CodeOf([] { Put(OpenStore(), "a", "new"); }, &message);
+  Stop();
+  EXPECT_EQ(code, kIoError);
+  EXPECT_NE(message.find("the new content is in place"), std::string::npos) << message;
+  EXPECT_EQ(Get(OpenStore(), "a"), "new");
+}
+
+// Fails each allocation of the call in turn, until none is left.
+template <typename Call, typename Check>
+void ForEachFailingAllocation(Call call, Check check) {
+  int failures = 0;
+  for (int number = 1;; ++number) {
+    SCOPED_TRACE("allocation " + std::to_string(number));
+    bool raised = false;
+    WatchAllocations({number, false});
+    try {
+      call();
+    } catch (const std::bad_alloc&) {
+      raised = true;
+    }
+    const bool failed = StopWatchingAllocations().failed != 0;
+    if (!failed) break;
+    failures += raised ? 1 : 0;
+    check();
+    ASSERT_FALSE(testing::Test::HasFailure());
+  }
+  EXPECT_GT(failures, 10);
+}
+
+TEST_F(HalfMade, MemoryThatRunsOutInACommitLeavesNoTemporary) {
+  Put(OpenStore(), "a", "old");
+  ForEachFailingAllocation([] { Put(OpenStore(), "a", "new"); },
+                           [this] {
+                             for (const std::string& name : NamesIn(HostPath()))
+                               EXPECT_EQ(name.find(".new-"), std::string::npos) << name;
+                           });
+  EXPECT_EQ(Get(OpenStore(), "a"), "new");
+}
+
+TEST_F(HalfMade, MemoryThatRunsOutWhileAFileIsAddedIsRaised) {
+  HostPlatform::AddNumberedFile("folder", ".txt", "content");
+  ForEachFailingAllocation([] { HostPlatform::AddNumberedFile("folder", ".txt", "content"); },
+                           [this] {
+                             const std::vector<std::string> made = {".lock", "1.txt"};
+                             EXPECT_EQ(NamesIn(PathOf("folder")), made);
+                           });
+}
+
+}  // namespace
+}  // namespace PlatformTest
