@@ -1,38 +1,29 @@
 #include "contestants.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <stdexcept>
 #include <tuple>
+#include <typeinfo>
 
 #include "digest/catalogue_digest.h"
-#include "platform/admin.h"
+#include "json_catalogue.h"
+#include "library_catalogue.h"
 
 namespace Bench {
 
 using TavQuor::QuorDatastoreInfo;
-using TavQuor::QuorLib;
 using TavQuor::QuorPolicyInfo;
 
 namespace {
 
-std::string EmptyDatabase(const std::string& path) {
-  SqliteCatalogue::Create(path);
-  return path;
-}
-
-void LoadHost(const std::string& path, const Workload& workload) {
-  HostPlatform::UseHostDirectory(path);
-  for (const bool intoStore : {false, true}) {
-    HostPlatform::OverrideFeature(kStoreSwitch, intoStore);
-    QuorLib::AddPolicyInfo(workload.policies);
-    QuorLib::AddDatastoreInfo(workload.datastores);
+std::unique_ptr<Catalogue> OpenSqliteIn(const std::string& directory) {
+  const std::string path = directory + "/catalogue.sqlite";
+  if (!std::filesystem::exists(path)) {
+    std::filesystem::create_directories(directory);
+    SqliteCatalogue::Create(path);
   }
-}
-
-void LoadDatabase(SqliteCatalogue* database, const Workload& workload) {
-  database->ReplacePolicies(workload.policies);
-  database->ReplaceDatastores(workload.datastores);
-  database->Checkpoint();
+  return std::make_unique<SqliteCatalogue>(path);
 }
 
 bool SamePolicy(const QuorPolicyInfo& a, const QuorPolicyInfo& b) {
@@ -54,71 +45,107 @@ bool SameDatastores(const Datastores& a, const Datastores& b) {
 }
 
 void Require(bool agreed, const char* question) {
-  if (!agreed) throw std::runtime_error(std::string("the answers differ: ") + question);
+  if (!agreed) throw std::runtime_error(std::string("a wrong answer: ") + question);
 }
 
-void CheckListings(SqliteCatalogue* database, const Workload& workload) {
-  Require(SamePolicies(QuorLib::ListPolicyInfo(), workload.policies), "policies");
-  Require(SamePolicies(database->ListPolicies(), workload.policies), "policies of the peer");
-  Require(SamePolicies(database->ListPoliciesOneByOne(), workload.policies),
-          "the same, one by one");
-  Require(SameDatastores(QuorLib::ListDatastoreInfo(), workload.datastores), "datastores");
-  Require(SameDatastores(database->ListDatastores(), workload.datastores),
-          "datastores of the peer");
-  Require(QuorLib::GetDbHash() == DbHashOf(workload.policies, workload.datastores), "digests");
-}
-
-void CheckLookupsOf(const QuorPolicyInfo& policy, SqliteCatalogue* database) {
-  const auto& [blob, blobNamespace] = policy.blobs.front();
-  Require(QuorLib::GetRilkPolicyBlobByName(policy.name) == blob, "blob by name");
-  Require(database->BlobByName(policy.name, blobNamespace) == blob, "blob by name of the peer");
-  const std::string& id = policy.policyId;
-  Require(QuorLib::GetRilkPolicyBlobById(id) == blob, "blob by id");
-  Require(database->BlobById(id, blobNamespace) == blob, "blob by id of the peer");
-  Require(database->BlobByIdUnindexed(id, blobNamespace) == blob, "the same, unindexed");
-  Require(database->BlobByIdScanning(id, blobNamespace) == blob, "the same, scanning");
-}
-
-void CheckLookupsOf(const QuorDatastoreInfo& datastore, SqliteCatalogue* database) {
-  const std::string& id = datastore.defaultPolicyId;
-  const std::string blob = QuorLib::GetDefaultPolicyBlob(datastore.url);
-  Require(!blob.empty() && database->DefaultBlob(datastore.url) == blob, "default blob");
-  Require(QuorLib::GetPolicyBlobById(id, datastore.url) == blob, "blob on a datastore");
-  Require(database->BlobOnDatastore(id, datastore.url) == blob, "blob on a datastore of the peer");
-}
-
-// Some are enough, spread over all: every one of them costs scans.
-void CheckLookups(SqliteCatalogue* database, const Workload& workload) {
-  constexpr std::size_t kChecked = 20;
-  for (std::size_t i = 0; i < std::min(kChecked, workload.policies.size()); ++i) {
-    CheckLookupsOf(workload.policies[workload.policyOrder[i]], database);
-    CheckLookupsOf(workload.datastores[workload.datastoreOrder[i]], database);
+void CheckLookups(Catalogue* catalogue, const QuorPolicyInfo& policy) {
+  const std::string& blob = policy.blobs.front().first;
+  Require(catalogue->BlobByName(policy.name) == blob, "blob by name");
+  Require(catalogue->BlobById(policy.policyId) == blob, "blob by id");
+  if (auto* sqlite = dynamic_cast<SqliteCatalogue*>(catalogue)) {
+    Require(sqlite->BlobByIdUnindexed(policy.policyId) == blob, "blob by id, unindexed");
+    Require(sqlite->BlobByIdScanning(policy.policyId) == blob, "blob by id, scanning");
   }
-  CheckLookupsOf(workload.policies.back(), database);
+  if (auto* lmdb = dynamic_cast<LmdbCatalogue*>(catalogue)) {
+    Require(lmdb->BlobByIdScanning(policy.policyId) == blob, "blob by id, scanning");
+  }
+}
+
+std::string ExpectedBlob(const QuorDatastoreInfo& datastore, const Workload& workload) {
+  for (const auto& policy : workload.policies) {
+    if (policy.policyId != datastore.defaultPolicyId) continue;
+    for (const auto& [blob, blobNamespace] : policy.blobs) {
+      if (blobNamespace == datastore.datastoreNamespace) return blob;
+    }
+  }
+  throw std::runtime_error("a datastore without a default policy");
+}
+
+void CheckLookups(Catalogue* catalogue, const QuorDatastoreInfo& datastore,
+                  const Workload& workload) {
+  const std::string blob = ExpectedBlob(datastore, workload);
+  Require(catalogue->DefaultBlob(datastore.url) == blob, "default blob");
+  Require(catalogue->BlobOnDatastore(datastore.defaultPolicyId, datastore.url) == blob,
+          "blob on a datastore");
 }
 
 }  // namespace
 
-Contestants::Contestants(Workload theWorkload, const std::string& directory)
-    : workload(std::move(theWorkload)),
-      host(directory + "/host"),
-      hostCopy(directory + "/host-copy"),
-      hostWritten(directory + "/host-written"),
-      databasePath(EmptyDatabase(directory + "/read.sqlite")),
-      database(databasePath),
-      databaseWritten(EmptyDatabase(directory + "/written.sqlite")) {
-  LoadDatabase(&database, workload);
-  LoadDatabase(&databaseWritten, workload);
-  LoadHost(hostWritten, workload);
-  LoadHost(hostCopy, workload);
-  LoadHost(host, workload);
-  CheckListings(&database, workload);
-  CheckLookups(&database, workload);
+std::vector<std::string> ContestantsFor(const WorkloadSize& size) {
+  std::vector<std::string> contestants = {kStore, kFile, kSqlite, kLmdb};
+  if (size.policies < kTooManyForJson) contestants.emplace_back(kJson);
+  return contestants;
 }
 
-std::pair<std::string, std::string> DbHashOf(const Policies& policies,
-                                             const Datastores& datastores) {
-  return {TavQuor::Digest::PolicyDbHash(policies), TavQuor::Digest::DatastoreDbHash(datastores)};
+std::string HostIn(const std::string& directory) {
+  return directory + "/host";
+}
+
+std::string StoredIn(const std::string& directory, const std::string& contestant) {
+  if (contestant == kStore) return HostIn(directory) + "/config-store.cdb";
+  if (contestant == kFile) return HostIn(directory) + "/host-config.json";
+  return directory + "/" + contestant;
+}
+
+std::unique_ptr<Catalogue> OpenCatalogue(const std::string& contestant,
+                                         const std::string& directory) {
+  if (contestant == kStore || contestant == kFile) {
+    auto catalogue =
+        std::make_unique<LibraryCatalogue>(HostIn(directory), /*inStore=*/contestant == kStore);
+    catalogue->Use();
+    return catalogue;
+  }
+  const std::string own = StoredIn(directory, contestant);
+  if (contestant == kSqlite) return OpenSqliteIn(own);
+  if (contestant == kLmdb) return std::make_unique<LmdbCatalogue>(own);
+  if (contestant == kJson) return std::make_unique<JsonCatalogue>(own);
+  throw std::runtime_error("no such contestant: " + contestant);
+}
+
+void Load(Catalogue* catalogue, const Workload& workload) {
+  catalogue->Use();
+  catalogue->ReplacePolicies(workload.policies);
+  catalogue->ReplaceDatastores(workload.datastores);
+  if (auto* sqlite = dynamic_cast<SqliteCatalogue*>(catalogue)) sqlite->Checkpoint();
+}
+
+void RequireSameAnswers(Catalogue* catalogue, const Workload& workload) {
+  catalogue->Use();
+  Require(SamePolicies(catalogue->ListPolicies(), workload.policies), "policies");
+  Require(SameDatastores(catalogue->ListDatastores(), workload.datastores), "datastores");
+  // Some are enough, spread over all: every one of them costs scans, or a parse.
+  const std::size_t checked = workload.policies.size() > 1000 ? 1 : 5;
+  for (std::size_t i = 0; i < checked; ++i) {
+    CheckLookups(catalogue, workload.policies[workload.policyOrder[i]]);
+    CheckLookups(catalogue, workload.datastores[workload.datastoreOrder[i]], workload);
+  }
+  CheckLookups(catalogue, workload.policies.back());
+}
+
+std::pair<std::string, std::string> DigestsOf(Catalogue* catalogue) {
+  const Catalogue& asked = *catalogue;
+  if (typeid(asked) == typeid(LibraryCatalogue)) return TavQuor::QuorLib::GetDbHash();
+  return {TavQuor::Digest::PolicyDbHash(catalogue->ListPolicies()),
+          TavQuor::Digest::DatastoreDbHash(catalogue->ListDatastores())};
+}
+
+void LoadAll(const std::vector<std::string>& contestants, const std::string& directory,
+             const Workload& workload) {
+  for (const std::string& contestant : contestants) {
+    const auto catalogue = OpenCatalogue(contestant, directory);
+    Load(catalogue.get(), workload);
+    RequireSameAnswers(catalogue.get(), workload);
+  }
 }
 
 }  // namespace Bench

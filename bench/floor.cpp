@@ -1,11 +1,10 @@
 #include "floor.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <fstream>
-#include <iterator>
 #include <system_error>
 
 namespace Bench {
@@ -34,9 +33,13 @@ class Descriptor {
 }  // namespace
 
 std::string ReadFile(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  Require(file.is_open(), path);
-  return std::string(std::istreambuf_iterator<char>(file), {});
+  const Descriptor file(path, O_RDONLY);
+  struct stat status;
+  Require(fstat(file.get(), &status) == 0, path);
+  std::string bytes(static_cast<std::size_t>(status.st_size), '\0');
+  const ssize_t got = read(file.get(), bytes.data(), bytes.size());
+  Require(got == static_cast<ssize_t>(bytes.size()), path);
+  return bytes;
 }
 
 void ReplaceFileDurably(const std::string& directory, const std::string& name,

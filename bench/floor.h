@@ -6,6 +6,7 @@
 
 namespace Bench {
 
+// The whole file, in one call of the system. Raises std::system_error.
 std::string ReadFile(const std::string& path);
 
 // Writes `bytes` to a new file in `directory`, flushes it, renames it to `name` and flushes the

@@ -1,178 +1,102 @@
-"""Prints the table of a measurement: medians, ratios to SQLite, and what the ratios should be.
+"""Prints the tables of a run, or writes them and the plots into a document.
 
-    report.py RESULTS.json...
+    report.py RESULTS.json [--document FILE]
 
-Several files, of runs with the same workload, count as one long run. Refuses results of a build
-without optimisation, whose numbers mean nothing.
+What stands in FILE between the two marks is replaced; plots go into the directory beside it that
+has its name. Refuses results of a build without optimisation, whose numbers mean nothing.
 """
-import json
-import statistics
+from __future__ import annotations
+
+import argparse
+import os
 import sys
+from typing import Optional
 
-LIBRARY = "library"
-# A case: its name, its title, the peer, and the ratio that the library was built for: the times of
-# the chosen layout and of SQLite in microseconds, measured side by side when it was chosen. These
-# belong to the questions as one writes them first; where SQLite can be asked more cleverly, that is
-# a line of its own.
-CASES = [
-    ("replace", "replace all policies, durably", "sqlite", (3400, 34500)),
-    ("by_name", "blob by policy name", "sqlite", (0.8, 3.6)),
-    ("by_id_last", "blob by id, last policy; no index", "sqlite_unindexed", (36, 986)),
-    ("by_id_last", "  SQLite told how to scan", "sqlite_scan", None),
-    ("by_id_last", "  SQLite with an index", "sqlite_index", None),
-    ("list", "list all policies", "sqlite_one_by_one", (890, 4700)),
-    ("list", "  SQLite in two passes", "sqlite", None),
-    ("cold", "open cold, first blob by name", "sqlite", (20, 66)),
-    ("on_datastore", "blob on a datastore; SQLite's index", "sqlite_index", None),
-    ("default_blob", "default blob; SQLite's index", "sqlite_index", None),
-    ("digest", "digests of everything", "sqlite", None),
-]
-# What the library's work cannot cost less than, and how many times that it may cost.
-FLOORS = [
-    ("replace", "write the same bytes, fsync, rename, fsync the directory", None),
-    ("by_name", "lstat() of the snapshot", None),
-    ("list", "copy the vector of policies", None),
-    ("digest", "list everything, MD5 over the same bytes", 1.3),
-    ("file_replace", "file: write the same bytes as durably", 2),
-    ("file_cold", "file, cold: read and parse it with simdjson", 3),
-    ("file_list", "file: copy the vector of policies", None),
-]
-# Lookups in a file that was parsed before: a start, and so much for each policy; also the first one
-# is found in a list of all.
-SCANS = [("file_first", "file: blob by id, first policy"),
-         ("file_last", "file: blob by id, last policy")]
-SCAN_START, SCAN_STEP = 2000, 40  # nanoseconds
-TOLERANCE = 1.5  # a ratio may be this many times what it was built for
-BARS_ARE_FOR = {"policies": "1000", "blobs": "3", "blob_size": "512", "datastores": "2"}
+import tables
+from bars import Bar
+from plots import write_plots
+from results import Results, Unusable, as_number, load
 
-UNITS = {"ns": 1, "us": 1e3, "ms": 1e6, "s": 1e9}
+BEGIN = "<!-- measured: scripts/bench -->"
+END = "<!-- end of measured -->"
+CONTEXT = [("build", "build"), ("compiler", "compiler"), ("flags", "flags"), ("sqlite", "SQLite"),
+           ("lmdb", "LMDB"), ("json", "JSON file")]
 
 
-class Unusable(Exception):
-    pass
+def circumstances(results: Results) -> str:
+    lines = [f"- {key}: {value}" for key, value in results.machine.items()]
+    lines += [f"- {title}: {str(results.contexts[0][key]).strip()}" for key, title in CONTEXT]
+    lines.append("- every commit of every contestant is flushed to the disk before it returns")
+    return "\n".join(lines)
 
 
-def load(paths):
-    """The context of the runs, and the nanoseconds of every repetition by (case, contestant)."""
-    context, times = None, {}
-    for path in paths:
-        with open(path, encoding="utf-8") as file:
-            results = json.load(file)
-        check(path, results["context"])
-        if context and workload(context) != workload(results["context"]):
-            raise Unusable(f"{path}: of another workload than {paths[0]}")
-        context = context or results["context"]
-        for run in results["benchmarks"]:
-            if run["run_type"] != "iteration":
-                continue
-            if run.get("error_occurred"):
-                raise Unusable(f"{path}: {run['name']}: {run['error_message']}")
-            case, contestant, *modifiers = run["name"].split("/")
-            own_clock = {"real_time", "manual_time"} & set(modifiers)
-            clock = "real_time" if own_clock else "cpu_time"
-            times.setdefault((case, contestant), []).append(run[clock] * UNITS[run["time_unit"]])
-    return context, times
+def missed_bars(results: Results) -> str:
+    found = tables.missed(results)
+    if not found:
+        return "None is missed."
+    return "\n".join(f"- {bar.backend}: {bar.title}: {bar.show(value)}, {bar.shown_limit()}. "
+                     f"{bar.reason}{beside(bar, results)}" for bar, value in found)
 
 
-def check(path, context):
-    if context.get("optimised") != "yes":
-        raise Unusable(f"{path}: measured in a build without optimisation or with sanitizers "
-                       f"({context.get('build', 'unknown')}); its numbers mean nothing")
+def beside(bar: Bar, results: Results) -> str:
+    if bar.beside is None:
+        return ""
+    title, value = bar.beside[0], bar.beside[1](results)
+    return "" if value is None else f" Beside it, {title}: {as_number(value)} times."
 
 
-def workload(context):
-    return {key: context[key] for key in BARS_ARE_FOR}
+def sections(results: Results, plots: list[tuple[str, str]], plot_directory: str) -> list[str]:
+    parts = ["### Machine and build", circumstances(results),
+             "### Bars", tables.bars_table(results),
+             "### Missed bars", missed_bars(results),
+             "### Calls, with 1,000 policies", tables.calls_table(results),
+             "### Floors, and other ways to ask the peers", tables.others_table(results),
+             "### Commit latency, with 1,000 policies", tables.percentiles_table(results),
+             "### At once, with 1,000 policies",
+             "Throughput of two threads and of 8 processes, as multiples of one thread's. The JSON "
+             "file is left out: every call of it is a parse.", tables.parallel_table(results),
+             "### Memory of a process that lists the policies",
+             "By how much its peak grew, and in parentheses the multiple of the answer's size.",
+             tables.memory_table(results)]
+    if tables.has_sizes(results):
+        parts += ["### By size of the catalogue",
+                  "Columns are numbers of policies with 3 blobs of 512 bytes, or of the size "
+                  "named. " + tables.NOTE_LEFT_OUT]
+        for title, table in tables.size_sections(results):
+            parts += [f"#### {title[0].upper()}{title[1:]}", table]
+    if plots:
+        parts += ["### Plots"] + [f"![{title}]({plot_directory}/{name})" for name, title in plots]
+    return parts
 
 
-def readable(nanoseconds):
-    for unit in ("s", "ms", "us"):
-        if nanoseconds >= UNITS[unit]:
-            return f"{nanoseconds / UNITS[unit]:.3g} {unit}"
-    return f"{nanoseconds:.3g} ns"
+def write_document(results: Results, path: str) -> None:
+    with open(path, encoding="utf-8") as file:
+        before, begin, rest = file.read().partition(BEGIN)
+    _, end, after = rest.partition(END)
+    if not begin or not end:
+        raise Unusable(f"{path}: the marks {BEGIN} and {END} are not there")
+    directory = os.path.splitext(path)[0]
+    plots: list[tuple[str, str]] = []
+    if tables.has_sizes(results):
+        plots = write_plots(results, directory)
+    measured = "\n\n".join(sections(results, plots, os.path.basename(directory)))
+    with open(path, "w", encoding="utf-8") as file:
+        file.write(f"{before}{begin}\n{measured}\n{end}{after}")
 
 
-def spread(values):
-    """How far the middle half of the repetitions lies apart, as a share of the median."""
-    if len(values) < 3:
-        return "-"
-    low, _, high = statistics.quantiles(values, n=4)
-    return f"{(high - low) / statistics.median(values):.0%}"
-
-
-def case_rows(times, with_bars):
-    for case, title, peer, built_for in CASES:
-        ours, theirs = times.get((case, LIBRARY)), times.get((case, peer))
-        if not ours or not theirs:
-            continue  # a filter left it out
-        ratio = statistics.median(ours) / statistics.median(theirs)
-        limit = TOLERANCE * built_for[0] / built_for[1] if built_for and with_bars else None
-        yield (title, readable(statistics.median(ours)), spread(ours),
-               readable(statistics.median(theirs)), spread(theirs), f"{ratio:.3f}",
-               *judged(ratio, limit, "{:.3f}"))
-
-
-def floor_rows(times):
-    for case, title, bar in FLOORS:
-        ours, floor = times.get((case, LIBRARY)), times.get((case, "floor"))
-        if ours and floor:
-            ratio = statistics.median(ours) / statistics.median(floor)
-            yield (title, readable(statistics.median(floor)), spread(floor),
-                   readable(statistics.median(ours)), spread(ours), f"{ratio:.2f}",
-                   *judged(ratio, bar, "{:.2f}"))
-
-
-def scan_rows(times, policies):
-    limit = SCAN_START + SCAN_STEP * policies
-    for case, title in SCANS:
-        ours = times.get((case, LIBRARY))
-        if ours:
-            median = statistics.median(ours)
-            yield title, readable(median), spread(ours), *judged(median, limit, None)
-
-
-def judged(value, bar, layout):
-    """The bar and the verdict on the value."""
-    if bar is None:
-        return "-", "-"
-    verdict = "within" if value <= bar else f"over, {value / bar:.2f} times"
-    return layout.format(bar) if layout else readable(bar), verdict
-
-
-def print_table(heads, rows):
-    rows = [heads, *rows]
-    widths = [max(len(row[column]) for row in rows) for column in range(len(heads))]
-    for number, row in enumerate(rows):
-        first, rest = row[0].ljust(widths[0]), zip(row[1:], widths[1:])
-        print("  ".join([first, *(cell.rjust(width) for cell, width in rest)]).rstrip())
-        if number == 0:
-            print("-" * (sum(widths) + 2 * (len(widths) - 1)))
-
-
-def print_report(paths):
-    context, times = load(paths)
-    repetitions = max((len(values) for values in times.values()), default=0)
-    print("{policies} policies of {blobs} blobs of {blob_size} bytes, {datastores} datastores each; "
-          "{build} build; SQLite {sqlite}".format(**context))
-    print(f"{context['num_cpus']} processors at {context['mhz_per_cpu']} MHz; load average "
-          f"{context['load_avg'][0]:.2f} at the start; medians of {repetitions} repetitions, spread "
-          "is that of their middle half")
-    print("replacements by the clock, all else in processor time\n")
-    print_table(("case", "QuorLib", "spread", "SQLite", "spread", "ratio", "bar", "verdict"),
-                case_rows(times, workload(context) == BARS_ARE_FOR))
-    print()
-    print_table(("floor", "time", "spread", "QuorLib", "spread", "ratio", "bar", "verdict"),
-                floor_rows(times))
-    print()
-    print_table(("scan of the parsed file", "QuorLib", "spread", "bar", "verdict"),
-                scan_rows(times, int(context["policies"])))
-
-
-def main():
-    if len(sys.argv) < 2:
-        print(__doc__.strip(), file=sys.stderr)
-        return 2
+def main() -> int:
+    parser = argparse.ArgumentParser()
+    parser.add_argument("results")
+    parser.add_argument("--document")
+    arguments = parser.parse_args()
+    document: Optional[str] = arguments.document
     try:
-        print_report(sys.argv[1:])
+        results = load(arguments.results)
+        if document:
+            write_document(results, document)
+            print(f"written: {document}")
+        else:
+            print("\n\n".join(sections(results, [], "")))
     except (Unusable, OSError, ValueError, KeyError) as error:
         print(f"report.py: {error}", file=sys.stderr)
         return 1

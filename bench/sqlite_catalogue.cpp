@@ -6,6 +6,9 @@
 namespace Bench {
 namespace {
 
+// What is bound is not copied, so it must not end with the call.
+const std::string kNamespace = kLookupNamespace;
+
 constexpr char kSchema[] = R"(
 CREATE TABLE policies(
   name        BLOB PRIMARY KEY NOT NULL,
@@ -60,7 +63,8 @@ void SqliteCatalogue::Create(const std::string& path) {
 }
 
 SqliteCatalogue::SqliteCatalogue(const std::string& path)
-    : database_(OpenSqlite(path)),
+    : path_(path),
+      database_(OpenSqlite(path)),
       begin_(database_.get(), "BEGIN IMMEDIATE"),
       commit_(database_.get(), "COMMIT"),
       rollback_(database_.get(), "ROLLBACK"),
@@ -83,6 +87,10 @@ SqliteCatalogue::SqliteCatalogue(const std::string& path)
       blobByIdScanning_(database_.get(), kBlobByIdScanning),
       blobOnDatastore_(database_.get(), kBlobOnDatastore),
       defaultBlob_(database_.get(), kDefaultBlob) {}
+
+std::unique_ptr<Catalogue> SqliteCatalogue::ForThread() {
+  return std::make_unique<SqliteCatalogue>(path_);
+}
 
 template <typename Change>
 void SqliteCatalogue::InTransaction(Change change) {
@@ -124,6 +132,14 @@ void SqliteCatalogue::ReplaceDatastores(const Datastores& datastores) {
           .Bind(3, datastore.defaultPolicyId)
           .Run();
     }
+  });
+}
+
+void SqliteCatalogue::Reset() {
+  InTransaction([&] {
+    deleteBlobs_.Run();
+    deletePolicies_.Run();
+    deleteDatastores_.Run();
   });
 }
 
@@ -182,22 +198,20 @@ std::string SqliteCatalogue::FirstBlob(SqliteStatement& question) {
   return blob;
 }
 
-std::string SqliteCatalogue::BlobByName(const std::string& name, const std::string& blobNamespace) {
-  return FirstBlob(blobByName_.Bind(1, name).Bind(2, blobNamespace));
+std::string SqliteCatalogue::BlobByName(const std::string& name) {
+  return FirstBlob(blobByName_.Bind(1, name).Bind(2, kNamespace));
 }
 
-std::string SqliteCatalogue::BlobById(const std::string& id, const std::string& blobNamespace) {
-  return FirstBlob(blobById_.Bind(1, id).Bind(2, blobNamespace));
+std::string SqliteCatalogue::BlobById(const std::string& id) {
+  return FirstBlob(blobById_.Bind(1, id).Bind(2, kNamespace));
 }
 
-std::string SqliteCatalogue::BlobByIdUnindexed(const std::string& id,
-                                               const std::string& blobNamespace) {
-  return FirstBlob(blobByIdUnindexed_.Bind(1, id).Bind(2, blobNamespace));
+std::string SqliteCatalogue::BlobByIdUnindexed(const std::string& id) {
+  return FirstBlob(blobByIdUnindexed_.Bind(1, id).Bind(2, kNamespace));
 }
 
-std::string SqliteCatalogue::BlobByIdScanning(const std::string& id,
-                                              const std::string& blobNamespace) {
-  return FirstBlob(blobByIdScanning_.Bind(1, id).Bind(2, blobNamespace));
+std::string SqliteCatalogue::BlobByIdScanning(const std::string& id) {
+  return FirstBlob(blobByIdScanning_.Bind(1, id).Bind(2, kNamespace));
 }
 
 std::string SqliteCatalogue::BlobOnDatastore(const std::string& id, const std::string& url) {

@@ -6,40 +6,42 @@
 #ifndef BENCH_SQLITE_CATALOGUE_H_
 #define BENCH_SQLITE_CATALOGUE_H_
 
+#include <memory>
 #include <string>
 
+#include "catalogue.h"
 #include "sqlite_statement.h"
-#include "workload.h"
 
 namespace Bench {
 
-class SqliteCatalogue {
+class SqliteCatalogue : public Catalogue {
  public:
   // Makes an empty database.
   static void Create(const std::string& path);
 
   explicit SqliteCatalogue(const std::string& path);
 
+  // A connection of its own.
+  std::unique_ptr<Catalogue> ForThread() override;
   // In one transaction each, like the library's replacements.
-  void ReplacePolicies(const Policies& policies);
-  void ReplaceDatastores(const Datastores& datastores);
+  void ReplacePolicies(const Policies& policies) override;
+  void ReplaceDatastores(const Datastores& datastores) override;
+  void Reset() override;
 
-  // Records come in the order in which they were written.
-  Policies ListPolicies();
-  Datastores ListDatastores();
+  Policies ListPolicies() override;
+  Datastores ListDatastores() override;
   // As it is written first, with a question for the blobs of each policy; ListPolicies() goes
   // through both tables side by side.
   Policies ListPoliciesOneByOne();
 
-  // An empty string when there is no such blob.
-  std::string BlobByName(const std::string& name, const std::string& blobNamespace);
-  std::string BlobById(const std::string& id, const std::string& blobNamespace);
+  std::string BlobByName(const std::string& name) override;
+  std::string BlobById(const std::string& id) override;
   // Without the index, as where identifiers are found by a scan only: with the plan that SQLite
   // chooses then, which goes through the blobs, and with the one that goes through the policies.
-  std::string BlobByIdUnindexed(const std::string& id, const std::string& blobNamespace);
-  std::string BlobByIdScanning(const std::string& id, const std::string& blobNamespace);
-  std::string BlobOnDatastore(const std::string& id, const std::string& url);
-  std::string DefaultBlob(const std::string& url);
+  std::string BlobByIdUnindexed(const std::string& id);
+  std::string BlobByIdScanning(const std::string& id);
+  std::string BlobOnDatastore(const std::string& id, const std::string& url) override;
+  std::string DefaultBlob(const std::string& url) override;
 
   // Moves all that is in the log to the database.
   void Checkpoint();
@@ -50,6 +52,7 @@ class SqliteCatalogue {
   template <typename Change>
   void InTransaction(Change change);
 
+  std::string path_;
   SqliteConnection database_;
   SqliteStatement begin_, commit_, rollback_;
   SqliteStatement deletePolicies_, deleteBlobs_, deleteDatastores_;

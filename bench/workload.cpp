@@ -74,8 +74,16 @@ Workload MakeWorkload(const WorkloadSize& size) {
       workload.datastores.push_back(std::move(datastore));
     }
   }
+  workload.assignedDatastores = workload.datastores.size();
+  for (std::size_t number = 0; number <= size.policies / 10; ++number) {
+    workload.datastores.push_back({Numbered("ds:///unassigned/%012lx/", number), "RILK", ""});
+  }
   workload.policyOrder = ShuffledNumbers(workload.policies.size(), &random);
-  workload.datastoreOrder = ShuffledNumbers(workload.datastores.size(), &random);
+  workload.datastoreOrder = ShuffledNumbers(workload.assignedDatastores, &random);
+  workload.unassignedOrder =
+      ShuffledNumbers(workload.datastores.size() - workload.assignedDatastores, &random);
+  for (std::size_t& number : workload.unassignedOrder)
+    number += workload.assignedDatastores;
   return workload;
 }
 

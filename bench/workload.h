@@ -22,10 +22,15 @@ struct WorkloadSize {
 
 struct Workload {
   Policies policies;
+  // Those with a default policy first, then one for each ten policies that has none: looking one of
+  // these up is half of what a lookup by datastore does, and nothing else.
   Datastores datastores;
-  // The numbers of all policies, and of all datastores, in an order that caches cannot foresee.
+  std::size_t assignedDatastores = 0;
+  // The numbers of all policies, of all datastores with a default policy, and of those without, in
+  // an order that caches cannot foresee.
   std::vector<std::size_t> policyOrder;
   std::vector<std::size_t> datastoreOrder;
+  std::vector<std::size_t> unassignedOrder;
 };
 
 // The same on every call and every machine: only the size makes a difference.

@@ -31,6 +31,7 @@ reference doxygen     makes the reference of the headers
 packages dpkg-dev     builds the Debian packages
 packages debhelper    rules of the Debian packages
 packages lintian      finds mistakes in the Debian packages
+packages debootstrap  makes the root where the packages are tried
 packages systemd      makes group and directory in the root where the packages are tried
 lint  clang           parses for clang-tidy
 lint  clang-format    layout of the sources
@@ -38,10 +39,13 @@ lint  clang-tidy      static checks of the sources
 lint  shellcheck      static checks of the scripts
 fuzz  clang-14         compiler of the fuzz targets
 fuzz  libclang-rt-14-dev libFuzzer and the sanitizers of clang
-bench python3         prints the table of the results
+bench python3         prints and draws the results
 bench valgrind        counts instructions
+bench util-linux      tells the file system of the measured directory
 bench libbenchmark-dev benchmark framework
 bench libsqlite3-dev  peer in the benchmarks
+bench liblmdb-dev     peer in the benchmarks
+bench nlohmann-json3-dev peer in the benchmarks, and writes their results
 END
 }
 
