@@ -3,7 +3,8 @@
     debian_packages_test.py ROOT [TEST...]
 
 Needs root. With QUOR_PACKAGES in the environment the packages in that directory are tried, as
-scripts/package left them, and none are built.
+scripts/package left them, and none are built. QUOR_CLEAN_ROOT is "debootstrap" or "unpacked" where
+the root is to be made that way and no other.
 """
 import glob
 import os
@@ -71,9 +72,8 @@ class DebianPackages(unittest.TestCase):
                         for package in cls.packages.values()
                         for one in field(package, "Depends").split(",") if one]
         others = [names for names in dependencies if names[0] not in cls.packages]
-        root = CleanRoot(path, others)
-        print(f"clean root: {len(root.chosen)} packages as unpacked on this machine, without "
-              "debootstrap, which would need a network", file=sys.stderr)
+        root = CleanRoot(path, others, os.environ.get("QUOR_CLEAN_ROOT"))
+        print(f"clean root: {root.how}", file=sys.stderr)
         root.install(cls.packages.values())
         host = os.path.join(path, HOST)  # before anything writes there
         cls.host_as_installed = os.stat(host) if os.path.exists(host) else None

@@ -1,8 +1,12 @@
 #include "configfile/session.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <atomic>
+#include <cerrno>
+#include <climits>
 #include <filesystem>
 #include <system_error>
 #include <utility>
@@ -18,7 +22,11 @@
 namespace ZynCtl::Config {
 
 using HostPlatform::Io::Directory;
+using HostPlatform::Io::Error;
+using HostPlatform::Io::ErrorKind;
+using HostPlatform::Io::FileDescriptor;
 using HostPlatform::Io::FileReplacement;
+using HostPlatform::Io::RaiseSystemError;
 
 namespace {
 
@@ -43,6 +51,34 @@ bool MayBecome(Node::Type present, Node::Type wanted) {
     return present != Node::Type::kBranch && present != Node::Type::kArray;
   }
   return present == wanted || present == Node::Type::kNull;
+}
+
+// What is replaced: the file, or what it points to where it is a link, which is looked at once.
+// Where a group may write to the host directory, a link of one of its members must not lead root
+// elsewhere.
+std::filesystem::path TargetIn(const Directory& host) {
+  const char* const name = HostPlatform::Io::kConfigFileName;
+  const std::string path = host.PathOf(name);
+  const FileDescriptor file(host.get(), name, O_PATH | O_NOFOLLOW);
+  if (!file && errno == ENOENT) return path;
+  if (!file) RaiseSystemError(errno, path, "look at the configuration file");
+  const struct stat status = HostPlatform::Io::StatOf(file, path);
+  if (!S_ISLNK(status.st_mode)) return path;
+  const uid_t owner = status.st_uid;
+  if (owner != 0 && owner != geteuid() && owner != host.status().st_uid) {
+    throw Error(ErrorKind::kInsecure,
+                path +
+                    ": it is a link of a user who does not own the host directory, and could "
+                    "have been planted; remove it");
+  }
+  char link[PATH_MAX];
+  const ssize_t size = readlinkat(file.get(), "", link, sizeof link);
+  if (size < 0) RaiseSystemError(errno, path, "read the link");
+  std::error_code missing;
+  const std::filesystem::path directory = host.path();
+  const auto target = std::filesystem::canonical(
+      directory / std::string(link, static_cast<std::size_t>(size)), missing);
+  return missing ? std::filesystem::path(path) : target;
 }
 
 }  // namespace
@@ -191,11 +227,8 @@ void Session::LockForChange() {
 void Session::Write() {
   PrepareToChange();
   try {
-    const Directory host(HostPlatform::Io::HostDirectoryPath());  // for its check
-    // A link is resolved once, and what it points to is replaced.
-    std::error_code missing;
-    const std::filesystem::path resolved = std::filesystem::canonical(path_, missing);
-    const std::filesystem::path target = missing ? std::filesystem::path(path_) : resolved;
+    const Directory host(HostPlatform::Io::HostDirectoryPath());
+    const std::filesystem::path target = TargetIn(host);
     const std::string name = target.filename();
     const Directory directory(target.parent_path());
     FileReplacement next(directory, name.c_str(), kConfigFileMode);
