@@ -49,9 +49,9 @@ bool SameId(const SubObjectId& a, const SubObjectId& b) {
 
 ReadOnlyObject::ReadOnlyObject(std::unique_ptr<ObjectContents> contents)
     : contents_(std::move(contents)) {}
-ReadOnlyObject::ReadOnlyObject(const RecordSource* source, std::uint32_t number,
-                               std::string_view /*body*/)
-    : contents_(ContentsOf(source->records().at(number))) {}
+ReadOnlyObject::ReadOnlyObject(const std::shared_ptr<const RecordSource>* source,
+                               std::uint32_t number, std::string_view /*body*/)
+    : contents_(ContentsOf((*source)->records().at(number))) {}
 ReadOnlyObject::~ReadOnlyObject() = default;
 
 bool ReadOnlyObject::GetValue(const char* key, std::string* value) const {
@@ -83,8 +83,8 @@ ValueRef ReadOnlyObject::GetValuePtr(const char* key) const {
 
 WritableObject::WritableObject(std::unique_ptr<ObjectContents> contents)
     : ReadOnlyObject(std::move(contents)) {}
-WritableObject::WritableObject(const RecordSource* source, std::uint32_t number,
-                               std::string_view body)
+WritableObject::WritableObject(const std::shared_ptr<const RecordSource>* source,
+                               std::uint32_t number, std::string_view body)
     : ReadOnlyObject(source, number, body) {}
 WritableObject::~WritableObject() = default;
 
@@ -105,8 +105,8 @@ ConfigStoreSubObject::~ConfigStoreSubObject() = default;
 
 ConfigStoreObject::ConfigStoreObject(const ConfigStoreObjectId& id)
     : WritableObject(ContentsFor(id)) {}
-ConfigStoreObject::ConfigStoreObject(const RecordSource* source, std::uint32_t number,
-                                     std::string_view body)
+ConfigStoreObject::ConfigStoreObject(const std::shared_ptr<const RecordSource>* source,
+                                     std::uint32_t number, std::string_view body)
     : WritableObject(source, number, body) {}
 ConfigStoreObject::~ConfigStoreObject() = default;
 

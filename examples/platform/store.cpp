@@ -100,12 +100,12 @@ class MemoryStore final : public ConfigStore {
  private:
   template <typename Predicate>
   std::vector<std::shared_ptr<ConfigStoreObject>> Fetch(const Predicate& isWanted) const {
-    const auto source =
+    const std::shared_ptr<const RecordSource> source =
         writing_.owns_lock() ? std::make_shared<const RecordSource>(changed_) : read_;
     std::vector<std::shared_ptr<ConfigStoreObject>> objects;
     for (std::uint32_t i = 0; i < source->records().size(); ++i) {
       if (!isWanted(source->records()[i].id)) continue;
-      objects.push_back(std::make_shared<ConfigStoreObject>(source.get(), i, std::string_view()));
+      objects.push_back(std::make_shared<ConfigStoreObject>(&source, i, std::string_view()));
     }
     return objects;
   }

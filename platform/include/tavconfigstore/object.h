@@ -29,11 +29,12 @@ struct ObjectContents;
 class RecordSource;
 struct ObjectAccess;
 
-// Where a fetched object is. Kept in place by the pointers to the objects that were fetched.
+// Where a fetched object is. The block of memory that the object is in holds the pointer to its
+// source, and with it keeps the bytes in place.
 struct StoredRecord {
-  const RecordSource* source = nullptr;  // null: not fetched from the store
-  std::uint32_t number = 0;              // which record of the source
-  std::string_view body;                 // its bytes, when known; of a sub-object its part of them
+  const std::shared_ptr<const RecordSource>* source = nullptr;  // null: not fetched from the store
+  std::uint32_t number = 0;                                     // which record of the source
+  std::string_view body;  // its bytes, when known; of a sub-object its part of them
 };
 
 // A value in place, valid until its object is changed or released.
@@ -83,7 +84,8 @@ class PLATFORM_API ReadOnlyObject : public BaseObject {
  protected:
   // A new object, or one that was fetched.
   explicit ReadOnlyObject(std::unique_ptr<ObjectContents> contents);
-  ReadOnlyObject(const RecordSource* source, std::uint32_t number, std::string_view body);
+  ReadOnlyObject(const std::shared_ptr<const RecordSource>* source, std::uint32_t number,
+                 std::string_view body);
   ~ReadOnlyObject();
 
   StoredRecord stored_;                       // of a fetched object
@@ -100,7 +102,8 @@ class PLATFORM_API WritableObject : public ReadOnlyObject {
  protected:
   // A new object, or one that was fetched.
   explicit WritableObject(std::unique_ptr<ObjectContents> contents);
-  WritableObject(const RecordSource* source, std::uint32_t number, std::string_view body);
+  WritableObject(const std::shared_ptr<const RecordSource>* source, std::uint32_t number,
+                 std::string_view body);
   ~WritableObject();
 
   // The contents, copied from where they are stored before the first change.
@@ -132,7 +135,8 @@ class PLATFORM_API ConfigStoreSubObject final
  public:
   // An empty sub-object, or one that was fetched. Made by the object that it is a part of.
   explicit ConfigStoreSubObject(const SubObjectId& id);
-  ConfigStoreSubObject(const RecordSource* source, std::uint32_t number, std::string_view body);
+  ConfigStoreSubObject(const std::shared_ptr<const RecordSource>* source, std::uint32_t number,
+                       std::string_view body);
   ~ConfigStoreSubObject();
 
   friend struct ObjectAccess;
@@ -145,7 +149,8 @@ class PLATFORM_API ConfigStoreObject final
  public:
   // An empty object, for SetObject(), or one that was fetched, as the store makes it.
   explicit ConfigStoreObject(const ConfigStoreObjectId& id);
-  ConfigStoreObject(const RecordSource* source, std::uint32_t number, std::string_view body);
+  ConfigStoreObject(const std::shared_ptr<const RecordSource>* source, std::uint32_t number,
+                    std::string_view body);
   ~ConfigStoreObject();
 
   // The sub-object, for reading; null when there is none.

@@ -12,17 +12,17 @@ namespace TavConfigStore {
 // An object beside the pointer that keeps its bytes in place: one block of memory for both.
 template <typename Object>
 struct Fetched {
-  Fetched(const RecordSource* origin, std::uint32_t number, std::string_view body)
-      : source(origin->shared_from_this()), object(origin, number, body) {}
+  Fetched(std::shared_ptr<const RecordSource> origin, std::uint32_t number, std::string_view body)
+      : source(std::move(origin)), object(&source, number, body) {}
 
   std::shared_ptr<const RecordSource> source;
   Object object;
 };
 
 template <typename Object>
-std::shared_ptr<Object> Fetch(const RecordSource* source, std::uint32_t number,
+std::shared_ptr<Object> Fetch(std::shared_ptr<const RecordSource> source, std::uint32_t number,
                               std::string_view body) {
-  auto fetched = std::make_shared<Fetched<Object>>(source, number, body);
+  auto fetched = std::make_shared<Fetched<Object>>(std::move(source), number, body);
   Object* const object = &fetched->object;
   return std::shared_ptr<Object>(std::move(fetched), object);
 }

@@ -22,7 +22,7 @@ std::unique_ptr<ObjectContents> NewContents(std::string&& kind, const std::strin
 constexpr std::size_t kUsualSubObjects = 4;
 
 std::string_view BodyOf(const StoredRecord& stored) {
-  return stored.body.data() != nullptr ? stored.body : stored.source->Body(stored.number);
+  return stored.body.data() != nullptr ? stored.body : (*stored.source)->Body(stored.number);
 }
 
 [[noreturn]] void RaiseWrongType(const char* key, const char* wanted) {
@@ -57,8 +57,8 @@ const ObjectContents& ObjectAccess::Contents(const std::shared_ptr<FilterSpecObj
 ReadOnlyObject::ReadOnlyObject(std::unique_ptr<ObjectContents> contents)
     : contents_(std::move(contents)) {}
 
-ReadOnlyObject::ReadOnlyObject(const RecordSource* source, std::uint32_t number,
-                               std::string_view body)
+ReadOnlyObject::ReadOnlyObject(const std::shared_ptr<const RecordSource>* source,
+                               std::uint32_t number, std::string_view body)
     : stored_{source, number, body} {}
 
 ReadOnlyObject::~ReadOnlyObject() = default;
@@ -98,8 +98,8 @@ ValueRef ReadOnlyObject::GetValuePtrDefault(const char*) const {
 WritableObject::WritableObject(std::unique_ptr<ObjectContents> contents)
     : ReadOnlyObject(std::move(contents)) {}
 
-WritableObject::WritableObject(const RecordSource* source, std::uint32_t number,
-                               std::string_view body)
+WritableObject::WritableObject(const std::shared_ptr<const RecordSource>* source,
+                               std::uint32_t number, std::string_view body)
     : ReadOnlyObject(source, number, body) {}
 
 WritableObject::~WritableObject() = default;
@@ -114,7 +114,7 @@ void WritableObject::SetValue(const char* key, long long value) {
 
 // A fetched object becomes one of its own, sub-objects included, before its first change.
 void WritableObject::CopyContents() {
-  const RecordSource::Record record = stored_.source->Read(stored_.number);
+  const RecordSource::Record record = (*stored_.source)->Read(stored_.number);
   auto contents = NewContents(std::string(record.kind), {}, std::string(record.instance));
   contents->values = CopyValues(record.body);
   BodyReader reader(record.body);
@@ -139,8 +139,8 @@ FilterSpecObject::~FilterSpecObject() = default;
 ConfigStoreSubObject::ConfigStoreSubObject(const SubObjectId& id)
     : WritableObject(NewContents({}, id.name, id.instance)) {}
 
-ConfigStoreSubObject::ConfigStoreSubObject(const RecordSource* source, std::uint32_t number,
-                                           std::string_view body)
+ConfigStoreSubObject::ConfigStoreSubObject(const std::shared_ptr<const RecordSource>* source,
+                                           std::uint32_t number, std::string_view body)
     : WritableObject(source, number, body) {}
 
 ConfigStoreSubObject::~ConfigStoreSubObject() = default;
@@ -150,8 +150,8 @@ ConfigStoreSubObject::~ConfigStoreSubObject() = default;
 ConfigStoreObject::ConfigStoreObject(const ConfigStoreObjectId& id)
     : WritableObject(NewContents(EncodeKind(id), {}, id.instance)) {}
 
-ConfigStoreObject::ConfigStoreObject(const RecordSource* source, std::uint32_t number,
-                                     std::string_view body)
+ConfigStoreObject::ConfigStoreObject(const std::shared_ptr<const RecordSource>* source,
+                                     std::uint32_t number, std::string_view body)
     : WritableObject(source, number, body) {}
 
 ConfigStoreObject::~ConfigStoreObject() = default;
@@ -162,7 +162,7 @@ std::shared_ptr<const ConfigStoreSubObject> ConfigStoreObject::GetSubObject(
   BodyReader reader(BodyOf(stored_));
   for (StoredSubObject stored; reader.NextSubObject(&stored);) {
     if (stored.name == id.name && stored.instance == id.instance) {
-      return Fetch<ConfigStoreSubObject>(stored_.source, stored_.number, stored.part);
+      return Fetch<ConfigStoreSubObject>(*stored_.source, stored_.number, stored.part);
     }
   }
   return nullptr;
@@ -188,8 +188,7 @@ std::vector<std::shared_ptr<const ConfigStoreSubObject>> ConfigStoreObject::GetS
   }
   BodyReader reader(BodyOf(stored_));
   if (reader.MostSubObjects() == 0) return selected;
-  ObjectBatch<const ConfigStoreSubObject> batch(stored_.source->shared_from_this(),
-                                                reader.MostSubObjects());
+  ObjectBatch<const ConfigStoreSubObject> batch(*stored_.source, reader.MostSubObjects());
   for (StoredSubObject stored; reader.NextSubObject(&stored);) {
     if (Selects(wanted, stored.name, stored.instance)) batch.Add(stored_.number, stored.part);
   }

@@ -25,7 +25,7 @@ class ObjectBatch {
   // Adds the object of that record; there is room. `body` is empty when it is not known yet.
   void Add(std::uint32_t number, std::string_view body) {
     // Making an object of a stored record raises nothing.
-    std::construct_at(block_->objects + block_->count, block_->source.get(), number, body);
+    std::construct_at(block_->objects + block_->count, &block_->source, number, body);
     ++block_->count;
   }
 

@@ -36,27 +36,27 @@ std::optional<std::uint32_t> Overlay::FindInBase(std::string_view kind, std::str
   return number;
 }
 
-StoredRecord Overlay::BaseRecord(std::uint32_t number, const Changes* changes) const {
+FoundRecord Overlay::BaseRecord(std::uint32_t number, const Changes* changes) const {
   if (changes != nullptr) {
     const auto replaced = changes->replaced.find(number);
-    if (replaced != changes->replaced.end()) return {replaced->second.get(), 0, {}};
+    if (replaced != changes->replaced.end()) return {replaced->second.get(), 0};
   }
-  return {base_.get(), number, {}};
+  return {base_.get(), number};
 }
 
-StoredRecord Overlay::Find(const std::string& kind, const std::string& instance) const {
+FoundRecord Overlay::Find(const std::string& kind, const std::string& instance) const {
   const Changes* const changes = ChangesOf(kind);
   if (changes != nullptr) {
     const auto added = changes->addedAt.find(instance);
-    if (added != changes->addedAt.end()) return {changes->added[added->second].get(), 0, {}};
+    if (added != changes->addedAt.end()) return {changes->added[added->second].get(), 0};
   }
   const auto number = FindInBase(kind, instance, changes);
-  return number ? BaseRecord(*number, changes) : StoredRecord();
+  return number ? BaseRecord(*number, changes) : FoundRecord();
 }
 
-std::vector<StoredRecord> Overlay::List(const std::string& kind) const {
+std::vector<FoundRecord> Overlay::List(const std::string& kind) const {
   const Changes* const changes = ChangesOf(kind);
-  std::vector<StoredRecord> records;
+  std::vector<FoundRecord> records;
   if (base_ && !(changes != nullptr && changes->baseDeleted)) {
     const Snapshot::Kind* const stored = base_->FindKind(kind);
     const std::uint32_t count = stored == nullptr ? 0 : stored->count;
@@ -69,7 +69,7 @@ std::vector<StoredRecord> Overlay::List(const std::string& kind) const {
   }
   if (changes != nullptr) {
     for (const auto& record : changes->added) {
-      if (record) records.push_back({record.get(), 0, {}});
+      if (record) records.push_back({record.get(), 0});
     }
   }
   return records;
@@ -117,11 +117,11 @@ void Overlay::DeleteAll(const std::string& kind) {
 void Overlay::Write(const HostPlatform::Io::FileDescriptor& file, const std::string& path) const {
   SnapshotWriter writer(file, path);
   const auto writeKind = [&](const std::string& kind) {
-    const std::vector<StoredRecord> records = List(kind);
+    const std::vector<FoundRecord> records = List(kind);
     if (records.empty()) return;
     writer.BeginKind(kind);
-    for (const StoredRecord& stored : records) {
-      const RecordSource::Record record = stored.source->Read(stored.number);
+    for (const FoundRecord& found : records) {
+      const RecordSource::Record record = found.source->Read(found.number);
       writer.Add(record.instance, record.body);
     }
   };

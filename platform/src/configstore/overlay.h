@@ -15,6 +15,12 @@
 
 namespace TavConfigStore {
 
+// A record where it is looked for.
+struct FoundRecord {
+  const RecordSource* source = nullptr;  // null: there is none
+  std::uint32_t number = 0;              // which record of the source
+};
+
 class Overlay {
  public:
   // `base` may be null: nothing is stored yet.
@@ -23,9 +29,9 @@ class Overlay {
   const std::shared_ptr<const Snapshot>& base() const { return base_; }
 
   // The object as the transaction sees it; a null source when there is none.
-  StoredRecord Find(const std::string& kind, const std::string& instance) const;
+  FoundRecord Find(const std::string& kind, const std::string& instance) const;
   // The objects of the kind as the transaction sees them, in the order of their first write.
-  std::vector<StoredRecord> List(const std::string& kind) const;
+  std::vector<FoundRecord> List(const std::string& kind) const;
 
   // One that is there already is replaced in its place; a new one comes last.
   void Set(EncodedRecord encoded);
@@ -50,7 +56,7 @@ class Overlay {
 
   std::optional<std::uint32_t> FindInBase(std::string_view kind, std::string_view instance,
                                           const Changes* changes) const;
-  StoredRecord BaseRecord(std::uint32_t number, const Changes* changes) const;
+  FoundRecord BaseRecord(std::uint32_t number, const Changes* changes) const;
   const Changes* ChangesOf(const std::string& kind) const;
 
   std::shared_ptr<const Snapshot> base_;

@@ -72,14 +72,21 @@ class Transaction {
 };
 
 std::vector<std::shared_ptr<ConfigStoreObject>> FetchAll(
-    const std::shared_ptr<const Snapshot>& snapshot, const Snapshot::Kind& kind) {
-  ObjectBatch<ConfigStoreObject> objects(snapshot, kind.count);
-  for (std::uint32_t i = 0; i < kind.count; ++i) {
-    const std::string_view body = snapshot->CheckedBody(kind.first + i);
+    const std::shared_ptr<const Snapshot>& snapshot, const std::string& kindName) {
+  const Snapshot::Kind* const kind = snapshot->FindKind(kindName);
+  if (kind == nullptr) return {};
+  ObjectBatch<ConfigStoreObject> objects(snapshot, kind->count);
+  for (std::uint32_t i = 0; i < kind->count; ++i) {
+    const std::string_view body = snapshot->CheckedBody(kind->first + i);
     __builtin_prefetch(body.data());
-    objects.Add(kind.first + i, body);
+    objects.Add(kind->first + i, body);
   }
   return objects.Share();
+}
+
+std::shared_ptr<ConfigStoreObject> FetchFound(const FoundRecord& found) {
+  if (found.source == nullptr) return nullptr;
+  return Fetch<ConfigStoreObject>(found.source->shared_from_this(), found.number, {});
 }
 
 class HostConfigStore final : public ConfigStore {
@@ -99,7 +106,8 @@ class HostConfigStore final : public ConfigStore {
   void RollbackTransaction() override;
 
  private:
-  StoredRecord Find(const Snapshot::Kind* kind, const std::string& instance);
+  std::shared_ptr<ConfigStoreObject> FetchCommitted(const Snapshot::Kind* kind,
+                                                    const std::string& instance) const;
   const std::shared_ptr<const Snapshot>& Committed();
   void CheckTransaction() const;
   template <typename Change>
@@ -121,49 +129,37 @@ const std::shared_ptr<const Snapshot>& HostConfigStore::Committed() {
   return snapshot_;
 }
 
-StoredRecord HostConfigStore::Find(const Snapshot::Kind* kind, const std::string& instance) {
-  if (kind == nullptr) return StoredRecord();
+std::shared_ptr<ConfigStoreObject> HostConfigStore::FetchCommitted(
+    const Snapshot::Kind* kind, const std::string& instance) const {
+  if (kind == nullptr) return nullptr;
   const auto number = snapshot_->Find(*kind, instance);
-  return number ? StoredRecord{snapshot_.get(), *number, {}} : StoredRecord();
+  return number ? Fetch<ConfigStoreObject>(snapshot_, *number, {}) : nullptr;
 }
 
 std::shared_ptr<ConfigStoreObject> HostConfigStore::GetObject(const ConfigStoreObjectId& id) {
   CheckTransaction();
-  StoredRecord stored;
-  if (transaction_) {
-    stored = transaction_->overlay().Find(EncodeKind(id), id.instance);
-  } else if (Committed()) {
-    stored = Find(snapshot_->FindKind(id), id.instance);
-  }
-  return stored.source != nullptr
-             ? Fetch<ConfigStoreObject>(stored.source, stored.number, stored.body)
-             : nullptr;
+  if (transaction_) return FetchFound(transaction_->overlay().Find(EncodeKind(id), id.instance));
+  return Committed() ? FetchCommitted(snapshot_->FindKind(id), id.instance) : nullptr;
 }
 
 std::vector<std::shared_ptr<ConfigStoreObject>> HostConfigStore::GetObjects(
     const std::shared_ptr<FilterSpecObject>& filter) {
   CheckTransaction();
   const ObjectContents& wanted = ObjectAccess::Contents(filter);
-  std::vector<StoredRecord> records;
-  if (transaction_) {
-    const Overlay& overlay = transaction_->overlay();
-    if (wanted.instance.empty()) {
-      records = overlay.List(wanted.kind);
-    } else {
-      records.push_back(overlay.Find(wanted.kind, wanted.instance));
-    }
-  } else if (Committed()) {
-    const Snapshot::Kind* const kind = snapshot_->FindKind(wanted.kind);
-    if (kind == nullptr) return {};
-    if (wanted.instance.empty()) return FetchAll(snapshot_, *kind);
-    records.push_back(Find(kind, wanted.instance));
-  }
   std::vector<std::shared_ptr<ConfigStoreObject>> objects;
-  objects.reserve(records.size());
-  for (const StoredRecord& stored : records) {
-    if (stored.source != nullptr)
-      objects.push_back(Fetch<ConfigStoreObject>(stored.source, stored.number, stored.body));
+  if (wanted.instance.empty()) {
+    if (!transaction_) return Committed() ? FetchAll(snapshot_, wanted.kind) : objects;
+    for (const FoundRecord& found : transaction_->overlay().List(wanted.kind))
+      objects.push_back(FetchFound(found));
+    return objects;
   }
+  std::shared_ptr<ConfigStoreObject> one;
+  if (transaction_) {
+    one = FetchFound(transaction_->overlay().Find(wanted.kind, wanted.instance));
+  } else if (Committed()) {
+    one = FetchCommitted(snapshot_->FindKind(wanted.kind), wanted.instance);
+  }
+  if (one) objects.push_back(std::move(one));
   return objects;
 }
 
@@ -176,7 +172,7 @@ void HostConfigStore::SetObject(const std::shared_ptr<ConfigStoreObject>& object
       overlay.Set(EncodeRecord(*contents));
     } else {
       const StoredRecord& stored = ObjectAccess::Stored(*object);
-      const RecordSource::Record record = stored.source->Read(stored.number);
+      const RecordSource::Record record = (*stored.source)->Read(stored.number);
       overlay.Set(CopyRecord(record.kind, record.instance, record.body));
     }
   });

@@ -1,6 +1,7 @@
 #include "io/fork.h"
 
 #include <pthread.h>
+#include <sched.h>
 
 #include "io/file_descriptor.h"
 
@@ -8,15 +9,21 @@ namespace HostPlatform::Io {
 namespace {
 
 constinit std::mutex descriptorMutex;
-constinit std::mutex cacheMutex;
+
+struct alignas(64) CacheLock {
+  std::mutex mutex;
+};
+constinit CacheLock cacheLocks[kCachePlaces];
 
 void BeforeFork() {
   descriptorMutex.lock();
-  cacheMutex.lock();
+  for (CacheLock& lock : cacheLocks)
+    lock.mutex.lock();
 }
 
 void AfterForkInParent() {
-  cacheMutex.unlock();
+  for (CacheLock& lock : cacheLocks)
+    lock.mutex.unlock();
   descriptorMutex.unlock();
 }
 
@@ -35,8 +42,13 @@ std::mutex& DescriptorMutex() {
   return descriptorMutex;
 }
 
-std::mutex& CacheMutex() {
-  return cacheMutex;
+std::mutex& CacheMutex(unsigned place) {
+  return cacheLocks[place].mutex;
+}
+
+unsigned CachePlace() {
+  const int processor = sched_getcpu();
+  return processor < 0 ? 0 : static_cast<unsigned>(processor) % kCachePlaces;
 }
 
 }  // namespace HostPlatform::Io

@@ -1,8 +1,9 @@
 // Fork at any moment: the mutexes that a child must find free.
 //
-// A mutex that another thread holds at the fork would stay locked in the child for ever. The two
-// here are taken around every fork, so each guards a few instructions only and is never held while
-// waiting for anything. Order: descriptors first.
+// A mutex that another thread holds at the fork would stay locked in the child for ever. Those here
+// are taken around every fork, so each guards a few instructions only and is never held while
+// waiting for anything. Order: descriptors first, then the places of the caches as they are
+// numbered.
 #ifndef PLATFORM_SRC_IO_FORK_H_
 #define PLATFORM_SRC_IO_FORK_H_
 
@@ -16,9 +17,11 @@ void RegisterForkHandlers();
 // Guards the list of open descriptors; see FileDescriptor.
 std::mutex& DescriptorMutex();
 
-// Guards what the process keeps of the newest stored files; see configstore/snapshot_cache.h and
-// configfile/document_cache.h.
-std::mutex& CacheMutex();
+// Each guards one place of what the process keeps of the newest stored files; see newest.h.
+inline constexpr unsigned kCachePlaces = 8;
+std::mutex& CacheMutex(unsigned place);
+// The place of the processor that the caller runs on, as far as that is known.
+unsigned CachePlace();
 
 }  // namespace HostPlatform::Io
 

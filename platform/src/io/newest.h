@@ -4,6 +4,7 @@
 
 #include <sys/stat.h>
 
+#include <array>
 #include <memory>
 #include <mutex>
 #include <utility>
@@ -14,28 +15,58 @@ namespace HostPlatform::Io {
 
 // Shared by all threads. Never destroyed, only emptied: threads that still run while the program
 // ends may come by.
+//
+// Threads that take the version at the same time would hand the mutex, and the count of the
+// version's owners, from processor to processor: two of them would hardly be faster than one. So
+// there is a place for each of some processors, with a mutex and a count of its own. The first
+// place is the one that counts; the others are filled from it, and emptied with every change of it.
 template <typename Version>
 class Newest {
  public:
-  constexpr Newest() : version_() {}
+  using Pointer = std::shared_ptr<const Version>;
+
+  constexpr Newest() : places_() {}
   Newest(const Newest&) = delete;
   Newest& operator=(const Newest&) = delete;
   ~Newest() {}
 
-  std::shared_ptr<const Version> Get() {
-    const std::lock_guard lock(CacheMutex());
-    return version_;
+  Pointer Get() {
+    const unsigned number = CachePlace();
+    Pointer version = Take(number);
+    if (version || number == 0) return version;
+    version = Take(0);
+    if (!version) return nullptr;
+    const Pointer counted(std::make_shared<Pointer>(version), version.get());
+    const std::lock_guard lock(CacheMutex(0));
+    if (places_[0].version != version) return version;  // there is a newer one by now
+    const std::lock_guard lockOfPlace(CacheMutex(number));
+    places_[number].version = counted;
+    return counted;
   }
 
-  // The one before is released outside of the lock, by the argument: that takes time.
-  void Set(std::shared_ptr<const Version> version) {
-    const std::lock_guard lock(CacheMutex());
-    version_.swap(version);
+  // The ones before are released outside of the locks, at the end: that takes time.
+  void Set(Pointer version) {
+    std::array<Pointer, kCachePlaces> former;
+    const std::lock_guard lock(CacheMutex(0));
+    former[0] = std::exchange(places_[0].version, std::move(version));
+    for (unsigned i = 1; i < kCachePlaces; ++i) {
+      const std::lock_guard lockOfPlace(CacheMutex(i));
+      former[i].swap(places_[i].version);
+    }
   }
 
  private:
+  struct alignas(64) Place {
+    Pointer version;
+  };
+
+  Pointer Take(unsigned number) {
+    const std::lock_guard lock(CacheMutex(number));
+    return places_[number].version;
+  }
+
   union {
-    std::shared_ptr<const Version> version_;
+    std::array<Place, kCachePlaces> places_;
   };
 };
 

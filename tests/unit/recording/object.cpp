@@ -130,9 +130,9 @@ ConfigStoreObject::ConfigStoreObject(const ConfigStoreObjectId& id)
   LogStoreCall("ConfigStoreObject " + contents_->label);
 }
 
-ConfigStoreObject::ConfigStoreObject(const RecordSource* source, std::uint32_t number,
-                                     std::string_view)
-    : WritableObject(FetchedContents(*source, number)) {}
+ConfigStoreObject::ConfigStoreObject(const std::shared_ptr<const RecordSource>* source,
+                                     std::uint32_t number, std::string_view)
+    : WritableObject(FetchedContents(**source, number)) {}
 
 ConfigStoreObject::~ConfigStoreObject() = default;
 

@@ -103,7 +103,7 @@ class RecordingStore final : public ConfigStore {
  private:
   static std::shared_ptr<ConfigStoreObject> Fetch(const std::shared_ptr<const RecordSource>& source,
                                                   std::uint32_t number) {
-    return std::make_shared<ConfigStoreObject>(source.get(), number, std::string_view());
+    return std::make_shared<ConfigStoreObject>(&source, number, std::string_view());
   }
 
   // What this handle reads and writes: its own transaction's state, otherwise the committed one.
