@@ -64,7 +64,7 @@ class Writer {
 
  private:
   void HandOver() {
-    if (used_ != 0) take_({buffer_.get(), used_});
+    take_({buffer_.get(), used_});
     used_ = 0;
   }
 

@@ -2,6 +2,7 @@
 
 #include <dirent.h>
 #include <fcntl.h>
+#include <linux/limits.h>
 #include <sys/random.h>
 #include <sys/xattr.h>
 #include <unistd.h>
@@ -41,25 +42,35 @@ bool IsTemporaryOf(const char* name, const char* candidate) {
          std::strspn(candidate + prefix.size(), "0123456789abcdef") == kRandomDigits;
 }
 
-// Copies one attribute; one that the file system or the process's rights do not allow to be set
-// (a security label, say) is set by the system's own policy.
+[[noreturn]] void RaiseAttributeError(const std::string& path) {
+  RaiseSystemError(errno, path, "carry over the extended attributes");
+}
+
+// The file system has none, or the process has no right to this one (a security label, say), which
+// is set by the system's own policy then.
+bool IsNoneOfOurs(int error) {
+  return error == ENOTSUP || error == EPERM || error == EACCES;
+}
+
 void CopyAttribute(int from, int to, const char* attribute, const std::string& path) {
-  const ssize_t size = fgetxattr(from, attribute, nullptr, 0);
-  if (size < 0) return;
-  std::vector<char> value(static_cast<std::size_t>(size));
-  const ssize_t got = fgetxattr(from, attribute, value.data(), value.size());
-  if (got < 0) return;
-  if (fsetxattr(to, attribute, value.data(), static_cast<std::size_t>(got), 0) != 0 &&
-      errno != ENOTSUP && errno != EPERM && errno != EACCES) {
-    RaiseSystemError(errno, path, "carry over the extended attributes");
+  const auto value = std::make_unique_for_overwrite<char[]>(XATTR_SIZE_MAX);
+  const ssize_t size = fgetxattr(from, attribute, value.get(), XATTR_SIZE_MAX);
+  if (size < 0) {
+    if (IsNoneOfOurs(errno) || errno == ENODATA) return;  // or removed since it was listed
+    RaiseAttributeError(path);
+  }
+  if (fsetxattr(to, attribute, value.get(), static_cast<std::size_t>(size), 0) != 0 &&
+      !IsNoneOfOurs(errno)) {
+    RaiseAttributeError(path);
   }
 }
 
 void CopyAttributes(int from, int to, const std::string& path) {
   const ssize_t size = flistxattr(from, nullptr, 0);
-  if (size <= 0) return;
-  std::vector<char> names(static_cast<std::size_t>(size) + 1, '\0');
-  const ssize_t got = flistxattr(from, names.data(), names.size() - 1);
+  if (size == 0 || (size < 0 && IsNoneOfOurs(errno))) return;
+  std::vector<char> names(XATTR_LIST_MAX + 1, '\0');
+  const ssize_t got = size < 0 ? size : flistxattr(from, names.data(), names.size() - 1);
+  if (got < 0) RaiseAttributeError(path);
   for (ssize_t at = 0; at < got;) {
     const char* const attribute = names.data() + at;
     CopyAttribute(from, to, attribute, path);

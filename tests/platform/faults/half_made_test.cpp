@@ -1,6 +1,7 @@
 // Calls that fail between two steps of making something: what was made halfway is taken away again,
 // and what was there is not written over.
 #include <gtest/gtest.h>
+#include <sys/xattr.h>
 
 #include <cerrno>
 #include <new>
@@ -51,6 +52,24 @@ TEST_F(HalfMade, HostDirectoryWhoseModeCannotBeSetIsTakenAway) {
   EXPECT_FALSE(Exists(HostPath()));
   EXPECT_EQ(WriteCode(), kNothing);
   EXPECT_EQ(ModeOf(HostPath()), 02750U);
+}
+
+class HalfCarriedOver : public HostTest {
+ protected:
+  HalfCarriedOver() : HostTest(PlaceWithUserAttributes()) {}
+};
+
+// An access list, for one: a snapshot without it would be open to others, or closed to some.
+TEST_F(HalfCarriedOver, SnapshotWhoseAttributesCannotBeReadIsNotReplaced) {
+  Put(OpenStore(), "a", "old");
+  ASSERT_EQ(setxattr(SnapshotPath().c_str(), "user.origin", "backup", 6, 0), 0);
+  for (const char* call : {"flistxattr", "fgetxattr"}) {
+    EXPECT_EQ(CommitFailingAt(call, "config-store.cdb"), kIoError) << call;
+    EXPECT_EQ(Get(OpenStore(), "a"), "old");
+    EXPECT_GE(getxattr(SnapshotPath().c_str(), "user.origin", nullptr, 0), 0);
+  }
+  EXPECT_EQ(WriteCode(), kNothing);
+  EXPECT_GE(getxattr(SnapshotPath().c_str(), "user.origin", nullptr, 0), 0);
 }
 
 TEST_F(HalfMade, FolderOfNumberedFilesWhoseModeCannotBeSetIsTakenAway) {

@@ -110,6 +110,15 @@ IN_PLACE_OF_THE_C_LIBRARY int fchown(int fd, uid_t owner, gid_t group) noexcept 
   return Fails("fchown", fd) ? -1 : static_cast<int>(syscall(SYS_fchown, fd, owner, group));
 }
 
+IN_PLACE_OF_THE_C_LIBRARY ssize_t flistxattr(int fd, char* list, std::size_t size) noexcept {
+  return Fails("flistxattr", fd) ? -1 : syscall(SYS_flistxattr, fd, list, size);
+}
+
+IN_PLACE_OF_THE_C_LIBRARY ssize_t fgetxattr(int fd, const char* name, void* value,
+                                            std::size_t size) noexcept {
+  return Fails("fgetxattr", fd) ? -1 : syscall(SYS_fgetxattr, fd, name, value, size);
+}
+
 IN_PLACE_OF_THE_C_LIBRARY int renameat(int fromDirectory, const char* from, int toDirectory,
                                        const char* to) noexcept {
   if (PlatformTest::watching && Fails("rename", std::string(to))) return -1;
