@@ -118,8 +118,9 @@ OPENING = ("A new snapshot is opened and mapped, and the checksum over its direc
            "just written; the old snapshot is unmapped.")
 LOADING = ("Loading is what costs: the dynamic loader maps and relocates the library, its platform "
            "and what that stands on. Without any call it is nearly the same.")
-FILE_WRITING = ("On top of the same bytes written, strings are escaped and blobs put into Base64, "
-                "nearly half of the instructions; and the parsed document is changed in a copy.")
+FILE_WRITING = ("On top of the same bytes written, the document that the last replacement left is read "
+                "and parsed, for what belongs to others in it; blobs are put into Base64 and strings "
+                "are looked through for what must be escaped.")
 FILE_READING = ("On top of the parser, the document's own tree is built and checked, and the old "
                 "one given back.")
 FILE_MEMORY = ("The process holds the text of the file, the parser's own form of it, the tree with "
