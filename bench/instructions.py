@@ -46,7 +46,9 @@ Counts = dict[str, dict[str, int]]
 
 
 def profiles(program: str) -> list[str]:
-    """The text of a profile of each call."""
+    """The text of a profile of each call. On one processor: what is kept for another one would have
+    to be fetched again."""
+    os.sched_setaffinity(0, {min(os.sched_getaffinity(0))})
     with tempfile.TemporaryDirectory() as directory:
         output = os.path.join(directory, "calls")
         finished = subprocess.run(
