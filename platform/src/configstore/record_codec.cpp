@@ -103,7 +103,7 @@ void SetValue(std::string_view name, std::int64_t integer, EncodedValues* values
 }
 
 char* EncodedValues::Add(std::size_t size) {
-  if (size > capacity_ - size_) {
+  if (!bytes_ || size > capacity_ - size_) {
     const std::size_t wanted = size_ + size + std::max(kRoomForMoreValues, size_ / 2);
     auto larger = std::make_unique_for_overwrite<char[]>(wanted);
     PutBytes(bytes(), larger.get());
