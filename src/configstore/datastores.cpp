@@ -6,7 +6,6 @@ namespace TavQuor::ConfigStoreBackend {
 
 using TavConfigStore::ConfigStoreException;
 using TavConfigStore::ConfigStoreObject;
-using TavConfigStore::ConfigStoreObjectId;
 
 namespace {
 

@@ -14,11 +14,6 @@
 namespace TavConfigStore {
 namespace {
 
-std::unique_ptr<ObjectContents> NewContents(std::string&& kind, const std::string& name,
-                                            const std::string& instance) {
-  return std::make_unique<ObjectContents>(std::move(kind), name, instance);
-}
-
 constexpr std::size_t kUsualSubObjects = 4;
 
 std::string_view BodyOf(const StoredRecord& stored) {
@@ -115,7 +110,8 @@ void WritableObject::SetValue(const char* key, long long value) {
 // A fetched object becomes one of its own, sub-objects included, before its first change.
 void WritableObject::CopyContents() {
   const RecordSource::Record record = (*stored_.source)->Read(stored_.number);
-  auto contents = NewContents(std::string(record.kind), {}, std::string(record.instance));
+  auto contents = std::make_unique<ObjectContents>(std::string(record.kind), std::string(),
+                                                   std::string(record.instance));
   contents->values = CopyValues(record.body);
   BodyReader reader(record.body);
   for (StoredSubObject stored; reader.NextSubObject(&stored);) {
@@ -130,14 +126,14 @@ void WritableObject::CopyContents() {
 // FilterSpecObject
 
 FilterSpecObject::FilterSpecObject(const ConfigStoreObjectId& id)
-    : WritableObject(NewContents(EncodeKind(id), id.key, id.instance)) {}
+    : WritableObject(std::make_unique<ObjectContents>(EncodeKind(id), id.key, id.instance)) {}
 
 FilterSpecObject::~FilterSpecObject() = default;
 
 // ConfigStoreSubObject
 
 ConfigStoreSubObject::ConfigStoreSubObject(const SubObjectId& id)
-    : WritableObject(NewContents({}, id.name, id.instance)) {}
+    : WritableObject(std::make_unique<ObjectContents>(std::string(), id.name, id.instance)) {}
 
 ConfigStoreSubObject::ConfigStoreSubObject(const std::shared_ptr<const RecordSource>* source,
                                            std::uint32_t number, std::string_view body)
@@ -148,7 +144,8 @@ ConfigStoreSubObject::~ConfigStoreSubObject() = default;
 // ConfigStoreObject
 
 ConfigStoreObject::ConfigStoreObject(const ConfigStoreObjectId& id)
-    : WritableObject(NewContents(EncodeKind(id), {}, id.instance)) {}
+    : WritableObject(std::make_unique<ObjectContents>(EncodeKind(id), std::string(), id.instance)) {
+}
 
 ConfigStoreObject::ConfigStoreObject(const std::shared_ptr<const RecordSource>* source,
                                      std::uint32_t number, std::string_view body)

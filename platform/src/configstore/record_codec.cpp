@@ -31,6 +31,7 @@ inline char* PutLength(std::size_t length, char* at) {
   return HostPlatform::PutInteger(static_cast<std::uint32_t>(length), at);
 }
 
+// Both lengths are checked before there is room, which would be left half filled.
 void AppendValue(char type, std::string_view name, std::string_view data, EncodedValues* values) {
   CheckLength(name.size());
   CheckLength(data.size());

@@ -36,7 +36,7 @@ class Newest {
     if (version || number == 0) return version;
     version = Take(0);
     if (!version) return nullptr;
-    const Pointer counted(std::make_shared<Pointer>(version), version.get());
+    Pointer counted(std::make_shared<Pointer>(version), version.get());
     const std::lock_guard lock(CacheMutex(0));
     if (places_[0].version != version) return version;  // there is a newer one by now
     const std::lock_guard lockOfPlace(CacheMutex(number));
