@@ -1,9 +1,12 @@
 // Any bytes as configuration file: a tree or an exception, and what is written of a tree reads
 // back.
+#include <simdjson.h>
+
 #include <cstring>
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "configfile/document_parser.h"
 #include "configfile/document_writer.h"
@@ -20,9 +23,9 @@ const char kPath[] = "host-config.json";
 
 // In a block of its own, so that a read behind the padding is noticed.
 Node* Parse(std::string_view text, TreeStore* store) {
-  const auto padded = std::make_unique<char[]>(text.size() + kTextPadding);
+  auto padded = std::make_unique<char[]>(text.size() + kTextPadding);
   if (!text.empty()) std::memcpy(padded.get(), text.data(), text.size());
-  return ParseDocument({padded.get(), text.size()}, kPath, store);
+  return ParseDocument(std::move(padded), text.size(), kPath, store);
 }
 
 // What a reader does with the values.
@@ -37,6 +40,15 @@ void DecodeAll(const Node& node) {
   }
   for (const Child& child : node.children)
     DecodeAll(*child.node);
+}
+
+// What a parser that checks the whole text says first. It has no numbers above 64 bits and nests as
+// deeply as it likes.
+bool IsJson(std::string_view text) {
+  simdjson::dom::parser parser;
+  const auto error = parser.parse(text.data(), text.size()).error();
+  return error == simdjson::SUCCESS || error == simdjson::NUMBER_ERROR ||
+         error == simdjson::NUMBER_OUT_OF_RANGE;
 }
 
 bool Same(const Node& a, const Node& b) {
@@ -58,6 +70,7 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
   } catch (const ConfigFileException&) {
     return 0;
   }
+  Expect(IsJson({reinterpret_cast<const char*>(data), size}), "what is read is JSON");
   DecodeAll(*tree);
   TreeStore storeOfCopy;
   std::string written;

@@ -109,7 +109,7 @@ StoredFile GetConfigFileState() {
   struct stat status;
   Describe(stat(state.path.c_str(), &status), status, &state);
   try {
-    ZynCtl::Config::Document::Read(state.path);
+    ZynCtl::Config::Document::Read(state.path, nullptr);
   } catch (const ZynCtl::Config::ConfigFileException& failure) {
     state.problem = failure.what();
   }

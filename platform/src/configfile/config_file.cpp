@@ -158,7 +158,8 @@ std::shared_ptr<ConfigBranch> ConfigFile::GetBranch(const std::string& path) {
   for (std::size_t start = 0; start < path.size();) {
     const std::size_t end = std::min(path.find('/', start), path.size());
     if (end != start) {
-      const Place next = Below(*place, session_->Keep(path.substr(start, end - start)));
+      const Place next =
+          Below(*place, session_->Keep(std::string_view(path).substr(start, end - start)));
       const Node* const present = session_->Read(next);
       if (present != nullptr && present->type != Node::Type::kBranch &&
           present->type != Node::Type::kNull) {

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <ctime>
@@ -27,34 +28,65 @@ bool IsBefore(const struct timespec& a, const struct timespec& b) {
   return a.tv_sec < b.tv_sec || (a.tv_sec == b.tv_sec && a.tv_nsec < b.tv_nsec);
 }
 
+bool SameTree(const Node& a, const Node& b) {
+  return &a == &b ||
+         (a.type == b.type && a.text == b.text &&
+          std::equal(a.children.begin(), a.children.end(), b.children.begin(), b.children.end(),
+                     [](const Child& one, const Child& another) {
+                       return one.name == another.name && SameTree(*one.node, *another.node);
+                     }));
+}
+
 }  // namespace
 
 // Symbolic links are followed: administrators keep such files elsewhere. A FIFO would block without
 // O_NONBLOCK.
-std::shared_ptr<const Document> Document::Read(const std::string& path) try {
+std::shared_ptr<const Document> Document::Read(const std::string& path, const Document* known) try {
   const FileDescriptor file(AT_FDCWD, path.c_str(), O_RDONLY | O_NONBLOCK);
   if (!file) {
     if (errno == ENOENT) return nullptr;
     HostPlatform::Io::RaiseSystemError(errno, path, "open the configuration file");
   }
-  return std::shared_ptr<const Document>(new Document(file, path));
+  return std::shared_ptr<const Document>(new Document(file, path, known));
 } catch (const HostPlatform::Io::Error& error) {
   RaiseConfigFile(error);
 }
 
-Document::Document(const FileDescriptor& file, const std::string& path)
+Document::Document(const FileDescriptor& file, const std::string& path, const Document* known)
     : status_(HostPlatform::Io::StatOf(file, path)) {
   if (!S_ISREG(status_.st_mode)) RaiseConfigFile(path + ": it is not a plain file");
   struct timespec now = {};
   clock_gettime(CLOCK_REALTIME_COARSE, &now);  // the clock of the file system's times
   settled_ = IsBefore(status_.st_ctim, now);
+  pin_.emplace(file, 1, path);
   const auto size = static_cast<std::size_t>(status_.st_size);
-  const auto text = std::make_unique_for_overwrite<char[]>(size + kTextPadding);
+  auto text = std::make_unique_for_overwrite<char[]>(size + kTextPadding);
   HostPlatform::Io::ReadStart(file, text.get(), size, path);
   std::memset(text.get() + size, 0, kTextPadding);
-  checksum_ = HostPlatform::Checksum({text.get(), size});
-  root_ = ParseDocument({text.get(), size}, path, &store_);
+  const bool mayBeKnown = known != nullptr && HostPlatform::Io::SameFile(known->status_, status_);
+  if (mayBeKnown || !settled_) checksum_ = HostPlatform::Checksum({text.get(), size});
+  if (mayBeKnown && known->checksum_ == checksum_) {
+    store_ = known->store_;
+    root_ = known->root_;
+    return;
+  }
+  const auto store = std::make_shared<TreeStore>();
+  root_ = ParseDocument(std::move(text), size, path, store.get());
+  store_ = store;
+}
+
+Document::Document(const FileDescriptor& file, const std::string& path,
+                   std::shared_ptr<const TreeStore> store, Node* root, std::uint64_t checksum)
+    : status_(HostPlatform::Io::StatOf(file, path)),
+      checksum_(checksum),
+      store_(std::move(store)),
+      root_(root) {
   pin_.emplace(file, 1, path);
+}
+
+// The rename has changed its times. Where they cannot be told the file is read as anybody else's.
+void Document::Publish(std::shared_ptr<Document> written, const FileDescriptor& file) {
+  if (fstat(file.get(), &written->status_) == 0) newest.Set(std::move(written));
 }
 
 bool Document::IsOf(const struct stat& status) const {
@@ -63,7 +95,7 @@ bool Document::IsOf(const struct stat& status) const {
 
 bool Document::Equals(const Document& other) const {
   return status_.st_dev == other.status_.st_dev && status_.st_ino == other.status_.st_ino &&
-         status_.st_size == other.status_.st_size && checksum_ == other.checksum_;
+         status_.st_size == other.status_.st_size && SameTree(*root_, *other.root_);
 }
 
 std::shared_ptr<const Document> NewestDocument() {
@@ -71,7 +103,7 @@ std::shared_ptr<const Document> NewestDocument() {
   std::shared_ptr<const Document> known = newest.Get();
   struct stat status;
   if (known && stat(path, &status) == 0 && known->IsOf(status)) return known;
-  std::shared_ptr<const Document> read = Document::Read(path);
+  std::shared_ptr<const Document> read = Document::Read(path, known.get());
   newest.Set(read);
   return read;
 }

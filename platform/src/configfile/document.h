@@ -17,8 +17,18 @@ namespace ZynCtl::Config {
 
 class Document {
  public:
-  // Reads and parses the file; null when there is none. Raises ConfigFileException.
-  static std::shared_ptr<const Document> Read(const std::string& path);
+  // Reads and parses the file; null when there is none. It is not parsed again when it holds what
+  // `known`, which may be null, was read from. Raises ConfigFileException.
+  static std::shared_ptr<const Document> Read(const std::string& path, const Document* known);
+
+  // What was written to the file, which is not in place yet: the tree, which is in the store, and
+  // the checksum of its text. `file` is open for reading. Raises Error.
+  Document(const HostPlatform::Io::FileDescriptor& file, const std::string& path,
+           std::shared_ptr<const TreeStore> store, Node* root, std::uint64_t checksum);
+
+  // Makes it the newest document, now that the file that it was written to is in place.
+  static void Publish(std::shared_ptr<Document> written,
+                      const HostPlatform::Io::FileDescriptor& file);
 
   // Whether `status` is that of the file that was read, unchanged. A mapping pins the inode, so the
   // numbers cannot have passed to another file; an open descriptor would do too, but programs that
@@ -26,19 +36,20 @@ class Document {
   // it was changed last: a second change in that tick would leave no trace in its times.
   bool IsOf(const struct stat& status) const;
 
-  // Whether the other one was read of the same file with the same content.
+  // Whether the other one was read of the same file, as large as this one, and has the same tree.
   bool Equals(const Document& other) const;
 
   const struct stat& status() const { return status_; }
   Node* root() const { return root_; }
 
  private:
-  Document(const HostPlatform::Io::FileDescriptor& file, const std::string& path);
+  Document(const HostPlatform::Io::FileDescriptor& file, const std::string& path,
+           const Document* known);
 
   struct stat status_;
   bool settled_ = false;
-  std::uint64_t checksum_ = 0;
-  TreeStore store_;
+  std::uint64_t checksum_ = 0;  // of the text, of a document that is not settled
+  std::shared_ptr<const TreeStore> store_;
   Node* root_ = nullptr;
   std::optional<HostPlatform::Io::FileMapping> pin_;
 };

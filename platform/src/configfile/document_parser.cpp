@@ -3,12 +3,13 @@
 #include <simdjson.h>
 
 #include <algorithm>
-#include <cstring>
+#include <memory>
 #include <new>
 #include <string>
 #include <string_view>
 #include <unordered_set>
 #include <utility>
+#include <vector>
 
 #include "configfile/document_outline.h"
 #include "configfile/failure.h"
@@ -21,82 +22,7 @@ namespace ondemand = simdjson::ondemand;
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 constexpr std::size_t kFewMembers = 16;  // compared pair by pair
 
-// A key that stands twice has two meanings, and one of them would be lost at the next write.
-bool HasDuplicate(const Node& branch) {
-  const std::vector<Child>& members = branch.children;
-  if (members.size() > kFewMembers) {
-    std::unordered_set<std::string_view> names;
-    return !std::all_of(members.begin(), members.end(),
-                        [&](const Child& member) { return names.insert(member.name).second; });
-  }
-  for (auto a = members.begin(); a != members.end(); ++a) {
-    if (std::any_of(members.begin(), a, [&](const Child& b) { return b.name == a->name; })) {
-      return true;
-    }
-  }
-  return false;
-}
-
-// Builds the tree of a document of text and branches only, which is all that this library writes.
-// Null for every other one: numbers lose their spelling here, and errors have no place.
-class PlainDocument {
- public:
-  explicit PlainDocument(TreeStore* store) : store_(store) {}
-
-  Node* Parse(simdjson::padded_string_view text) {
-    simdjson::dom::parser parser;
-    simdjson::dom::element root;
-    if (parser.parse(text).get(root) != simdjson::SUCCESS || !root.is_object()) return nullptr;
-    Node* const node = Build(root, 0);
-    if (node != nullptr) store_->Keep(std::move(parser.doc.string_buf));
-    return node;
-  }
-
- private:
-  Node* Build(simdjson::dom::element element, int depth) {
-    if (depth > kDeepestNesting) return nullptr;
-    switch (element.type()) {
-      case simdjson::dom::element_type::OBJECT:
-        return BuildBranch(element, depth);
-      case simdjson::dom::element_type::ARRAY:
-        return BuildArray(element, depth);
-      case simdjson::dom::element_type::STRING: {
-        Node* const node = store_->Make(Node::Type::kText);
-        node->text = std::string_view(element);
-        return node;
-      }
-      default:
-        return nullptr;
-    }
-  }
-
-  Node* BuildBranch(simdjson::dom::object object, int depth) {
-    Node* const node = store_->Make(Node::Type::kBranch);
-    node->children.reserve(object.size());
-    for (const auto field : object) {
-      Node* const value = Build(field.value, depth + 1);
-      if (value == nullptr) return nullptr;
-      node->children.push_back({field.key, value});
-    }
-    return HasDuplicate(*node) ? nullptr : node;
-  }
-
-  Node* BuildArray(simdjson::dom::array array, int depth) {
-    Node* const node = store_->Make(Node::Type::kArray);
-    node->children.reserve(array.size());
-    for (const auto item : array) {
-      Node* const value = Build(item, depth + 1);
-      if (value == nullptr) return nullptr;
-      node->children.push_back({{}, value});
-    }
-    return node;
-  }
-
-  TreeStore* store_;
-};
-
-// Builds the tree of any document, with numbers as they were written, and names the place of what
-// is wrong. Several times slower.
+// Builds the tree, with numbers as they were written, and names the place of what is wrong.
 class Parser {
  public:
   Parser(simdjson::padded_string_view text, const std::string& path, TreeStore* store)
@@ -138,65 +64,117 @@ class Parser {
       }
       case ondemand::json_type::array:
         return ParseArray(value, depth + 1);
-      case ondemand::json_type::string: {
-        Node* const node = store_->Make(Node::Type::kText);
-        std::string_view text;
-        const char* const place = value.raw_json_token().data();
-        if (const auto error = value.get_string().get(text)) {
-          RaiseAt(place, simdjson::error_message(error));
-        }
-        node->text = store_->Keep(std::string(text));
-        return node;
-      }
+      case ondemand::json_type::string:
+        return ParseText(value);
       default:
         return ParseLiteral(value);
     }
   }
 
+  static std::string_view WithoutSpaceBehind(std::string_view token) {
+    const std::size_t last = token.find_last_not_of(" \t\r\n");
+    return token.substr(0, last + 1);
+  }
+
+  // Most text has no escapes, and is the node's as it stands in the document.
+  Node* ParseText(ondemand::value value) {
+    Node* const node = store_->Make(Node::Type::kText);
+    const std::string_view token = WithoutSpaceBehind(value.raw_json_token());
+    if (token.size() >= 2 && token.find('\\') == std::string_view::npos) {
+      ondemand::raw_json_string passed;
+      if (const auto error = value.get_raw_json_string().get(passed)) Raise(error);
+      node->text = token.substr(1, token.size() - 2);
+      return node;
+    }
+    std::string_view text;
+    if (const auto error = value.get_string().get(text)) {
+      RaiseAt(token.data(), simdjson::error_message(error));
+    }
+    node->text = store_->Keep(text);
+    return node;
+  }
+
+  std::string_view ParseName(ondemand::field* field) {
+    const char* const place = field->key().raw();
+    const char* end = place;
+    while (*end != '"' && *end != '\\')  // there is a quote: the parser has seen it
+      ++end;
+    if (*end == '"') return {place, static_cast<std::size_t>(end - place)};
+    std::string_view name;
+    if (const auto error = field->unescaped_key().get(name)) {
+      RaiseAt(place, simdjson::error_message(error));
+    }
+    return store_->Keep(name);
+  }
+
+  // A name that stands twice has two meanings, and one of them would be lost at the next write.
+  // Few are compared with each other; `names` is for those of large branches.
+  bool IsNew(std::string_view name, std::size_t first,
+             std::unordered_set<std::string_view>* names) const {
+    const auto begin = children_.begin() + static_cast<std::ptrdiff_t>(first);
+    if (children_.size() - first < kFewMembers) {
+      return std::none_of(begin, children_.end(),
+                          [&](const Child& member) { return member.name == name; });
+    }
+    if (names->empty()) {
+      std::for_each(begin, children_.end(),
+                    [&](const Child& member) { names->insert(member.name); });
+    }
+    return names->insert(name).second;
+  }
+
+  // The children that were found from `first` on become the node's, which then takes no more room
+  // than it needs.
+  void TakeChildren(std::size_t first, Node* node) {
+    node->children.assign(children_.begin() + static_cast<std::ptrdiff_t>(first), children_.end());
+    children_.resize(first);
+  }
+
   Node* ParseBranch(ondemand::object object, int depth) {
     Node* const node = store_->Make(Node::Type::kBranch);
+    const std::size_t first = children_.size();
     std::unordered_set<std::string_view> names;
     for (auto item : object) {
       ondemand::field field;
       if (const auto error = std::move(item).get(field)) Raise(error);
       const char* const place = field.key().raw();
-      std::string_view key;
-      if (const auto error = field.unescaped_key().get(key)) {
-        RaiseAt(place, simdjson::error_message(error));
-      }
-      const std::string_view name = store_->Keep(std::string(key));
-      if (!names.insert(name).second) {
+      const std::string_view name = ParseName(&field);
+      if (!IsNew(name, first, &names)) {
         RaiseAt(place, "the key \"" + std::string(name) + "\" stands twice in one object");
       }
-      node->children.push_back({name, ParseValue(field.value(), depth)});
+      children_.push_back({name, nullptr});
+      const std::size_t own = children_.size() - 1;
+      Node* const value = ParseValue(field.value(), depth);
+      children_[own].node = value;
     }
+    TakeChildren(first, node);
     return node;
   }
 
   Node* ParseArray(ondemand::value value, int depth) {
     Node* const node = store_->Make(Node::Type::kArray);
+    const std::size_t first = children_.size();
     ondemand::array array;
     if (const auto error = value.get_array().get(array)) Raise(error);
     for (auto item : array) {
       ondemand::value element;
       if (const auto error = item.get(element)) Raise(error);
-      node->children.push_back({{}, ParseValue(element, depth)});
+      Node* const child = ParseValue(element, depth);
+      children_.push_back({{}, child});
     }
+    TakeChildren(first, node);
     return node;
   }
 
   // Numbers are kept as they were written: no digit of somebody else's number is lost.
   Node* ParseLiteral(ondemand::value value) {
-    std::string_view token = value.raw_json_token();
-    while (!token.empty() && std::strchr(" \t\r\n", token.back()) != nullptr) {
-      token.remove_suffix(1);
-    }
+    const std::string_view token = WithoutSpaceBehind(value.raw_json_token());
     if (token == "null") return store_->Make(Node::Type::kNull);
     if (token != "true" && token != "false" && !IsNumber(token)) {
       RaiseAt(token.data(), "neither a value nor a number is written like this");
     }
     Node* const node = store_->Make(Node::Type::kLiteral);
-    node->text = store_->Keep(std::string(token));
+    node->text = token;
     return node;
   }
 
@@ -266,6 +244,7 @@ class Parser {
   const std::string& path_;
   simdjson::padded_string_view padded_;
   TreeStore* store_;
+  std::vector<Child> children_;  // of the branches and arrays that are not at their end
   ondemand::parser parser_;
   ondemand::document document_;
   bool started_ = false;  // the document may be asked where it is
@@ -273,11 +252,12 @@ class Parser {
 
 }  // namespace
 
-Node* ParseDocument(std::string_view text, const std::string& path, TreeStore* store) {
+Node* ParseDocument(std::unique_ptr<char[]> text, std::size_t size, const std::string& path,
+                    TreeStore* store) {
   static_assert(kTextPadding >= simdjson::SIMDJSON_PADDING);
-  const simdjson::padded_string_view padded(text.data(), text.size(), text.size() + kTextPadding);
-  Node* const plain = PlainDocument(store).Parse(padded);
-  return plain != nullptr ? plain : Parser(padded, path, store).Parse();
+  const simdjson::padded_string_view padded(text.get(), size, size + kTextPadding);
+  store->Keep(std::move(text));
+  return Parser(padded, path, store).Parse();
 }
 
 }  // namespace ZynCtl::Config

@@ -3,8 +3,8 @@
 #define PLATFORM_SRC_CONFIGFILE_DOCUMENT_PARSER_H_
 
 #include <cstddef>
+#include <memory>
 #include <string>
-#include <string_view>
 
 #include "configfile/node.h"
 
@@ -16,10 +16,11 @@ inline constexpr int kDeepestNesting = 200;
 // So many bytes behind the text can be read, and mean nothing.
 inline constexpr std::size_t kTextPadding = 64;
 
-// The root of the tree, which is made in the store and does not need the text any more. Raises
-// ConfigFileException that names `path`, line, column and reason when the text is no JSON object,
-// holds a key twice in one object, or nests too deeply.
-Node* ParseDocument(std::string_view text, const std::string& path, TreeStore* store);
+// The root of the tree, which is made in the store. The tree refers to the text, which the store
+// keeps: `size` bytes, and the padding. Raises ConfigFileException that names `path`, line, column
+// and reason when the text is no JSON object, holds a key twice in one object, or nests too deeply.
+Node* ParseDocument(std::unique_ptr<char[]> text, std::size_t size, const std::string& path,
+                    TreeStore* store);
 
 }  // namespace ZynCtl::Config
 

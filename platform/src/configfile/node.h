@@ -1,14 +1,17 @@
 // The tree in memory.
 //
 // A parsed tree is shared by all threads and never changed. A session that changes something copies
-// the nodes on the way there, shallowly, and marks the copies as its own; all others stay shared.
-// Nodes and characters live in the tree store of their document or session, until all of it goes.
+// the nodes on the way there, but not what is below them, and marks the copies as its own; all
+// others stay shared. Nodes and characters live in the tree store of their document or session,
+// until all of it goes.
 #ifndef PLATFORM_SRC_CONFIGFILE_NODE_H_
 #define PLATFORM_SRC_CONFIGFILE_NODE_H_
 
+#include <algorithm>
 #include <cstdint>
 #include <deque>
 #include <memory>
+#include <memory_resource>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -27,28 +30,49 @@ struct Child {
 struct Node {
   enum class Type : std::uint8_t { kBranch, kArray, kText, kLiteral, kNull };
 
-  explicit Node(Type nodeType, std::uint64_t nodeOwner = 0) : owner(nodeOwner), type(nodeType) {}
+  Node(Type nodeType, std::uint64_t nodeOwner, std::pmr::memory_resource* memory)
+      : owner(nodeOwner), children(memory), type(nodeType) {}
+  Node(const Node&) = delete;
+  Node& operator=(const Node&) = delete;
+  ~Node() = default;
 
-  std::uint64_t owner;          // number of the session that may change it; 0: none
-  std::string_view text;        // of text its stored form (stored_text.h);
-                                // of a number or boolean what was written
-  std::vector<Child> children;  // of a branch or an array, in their order
+  std::uint64_t owner;               // number of the session that may change it; 0: none
+  std::string_view text;             // of text its stored form (stored_text.h);
+                                     // of a number or boolean what was written
+  std::pmr::vector<Child> children;  // of a branch or an array, in their order
   Type type;
 };
 
+// Memory is given back all at once, in few pieces; nodes are not destroyed one by one.
 class TreeStore {
  public:
-  Node* Make(Node::Type type, std::uint64_t owner = 0) { return &nodes_.emplace_back(type, owner); }
-  Node* Copy(const Node& node) { return &nodes_.emplace_back(node); }
+  Node* Make(Node::Type type, std::uint64_t owner = 0) {
+    return allocator_.new_object<Node>(type, owner, &memory_);
+  }
+  // With its text and the names of its children, which are shared themselves.
+  Node* Copy(const Node& node, std::uint64_t owner) {
+    Node* const copy = allocator_.new_object<Node>(node.type, owner, &memory_);
+    copy->text = Keep(node.text);
+    copy->children.reserve(node.children.size());
+    for (const Child& child : node.children)
+      copy->children.push_back({Keep(child.name), child.node});
+    return copy;
+  }
 
-  std::string_view Keep(std::string text) { return texts_.emplace_back(std::move(text)); }
-  // A parser's block of characters, which nodes refer to.
-  void Keep(std::unique_ptr<std::uint8_t[]> characters) { characters_ = std::move(characters); }
+  std::string_view Keep(std::string&& text) { return texts_.emplace_back(std::move(text)); }
+  std::string_view Keep(std::string_view text) {
+    if (text.empty()) return {};
+    char* const copy = static_cast<char*>(memory_.allocate(text.size(), 1));
+    return {copy, static_cast<std::size_t>(std::copy(text.begin(), text.end(), copy) - copy)};
+  }
+  // A document's text, which nodes refer to.
+  void Keep(std::unique_ptr<char[]> document) { document_ = std::move(document); }
 
  private:
-  std::deque<Node> nodes_;
-  std::deque<std::string> texts_;
-  std::unique_ptr<std::uint8_t[]> characters_;
+  std::pmr::monotonic_buffer_resource memory_;
+  std::pmr::polymorphic_allocator<> allocator_{&memory_};
+  std::pmr::deque<std::string> texts_{&memory_};
+  std::unique_ptr<char[]> document_;
 };
 
 // The child of that name; null when there is none.

@@ -18,6 +18,7 @@
 #include "io/error.h"
 #include "io/file_replacement.h"
 #include "io/host_paths.h"
+#include "util/checksum.h"
 
 namespace ZynCtl::Config {
 
@@ -84,7 +85,10 @@ std::filesystem::path TargetIn(const Directory& host) {
 }  // namespace
 
 Session::Session() try
-    : path_(HostPlatform::Io::ConfigFilePath()), process_(getpid()), number_(++lastSession) {
+    : path_(HostPlatform::Io::ConfigFilePath()),
+      process_(getpid()),
+      store_(std::make_shared<TreeStore>()),
+      number_(++lastSession) {
   root_.session = this;
   lock_.emplace(HostPlatform::Io::ConfigFileLockPath(), HostPlatform::Io::LockDeadline());
   UseDocument(NewestDocument());
@@ -154,8 +158,7 @@ Node& Session::Change(const Place& place, Node::Type type) {
     RaiseAt(place, std::string("it is ") + NameOf(slot->type) + " and not " + NameOf(type));
   }
   if (slot->owner != number_) {
-    slot = store_.Copy(*slot);
-    slot->owner = number_;
+    slot = store_->Copy(*slot, number_);
     ++version_;
   }
   slot->type = type;
@@ -166,7 +169,7 @@ Node& Session::Change(const Place& place, Node::Type type) {
 
 std::size_t Session::Append(const Place& array) {
   Node& node = Change(array, Node::Type::kArray);
-  node.children.push_back({{}, store_.Make(Node::Type::kBranch, number_)});
+  node.children.push_back({{}, store_->Make(Node::Type::kBranch, number_)});
   return node.children.size() - 1;
 }
 
@@ -184,8 +187,7 @@ Node*& Session::SlotOf(const Place& place, Node::Type type) {
   for (Child& child : parent.children) {
     if (child.name == place.name) return child.node;
   }
-  const std::string_view name = Keep(std::string(place.name));
-  return parent.children.emplace_back(Child{name, store_.Make(type, number_)}).node;
+  return parent.children.emplace_back(Child{Keep(place.name), store_->Make(type, number_)}).node;
 }
 
 void Session::PrepareToChange() {
@@ -232,19 +234,35 @@ void Session::Write() {
     const std::string name = target.filename();
     const Directory directory(target.parent_path());
     FileReplacement next(directory, name.c_str(), kConfigFileMode);
-    WriteDocument(*tree_, [&next](std::string_view piece) {
+    HostPlatform::ChecksumOfPieces checksum;
+    WriteDocument(*tree_, [&](std::string_view piece) {
       HostPlatform::Io::WriteAll(next.file(), piece, next.path());
       HostPlatform::Io::StartFlush(next.file());
+      checksum.Add(piece);
     });
-    const struct stat written = HostPlatform::Io::StatOf(next.file(), next.path());
+    CopyRest(tree_);
+    // A mapping of a file that is open for writing would count as a writer of its file system.
+    const FileDescriptor file(directory.get(), next.temporaryName(), O_RDONLY | O_NOFOLLOW);
+    if (!file) RaiseSystemError(errno, next.path(), "open the new content");
+    auto written = std::make_shared<Document>(file, next.path(), store_, tree_, checksum.Value());
     CheckPresent();
     next.Commit();
-    present_ = written;
+    present_ = written->status();
+    Document::Publish(std::move(written), file);
   } catch (const HostPlatform::Io::Error& error) {
     RaiseConfigFile(error);
   }
-  // What was written is not changed any more by the session: later changes start from copies.
+  // What was written is the process's newest document now, and not changed any more: later changes
+  // start from copies.
   number_ = ++lastSession;
+}
+
+// What the session has not changed, it copies: then its store holds the whole tree, which outlives
+// the document that the session began with.
+void Session::CopyRest(Node*& slot) {
+  if (slot->owner != number_) slot = store_->Copy(*slot, number_);
+  for (Child& child : slot->children)
+    CopyRest(child.node);
 }
 
 // The lock keeps other writers out, unless somebody removed its file: then what they wrote must not
@@ -264,7 +282,7 @@ void Session::CheckPresent() const {
 
 void Session::UseDocument(std::shared_ptr<const Document> document) {
   base_ = std::move(document);
-  tree_ = base_ ? base_->root() : store_.Make(Node::Type::kBranch);
+  tree_ = base_ ? base_->root() : store_->Make(Node::Type::kBranch);
   present_.reset();
   if (base_) present_ = base_->status();
 }

@@ -35,7 +35,8 @@ class Session : public std::enable_shared_from_this<Session> {
   std::vector<std::shared_ptr<ConfigBranch>> MakeBranches(const Place& array, const Node& node);
   std::shared_ptr<ConfigArray> MakeArray(const Place& place);
   // The same characters, for as long as the session.
-  std::string_view Keep(std::string text) { return store_.Keep(std::move(text)); }
+  std::string_view Keep(std::string&& text) { return store_->Keep(std::move(text)); }
+  std::string_view Keep(std::string_view text) { return store_->Keep(text); }
   const Place& Root() const { return root_; }
 
   // What is at the place; null when nothing is.
@@ -68,6 +69,7 @@ class Session : public std::enable_shared_from_this<Session> {
   void UseDocument(std::shared_ptr<const Document> document);
   void CheckPresent() const;
   Node*& SlotOf(const Place& place, Node::Type type);
+  void CopyRest(Node*& slot);
   std::string PathOf(const Place& place) const;
 
   std::string path_;
@@ -75,7 +77,7 @@ class Session : public std::enable_shared_from_this<Session> {
   std::optional<HostPlatform::Io::FileLock> lock_;
   std::shared_ptr<const Document> base_;  // null: there is no file
   std::optional<struct stat> present_;    // of the file as the session knows it
-  TreeStore store_;                       // of what the session makes
+  std::shared_ptr<TreeStore> store_;      // of what the session makes
   Node* tree_ = nullptr;                  // the base's root, or the session's copy of it
   std::uint64_t number_;                  // owner of the nodes that it may change
   std::uint64_t version_ = 1;             // counts what makes nodes of places out of date

@@ -23,23 +23,24 @@ constexpr mode_t kLockFileMode = 0600;
 constexpr int kOpenFlags = O_RDWR | O_NOFOLLOW | O_NONBLOCK;
 constexpr off_t kGateByte = 0;
 constexpr off_t kDataByte = 1;
+constexpr off_t kBothBytes = 2;
 constexpr std::size_t kHolderSize = 128;
 
 constexpr auto kFirstPause = std::chrono::microseconds(20);
 constexpr auto kLongestPause = std::chrono::microseconds(2000);
 
-struct flock ByteRange(short type, off_t byte) {
+struct flock ByteRange(short type, off_t byte, off_t count) {
   struct flock range = {};
   range.l_type = type;
   range.l_whence = SEEK_SET;
   range.l_start = byte;
-  range.l_len = 1;
+  range.l_len = count;
   return range;
 }
 
-// Open-file-description locks on one byte. Returns 0 or an errno value.
-int SetLock(int fd, short type, off_t byte) {
-  struct flock range = ByteRange(type, byte);
+// Open-file-description locks. Returns 0 or an errno value.
+int SetLock(int fd, short type, off_t byte, off_t count = 1) {
+  struct flock range = ByteRange(type, byte, count);
   return RetryInterrupted([&] { return fcntl(fd, F_OFD_SETLK, &range); }) == 0 ? 0 : errno;
 }
 
@@ -116,8 +117,10 @@ void FileLock::Create(const Directory& directory) {
 bool FileLock::Lock(Clock::time_point giveUp, std::chrono::milliseconds deadline) {
   const struct stat held = StatOf(*file_, path_);
   CheckLockFile(held);
-  Wait(kGateByte, giveUp, deadline);
-  Wait(kDataByte, giveUp, deadline);
+  if (!TryLock(kGateByte, kBothBytes)) {
+    Wait(kGateByte, giveUp, deadline);
+    Wait(kDataByte, giveUp, deadline);
+  }
   SetLock(file_->get(), F_UNLCK, kGateByte);
   struct stat named;
   if (fstatat(directory_, name_.c_str(), &named, AT_SYMLINK_NOFOLLOW) != 0 ||
@@ -143,8 +146,8 @@ void FileLock::CheckLockFile(const struct stat& status) const {
   }
 }
 
-bool FileLock::TryLock(off_t byte) {
-  const int error = SetLock(file_->get(), F_WRLCK, byte);
+bool FileLock::TryLock(off_t byte, off_t count) {
+  const int error = SetLock(file_->get(), F_WRLCK, byte, count);
   if (error == 0) return true;
   if (error != EAGAIN && error != EACCES) RaiseSystemError(error, path_, "lock");
   return false;
@@ -152,7 +155,7 @@ bool FileLock::TryLock(off_t byte) {
 
 void FileLock::Wait(off_t byte, Clock::time_point giveUp, std::chrono::milliseconds deadline) {
   std::chrono::microseconds pause = kFirstPause;
-  while (!TryLock(byte)) {
+  while (!TryLock(byte, 1)) {
     if (Clock::now() >= giveUp) {
       throw Error(ErrorKind::kBusy,
                   path_ + ": still locked after " + std::to_string(deadline.count()) + " ms by " +
@@ -185,7 +188,7 @@ std::optional<std::string> HolderOf(const std::string& path) {
     if (errno == ENOENT) return std::nullopt;
     RaiseSystemError(errno, path, "open the lock file");
   }
-  struct flock range = ByteRange(F_WRLCK, kDataByte);
+  struct flock range = ByteRange(F_WRLCK, kDataByte, 1);
   if (RetryInterrupted([&] { return fcntl(file.get(), F_OFD_GETLK, &range); }) != 0) {
     RaiseSystemError(errno, path, "look at the lock");
   }

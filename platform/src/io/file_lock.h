@@ -6,7 +6,8 @@
 // dies. A forked child closes its copy without unlocking.
 //
 // Waiting is fair: a waiter takes the gate byte first, then the data byte, then gives the gate
-// back, so that callers that lock in a loop cannot starve it.
+// back, so that callers that lock in a loop cannot starve it. Where nobody waits and nobody holds
+// the lock, both bytes are taken at once.
 #ifndef PLATFORM_SRC_IO_FILE_LOCK_H_
 #define PLATFORM_SRC_IO_FILE_LOCK_H_
 
@@ -48,7 +49,7 @@ class FileLock {
   bool Lock(Clock::time_point giveUp, std::chrono::milliseconds deadline);
   void CheckLockFile(const struct stat& status) const;
   void Wait(off_t byte, Clock::time_point giveUp, std::chrono::milliseconds deadline);
-  bool TryLock(off_t byte);
+  bool TryLock(off_t byte, off_t count);
   void WriteHolder();
 
   std::string path_;

@@ -3,11 +3,28 @@
 #define PLATFORM_SRC_UTIL_CHECKSUM_H_
 
 #include <cstdint>
+#include <memory>
 #include <string_view>
 
 namespace HostPlatform {
 
 std::uint64_t Checksum(std::string_view bytes, std::uint64_t seed = 0);
+
+// The same, without a seed, of bytes that come piece by piece.
+class ChecksumOfPieces {
+ public:
+  ChecksumOfPieces();
+  ChecksumOfPieces(const ChecksumOfPieces&) = delete;
+  ChecksumOfPieces& operator=(const ChecksumOfPieces&) = delete;
+  ~ChecksumOfPieces();
+
+  void Add(std::string_view piece);
+  std::uint64_t Value() const;
+
+ private:
+  struct State;
+  std::unique_ptr<State> state_;
+};
 
 }  // namespace HostPlatform
 

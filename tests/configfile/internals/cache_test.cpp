@@ -4,11 +4,14 @@
 
 #include <atomic>
 #include <memory>
+#include <random>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <vector>
 
 #include "configfile/document.h"
+#include "configfile/document_writer.h"
 #include "internals/opened_files.h"
 #include "support.h"
 
@@ -166,6 +169,79 @@ TEST_F(Cache, TreeOfAnOldDocumentStaysAsItWasWhileItIsHeld) {
   const auto* const host = FindChild(*document->root(), "Host");
   const auto* const test = FindChild(*host, "Test");
   EXPECT_EQ(FindChild(*test, "key")->text, "old");
+}
+
+// The document as the process holds it, in the form of the file.
+std::string TextOfTree() {
+  std::string text;
+  ZynCtl::Config::WriteDocument(*NewestDocument()->root(),
+                                [&](std::string_view piece) { text += piece; });
+  return text;
+}
+
+TEST_F(Cache, HoldsTheTreeThatTheProcessWroteItself) {
+  Put("key", "new");
+  const auto* const root = NewestDocument()->root();
+  usleep(kLongerThanATick);
+  EXPECT_TRUE(OpensTheFile([] { EXPECT_EQ(Get("key"), "new"); }));  // is it still the same?
+  EXPECT_EQ(NewestDocument()->root(), root);
+  EXPECT_FALSE(OpensTheFile([] { EXPECT_EQ(Get("key"), "new"); }));
+  RunInChild([] { Put("key", "newer"); });
+  EXPECT_EQ(Get("key"), "newer");
+  EXPECT_NE(NewestDocument()->root(), root);
+}
+
+TEST_F(Cache, FollowsAChangeInPlaceOfTheSameLengthRightAfterItsOwnWrite) {
+  for (int i = 0; i < 100; ++i) {
+    Put("key", "old");
+    WriteFile(FilePath(), Changed());
+    EXPECT_EQ(Get("key"), "new");
+  }
+}
+
+TEST_F(Cache, IsNotTouchedByWhatASessionChangesAfterItHasWritten) {
+  const SynchronizedConfigFile locked;
+  const auto branch = BranchOf(locked);
+  const auto item = branch->GetArray("items")->NewInstance();
+  item->SetValue("key", "written");
+  locked.file->Write();
+  const auto* const root = NewestDocument()->root();
+  const std::string written = TextOfTree();
+  item->SetValue("key", "unwritten");
+  branch->GetArray("items")->NewInstance();
+  locked.file->GetBranch("/")->RemoveAllChildren();
+  EXPECT_EQ(NewestDocument()->root(), root);
+  EXPECT_EQ(TextOfTree(), written);
+  locked.file->Write();
+  EXPECT_EQ(TextOfTree(), "{}\n");
+  EXPECT_EQ(Document(), "{}\n");
+}
+
+TEST_F(Cache, TreeThatWasWrittenIsTheOneThatIsReadAnew) {
+  const unsigned seed = testing::UnitTest::GetInstance()->random_seed();
+  SCOPED_TRACE("seed " + std::to_string(seed));
+  std::mt19937 random(seed);
+  const auto below = [&](unsigned limit) { return static_cast<unsigned>(random()) % limit; };
+  const auto name = [&] { return std::string(1, static_cast<char>('a' + below(4))); };
+  EditByHand(R"({"n": -1.50e+3, "x": [null, {"\u00e4\n": true}], "Host": {"Test": {}}})");
+  for (int round = 0; round < 300; ++round) {
+    {
+      const SynchronizedConfigFile locked;
+      for (unsigned i = below(4); i != 0; --i) {
+        const auto branch = locked.file->GetBranch("/Host/Test/b" + name());
+        if (below(10) == 0) branch->RemoveAllChildren();
+        branch->SetValue(name(), std::string(below(40), static_cast<char>(below(256))));
+        branch->GetArray("array" + name())->NewInstance()->SetValue(name(), 1UL + below(9));
+      }
+      locked.file->Write();
+    }
+    const std::string held = TextOfTree();
+    ASSERT_EQ(held, Document());
+    if (below(3) == 0) {
+      ZynCtl::Config::ForgetNewestDocument();
+      ASSERT_EQ(TextOfTree(), held);
+    }
+  }
 }
 
 TEST_F(Cache, IsSharedByThreadsWhileTheFileChanges) {
