@@ -3,6 +3,7 @@
 #include <simdjson.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <memory>
 #include <new>
 #include <string>
@@ -76,35 +77,39 @@ class Parser {
     return token.substr(0, last + 1);
   }
 
+  // Not into the parser's own buffer, which is null where there was no memory for it. `size` is
+  // that of the text with its escapes.
+  std::string_view Unescape(ondemand::raw_json_string escaped, std::size_t size) {
+    auto* room = reinterpret_cast<std::uint8_t*>(store_->Reserve(size + kTextPadding));
+    std::string_view text;
+    if (const auto error = parser_.unescape(escaped, room).get(text)) {
+      RaiseAt(escaped.raw(), simdjson::error_message(error));
+    }
+    return text;
+  }
+
   // Most text has no escapes, and is the node's as it stands in the document.
   Node* ParseText(ondemand::value value) {
     Node* const node = store_->Make(Node::Type::kText);
     const std::string_view token = WithoutSpaceBehind(value.raw_json_token());
-    if (token.size() >= 2 && token.find('\\') == std::string_view::npos) {
-      ondemand::raw_json_string passed;
-      if (const auto error = value.get_raw_json_string().get(passed)) Raise(error);
-      node->text = token.substr(1, token.size() - 2);
-      return node;
-    }
-    std::string_view text;
-    if (const auto error = value.get_string().get(text)) {
-      RaiseAt(token.data(), simdjson::error_message(error));
-    }
-    node->text = store_->Keep(text);
+    ondemand::raw_json_string raw;
+    if (const auto error = value.get_raw_json_string().get(raw)) Raise(error);
+    const std::string_view text = token.substr(1, token.size() - 2);  // without the quotes
+    node->text = text.find('\\') == std::string_view::npos ? text : Unescape(raw, text.size());
     return node;
   }
 
-  std::string_view ParseName(ondemand::field* field) {
-    const char* const place = field->key().raw();
-    const char* end = place;
-    while (*end != '"' && *end != '\\')  // there is a quote: the parser has seen it
+  std::string_view ParseName(ondemand::raw_json_string raw) {
+    const char* const begin = raw.raw();
+    const char* end = begin;
+    bool escaped = false;
+    for (; *end != '"'; ++end) {  // there is a quote: the parser has seen it
+      if (*end != '\\') continue;
+      escaped = true;
       ++end;
-    if (*end == '"') return {place, static_cast<std::size_t>(end - place)};
-    std::string_view name;
-    if (const auto error = field->unescaped_key().get(name)) {
-      RaiseAt(place, simdjson::error_message(error));
     }
-    return store_->Keep(name);
+    const auto size = static_cast<std::size_t>(end - begin);
+    return escaped ? Unescape(raw, size) : std::string_view(begin, size);
   }
 
   // A name that stands twice has two meanings, and one of them would be lost at the next write.
@@ -138,7 +143,7 @@ class Parser {
       ondemand::field field;
       if (const auto error = std::move(item).get(field)) Raise(error);
       const char* const place = field.key().raw();
-      const std::string_view name = ParseName(&field);
+      const std::string_view name = ParseName(field.key());
       if (!IsNew(name, first, &names)) {
         RaiseAt(place, "the key \"" + std::string(name) + "\" stands twice in one object");
       }

@@ -62,9 +62,11 @@ class TreeStore {
   std::string_view Keep(std::string&& text) { return texts_.emplace_back(std::move(text)); }
   std::string_view Keep(std::string_view text) {
     if (text.empty()) return {};
-    char* const copy = static_cast<char*>(memory_.allocate(text.size(), 1));
+    char* const copy = Reserve(text.size());
     return {copy, static_cast<std::size_t>(std::copy(text.begin(), text.end(), copy) - copy)};
   }
+  // Room for so many characters.
+  char* Reserve(std::size_t size) { return static_cast<char*>(memory_.allocate(size, 1)); }
   // A document's text, which nodes refer to.
   void Keep(std::unique_ptr<char[]> document) { document_ = std::move(document); }
 
