@@ -24,8 +24,23 @@ namespace {
 
 constinit HostPlatform::Io::Newest<Document> newest;
 
+constexpr std::size_t kPieceSize = 128 << 10;
+
 bool IsBefore(const struct timespec& a, const struct timespec& b) {
   return a.tv_sec < b.tv_sec || (a.tv_sec == b.tv_sec && a.tv_nsec < b.tv_nsec);
+}
+
+// Reads through a small buffer that stays in the processor's cache.
+std::uint64_t ChecksumOf(const FileDescriptor& file, std::size_t size, const std::string& path) {
+  const auto buffer = std::make_unique_for_overwrite<char[]>(kPieceSize);
+  HostPlatform::ChecksumOfPieces checksum;
+  for (std::size_t done = 0; done < size;) {
+    const std::size_t piece = std::min(size - done, kPieceSize);
+    HostPlatform::Io::ReadAt(file, done, buffer.get(), piece, path);
+    checksum.Add({buffer.get(), piece});
+    done += piece;
+  }
+  return checksum.Value();
 }
 
 bool SameTree(const Node& a, const Node& b) {
@@ -58,36 +73,25 @@ Document::Document(const FileDescriptor& file, const std::string& path, const Do
   struct timespec now = {};
   clock_gettime(CLOCK_REALTIME_COARSE, &now);  // the clock of the file system's times
   settled_ = IsBefore(status_.st_ctim, now);
-  pin_.emplace(file, 1, path);
   const auto size = static_cast<std::size_t>(status_.st_size);
-  auto text = std::make_unique_for_overwrite<char[]>(size + kTextPadding);
-  HostPlatform::Io::ReadStart(file, text.get(), size, path);
-  std::memset(text.get() + size, 0, kTextPadding);
-  const bool mayBeKnown = known != nullptr && HostPlatform::Io::SameFile(known->status_, status_);
-  if (mayBeKnown || !settled_) checksum_ = HostPlatform::Checksum({text.get(), size});
-  if (mayBeKnown && known->checksum_ == checksum_) {
+  if (known != nullptr && HostPlatform::Io::SameFile(known->status_, status_) &&
+      ChecksumOf(file, size, path) == known->checksum_) {
+    checksum_ = known->checksum_;
     store_ = known->store_;
     root_ = known->root_;
     return;
   }
+  auto text = std::make_unique_for_overwrite<char[]>(size + kTextPadding);
+  HostPlatform::Io::ReadAt(file, 0, text.get(), size, path);
+  std::memset(text.get() + size, 0, kTextPadding);
+  if (!settled_) checksum_ = HostPlatform::Checksum({text.get(), size});
   const auto store = std::make_shared<TreeStore>();
   root_ = ParseDocument(std::move(text), size, path, store.get());
   store_ = store;
 }
 
-Document::Document(const FileDescriptor& file, const std::string& path,
-                   std::shared_ptr<const TreeStore> store, Node* root, std::uint64_t checksum)
-    : status_(HostPlatform::Io::StatOf(file, path)),
-      checksum_(checksum),
-      store_(std::move(store)),
-      root_(root) {
-  pin_.emplace(file, 1, path);
-}
-
-// The rename has changed its times. Where they cannot be told the file is read as anybody else's.
-void Document::Publish(std::shared_ptr<Document> written, const FileDescriptor& file) {
-  if (fstat(file.get(), &written->status_) == 0) newest.Set(std::move(written));
-}
+Document::Document(std::shared_ptr<const TreeStore> store, Node* root, std::uint64_t checksum)
+    : checksum_(checksum), store_(std::move(store)), root_(root) {}
 
 bool Document::IsOf(const struct stat& status) const {
   return settled_ && HostPlatform::Io::SameFile(status, status_);
@@ -106,6 +110,10 @@ std::shared_ptr<const Document> NewestDocument() {
   std::shared_ptr<const Document> read = Document::Read(path, known.get());
   newest.Set(read);
   return read;
+}
+
+void UseAsNewest(std::shared_ptr<const Document> document) {
+  newest.Set(std::move(document));
 }
 
 void ForgetNewestDocument() {

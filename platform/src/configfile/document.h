@@ -6,12 +6,10 @@
 
 #include <cstdint>
 #include <memory>
-#include <optional>
 #include <string>
 
 #include "configfile/node.h"
 #include "io/file_descriptor.h"
-#include "io/file_mapping.h"
 
 namespace ZynCtl::Config {
 
@@ -21,19 +19,18 @@ class Document {
   // `known`, which may be null, was read from. Raises ConfigFileException.
   static std::shared_ptr<const Document> Read(const std::string& path, const Document* known);
 
-  // What was written to the file, which is not in place yet: the tree, which is in the store, and
-  // the checksum of its text. `file` is open for reading. Raises Error.
-  Document(const HostPlatform::Io::FileDescriptor& file, const std::string& path,
-           std::shared_ptr<const TreeStore> store, Node* root, std::uint64_t checksum);
+  // What was written to a file that is not in place yet: the tree, which is in the store, and the
+  // checksum of its text.
+  Document(std::shared_ptr<const TreeStore> store, Node* root, std::uint64_t checksum);
 
-  // Makes it the newest document, now that the file that it was written to is in place.
-  static void Publish(std::shared_ptr<Document> written,
-                      const HostPlatform::Io::FileDescriptor& file);
+  // That of the file, when it is in place.
+  void SetStatus(const struct stat& status) { status_ = status; }
 
-  // Whether `status` is that of the file that was read, unchanged. A mapping pins the inode, so the
-  // numbers cannot have passed to another file; an open descriptor would do too, but programs that
-  // we do not know close those. Never of a file that was read within the tick of the clock in which
-  // it was changed last: a second change in that tick would leave no trace in its times.
+  // Whether `status` is that of the file that was read, unchanged. Never of a file that was read
+  // within the tick of the clock in which it was changed last: a second change in that tick would
+  // leave no trace in its times. A file that gets the inode of this one later has later times, so
+  // that nothing needs to pin the inode: with the last mapping or descriptor of a file that was
+  // replaced goes the work of deleting it, which would be a reader's.
   bool IsOf(const struct stat& status) const;
 
   // Whether the other one was read of the same file, as large as this one, and has the same tree.
@@ -46,17 +43,19 @@ class Document {
   Document(const HostPlatform::Io::FileDescriptor& file, const std::string& path,
            const Document* known);
 
-  struct stat status_;
+  struct stat status_ = {};
   bool settled_ = false;
   std::uint64_t checksum_ = 0;  // of the text, of a document that is not settled
   std::shared_ptr<const TreeStore> store_;
   Node* root_ = nullptr;
-  std::optional<HostPlatform::Io::FileMapping> pin_;
 };
 
 // The newest document of the host directory; null when there is no file. Costs one stat() while
 // the file is the one that the process has parsed already. Raises like Document::Read().
 std::shared_ptr<const Document> NewestDocument();
+
+// Keeps the document as the newest one for as long as it is that of the file.
+void UseAsNewest(std::shared_ptr<const Document> document);
 
 // Lets go of the parsed document; it is read anew when somebody asks.
 void ForgetNewestDocument();

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstring>
 #include <memory>
 #include <string>
 
@@ -12,6 +13,8 @@
 
 namespace ZynCtl::Config {
 namespace {
+
+using HostPlatform::ByteBlock;
 
 constexpr std::size_t kPieceSize = 512 << 10;
 
@@ -41,14 +44,17 @@ std::string Escaped(char c) {
   }
 }
 
-// Most text has nothing to escape.
-std::size_t FindEscape(std::string_view text, std::size_t from) {
-  from = HostPlatform::SkipBlocks(text, from, [](HostPlatform::ByteBlock block) {
-    return HostPlatform::AnyByte((block < ' ') | (block == '"') | (block == '\\'));
-  });
-  while (from < text.size() && !NeedsEscape(text[from]))
-    ++from;
-  return from;
+// Copies up to the first character that needs an escape; most text has none. Returns how many.
+std::size_t CopyPlain(std::string_view text, char* to) {
+  std::size_t done = 0;
+  for (; text.size() - done >= sizeof(ByteBlock); done += sizeof(ByteBlock)) {
+    const ByteBlock block = HostPlatform::LoadBlock(text.data() + done);
+    if (HostPlatform::AnyByte((block < ' ') | (block == '"') | (block == '\\'))) break;
+    std::memcpy(to + done, &block, sizeof block);
+  }
+  for (; done < text.size() && !NeedsEscape(text[done]); ++done)
+    to[done] = text[done];
+  return done;
 }
 
 class Writer {
@@ -77,11 +83,15 @@ class Writer {
 
   void PutString(std::string_view text) {
     Put("\"");
-    for (std::size_t done = 0; done < text.size(); ++done) {
-      const std::size_t escape = FindEscape(text, done);
-      Put(text.substr(done, escape - done));
-      if (escape < text.size()) Put(Escaped(text[escape]));
-      done = escape;
+    while (!text.empty()) {
+      if (used_ == kPieceSize) HandOver();
+      const std::size_t plain =
+          CopyPlain(text.substr(0, kPieceSize - used_), buffer_.get() + used_);
+      used_ += plain;
+      text.remove_prefix(plain);
+      if (text.empty() || !NeedsEscape(text.front())) continue;
+      Put(Escaped(text.front()));
+      text.remove_prefix(1);
     }
     Put("\"");
   }

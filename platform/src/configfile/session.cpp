@@ -18,6 +18,7 @@
 #include "io/error.h"
 #include "io/file_replacement.h"
 #include "io/host_paths.h"
+#include "io/newest.h"
 #include "util/checksum.h"
 
 namespace ZynCtl::Config {
@@ -241,14 +242,10 @@ void Session::Write() {
       checksum.Add(piece);
     });
     CopyRest(tree_);
-    // A mapping of a file that is open for writing would count as a writer of its file system.
-    const FileDescriptor file(directory.get(), next.temporaryName(), O_RDONLY | O_NOFOLLOW);
-    if (!file) RaiseSystemError(errno, next.path(), "open the new content");
-    auto written = std::make_shared<Document>(file, next.path(), store_, tree_, checksum.Value());
+    auto written = std::make_shared<Document>(store_, tree_, checksum.Value());
     CheckPresent();
     next.Commit();
-    present_ = written->status();
-    Document::Publish(std::move(written), file);
+    NoteWritten(std::move(written), next.file());
   } catch (const HostPlatform::Io::Error& error) {
     RaiseConfigFile(error);
   }
@@ -265,18 +262,26 @@ void Session::CopyRest(Node*& slot) {
     CopyRest(child.node);
 }
 
+// The rename has changed its times. Where those cannot be told the file is like anybody else's: it
+// is read anew, and not overwritten by this session.
+void Session::NoteWritten(std::shared_ptr<Document> written, const FileDescriptor& file) {
+  struct stat status;
+  present_.reset();
+  if (fstat(file.get(), &status) != 0) return;
+  present_ = status;
+  written->SetStatus(status);
+  UseAsNewest(std::move(written));
+}
+
 // The lock keeps other writers out, unless somebody removed its file: then what they wrote must not
 // be overwritten.
 void Session::CheckPresent() const {
   struct stat status;
   const bool exists = stat(path_.c_str(), &status) == 0;
-  const bool same =
-      present_ ? exists && status.st_ino == present_->st_ino && status.st_dev == present_->st_dev
-               : !exists;
-  if (same) return;
+  if (present_ ? exists && HostPlatform::Io::SameFile(status, *present_) : !exists) return;
   RaiseConfigFile(path_ +
                   ": another process changed it while it was locked, since the lock file "
-                  "was removed or the file was replaced by hand; nothing was changed. Try "
+                  "was removed or the file was changed by hand; nothing was changed. Try "
                   "again");
 }
 

@@ -101,11 +101,12 @@ void StartFlush(const FileDescriptor& file) {
   sync_file_range(file.get(), 0, 0, SYNC_FILE_RANGE_WRITE);  // 0 bytes: up to the end
 }
 
-void ReadStart(const FileDescriptor& file, char* bytes, std::size_t size, const std::string& path) {
-  std::size_t done = 0;
-  while (done < size) {
-    const ssize_t got = RetryInterrupted(
-        [&] { return pread(file.get(), bytes + done, size - done, static_cast<off_t>(done)); });
+void ReadAt(const FileDescriptor& file, std::size_t offset, char* bytes, std::size_t size,
+            const std::string& path) {
+  for (std::size_t done = 0; done < size;) {
+    const ssize_t got = RetryInterrupted([&] {
+      return pread(file.get(), bytes + done, size - done, static_cast<off_t>(offset + done));
+    });
     if (got < 0) RaiseSystemError(errno, path, "read");
     if (got == 0) throw Error(ErrorKind::kOther, path + ": cannot read: it ends too early");
     done += static_cast<std::size_t>(got);

@@ -50,8 +50,10 @@ void WriteAll(const FileDescriptor& file, std::string_view bytes, const std::str
 // the end then finds less to do. Promises nothing, and reports nothing: that is the flush's part.
 void StartFlush(const FileDescriptor& file);
 
-// The first `size` bytes of the file; raises Error naming `path`, also when the file is shorter.
-void ReadStart(const FileDescriptor& file, char* bytes, std::size_t size, const std::string& path);
+// `size` bytes of the file from `offset` on; raises Error naming `path`, also when the file is
+// shorter.
+void ReadAt(const FileDescriptor& file, std::size_t offset, char* bytes, std::size_t size,
+            const std::string& path);
 
 }  // namespace HostPlatform::Io
 

@@ -30,8 +30,6 @@ class FileReplacement {
 
   const FileDescriptor& file() const { return file_; }
   const std::string& path() const { return path_; }  // of the file that is replaced
-  // Where what is written stands until it is put in place, in the directory.
-  const char* temporaryName() const { return temporaryName_.c_str(); }
 
   // Carries over the owner, mode and extended attributes of the file that is replaced, flushes and
   // renames. Raises Error; the old file is in place then, unless the message says that only the

@@ -29,6 +29,27 @@ TEST_F(ChangedMeanwhile, FileOfAnotherIsNotOverwritten) {
   EXPECT_EQ(Document(), kOfOthers);
 }
 
+TEST_F(ChangedMeanwhile, FileThatIsEditedInPlaceIsNotOverwritten) {
+  Put("key", "old");
+  EXPECT_TRUE(Contains(WriteAfter([&] { WriteFile(FilePath(), kOfOthers); }), "changed by hand"));
+  EXPECT_EQ(Document(), kOfOthers);
+  Put("key", "new");
+  EXPECT_EQ(Get("key"), "new");
+  EXPECT_EQ(Get("other", "/"), "kept");
+}
+
+TEST_F(ChangedMeanwhile, SecondWriteOfASessionDoesNotOverwriteOthersEither) {
+  const SynchronizedConfigFile locked;
+  BranchOf(locked)->SetValue("key", "first");
+  locked.file->Write();
+  BranchOf(locked)->SetValue("key", "second");
+  locked.file->Write();
+  EditByHand(kOfOthers);
+  BranchOf(locked)->SetValue("key", "third");
+  EXPECT_TRUE(Contains(MessageOf([&] { locked.file->Write(); }), "changed by hand"));
+  EXPECT_EQ(Document(), kOfOthers);
+}
+
 TEST_F(ChangedMeanwhile, FileThatAppearsIsNotOverwritten) {
   MakeHost();
   EXPECT_TRUE(Contains(WriteAfter([&] { EditByHand(kOfOthers); }), "another process changed it"));
