@@ -118,18 +118,16 @@ OPENING = ("A new snapshot is opened and mapped, and the checksum over its direc
            "just written; the old snapshot is unmapped.")
 LOADING = ("Loading is what costs: the dynamic loader maps and relocates the library, its platform "
            "and what that stands on. Without any call it is nearly the same.")
-FILE_WRITING = ("On top of the same bytes written, the document that the last replacement left is read "
-                "and parsed, for what belongs to others in it; blobs are put into Base64 and strings "
-                "are looked through for what must be escaped.")
-FILE_READING = ("On top of the parser, the document's own tree is built and checked, and the old "
-                "one given back.")
-FILE_MEMORY = ("The process holds the text of the file, the parser's own form of it, the tree with "
-               "the blobs as Base64, and the answer.")
+FILE_WRITING = ("On top of the same bytes written, blobs are put into Base64, every string is looked "
+                "through twice for what must be encoded or escaped, and the tree is made anew.")
+FILE_READING = "On top of reading and the parser, the document's own tree is built and checked."
+FILE_MEMORY = ("The process holds the text of the file, with the blobs as Base64, the tree over it, "
+               "and the answer: the text alone is more than the answer.")
 PAGES = ("On top of the answer and the mapped records come the library's own code and the loader's "
          "pages, which weigh more the smaller the catalogue is.")
 TWO_THREADS = "Two threads need two idle processors; a peer with a connection for each shows them."
 FILE_LOCK = ("Whoever reads the file may be about to change it, so a caller that may write holds its one "
-             "lock from start to end: two threads take turns, and who waits sleeps between attempts.")
+             "lock from start to end: two threads take turns.")
 LOOKING = ("Most of it is the one system call by which a process notices that another one has "
            "committed.")
 CACHES = ("With the number of records the share that is found in the processor's caches shrinks, "

@@ -26,6 +26,8 @@ constexpr off_t kDataByte = 1;
 constexpr off_t kBothBytes = 2;
 constexpr std::size_t kHolderSize = 128;
 
+// Most holders are done before a sleep would end: who waits only yields at first.
+constexpr int kYields = 500;
 constexpr auto kFirstPause = std::chrono::microseconds(20);
 constexpr auto kLongestPause = std::chrono::microseconds(2000);
 
@@ -155,11 +157,15 @@ bool FileLock::TryLock(off_t byte, off_t count) {
 
 void FileLock::Wait(off_t byte, Clock::time_point giveUp, std::chrono::milliseconds deadline) {
   std::chrono::microseconds pause = kFirstPause;
-  while (!TryLock(byte, 1)) {
+  for (int attempt = 0; !TryLock(byte, 1); ++attempt) {
     if (Clock::now() >= giveUp) {
       throw Error(ErrorKind::kBusy,
                   path_ + ": still locked after " + std::to_string(deadline.count()) + " ms by " +
                       ReadHolder(*file_) + "; try again when that writer is done");
+    }
+    if (attempt < kYields) {
+      std::this_thread::yield();
+      continue;
     }
     std::this_thread::sleep_for(pause);
     pause = std::min(2 * pause, kLongestPause);
