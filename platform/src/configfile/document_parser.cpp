@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <memory>
+#include <mutex>
 #include <new>
 #include <string>
 #include <string_view>
@@ -14,6 +15,7 @@
 
 #include "configfile/document_outline.h"
 #include "configfile/failure.h"
+#include "io/fork.h"
 
 namespace ZynCtl::Config {
 namespace {
@@ -23,11 +25,36 @@ namespace ondemand = simdjson::ondemand;
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 constexpr std::size_t kFewMembers = 16;  // compared pair by pair
 
+// One for the process, and never destroyed: simdjson makes its parsers by an object that is
+// destroyed when the program ends, while exit handlers and other threads may still call.
+ondemand::parser* SharedParser() {
+  static auto* const parser = new ondemand::parser;
+  return parser;
+}
+
+// Holds the shared parser, and gives back the memory that it took for one document.
+class ParserLock {
+ public:
+  ParserLock() : lock_(HostPlatform::Io::ParserMutex()), parser_(*SharedParser()) {}
+  ParserLock(const ParserLock&) = delete;
+  ParserLock& operator=(const ParserLock&) = delete;
+  ~ParserLock() {
+    const auto error = parser_.allocate(0);
+    static_cast<void>(error);  // of memory: all of it is given back then
+  }
+
+  ondemand::parser& parser() const { return parser_; }
+
+ private:
+  std::lock_guard<std::mutex> lock_;
+  ondemand::parser& parser_;
+};
+
 // Builds the tree, with numbers as they were written, and names the place of what is wrong.
 class Parser {
  public:
   Parser(simdjson::padded_string_view text, const std::string& path, TreeStore* store)
-      : path_(path), padded_(text), store_(store) {}
+      : path_(path), padded_(text), store_(store), parser_(held_.parser()) {}
 
   Node* Parse() {
     if (Text().starts_with(kByteOrderMark)) {
@@ -250,7 +277,8 @@ class Parser {
   simdjson::padded_string_view padded_;
   TreeStore* store_;
   std::vector<Child> children_;  // of the branches and arrays that are not at their end
-  ondemand::parser parser_;
+  ParserLock held_;
+  ondemand::parser& parser_;
   ondemand::document document_;
   bool started_ = false;  // the document may be asked where it is
 };

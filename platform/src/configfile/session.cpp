@@ -263,7 +263,7 @@ void Session::CopyRest(Node*& slot) {
 }
 
 // The rename has changed its times. Where those cannot be told the file is like anybody else's: it
-// is read anew, and not overwritten by this session.
+// is read anew, and a second Write() does not overwrite it.
 void Session::NoteWritten(std::shared_ptr<Document> written, const FileDescriptor& file) {
   struct stat status;
   present_.reset();

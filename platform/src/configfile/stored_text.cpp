@@ -1,7 +1,5 @@
 #include "configfile/stored_text.h"
 
-#include <simdjson.h>
-
 #include <algorithm>
 #include <cstdlib>
 #include <memory>
@@ -9,6 +7,7 @@
 #include <string_view>
 #include <utility>
 
+#include "configfile/document_outline.h"
 #include "platform/base64.h"
 #include "util/plain_text.h"
 
@@ -36,8 +35,7 @@ struct Free {
 
 bool IsReadable(std::string_view bytes) {
   if (IsPlain(bytes)) return true;
-  return bytes.find('\0') == std::string_view::npos &&
-         simdjson::validate_utf8(bytes.data(), bytes.size());
+  return bytes.find('\0') == std::string_view::npos && FindInvalidUtf8(bytes) == bytes.size();
 }
 
 std::string EncodeText(std::string bytes) {

@@ -8,6 +8,7 @@
 namespace HostPlatform::Io {
 namespace {
 
+constinit std::mutex parserMutex;
 constinit std::mutex descriptorMutex;
 
 struct alignas(64) CacheLock {
@@ -16,6 +17,7 @@ struct alignas(64) CacheLock {
 constinit CacheLock cacheLocks[kCachePlaces];
 
 void BeforeFork() {
+  parserMutex.lock();
   descriptorMutex.lock();
   for (CacheLock& lock : cacheLocks)
     lock.mutex.lock();
@@ -25,6 +27,7 @@ void AfterForkInParent() {
   for (CacheLock& lock : cacheLocks)
     lock.mutex.unlock();
   descriptorMutex.unlock();
+  parserMutex.unlock();
 }
 
 void AfterForkInChild() {
@@ -36,6 +39,10 @@ void AfterForkInChild() {
 
 void RegisterForkHandlers() {
   pthread_atfork(&BeforeFork, &AfterForkInParent, &AfterForkInChild);
+}
+
+std::mutex& ParserMutex() {
+  return parserMutex;
 }
 
 std::mutex& DescriptorMutex() {

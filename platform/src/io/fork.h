@@ -1,9 +1,9 @@
 // Fork at any moment: the mutexes that a child must find free.
 //
 // A mutex that another thread holds at the fork would stay locked in the child for ever. Those here
-// are taken around every fork, so each guards a few instructions only and is never held while
-// waiting for anything. Order: descriptors first, then the places of the caches as they are
-// numbered.
+// are taken around every fork, so none is held while waiting for anything, and all but the parser's
+// guard a few instructions only. Order: the parser first, then descriptors, then the places of the
+// caches as they are numbered.
 #ifndef PLATFORM_SRC_IO_FORK_H_
 #define PLATFORM_SRC_IO_FORK_H_
 
@@ -13,6 +13,9 @@ namespace HostPlatform::Io {
 
 // Called once, when the platform is loaded; the C library forgets the handlers when it is unloaded.
 void RegisterForkHandlers();
+
+// Guards the parser of the configuration file; see document_parser.cpp.
+std::mutex& ParserMutex();
 
 // Guards the list of open descriptors; see FileDescriptor.
 std::mutex& DescriptorMutex();

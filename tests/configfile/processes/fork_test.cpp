@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <cstdlib>
 #include <memory>
 #include <optional>
 #include <string>
@@ -21,6 +22,27 @@ class Fork : public HostTest {
     HostPlatform::UseLockTimeout(200);
   }
 };
+
+// What is destroyed before the handler runs was made after it was registered: all that the first
+// lookup of the process makes.
+TEST_F(Fork, ChildReadsAChangedFileInAnExitHandler) {
+  RunInChild([this] {
+    static std::string path;
+    path = FilePath();
+    ASSERT_EQ(std::atexit([] {
+                WriteFile(path,
+                          R"({"Host": {"Test": {"key": "n\u00e4w", "raw": "\u0000base64:/w=="}}})");
+                const bool good = Get("key") == "n\xc3\xa4w" && Get("raw") == "\xff";
+                Put("key", "\xc3\xa4");
+                _exit(good && Get("key") == "\xc3\xa4" ? 0 : 1);
+              }),
+              0);
+    ASSERT_EQ(Get("key"), "old");
+    WriteFile(path, R"({"Host": {"Test": {"key": "mid"}}})");
+    ASSERT_EQ(Get("key"), "mid");
+    std::exit(2);
+  });
+}
 
 TEST_F(Fork, ChildCannotChangeOrWriteThroughItsParentsSession) {
   {
