@@ -135,7 +135,8 @@ class QUOR_API QuorLib {
   // after the other. Each is 32 lower-case hexadecimal digits (MD5), or empty when there is
   // nothing to digest. Independent of the order in which the records are stored as long as policy
   // identifiers, the namespaces of one policy, and URLs are unique. For telling change, not for
-  // telling forgery.
+  // telling forgery. Memory that runs out while the text of a record is put together ends the
+  // process.
   static std::pair<std::string, std::string> GetDbHash();
 };
 
