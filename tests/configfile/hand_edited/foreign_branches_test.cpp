@@ -59,6 +59,13 @@ TEST_F(ForeignBranches, AreKeptWhereTheyStand) {
             "  \"last\": 4.0\n}\n");
 }
 
+TEST_F(ForeignBranches, NumberOfAnyLengthIsKept) {
+  const std::string number(600'000, '7');
+  EditByHand("{\"n\": " + number + "}");
+  Put("key", "value");
+  EXPECT_TRUE(Document().starts_with("{\n  \"n\": " + number + ",\n"));
+}
+
 TEST_F(ForeignBranches, EscapesKeepTheirMeaning) {
   EditByHand(R"({"Other": {"\u0061\u00e4": "\u20ac \ud83d\ude00 \/ \b\f\u0000\u001f\u007f"}})");
   const std::string meaning("\xe2\x82\xac \xf0\x9f\x98\x80 / \b\f\0\x1f\x7f", 16);
