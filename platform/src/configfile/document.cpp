@@ -43,15 +43,6 @@ std::uint64_t ChecksumOf(const FileDescriptor& file, std::size_t size, const std
   return checksum.Value();
 }
 
-bool SameTree(const Node& a, const Node& b) {
-  return &a == &b ||
-         (a.type == b.type && a.text == b.text &&
-          std::equal(a.children.begin(), a.children.end(), b.children.begin(), b.children.end(),
-                     [](const Child& one, const Child& another) {
-                       return one.name == another.name && SameTree(*one.node, *another.node);
-                     }));
-}
-
 }  // namespace
 
 // Symbolic links are followed: administrators keep such files elsewhere. A FIFO would block without

@@ -85,6 +85,16 @@ inline Node* FindChild(const Node& branch, std::string_view name) {
   return nullptr;
 }
 
+// Whether two trees hold the same.
+inline bool SameTree(const Node& a, const Node& b) {
+  return &a == &b ||
+         (a.type == b.type && a.text == b.text &&
+          std::equal(a.children.begin(), a.children.end(), b.children.begin(), b.children.end(),
+                     [](const Child& one, const Child& another) {
+                       return one.name == another.name && SameTree(*one.node, *another.node);
+                     }));
+}
+
 }  // namespace ZynCtl::Config
 
 #endif  // PLATFORM_SRC_CONFIGFILE_NODE_H_
