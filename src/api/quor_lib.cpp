@@ -1,12 +1,13 @@
 #include "quor/quor_lib.h"
 
 #include "api/backend.h"
+#include "api/lasting_string.h"
 
 namespace TavQuor {
 namespace {
 
 // The storage namespace of the two lookups that need no datastore.
-const std::string kRilkNamespace = "RILK";
+const LastingString kRilkNamespace("RILK");
 
 }  // namespace
 

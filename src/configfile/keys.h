@@ -12,28 +12,28 @@
 #ifndef SRC_CONFIGFILE_KEYS_H_
 #define SRC_CONFIGFILE_KEYS_H_
 
-#include <string>
+#include "api/lasting_string.h"
 
 namespace TavQuor::ConfigFileBackend {
 
-inline const std::string kPolicyBranch = "/Quor/Policy-Info";
-inline const std::string kPolicyArray = "policy";
-inline const std::string kDatastoreBranch = "/Quor/Datastore-Info";
-inline const std::string kDatastoreArray = "Datastore";
-inline const std::string kBlobArray = "blobs";
+inline const LastingString kPolicyBranch("/Quor/Policy-Info");
+inline const LastingString kPolicyArray("policy");
+inline const LastingString kDatastoreBranch("/Quor/Datastore-Info");
+inline const LastingString kDatastoreArray("Datastore");
+inline const LastingString kBlobArray("blobs");
 
-inline const std::string kName = "name";
-inline const std::string kDescription = "description";
-inline const std::string kPolicyId = "policy-id";
-inline const std::string kGenerationNumber = "generation-number";
-inline const std::string kBlob = "blob";
-inline const std::string kDatastoreNamespace = "datastore-namespace";
-inline const std::string kUrl = "url";
-inline const std::string kDefaultPolicyId = "default-policy-id";
+inline const LastingString kName("name");
+inline const LastingString kDescription("description");
+inline const LastingString kPolicyId("policy-id");
+inline const LastingString kGenerationNumber("generation-number");
+inline const LastingString kBlob("blob");
+inline const LastingString kDatastoreNamespace("datastore-namespace");
+inline const LastingString kUrl("url");
+inline const LastingString kDefaultPolicyId("default-policy-id");
 
 // Words of the table that no operation here reads; the entry points bring their own namespace.
-inline const std::string kRilk = "RILK";
-inline const std::string kAll = "ALL";
+inline const LastingString kRilk("RILK");
+inline const LastingString kAll("ALL");
 
 }  // namespace TavQuor::ConfigFileBackend
 

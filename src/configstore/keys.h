@@ -35,11 +35,15 @@ inline constexpr char kDefaultPolicyId[] = "drp_policy_id";
 // The identifier of one policy or datastore; without an instance, of all.
 inline TavConfigStore::ConfigStoreObjectId PolicyObjectId(
     const std::string& instance = TavConfigStore::kEmptyString) {
-  return TavConfigStore::ConfigStoreObjectId(kPolicies, kGroup, kComponent, instance);
+  TavConfigStore::ConfigStoreObjectId id(kPolicies, kGroup, kComponent);
+  id.instance = instance;
+  return id;
 }
 inline TavConfigStore::ConfigStoreObjectId DatastoreObjectId(
     const std::string& instance = TavConfigStore::kEmptyString) {
-  return TavConfigStore::ConfigStoreObjectId(kDatastores, kGroup, kComponent, instance);
+  TavConfigStore::ConfigStoreObjectId id(kDatastores, kGroup, kComponent);
+  id.instance = instance;
+  return id;
 }
 
 }  // namespace TavQuor::ConfigStoreBackend

@@ -49,7 +49,8 @@ class Layer:
         return _is_below(path, self.own) and not _is_below(path, self.never)
 
 
-BACKENDS_MAY_USE = ["include/quor", "src/api/backend.h", "src/api/identifier.h", "src/digest",
+BACKENDS_MAY_USE = ["include/quor", "src/api/backend.h", "src/api/identifier.h",
+                    "src/api/lasting_string.h", "src/digest",
                     PLATFORM_HEADERS]
 
 LAYERS = {

@@ -234,6 +234,36 @@ TEST_F(Guest, AChildThatIsForkedInTheMiddleOfCallsMayCall) {
   }
 }
 
+// A handler that was registered before the library was loaded runs after the library's own
+// destructors. Memory that they gave back is used again before the calls.
+bool CallsInTheLastExitHandlerAreRight() {
+  static const LoadedLibrary* library = nullptr;
+  const int status = InChild([] {
+    const auto handler = [] {
+      const std::vector<std::string> others(2000, std::string(24, '/'));
+      library->Add(Catalogue(2));
+      _exit(library->BlobByName("policy 1") == std::string(512, 'b') && library->List().size() == 2
+                ? 0
+                : 1);
+    };
+    if (std::atexit(handler) != 0) return 2;
+    library = new LoadedLibrary();
+    library->Add(Catalogue(1));
+    std::exit(3);
+  });
+  return status == 0;
+}
+
+TEST_F(Guest, CallsInTheLastExitHandlerAreRightOverTheStore) {
+  EXPECT_TRUE(CallsInTheLastExitHandlerAreRight());
+}
+
+TEST_F(Guest, CallsInTheLastExitHandlerAreRightOverTheFile) {
+  std::ofstream(host_ + "/features") << std::string(256, '\0');
+  EXPECT_TRUE(CallsInTheLastExitHandlerAreRight());
+  EXPECT_TRUE(std::filesystem::exists(host_ + "/host-config.json"));
+}
+
 TEST_F(Guest, ACallLeavesErrnoAsItWas) {
   const LoadedLibrary library;
   const std::vector<std::function<void()>> calls = {

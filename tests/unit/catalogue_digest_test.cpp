@@ -34,6 +34,33 @@ std::string Hashing(const std::string& text) {
   return "CryptoHash_ComputeMD5 " + Recording::Quoted(text);
 }
 
+// The digests with the records themselves sorted, which is what decides between those that tie.
+std::string DigestOfSorted(Policies policies) {
+  std::sort(policies.begin(), policies.end(),
+            [](const auto& a, const auto& b) { return a.policyId < b.policyId; });
+  std::string digests;
+  for (auto& policy : policies) {
+    std::sort(policy.blobs.begin(), policy.blobs.end(),
+              [](const auto& a, const auto& b) { return a.second < b.second; });
+    std::string text = policy.name + policy.policyId + policy.description;
+    text += std::to_string(policy.generationNumber);
+    for (const auto& [blob, blobNamespace] : policy.blobs)
+      text += blobNamespace + blob;
+    digests += ReferenceMd5Hex(text);
+  }
+  return ReferenceMd5Hex(digests);
+}
+std::string DigestOfSorted(Datastores datastores) {
+  std::sort(datastores.begin(), datastores.end(),
+            [](const auto& a, const auto& b) { return a.url < b.url; });
+  std::string digests;
+  for (const auto& datastore : datastores) {
+    digests +=
+        ReferenceMd5Hex(datastore.url + datastore.datastoreNamespace + datastore.defaultPolicyId);
+  }
+  return ReferenceMd5Hex(digests);
+}
+
 TEST_F(PolicyDigest, NoPoliciesGiveTheEmptyStringAndNotTheDigestOfNothing) {
   EXPECT_EQ(PolicyDbHash({}), "");
   EXPECT_EQ(ThePlatform().log, Lines());
@@ -179,6 +206,28 @@ TEST_F(PolicyDigest, TiedPoliciesThatAreEqualInEveryFieldHashTheSameInEitherOrde
   EXPECT_NE(PolicyDbHash({twin, other, twin}), PolicyDbHash({twin, other}));
 }
 
+// Records that tie come out as the library's sort of the records themselves leaves them, so the
+// digest depends on the order of the listing then.
+TEST_F(PolicyDigest, TiedRecordsThatDifferAreHashedAsTheSortOfTheRecordsLeavesThem) {
+  std::mt19937 random(20261121);
+  int differences = 0;
+  for (std::size_t size = 1; size < 120; size += 7) {
+    Policies policies;
+    for (std::size_t i = 0; i < size; ++i) {
+      auto policy = Policy(std::to_string(i), std::string(random() % 12, 'i'), "", 0, {});
+      for (std::size_t j = 0; j < i % 40; ++j) {
+        policy.blobs.emplace_back(std::to_string(random()), std::string(random() % 3, 'n'));
+      }
+      policies.push_back(policy);
+    }
+    const std::string digest = PolicyDbHash(policies);
+    EXPECT_EQ(digest, DigestOfSorted(policies));
+    std::reverse(policies.begin(), policies.end());
+    differences += PolicyDbHash(policies) != digest;
+  }
+  EXPECT_GT(differences, 10);
+}
+
 // There is nothing to clean up around the formatters: the process ends rather than go on.
 TEST_F(PolicyDigest, ExceptionFromTheFormatterEndsTheProcess) {
   ThePlatform().duringFormatting = [] { throw std::runtime_error("no format"); };
@@ -247,6 +296,14 @@ TEST_F(DatastoreDigest, IsTheSameForShuffledLargeCatalogues) {
     std::shuffle(datastores.begin(), datastores.end(), random);
     EXPECT_EQ(DatastoreDbHash(datastores), expected);
   }
+}
+
+TEST_F(DatastoreDigest, TiedDatastoresThatDifferAreHashedAsTheSortOfTheRecordsLeavesThem) {
+  std::mt19937 random(20261121);
+  Datastores datastores;
+  for (int i = 0; i < 200; ++i)
+    datastores.push_back(Datastore(std::string(random() % 20, 'u'), std::to_string(i), "id"));
+  EXPECT_EQ(DatastoreDbHash(datastores), DigestOfSorted(datastores));
 }
 
 TEST_F(DatastoreDigest, ChangingAnyFieldChangesTheDigest) {

@@ -19,12 +19,15 @@ namespace HostPlatform {
 PLATFORM_API std::string HostDirectory();
 
 // Points this process at another host directory and maps its feature switches. Nothing is created.
-// To be called while no other thread is inside the platform; meant for the start of a program.
+// To be called while no other thread is inside the platform; meant for the start of a program. A
+// directory that cannot be used is no error here: calls say so, and GetFeature() tells why its
+// switches are not in use.
 PLATFORM_API void UseHostDirectory(const std::string& path);
 
 // How long a writer waits for the host's locks, in milliseconds: what was last given here,
 // otherwise QUOR_LOCK_TIMEOUT_MS as it was when the platform was loaded (ignored in set-uid
-// programs and where it is no whole number), otherwise 30000.
+// programs and where it is no whole number), otherwise 30000. A new value holds for every wait that
+// begins afterwards, in all threads of this process.
 PLATFORM_API std::uint32_t LockTimeout();
 PLATFORM_API void UseLockTimeout(std::uint32_t milliseconds);
 
@@ -42,12 +45,13 @@ PLATFORM_API FeatureState GetFeature(int index);
 
 // Sets the switch for the whole host, durably; running processes see it at their next call.
 // Creates the host directory and the `features` file when they are missing. Raises
-// std::system_error that names the path, with nothing changed, when the process may not write.
+// std::system_error that names the path, with nothing changed, when the process may not write;
+// std::out_of_range as GetFeature() does.
 PLATFORM_API void SetFeature(int index, bool on);
 
 // Sets the switch for this process alone, until the next UseHostDirectory(); flips by others are
 // not seen meanwhile. To be called while no other thread is inside the platform; meant for tools
-// that look at both stores.
+// that look at both stores. Raises std::out_of_range as GetFeature() does.
 PLATFORM_API void OverrideFeature(int index, bool on);
 
 // The number of stored objects of one kind.

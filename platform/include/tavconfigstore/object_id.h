@@ -15,8 +15,14 @@ extern PLATFORM_API const std::string sGlobalNamespace;  // the store of the who
 // An object's address: its kind (key, group, component) and which one of the kind it is.
 struct ConfigStoreObjectId {
   // Without an instance: the kind, as a filter wants it.
+  ConfigStoreObjectId(std::string objectKey, std::string objectGroup, std::string objectComponent)
+      : key(std::move(objectKey)),
+        group(std::move(objectGroup)),
+        component(std::move(objectComponent)) {}
+
+  // All four parts.
   ConfigStoreObjectId(std::string objectKey, std::string objectGroup, std::string objectComponent,
-                      std::string objectInstance = std::string())
+                      std::string objectInstance)
       : key(std::move(objectKey)),
         group(std::move(objectGroup)),
         component(std::move(objectComponent)),

@@ -7,6 +7,8 @@
 
 namespace TavConfigStore {
 
+// So short that they hold no memory of their own: what calls read after the destructors of this
+// library ran, in the exit handlers of a program, is still there.
 const std::string kEmptyString;
 const std::string sGlobalNamespace = "global";
 

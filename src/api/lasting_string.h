@@ -1,0 +1,28 @@
+// Constant strings that calls may use at any time.
+#ifndef SRC_API_LASTING_STRING_H_
+#define SRC_API_LASTING_STRING_H_
+
+#include <new>
+#include <string>
+
+namespace TavQuor {
+
+// Made when the library is loaded and never destroyed: exit handlers, and threads that still run
+// when the program ends, call after the library's destructors.
+class LastingString {
+ public:
+  explicit LastingString(const char* text) : string_(new (memory_) std::string(text)) {}
+  LastingString(const LastingString&) = delete;
+  LastingString& operator=(const LastingString&) = delete;
+
+  // As the platform's functions take it.
+  operator const std::string&() const { return *string_; }  // NOLINT(google-explicit-constructor)
+
+ private:
+  alignas(std::string) unsigned char memory_[sizeof(std::string)];
+  const std::string* string_;
+};
+
+}  // namespace TavQuor
+
+#endif  // SRC_API_LASTING_STRING_H_
