@@ -153,6 +153,21 @@ class RefusedApply(QuorctlCase):
         self.assertIn("the old policies could not be put back either: ", result.errors)
         self.assertEqual(self.listed_document(), document([policy("B")], []))
 
+    def test_DeletionOfDamagedRecordsThatNothingCouldFollowIsTold(self):
+        self.apply(document([policy("A")], [datastore("ds:///find/")]))
+        path = self.snapshot_path()
+        with open(path, "rb") as file:
+            content = file.read()
+        with open(path, "wb") as file:
+            file.write(content.replace(b"ds:///find/", b"ds:///FIND/"))
+        larger = document([policy(f"B{i}") for i in range(1000)], [datastore()])
+        self.apply_with_room(larger, 8192, "--no-history",
+                             message="what was stored is deleted, because of the records that "
+                                     "cannot be read, but not all could be written anew: ")
+        self.assertEqual(self.listed_document(), document())
+        self.ask("apply", "--no-history", "-", given=json.dumps(larger).encode())
+        self.assertEqual(self.listed_document(), larger)
+
     def test_ReplacementThatDidNotHappenLeavesNoTraceInTheHistory(self):
         self.apply(document([policy("A")], []))
         kept = self.ask("history", "-o", "json").text

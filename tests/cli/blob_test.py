@@ -71,17 +71,18 @@ class Blob(QuorctlCase):
     def test_NothingFoundIsAbsent(self):
         for options, message in (
                 (["--policy-id", "nobody"],
-                 'no blob: there is no policy with the identifier "nobody", or it has no blob for '
-                 'the namespace "RILK"'),
+                 'no blob: there is no policy with the identifier "nobody", or its blob for the '
+                 'namespace "RILK" is absent or empty'),
                 (["--policy-name", "nobody"],
-                 'no blob: there is no policy named "nobody", or it has no blob for the namespace '
-                 '"RILK"'),
+                 'no blob: there is no policy named "nobody", or its blob for the namespace '
+                 '"RILK" is absent or empty'),
                 (["--default-of", "ds:///x/"],
-                 'no blob: there is no datastore "ds:///x/", or its default policy has no blob for '
-                 'its namespace'),
+                 'no blob: there is no datastore "ds:///x/", it has no default policy, that policy '
+                 "does not exist, or its blob for the datastore's namespace is absent or empty"),
                 (["--policy-id", "gold-01", "--datastore", "ds:///x/"],
                  'no blob: there is no policy with the identifier "gold-01", no datastore '
-                 '"ds:///x/", or the policy has no blob for its namespace')):
+                 '"ds:///x/", or the policy\'s blob for the datastore\'s namespace is absent or '
+                 'empty')):
             result = self.refuse(ABSENT, "blob", *options)
             self.assertEqual(result.errors, f"quorctl: {message}\n")
 
@@ -96,6 +97,26 @@ class Blob(QuorctlCase):
                         ["--policy-id", "gold-01", "--datastore="], ["--policy-id="],
                         ["--policy-name="], ["--default-of="], ["--default-of", ""]):
             self.refuse(ABSENT, "blob", *options, message="no blob: ")
+
+    def test_BlobThatDoesNotDecodeIsNamed(self):
+        self.ask("switch", "file")
+        self.apply(document([policy("Gold", id="g", blobs=[blob(text="find me in the file")])],
+                            [datastore("ds:///v/", defaultPolicy="g")]))
+        path = f"{self.host}/host-config.json"
+        text = self.contents(path)
+        self.write(path, text.replace(base64_of(b"find me in the file").encode(), b"no base64!"))
+        for options, which in (
+                (["--policy-id", "g"], 'the policy with the identifier "g" for the namespace '
+                                       '"RILK"'),
+                (["--policy-name", "Gold"], 'the policy "Gold" for the namespace "RILK"'),
+                (["--policy-id", "g", "--datastore", "ds:///v/"],
+                 'the policy with the identifier "g" for the datastore "ds:///v/"'),
+                (["--default-of", "ds:///v/"],
+                 'the default policy of the datastore "ds:///v/"')):
+            result = self.refuse(STORE, "blob", *options)
+            self.assertEqual(result.errors,
+                             f"quorctl: {path}: the blob of {which}: Unable to Decode string; "
+                             '"quorctl check" names the record and what to do\n')
 
     def test_HostileValueIsShownEscaped(self):
         result = self.refuse(ABSENT, "blob", "--policy-id", b"\x1b[31m\xff\n" + b"x" * 1000)

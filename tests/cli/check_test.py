@@ -5,51 +5,12 @@ import io
 import json
 import os
 import struct
-import subprocess
 import unittest
 
-from quorctl_case import (DONE, NO, PERMISSION, STRANGER, QuorctlCase, base64_of, blob, datastore,
-                          document, entries_of, policy, without_lock_files)
+from check_case import CheckCase
+from quorctl_case import (DONE, NO, PERMISSION, STRANGER, base64_of, blob, datastore, document,
+                          entries_of, policy, without_lock_files)
 from stranger import become_stranger
-
-ODD_RECORDS = os.environ["ODD_RECORDS"]
-
-
-class CheckCase(QuorctlCase):
-    def setUp(self):
-        super().setUp()
-        self.content = document(
-            [policy("Gold"), policy("B", blobs=[blob(text="find me in the file")])],
-            [datastore("ds:///find/")])
-        self.apply(self.content)
-        self.store = os.path.join(self.host, "config-store.cdb")
-        self.file = os.path.join(self.host, "host-config.json")
-
-    def findings(self, *options, status=NO):
-        result = self.run_quorctl("check", "-o", "json", *options)
-        self.assertEqual((result.status, result.errors), (status, ""), result.text)
-        return json.loads(result.text)
-
-    def expect(self, severity, subject, problem, count=1):
-        """That the check finds just this, and says what to do."""
-        found = self.findings()
-        self.assertEqual(len(found), count, found)
-        for finding in found:
-            self.assertEqual(list(finding), ["severity", "subject", "problem", "advice"])
-            self.assertNotEqual(finding["advice"], "")
-        matching = [f for f in found if problem in f["problem"]]
-        self.assertEqual([(f["severity"], f["subject"]) for f in matching], [(severity, subject)],
-                         found)
-
-    def expect_nothing(self):
-        self.assertEqual(self.findings(status=DONE), [])
-
-    def replace(self, path, old, new):
-        with open(path, "rb") as file:
-            content = file.read()
-        self.assertIn(old, content)
-        with open(path, "wb") as file:
-            file.write(content.replace(old, new))
 
 
 class Sound(CheckCase):
@@ -106,9 +67,6 @@ class DamagedStore(CheckCase):
             self.assertEqual({f["severity"] for f in found}, {"error"})
             self.assertIn(self.store, [f["subject"] for f in found])
 
-    def odd(self, what):
-        subprocess.run([ODD_RECORDS, what], check=True, env=self.environment())
-
     def test_ValueOfAnotherTypeHidesTheRecord(self):
         self.odd("typed")
         self.expect("error", self.store, 'policy "": its value "name" is of another type, so that '
@@ -136,23 +94,6 @@ class DamagedFile(CheckCase):
         super().setUp()
         self.ask("switch", "file")
         self.apply(self.content)
-
-    def change(self, change):
-        """Edits the configuration file as a person might."""
-        with open(self.file, encoding="utf-8") as file:
-            tree = json.load(file)
-        change(tree["Quor"])
-        with open(self.file, "w", encoding="utf-8") as file:
-            json.dump(tree, file)
-
-    def change_policy(self, **values):
-        def change(tree):
-            record = tree["Policy-Info"]["policy"][1]
-            for key, value in values.items():
-                record[key.replace("_", "-")] = value
-                if value is None:
-                    del record[key.replace("_", "-")]
-        self.change(change)
 
     def test_TextThatIsNoJson(self):
         with open(self.file, "a", encoding="utf-8") as file:
@@ -231,6 +172,13 @@ class Catalogue(CheckCase):
     def test_DefaultPolicyThatDoesNotExist(self):
         self.apply(document([policy("A")], [datastore(defaultPolicy="none")]))
         self.expect("warning", 'datastore "ds:///a/"', 'its default policy "none" does not exist')
+
+    def test_DefaultPolicyThatMayBeOneThatCannotBeRead(self):
+        self.apply(document([policy("B", blobs=[blob(text="find me in the file")])],
+                            [datastore(defaultPolicy="id-B")]))
+        self.replace(self.store, b"find me in the file", b"FIND me in the file")
+        self.expect("warning", 'datastore "ds:///a/"',
+                    'its default policy "id-B" does not exist or cannot be read', count=2)
 
     def test_DefaultPolicyWithoutABlobForTheNamespace(self):
         self.apply(document([policy("Gold")], [datastore(namespace="N")]))

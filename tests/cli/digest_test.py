@@ -7,7 +7,7 @@ import random
 import subprocess
 import unittest
 
-from quorctl_case import NO, TIMEOUT, USAGE, QuorctlCase, datastore, document, policy
+from quorctl_case import DONE, NO, TIMEOUT, USAGE, QuorctlCase, datastore, document, policy
 
 PUT_CATALOGUE = os.environ["QUOR_PUT_CATALOGUE"]
 CATALOGUES = 160  # for each of the two stores
@@ -210,6 +210,45 @@ def plain_policy(number, **changes):
 
 def plain_datastore(number, **changes):
     return {"url": b"ds:///%d/" % number, "namespace": b"RILK", "defaultPolicy": b"id-1", **changes}
+
+
+class Unnoticed(DigestCase):
+    """What a digest does not tell: the changes that the help and the manual name."""
+
+    def test_BytesThatMoveToTheNextField(self):
+        self.apply(document([policy("ab", id="c")], [datastore("u", namespace="vN")]))
+        digests = self.digests()
+        self.apply(document([policy("a", id="bc")], [datastore("uv", namespace="N")]))
+        self.assertEqual(self.digests(), digests)
+
+    def test_WhatStandsBehindANulByte(self):
+        self.apply(document([policy("a\0b", id="i\0", description="\0d")]))
+        digests = self.digests()
+        self.apply(document([policy("a", id="i\0j", description="")]))
+        self.assertEqual(self.digests(), digests)
+
+    def test_DatastoreOfWhichEveryFieldIsEmpty(self):
+        self.apply(document([], [datastore()]))
+        digests = self.digests()
+        self.apply(document([], [datastore(), datastore("", namespace="", defaultPolicy="")]))
+        self.assertEqual(self.digests(), digests)
+
+    def test_RecordsThatCannotBeReadAreWarnedOf(self):
+        self.apply(document([policy("A"), policy("lost")], [datastore("u"), datastore("lose")]))
+        digests = self.digests()
+        path = self.snapshot_path()
+        with open(path, "rb") as file:
+            content = file.read()
+        with open(path, "wb") as file:
+            file.write(content.replace(b"lost", b"LOST").replace(b"lose", b"LOSE"))
+        for options, status in (([], DONE), (["-o", "json"], DONE),
+                                (["--expect", ":".join(digests)], NO)):
+            result = self.run_quorctl("digest", *options)
+            self.assertEqual(result.status, status)
+            policies, datastores = result.errors.splitlines()
+            for line, records in ((policies, "policies"), (datastores, "datastores")):
+                self.assertTrue(line.startswith(f"quorctl: warning: {path}: damaged: 1 of 2 "
+                                                f"{records} cannot be read"), line)
 
 
 class Duplicates(DigestCase):

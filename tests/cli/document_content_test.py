@@ -207,6 +207,13 @@ class Duplicates(ContentCase):
         self.refuse_content(content, f'{second}: "{shown}" stands at {first} too; only one of the '
                                      f'two would be kept')
 
+    def test_TheConfigurationFileWouldKeepBothButFindOne(self):
+        self.ask("switch", "file")
+        self.refuse(BAD_INPUT, "apply", "-",
+                    given=json.dumps(document([policy("A"), policy("A", id="other")])).encode(),
+                    message='policies[1].name: "A" stands at policies[0].name too; only the first '
+                            "of the two would be found by it")
+
     def test_TwoPoliciesOfOneNameAreRefused(self):
         self.refuse_duplicate(document([policy("A"), policy("B"), policy("A", id="other")]),
                               "A", "policies[0].name", "policies[2].name")

@@ -7,7 +7,7 @@ import re
 import stat
 import unittest
 
-from quorctl_case import (ABSENT, BAD_INPUT, DONE, NOT_CONFIRMED, STORE, USAGE, QuorctlCase,
+from quorctl_case import (ABSENT, BAD_INPUT, DONE, NO, NOT_CONFIRMED, STORE, USAGE, QuorctlCase,
                           base64_of, blob, datastore, document, entries_of, policy)
 from terminal import Terminal
 
@@ -172,6 +172,24 @@ class Restore(HistoryCase):
         self.assertIn("restored number 2 (2 policies and 1 datastore, kept at ", text)
         self.assertEqual(self.listed_document(), self.old)
         self.assertEqual(self.ask("digest").text, self.digest)
+
+    def test_RepeatedKeysArePutBackThoughApplyRefusesThem(self):
+        self.ask("switch", "file")
+        self.apply(document([policy("a")], [datastore()]))
+        path = os.path.join(self.host, "host-config.json")
+        with open(path, encoding="utf-8") as file:
+            tree = json.load(file)
+        tree["Quor"]["Datastore-Info"]["Datastore"] *= 2
+        with open(path, "w", encoding="utf-8") as file:
+            json.dump(tree, file)
+        twice = self.listed_document()
+        self.ask("reset", "--yes")
+        kept = self.entries()[0]
+        self.refuse(BAD_INPUT, "apply", kept["path"], message="too; only the first of the two")
+        self.assertEqual(self.run_quorctl("diff", kept["path"]).status, NO)
+        self.ask("restore", str(kept["number"]))
+        self.assertEqual(self.listed_document(), twice)
+        self.ask("diff", kept["path"])
 
     def test_WhatItReplacesIsKept(self):
         self.ask("restore", "2", "--yes")

@@ -1,8 +1,10 @@
 """--fields, --sort and --no-headings, and what -o wide adds."""
 import json
+import re
 import unittest
 
-from quorctl_case import USAGE, QuorctlCase, base64_of, blob, datastore, document, policy
+from quorctl_case import (DONE, USAGE, QuorctlCase, base64_of, blob, datastore, document,
+                          policy)
 
 LISTINGS = [["list", "policies"], ["list", "datastores"], ["get", "policy", "g"],
             ["get", "datastore", "u"]]
@@ -142,6 +144,22 @@ class Wide(Options):
         self.assertEqual(self.ask("list", "policies", "-o", "wide").text,
                          "NAME  ID  GENERATION  BLOBS     BYTES  DESCRIPTION\n"
                          "Gold  g            1  R:2 V:40     42  -\n")
+
+    def test_DefaultPoliciesThatCannotBeReadAreWarnedOf(self):
+        self.apply(document([policy("A"), policy("B", blobs=[blob(text="find me in the file")])],
+                            [datastore("u", defaultPolicy="id-B")]))
+        path = self.snapshot_path()
+        with open(path, "rb") as file:
+            content = file.read()
+        with open(path, "wb") as file:
+            file.write(content.replace(b"find me in the file", b"FIND me in the file"))
+        for words in (["list", "datastores", "-o", "wide"], ["get", "datastore", "u", "-o", "wide"],
+                      ["list", "datastores", "--sort", "defaultBlobBytes", "-o", "wide"]):
+            result = self.run_quorctl(*words, "--no-headings")
+            self.assertEqual((result.status, result.text), (DONE, "u  RILK  id-B  -  -\n"))
+            self.assertRegex(result.errors, rf"\Aquorctl: warning: {re.escape(path)}: damaged: 1 of "
+                                            r"2 policies cannot be read [^\n]+\n\Z")
+        self.ask("list", "datastores")
 
     def test_DatastoresHaveTheirDefaultPolicyAndItsBlob(self):
         self.apply(document(

@@ -97,6 +97,17 @@ class Quorctl(QuorctlCase):
         text = self.page.subsections("COMMANDS")["blob"].replace(".It Fl -raw\n", "")
         self.assertNotEqual(self.options_in(text), options_of(self, "blob"))
 
+    def test_BracketsOfEachSynopsisArePairs(self):
+        shown = re.findall(r"^ +quorctl .*$", self.page.shown(), re.MULTILINE)
+        self.assertGreater(len(shown), 12)
+        for line in shown:
+            without = re.sub(r"\[[^\[\]]*\]", "", line)
+            self.assertNotRegex(without, r"[\[\]]", line)
+
+    def test_SynopsisOfApplyIsThatOfTheProgram(self):
+        usage = self.ask("help", "apply").text.splitlines()[0]
+        self.assertIn(usage.removeprefix("Usage: ").removesuffix("|-"), self.page.shown())
+
     def test_ExitStatusesAreThoseOfTheProgram(self):
         documented = re.findall(r"^\.It (\d+)$", self.page.section("EXIT STATUS"), re.MULTILINE)
         self.assertEqual(documented, statuses_of(self))

@@ -5,6 +5,7 @@
 //   odd_records partial  a policy without a generation number and a datastore without a namespace
 //   odd_records moved    a policy and a datastore stored under other keys than their own
 //   odd_records twins    two policies of one name, stored under two keys
+//   odd_records foreign  a record of another program
 #include <cstdio>
 #include <memory>
 #include <string>
@@ -61,6 +62,11 @@ bool Write(const std::string& what) {
   } else if (what == "twins") {
     StorePolicy(Policy("twin", "twin"));
     StorePolicy(Policy("other", "twin"));
+  } else if (what == "foreign") {
+    auto object = std::make_shared<ConfigStoreObject>(
+        ConfigStoreObjectId("jobs", "backup", "other", "nightly"));
+    object->SetValue("text", std::string("find me at the other program"));
+    Store(object);
   } else {
     return false;
   }
@@ -72,7 +78,7 @@ bool Write(const std::string& what) {
 int main(int argc, char** argv) {
   try {
     if (argc == 2 && Write(argv[1])) return 0;
-    std::fputs("usage: odd_records typed|partial|moved|twins\n", stderr);
+    std::fputs("usage: odd_records typed|partial|moved|twins|foreign\n", stderr);
   } catch (const std::exception& failure) {
     std::fprintf(stderr, "odd_records: %s\n", failure.what());
   }

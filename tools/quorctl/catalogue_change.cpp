@@ -10,6 +10,7 @@
 #include "catalogue/document_writer.h"
 #include "catalogue/duplicates.h"
 #include "catalogue/live_catalogue.h"
+#include "check/stored_content.h"
 #include "confirmation.h"
 #include "history.h"
 #include "host_backend.h"
@@ -33,7 +34,10 @@ std::string Counted(std::size_t count, const std::string& singular, const std::s
 struct Present {
   Digests digests;  // from before the records were read
   Catalogue catalogue;
-  std::size_t lost = 0;  // records that cannot be read
+  std::size_t lostPolicies = 0;  // those that cannot be read
+  std::size_t lostDatastores = 0;
+
+  std::size_t Lost() const { return lostPolicies + lostDatastores; }
 };
 
 // What is to be kept has to be complete; without history the operator wants to be rid of it.
@@ -47,8 +51,8 @@ Present ReadPresent(const ChangeOptions& options) {
   const StoredRecords stored;
   present.catalogue.policies = QuorLib::ListPolicyInfo();
   present.catalogue.datastores = QuorLib::ListDatastoreInfo();
-  present.lost = stored.LostPolicies(present.catalogue.policies.size()) +
-                 stored.LostDatastores(present.catalogue.datastores.size());
+  present.lostPolicies = stored.LostPolicies(present.catalogue.policies.size());
+  present.lostDatastores = stored.LostDatastores(present.catalogue.datastores.size());
   return present;
 }
 
@@ -157,12 +161,48 @@ class Replacement {
     const bool all = IsWantedWhole();
     policies_ = request.replacesPolicies && (all || Differs(RecordKind::kPolicy));
     datastores_ = request.replacesDatastores && (all || Differs(RecordKind::kDatastore));
+    const bool allMayBe = request.replacesPolicies && request.replacesDatastores;
+    if (allMayBe && !(policies_ && datastores_)) LookAtWhatIsStored();
   }
 
   bool IsNeeded() const { return policies_ || datastores_; }
 
   std::string Text() const {
-    if (differences_.empty()) return std::string();
+    return (differences_.empty() ? "" : Changes()) +
+           (whyAnew_.empty() ? "" : "all records are to be written anew: " + whyAnew_ + '\n');
+  }
+
+  // What is deleted, in words; empty when nothing is.
+  std::string Loss() const {
+    const std::size_t policies = CountOf(differences_, Change::kDeleted, RecordKind::kPolicy);
+    const std::size_t datastores = CountOf(differences_, Change::kDeleted, RecordKind::kDatastore);
+    std::string loss;
+    if (policies + datastores > 0) loss = CountedRecords(policies, datastores);
+    if (present_.Lost() > 0) {
+      loss += (loss.empty() ? "" : " and ") + Counted(present_.Lost(), "record", "records") +
+              " that cannot be read";
+    }
+    return loss;
+  }
+
+  void Run(ProgressLine* progress, const KeptCatalogue& kept) const {
+    if (MustDeleteFirst()) {
+      DeleteAndWrite(progress);
+      return;
+    }
+    if (policies_) WritePolicies(progress);
+    if (!datastores_) return;
+    try {
+      WriteDatastores(progress);
+    } catch (...) {
+      if (!policies_) throw;
+      const Failure failure = DescribeCurrentException();
+      PutPoliciesBack(present_, failure, kept);
+    }
+  }
+
+ private:
+  std::string Changes() const {
     RecordChoices choices;
     choices.forTerminal = isatty(STDOUT_FILENO) == 1;
     choices.colour = StandardOutputTakesColour();
@@ -172,36 +212,43 @@ class Replacement {
            " to add, " + Counts(Change::kChanged) + " to change\n";
   }
 
-  // What is deleted, in words; empty when nothing is.
-  std::string Loss() const {
-    const std::size_t policies = CountOf(differences_, Change::kDeleted, RecordKind::kPolicy);
-    const std::size_t datastores = CountOf(differences_, Change::kDeleted, RecordKind::kDatastore);
-    std::string loss;
-    if (policies + datastores > 0) loss = CountedRecords(policies, datastores);
-    if (present_.lost > 0) {
-      loss += (loss.empty() ? "" : " and ") + Counted(present_.lost, "record", "records") +
-              " that cannot be read";
-    }
-    return loss;
+  // Records that are all the same can be stored in a way that the library would not have.
+  void LookAtWhatIsStored() {
+    whyAnew_ = WhyToWriteAnew(BackendSwitch().on);
+    if (!whyAnew_.empty()) policies_ = datastores_ = true;
   }
 
-  void Run(ProgressLine* progress, const KeptCatalogue& kept) const {
-    if (policies_) {
-      progress->Begin("replacing " + Counted(next_.policies.size(), "policy", "policies"));
-      QuorLib::AddPolicyInfo(next_.policies);
-    }
-    if (!datastores_) return;
-    progress->Begin("replacing " + Counted(next_.datastores.size(), "datastore", "datastores"));
+  // The configuration store verifies what a change keeps: with a damaged datastore the policies
+  // could not be replaced alone.
+  bool MustDeleteFirst() const {
+    return present_.lostDatastores > 0 && policies_ && datastores_ && BackendSwitch().on;
+  }
+
+  void DeleteAndWrite(ProgressLine* progress) const {
+    progress->Begin("deleting what cannot be read");
+    QuorLib::Reset();
     try {
-      QuorLib::AddDatastoreInfo(next_.datastores);
+      WritePolicies(progress);
+      WriteDatastores(progress);
     } catch (...) {
-      if (!policies_) throw;
       const Failure failure = DescribeCurrentException();
-      PutPoliciesBack(present_, failure, kept);
+      throw CommandError(failure.status,
+                         "what was stored is deleted, because of the records that cannot be read, "
+                         "but not all could be written anew: " +
+                             failure.message + "; do the same again");
     }
   }
 
- private:
+  void WritePolicies(ProgressLine* progress) const {
+    progress->Begin("replacing " + Counted(next_.policies.size(), "policy", "policies"));
+    QuorLib::AddPolicyInfo(next_.policies);
+  }
+
+  void WriteDatastores(ProgressLine* progress) const {
+    progress->Begin("replacing " + Counted(next_.datastores.size(), "datastore", "datastores"));
+    QuorLib::AddDatastoreInfo(next_.datastores);
+  }
+
   bool Differs(RecordKind kind) const {
     return CountOf(differences_, Change::kDeleted, kind) > 0 ||
            CountOf(differences_, Change::kAdded, kind) > 0 ||
@@ -211,7 +258,7 @@ class Replacement {
   // Also where no record differs: a replacement heals damage; and where keys repeat, lookups and
   // digests depend on the order of the records.
   bool IsWantedWhole() const {
-    if (present_.lost > 0) return true;
+    if (present_.Lost() > 0) return true;
     return differences_.empty() && !FindDuplicates(next_).empty() &&
            CatalogueAsDocument(next_) != CatalogueAsDocument(present_.catalogue);
   }
@@ -224,6 +271,7 @@ class Replacement {
   const Present& present_;
   Catalogue& next_;
   std::vector<Difference> differences_;
+  std::string whyAnew_;  // the problem that makes a replacement of all necessary; may be empty
   bool policies_ = false;
   bool datastores_ = false;
 };
@@ -298,7 +346,7 @@ ChangeResult EmptyCatalogue(const ChangeOptions& options, ProgressLine* progress
     }
     if (!options.confirmed()) Confirm(request, "all policies and datastores", progress, output);
     if (!IsUnchanged(present)) continue;
-    if (catalogue.policies.empty() && catalogue.datastores.empty() && present.lost == 0) {
+    if (catalogue.policies.empty() && catalogue.datastores.empty() && present.Lost() == 0) {
       return ChangeResult::kNothingDiffers;
     }
     CarryOut(request.verb, options, present, progress, output, [&](const KeptCatalogue&) {

@@ -6,6 +6,7 @@
 #include "exit_status.h"
 #include "host_backend.h"
 #include "platform/admin.h"
+#include "standard_streams.h"
 #include "stored_layout.h"
 #include "zynctl/config_file.h"
 
@@ -30,16 +31,23 @@ std::size_t CountInstances(const char* branch, const char* array) {
   return locked.file->GetBranch(branch)->GetArray(array)->GetInstances().size();
 }
 
-void Expect(std::size_t lost, std::size_t listed, const std::string& records, bool inStore) {
-  if (lost == 0) return;
+std::string Describe(std::size_t lost, std::size_t listed, const std::string& records,
+                     bool inStore) {
+  if (lost == 0) return std::string();
   const std::string path =
       inStore ? HostPlatform::GetConfigStoreState().path : HostPlatform::GetConfigFileState().path;
-  throw CommandError(
-      ExitStatus::kStore,
-      path + ": damaged: " + std::to_string(lost) + " of " + std::to_string(lost + listed) + ' ' +
-          records +
-          " cannot be read and are left out; \"quorctl check\" names them. Restore the file from "
-          "a backup, or use reset --no-history and apply the whole catalogue again");
+  return path + ": damaged: " + std::to_string(lost) + " of " + std::to_string(lost + listed) +
+         ' ' + records +
+         " cannot be read and are left out; \"quorctl check\" names them and what to do, and "
+         "\"quorctl apply --no-history\" replaces them in the store that is in use";
+}
+
+void Expect(const std::string& problem) {
+  if (!problem.empty()) throw CommandError(ExitStatus::kStore, problem);
+}
+
+void Warn(const std::string& problem) {
+  if (!problem.empty()) WriteErrorLine("warning: " + problem);
 }
 
 }  // namespace
@@ -77,12 +85,28 @@ std::size_t StoredRecords::LostDatastores(std::size_t listed) const {
   return stored <= listed ? 0 : stored - listed;
 }
 
+std::string StoredRecords::ProblemOfPolicies(std::size_t listed) const {
+  return Describe(LostPolicies(listed), listed, "policies", inStore_);
+}
+
+std::string StoredRecords::ProblemOfDatastores(std::size_t listed) const {
+  return Describe(LostDatastores(listed), listed, "datastores", inStore_);
+}
+
 void StoredRecords::ExpectPolicies(std::size_t listed) const {
-  Expect(LostPolicies(listed), listed, "policies", inStore_);
+  Expect(ProblemOfPolicies(listed));
 }
 
 void StoredRecords::ExpectDatastores(std::size_t listed) const {
-  Expect(LostDatastores(listed), listed, "datastores", inStore_);
+  Expect(ProblemOfDatastores(listed));
+}
+
+void StoredRecords::WarnOfPolicies(std::size_t listed) const {
+  Warn(ProblemOfPolicies(listed));
+}
+
+void StoredRecords::WarnOfDatastores(std::size_t listed) const {
+  Warn(ProblemOfDatastores(listed));
 }
 
 }  // namespace Quorctl

@@ -3,6 +3,7 @@
 #define TOOLS_QUORCTL_STORED_RECORDS_H_
 
 #include <cstddef>
+#include <string>
 
 namespace Quorctl {
 
@@ -22,6 +23,10 @@ class StoredRecords {
   void ExpectPolicies(std::size_t listed) const;
   void ExpectDatastores(std::size_t listed) const;
 
+  // Say so on standard error, for an answer that is of use without them too.
+  void WarnOfPolicies(std::size_t listed) const;
+  void WarnOfDatastores(std::size_t listed) const;
+
  private:
   struct Counts {
     std::size_t policies = 0;
@@ -29,6 +34,10 @@ class StoredRecords {
   };
 
   static Counts CountStored();
+
+  // In words; empty when the listing is complete.
+  std::string ProblemOfPolicies(std::size_t listed) const;
+  std::string ProblemOfDatastores(std::size_t listed) const;
 
   bool inStore_;
   Counts before_;

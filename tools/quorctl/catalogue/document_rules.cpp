@@ -12,15 +12,20 @@ namespace {
 // Remembers which element of one array had which key.
 class UniqueKeys {
  public:
-  UniqueKeys(const std::string& source, std::string arrayPath, const char* member)
-      : source_(source), arrayPath_(std::move(arrayPath)), member_(member) {}
+  // `consequence`: what becomes of a key that repeats.
+  UniqueKeys(const std::string& source, std::string arrayPath, const char* member,
+             const char* consequence)
+      : source_(source),
+        arrayPath_(std::move(arrayPath)),
+        member_(member),
+        consequence_(consequence) {}
 
   void Add(std::string_view key, std::size_t index) {
     const auto [first, isNew] = indexOf_.emplace(key, index);
     if (isNew) return;
-    throw DocumentError(source_, PathOf(index),
-                        Quoted(key) + " stands at " + PathOf(first->second) +
-                            " too; only one of the two would be kept");
+    throw DocumentError(
+        source_, PathOf(index),
+        Quoted(key) + " stands at " + PathOf(first->second) + " too; " + consequence_);
   }
 
  private:
@@ -31,6 +36,7 @@ class UniqueKeys {
   const std::string& source_;
   std::string arrayPath_;
   const char* member_;
+  const char* consequence_;
   std::unordered_map<std::string_view, std::size_t> indexOf_;
 };
 
@@ -40,16 +46,18 @@ std::string BlobsPath(std::size_t policyIndex) {
 
 }  // namespace
 
-void ExpectUniqueKeys(const Catalogue& catalogue, const std::string& source) {
-  UniqueKeys names(source, "policies", "name");
+void ExpectUniqueKeys(bool inStore, const Catalogue& catalogue, const std::string& source) {
+  const char* const consequence = inStore ? "only one of the two would be kept"
+                                          : "only the first of the two would be found by it";
+  UniqueKeys names(source, "policies", "name", consequence);
   for (std::size_t i = 0; i < catalogue.policies.size(); ++i) {
     names.Add(catalogue.policies[i].name, i);
-    UniqueKeys namespaces(source, BlobsPath(i), "namespace");
+    UniqueKeys namespaces(source, BlobsPath(i), "namespace", consequence);
     const auto& blobs = catalogue.policies[i].blobs;
     for (std::size_t j = 0; j < blobs.size(); ++j)
       namespaces.Add(blobs[j].second, j);
   }
-  UniqueKeys urls(source, "datastores", "url");
+  UniqueKeys urls(source, "datastores", "url", consequence);
   for (std::size_t i = 0; i < catalogue.datastores.size(); ++i) {
     urls.Add(catalogue.datastores[i].url, i);
   }

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "catalogue/document_writer.h"
+#include "stored_records.h"
 
 namespace Quorctl {
 
@@ -85,7 +86,9 @@ const RecordLayout& DatastoreLayout() {
 
 DatastoreRows::DatastoreRows(RecordWriter* writer) : writer_(writer) {
   if (!writer->Uses("defaultPolicyName") && !writer->Uses("defaultBlobBytes")) return;
+  const StoredRecords stored;
   policies_ = QuorLib::ListPolicyInfo();
+  stored.WarnOfPolicies(policies_.size());
   // Of equal identifiers the library takes the policy that is stored first.
   std::stable_sort(
       policies_.begin(), policies_.end(),

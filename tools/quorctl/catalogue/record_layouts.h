@@ -20,7 +20,8 @@ const RecordLayout& DatastoreLayout();
 
 class DatastoreRows {
  public:
-  // Asks for the policies when the writer uses a field that needs them.
+  // Asks for the policies when the writer uses a field that needs them; warns of those that cannot
+  // be read, for they look like policies that are not there.
   explicit DatastoreRows(RecordWriter* writer);
 
   void Add(const TavQuor::QuorDatastoreInfo& datastore);

@@ -52,7 +52,7 @@ void CheckDuplicates(const Catalogue& catalogue, Findings* findings) {
     findings->push_back(DescribeDuplicate(duplicate));
 }
 
-void CheckDefaultPolicies(const Catalogue& catalogue, Findings* findings) {
+void CheckDefaultPolicies(const Catalogue& catalogue, bool policiesLost, Findings* findings) {
   std::unordered_map<std::string_view, const QuorPolicyInfo*> policies;
   for (const QuorPolicyInfo& policy : catalogue.policies)
     policies.emplace(policy.policyId, &policy);  // the first one, as lookups find it
@@ -62,9 +62,14 @@ void CheckDefaultPolicies(const Catalogue& catalogue, Findings* findings) {
     const std::string who = "datastore " + Quoted(datastore.url);
     const auto found = policies.find(id);
     if (found == policies.end()) {
-      findings->push_back({Severity::kWarning, who,
-                           "its default policy " + Quoted(id) + " does not exist",
-                           "add the policy or name another default"});
+      const std::string problem = "its default policy " + Quoted(id) + " does not exist";
+      if (policiesLost) {
+        findings->push_back({Severity::kWarning, who, problem + " or cannot be read",
+                             "first do what is said of the policies that cannot be read"});
+      } else {
+        findings->push_back(
+            {Severity::kWarning, who, problem, "add the policy or name another default"});
+      }
     } else if (!HasBlobFor(*found->second, datastore.datastoreNamespace)) {
       findings->push_back({Severity::kWarning, who,
                            "its default policy " + Quoted(id) +

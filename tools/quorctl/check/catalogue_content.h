@@ -8,7 +8,8 @@
 namespace Quorctl {
 
 void CheckDuplicates(const Catalogue& catalogue, Findings* findings);
-void CheckDefaultPolicies(const Catalogue& catalogue, Findings* findings);
+// `policiesLost`: the catalogue lacks policies that cannot be read.
+void CheckDefaultPolicies(const Catalogue& catalogue, bool policiesLost, Findings* findings);
 
 }  // namespace Quorctl
 

@@ -16,8 +16,7 @@ using ZynCtl::Config::SynchronizedConfigFile;
 
 namespace {
 
-constexpr char kCorrect[] = "correct the file by hand, or apply the whole catalogue again";
-constexpr char kLeftOut[] = ", so that listings leave the record out";
+constexpr char kByHand[] = "correct the file by hand, or restore it from a backup";
 
 // As the library decodes: up to the first NUL.
 bool IsBase64(const std::string& text) {
@@ -39,6 +38,7 @@ class FileCheck {
                    &FileCheck::CheckPolicy) +
         CheckArray(locked, StoredLayout::kDatastoreBranch, StoredLayout::kDatastoreArray,
                    &FileCheck::CheckDatastore);
+    Advise();
     findings_->push_back(
         {Severity::kInfo, path_, std::to_string(records) + " records were verified", ""});
   }
@@ -57,7 +57,8 @@ class FileCheck {
         CheckOne(*instance, where, check);
       }
     } catch (const ConfigFileException& failure) {
-      Add(failure.what(), kCorrect);
+      findings_->push_back({Severity::kError, path_, failure.what(), kByHand});
+      unusable_ = true;
     }
     return index;
   }
@@ -66,7 +67,7 @@ class FileCheck {
     try {
       (this->*check)(instance, where);
     } catch (const ConfigFileException& failure) {
-      Add(std::string(failure.what()) + kLeftOut, kCorrect);
+      AddLeftOut(failure.what());
     }
   }
 
@@ -88,7 +89,7 @@ class FileCheck {
 
   void ExpectValue(const ConfigBranch& instance, const char* key, const std::string& who) {
     std::string value;
-    if (!instance.GetValue(key, &value)) Add(who + ": has no " + Quoted(key) + kLeftOut, kCorrect);
+    if (!instance.GetValue(key, &value)) AddLeftOut(who + ": has no " + Quoted(key));
   }
 
   void CheckNumber(const ConfigBranch& policy, const std::string& who) {
@@ -96,19 +97,18 @@ class FileCheck {
     std::string text;
     if (policy.GetValue(StoredLayout::kFilePolicyNumber, &number)) return;
     const bool present = policy.GetValue(StoredLayout::kFilePolicyNumber, &text);
-    Add(who + ": its " + Quoted(StoredLayout::kFilePolicyNumber) +
-            (present ? " is no whole number: " + Quoted(text) : " is missing") + kLeftOut,
-        kCorrect);
+    AddLeftOut(who + ": its " + Quoted(StoredLayout::kFilePolicyNumber) +
+               (present ? " is no whole number: " + Quoted(text) : " is missing"));
   }
 
   void CheckBlob(const ConfigBranch& blob, const std::string& which) {
     std::string text;
     if (!blob.GetValue(StoredLayout::kFileBlobNamespace, &text)) {
-      Add(which + ": has no namespace, so that it is left out", kCorrect);
+      Add(which + ": has no namespace, so that it is left out");
     } else if (!blob.GetValue(StoredLayout::kFileBlob, &text)) {
-      Add(which + ": has no content, so that it is left out", kCorrect);
+      Add(which + ": has no content, so that it is left out");
     } else if (!IsBase64(text)) {
-      Add(which + ": does not decode as Base64" + kLeftOut, kCorrect);
+      AddLeftOut(which + ": does not decode as Base64");
     }
   }
 
@@ -117,12 +117,31 @@ class FileCheck {
     return instance.GetValue(key, &name) ? " (" + Quoted(name) + ")" : "";
   }
 
-  void Add(const std::string& problem, const std::string& advice) {
-    findings_->push_back({Severity::kError, path_, problem, advice});
+  // A record that the library does not list.
+  void AddLeftOut(const std::string& problem) {
+    Add(problem + ", so that listings leave the record out");
+    unreadable_ = true;
+  }
+
+  void Add(const std::string& problem) {
+    findings_->push_back({Severity::kError, path_, problem, "", /*replacementHeals=*/true});
+  }
+
+  // One record that cannot be read keeps the others out of the history too; an array that cannot
+  // be forbids all changes.
+  void Advise() {
+    for (Finding& finding : *findings_) {
+      if (finding.subject != path_ || !finding.replacementHeals) continue;
+      finding.advice = unusable_ ? kByHand
+                                 : "correct the file by hand, or " +
+                                       AdviceToReplace(/*inStore=*/false, unreadable_);
+    }
   }
 
   std::string path_;
   Findings* findings_;
+  bool unreadable_ = false;
+  bool unusable_ = false;
 };
 
 }  // namespace
@@ -134,8 +153,7 @@ void CheckConfigFile(Findings* findings) {
     FileCheck(file.path, findings).Run();
   } catch (const ConfigFileException& failure) {
     if (HostPlatform::IsPermissionFailure(failure)) throw;
-    findings->push_back({Severity::kError, file.path, failure.what(),
-                         "correct the file by hand, or restore it from a backup"});
+    findings->push_back({Severity::kError, file.path, failure.what(), kByHand});
   }
 }
 

@@ -18,9 +18,14 @@ using TavConfigStore::ValueRef;
 
 namespace {
 
-constexpr char kReplace[] =
-    "restore the file from a backup, or use reset --no-history and apply the whole catalogue again";
-constexpr char kApplyAgain[] = "apply the whole catalogue again";
+constexpr char kFromBackup[] = "restore the file from a backup, or ";
+
+// Where nothing in the file can be replaced.
+std::string AdviceToMoveAway() {
+  return kFromBackup + std::string("move it away and ") +
+         AdviceToReplace(/*inStore=*/true, /*unreadable=*/false) +
+         "; records of other programs are lost then";
+}
 
 class StoreCheck {
  public:
@@ -36,6 +41,7 @@ class StoreCheck {
         CheckObject(*store, id, *object);
       }
     }
+    Advise();
     findings_->push_back(
         {Severity::kInfo, path_, std::to_string(records) + " records were verified", ""});
   }
@@ -46,12 +52,22 @@ class StoreCheck {
     try {
       object.GetValuePtr("");  // verifies the record, whatever is in it
     } catch (const ConfigStoreException& failure) {
-      Add(Severity::kError, failure.what(), kReplace);
+      if (IsOurs(id)) {
+        AddLeftOut(failure.what(), kFromBackup);
+      } else {
+        findings_->push_back({Severity::kError, path_, failure.what(), AdviceToMoveAway()});
+        foreignDamage_ = true;
+      }
       return;
     }
-    if (id.component != StoredLayout::kComponent || id.group != StoredLayout::kGroup) return;
+    if (!IsOurs(id)) return;
     if (id.key == StoredLayout::kPolicies) CheckPolicy(store, id, object);
     if (id.key == StoredLayout::kDatastores) CheckDatastore(store, id, object);
+  }
+
+  static bool IsOurs(const ConfigStoreObjectId& id) {
+    return id.component == StoredLayout::kComponent && id.group == StoredLayout::kGroup &&
+           (id.key == StoredLayout::kPolicies || id.key == StoredLayout::kDatastores);
   }
 
   void CheckPolicy(ConfigStore& store, const ConfigStoreObjectId& id,
@@ -85,13 +101,11 @@ class StoreCheck {
     if (found == type) return;
     const std::string what = who + ": its value " + Quoted(key);
     if (found != ValueRef::Type::kAbsent) {
-      Add(Severity::kError,
-          what + " is of another type, so that listings leave the whole record out", kApplyAgain);
+      AddLeftOut(what + " is of another type, so that listings leave the whole record out", "");
     } else if (type == ValueRef::Type::kInteger) {
-      Add(Severity::kError, what + " is missing, so that listings show that of the record before",
-          kApplyAgain);
+      Add(Severity::kError, what + " is missing, so that listings show that of the record before");
     } else {
-      Add(Severity::kWarning, what + " is missing and reads as empty", kApplyAgain);
+      Add(Severity::kWarning, what + " is missing and reads as empty");
     }
   }
 
@@ -104,20 +118,40 @@ class StoreCheck {
     } catch (const ConfigStoreException&) {
       return;  // the damaged record that may be this one is told of where it stands
     }
-    Add(Severity::kError, who + ": is stored under another key, so that lookups do not find it",
-        kApplyAgain);
+    Add(Severity::kError, who + ": is stored under another key, so that lookups do not find it");
   }
 
   static std::string TextOf(const ReadOnlyObject& object, const char* key) {
     return std::string(object.GetValuePtr(key).text);
   }
 
-  void Add(Severity severity, const std::string& problem, const std::string& advice) {
-    findings_->push_back({severity, path_, problem, advice});
+  // A record that the library does not list. `first` is what to do before a replacement is.
+  void AddLeftOut(const std::string& problem, const std::string& first) {
+    Add(Severity::kError, problem, first);
+    unreadable_ = true;
+  }
+
+  void Add(Severity severity, const std::string& problem, const std::string& first = "") {
+    findings_->push_back({severity, path_, problem, first, /*replacementHeals=*/true});
+  }
+
+  // One record that cannot be read keeps the others out of the history too; damage to a record of
+  // another program, which every change has to copy, forbids all changes.
+  void Advise() {
+    for (Finding& finding : *findings_) {
+      if (finding.subject != path_ || !finding.replacementHeals) continue;
+      if (foreignDamage_) {
+        finding.advice = AdviceToMoveAway();
+      } else {
+        finding.advice += AdviceToReplace(/*inStore=*/true, unreadable_);
+      }
+    }
   }
 
   std::string path_;
   Findings* findings_;
+  bool unreadable_ = false;
+  bool foreignDamage_ = false;
 };
 
 }  // namespace
@@ -129,9 +163,7 @@ void CheckConfigStore(Findings* findings) {
     StoreCheck(file.path, findings).Run();
   } catch (const ConfigStoreException& failure) {
     if (HostPlatform::IsPermissionFailure(failure)) throw;
-    findings->push_back({Severity::kError, file.path, failure.what(),
-                         "restore the file from a backup, or remove it and apply the whole "
-                         "catalogue again"});
+    findings->push_back({Severity::kError, file.path, failure.what(), AdviceToMoveAway()});
   }
 }
 

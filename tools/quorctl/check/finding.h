@@ -17,7 +17,8 @@ struct Finding {
   Severity severity = Severity::kWarning;
   std::string subject;  // a path, or a record of the catalogue
   std::string problem;
-  std::string advice;  // what to do
+  std::string advice;             // what to do
+  bool replacementHeals = false;  // whether to write all records anew takes it away
 };
 
 using Findings = std::vector<Finding>;

@@ -2,6 +2,8 @@
 #ifndef TOOLS_QUORCTL_CHECK_STORED_CONTENT_H_
 #define TOOLS_QUORCTL_CHECK_STORED_CONTENT_H_
 
+#include <string>
+
 #include "check/finding.h"
 
 namespace Quorctl {
@@ -12,6 +14,14 @@ void CheckConfigStore(Findings* findings);
 
 // The catalogue's branches. Raises ConfigFileException for lack of permission only.
 void CheckConfigFile(Findings* findings);
+
+// How all records of that store are replaced, in words. With `unreadable` ones among them those
+// cannot be kept in the history.
+std::string AdviceToReplace(bool inStore, bool unreadable);
+
+// The first problem of that store that goes away when all records are written anew, although they
+// can be read and nothing would differ; empty when there is none.
+std::string WhyToWriteAnew(bool inStore);
 
 }  // namespace Quorctl
 

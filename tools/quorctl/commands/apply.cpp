@@ -13,8 +13,8 @@ namespace {
 Catalogue ReadAndCheck(const std::string& path) {
   const std::string source = InputName(path);
   Catalogue catalogue = ReadCatalogueDocument(ReadInput(path), source);
-  ExpectUniqueKeys(catalogue, source);
   const bool inStore = BackendSwitch().on;
+  ExpectUniqueKeys(inStore, catalogue, source);
   if (inStore) ExpectBlobNamespaces(catalogue, source);
   const std::vector<std::string> losses = LostIn(inStore, catalogue);
   if (losses.empty()) return catalogue;
@@ -45,8 +45,10 @@ class ApplyCommand final : public Command {
         "deleted, added and changed. What deletes something is asked for on a terminal and\n"
         "needs --yes elsewhere (exit status 8). The catalogue that was there is kept: see\n"
         "\"quorctl help history\". Where the datastores cannot be replaced after the policies\n"
-        "were, the policies are put back. Where nothing differs nothing is written, nor\n"
-        "unless the whole document is right. It is JSON of this shape, all keys required:\n"
+        "were, the policies are put back. Where nothing differs nothing is written, unless\n"
+        "\"quorctl check\" tells of records that to write all anew would heal; nor is it\n"
+        "unless the whole document is right. With --no-history also records that cannot be\n"
+        "read are replaced. The document is JSON of this shape, all keys required:\n"
         "\n"
         "  {\"format\": \"quor-catalogue/1\",\n"
         "   \"policies\": [{\"id\": \"gold-01\", \"name\": \"Gold\", \"description\": \"\",\n"

@@ -2,13 +2,16 @@
 
 #include "argument.h"
 #include "command_table.h"
+#include "host_backend.h"
 #include "output_file.h"
+#include "platform/admin.h"
 #include "quor/quor_lib.h"
 #include "text/hex_view.h"
 #include "text/terminal_text.h"
 
 namespace Quorctl {
 
+using Brisk::Lib::BriskException;
 using TavQuor::QuorLib;
 
 namespace {
@@ -46,7 +49,7 @@ class BlobCommand final : public Command {
 
   ExitStatus Run(CommandOutput* output) override {
     CheckCombination();
-    const std::string blob = Find();
+    const std::string blob = FindOrTell();
     if (blob.empty()) throw CommandError(ExitStatus::kAbsent, "no blob: " + WhyNone());
     if (file_.Given()) {
       ReplaceFile(file_.Value(), blob);
@@ -76,21 +79,50 @@ class BlobCommand final : public Command {
     return QuorLib::GetPolicyBlobById(policyId_.Value(), datastore_.Value());
   }
 
+  // A blob that does not decode is reported without a word on where it is.
+  std::string FindOrTell() const {
+    try {
+      return Find();
+    } catch (const BriskException& failure) {
+      const std::string path = BackendSwitch().on ? HostPlatform::GetConfigStoreState().path
+                                                  : HostPlatform::GetConfigFileState().path;
+      const std::string problem = failure.what();
+      if (problem.find(HostPlatform::HostDirectory()) != std::string::npos) throw;
+      throw CommandError(ExitStatus::kStore,
+                         path + ": the blob of " + Wanted() + ": " + problem +
+                             "; \"quorctl check\" names the record and what to do");
+    }
+  }
+
+  std::string Wanted() const {
+    if (defaultOf_.Given())
+      return "the default policy of the datastore " + Quoted(defaultOf_.Value());
+    if (policyName_.Given()) {
+      return "the policy " + Quoted(policyName_.Value()) + " for the namespace \"RILK\"";
+    }
+    return "the policy with the identifier " + Quoted(policyId_.Value()) +
+           (datastore_.Given() ? " for the datastore " + Quoted(datastore_.Value())
+                               : " for the namespace \"RILK\"");
+  }
+
   // The library's answer is the same whatever is missing.
   std::string WhyNone() const {
     if (defaultOf_.Given()) {
       return "there is no datastore " + Quoted(defaultOf_.Value()) +
-             ", or its default policy has no blob for its namespace";
+             ", it has no default policy, that policy does not exist, or its blob for the "
+             "datastore's namespace is absent or empty";
     }
     if (policyName_.Given()) {
       return "there is no policy named " + Quoted(policyName_.Value()) +
-             ", or it has no blob for the namespace \"RILK\"";
+             ", or its blob for the namespace \"RILK\" is absent or empty";
     }
     const std::string noPolicy =
         "there is no policy with the identifier " + Quoted(policyId_.Value());
-    if (!datastore_.Given()) return noPolicy + ", or it has no blob for the namespace \"RILK\"";
+    if (!datastore_.Given()) {
+      return noPolicy + ", or its blob for the namespace \"RILK\" is absent or empty";
+    }
     return noPolicy + ", no datastore " + Quoted(datastore_.Value()) +
-           ", or the policy has no blob for its namespace";
+           ", or the policy's blob for the datastore's namespace is absent or empty";
   }
 
   Argument policyId_;

@@ -8,6 +8,7 @@
 #include "host_backend.h"
 #include "listing_options.h"
 #include "platform/admin.h"
+#include "stored_records.h"
 #include "text/record_writer.h"
 
 namespace Quorctl {
@@ -49,6 +50,7 @@ FieldValue SeverityValue(Severity severity) {
 // The catalogue that programs get; what hides it was found in the store already.
 void CheckCatalogue(Findings* findings) {
   Catalogue catalogue;
+  const StoredRecords stored;
   try {
     catalogue.policies = QuorLib::ListPolicyInfo();
     catalogue.datastores = QuorLib::ListDatastoreInfo();
@@ -60,7 +62,8 @@ void CheckCatalogue(Findings* findings) {
     return;
   }
   CheckDuplicates(catalogue, findings);
-  CheckDefaultPolicies(catalogue, findings);
+  const bool policiesLost = stored.LostPolicies(catalogue.policies.size()) > 0;
+  CheckDefaultPolicies(catalogue, policiesLost, findings);
 }
 
 class CheckCommand final : public Command {

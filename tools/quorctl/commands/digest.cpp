@@ -3,11 +3,15 @@
 #include "argument.h"
 #include "command_table.h"
 #include "quor/quor_lib.h"
+#include "stored_records.h"
 #include "text/json_text.h"
 #include "text/table.h"
 #include "text/terminal_text.h"
 
 namespace Quorctl {
+
+using TavQuor::QuorLib;
+
 namespace {
 
 using Digests = std::pair<std::string, std::string>;
@@ -23,10 +27,14 @@ class DigestCommand final : public Command {
         "digest",
         {"[-o table|json]", "--expect POLICIES:DATASTORES"},
         "print the digests of all policies and of all datastores",
-        "A digest changes when any field of any record does; it is empty when there is\n"
-        "nothing to digest. With --expect prints nothing and tells by its exit status\n"
-        "whether the catalogue is still the one with these two digests: 0 when it is, 1\n"
-        "when it is not.\n",
+        "A digest is another one after a change of any record, but for a few: bytes that\n"
+        "only move to the next field (name \"ab\" and id \"c\" to \"a\" and \"bc\"), what stands\n"
+        "behind a NUL byte in a name, an identifier or a description, and datastores of\n"
+        "which every field is empty. It is empty when there is nothing to digest.\n"
+        "With --expect prints nothing and tells by its exit status whether the digests are\n"
+        "still these two: 0 when they are, 1 when they are not.\n"
+        "Records that cannot be read do not count; a warning on standard error tells how\n"
+        "many there are, and the exit status is not changed by it.\n",
     };
     return info;
   }
@@ -44,7 +52,8 @@ class DigestCommand final : public Command {
     if (expected_.Given() && expected_.Value().find(':') == std::string::npos) {
       throw UsageError("--expect needs the two digests with a colon between them");
     }
-    const Digests digests = TavQuor::QuorLib::GetDbHash();
+    const Digests digests = QuorLib::GetDbHash();
+    WarnOfLostRecords();
     if (expected_.Given()) {
       return Joined(digests) == expected_.Value() ? ExitStatus::kDone : ExitStatus::kNo;
     }
@@ -62,6 +71,13 @@ class DigestCommand final : public Command {
   }
 
  private:
+  // A digest is that of the records that can be read.
+  static void WarnOfLostRecords() {
+    const StoredRecords stored;
+    stored.WarnOfPolicies(QuorLib::ListPolicyInfo().size());
+    stored.WarnOfDatastores(QuorLib::ListDatastoreInfo().size());
+  }
+
   Argument format_;
   Argument expected_;
 };

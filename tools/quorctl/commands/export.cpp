@@ -17,7 +17,9 @@ class ExportCommand final : public Command {
         "gives the same bytes whatever the order in which it is stored: policies are sorted\n"
         "by identifier, blobs by namespace, datastores by URL. A list in which one of these\n"
         "repeats is written in the order in which it is stored, for the digests depend on\n"
-        "that order then. Nothing is written when a record cannot be read.\n",
+        "that order then. Where it is a policy's name, a namespace or a URL that repeats, as\n"
+        "the configuration file allows, \"quorctl apply\" refuses the document until each is\n"
+        "there once. Nothing is written when a record cannot be read.\n",
     };
     return info;
   }

@@ -23,7 +23,9 @@ class GetCommand final : public Command {
         "show one policy or one datastore",
         "Shows what \"quorctl list\" shows, of this record alone and in the same formats, so\n"
         "json is an array of one. More than one is shown where an identifier repeats. The\n"
-        "exit status is 3 where there is no such record.\n"
+        "exit status is 3 where there is no such record, and 5 where it may be one that\n"
+        "cannot be read. For the default policy of a datastore such policies are only\n"
+        "warned of: see \"quorctl help list\".\n"
         "A value that begins with a dash goes behind two dashes: get policy -- -x\n",
     };
     return info;

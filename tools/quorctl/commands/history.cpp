@@ -42,10 +42,11 @@ class HistoryCommand final : public Command {
         "that is there, the newest " +
             std::to_string(kHistoryLength) +
             ", in history/ in the host directory. Each is a whole\n"
-            "catalogue document, which diff and apply take too; \"quorctl restore NUMBER\" puts\n"
-            "one back. Lists the newest first. REASON is the command that replaced it, STORE\n"
-            "where it was kept: store or file. Not in the document, and so not kept, are keys\n"
-            "that somebody wrote into a record of the configuration file by hand.\n",
+            "catalogue document. \"quorctl restore NUMBER\" puts one back; diff takes it too,\n"
+            "and so does apply, unless a name, namespace or URL repeats in it. Lists the newest\n"
+            "first. REASON is the command that replaced it, STORE where it was kept: store or\n"
+            "file. Not in the document, and so not kept, are keys that somebody wrote into a\n"
+            "record of the configuration file by hand.\n",
     };
     return info;
   }

@@ -30,7 +30,10 @@ class ListCommand final : public Command {
         "jsonl  the same, one object per line\n"
         "csv    the same for a spreadsheet; what is no text or number stands as JSON\n"
         "The fields that --fields and --sort know are those of json and for policies\n"
-        "blobBytes, for datastores defaultPolicyName and defaultBlobBytes.\n",
+        "blobBytes, for datastores defaultPolicyName and defaultBlobBytes.\n"
+        "What cannot be read is left out, and the exit status is 5 then. Where policies that\n"
+        "cannot be read may be missing from these two fields of datastores, a warning on\n"
+        "standard error says so, and the exit status is not changed by it.\n",
     };
     return info;
   }
