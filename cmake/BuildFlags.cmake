@@ -15,6 +15,21 @@ if(QUOR_SANITIZE)
 else()
   # Calls within a library go straight to their function.
   target_link_options(quor_build_flags INTERFACE -Wl,--no-undefined -Wl,-Bsymbolic-functions)
-  target_compile_options(quor_build_flags INTERFACE -fstack-protector-strong
-    $<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2>)
+  target_compile_options(quor_build_flags INTERFACE -fstack-protector-strong)
+
+  # The C library's checked calls: it refuses them where nothing is optimised, and the level that a
+  # distribution chose is left as it is. Asked anew each time, since the flags may have changed.
+  include(CheckCXXSourceCompiles)
+  string(TOUPPER "${CMAKE_BUILD_TYPE}" build_type)
+  set(CMAKE_REQUIRED_FLAGS "${CMAKE_CXX_FLAGS_${build_type}}")
+  unset(QUOR_CHOOSES_FORTIFY_LEVEL CACHE)
+  check_cxx_source_compiles("
+    #if defined(_FORTIFY_SOURCE) || !defined(__OPTIMIZE__)
+    #error
+    #endif
+    int main() {}" QUOR_CHOOSES_FORTIFY_LEVEL)
+  unset(CMAKE_REQUIRED_FLAGS)
+  if(QUOR_CHOOSES_FORTIFY_LEVEL)
+    target_compile_options(quor_build_flags INTERFACE -D_FORTIFY_SOURCE=2)
+  endif()
 endif()

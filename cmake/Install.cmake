@@ -6,8 +6,8 @@
 #   tools                 quorctl, its manual pages and completions
 #   documentation         texts, examples
 #
-# The prefix may be moved afterwards: every path below it is found relative to the file that names
-# it. A platform that the host brings is installed by the host.
+# The prefix may be moved afterwards, unless it is /usr: every path below it is found relative to the
+# file that names it. A platform that the host brings is installed by the host.
 include(CMakePackageConfigHelpers)
 
 foreach(directory BINDIR LIBDIR INCLUDEDIR)
@@ -25,6 +25,7 @@ set(QUOR_TMPFILESDIR lib/tmpfiles.d CACHE STRING "Directory of the description o
 # The path that leads from one directory below the prefix to another.
 function(quor_relative_path variable from to)
   file(RELATIVE_PATH path "/prefix/${from}" "/prefix/${to}")
+  string(REGEX REPLACE "/$" "" path "${path}")
   set(${variable} ${path} PARENT_SCOPE)
 endfunction()
 
@@ -74,16 +75,27 @@ if(NOT QUOR_PLATFORM_TARGET)
           DESTINATION ${QUOR_CMAKEDIR} COMPONENT platform-development)
 endif()
 
-# pkg-config.
-quor_relative_path(QUOR_PC_TO_PREFIX ${CMAKE_INSTALL_LIBDIR}/pkgconfig "")
-foreach(name quor quor-platform)
-  configure_file(packaging/${name}.pc.in ${name}.pc @ONLY)
-endforeach()
-install(FILES ${CMAKE_CURRENT_BINARY_DIR}/quor.pc
-        DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
+# pkg-config. In /usr the prefix is named plainly: pkg-config leaves the compiler's own directories
+# out of its answers, and knows them by these names only. The prefix is known at installation.
+function(quor_install_pc name component)
+  set(directory ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+  quor_relative_path(to_prefix ${directory} "")
+  set(QUOR_PC_PREFIX "\${pcfiledir}/${to_prefix}")
+  configure_file(packaging/${name}.pc.in pkgconfig/relocatable/${name}.pc @ONLY)
+  set(QUOR_PC_PREFIX /usr)
+  configure_file(packaging/${name}.pc.in pkgconfig/usr/${name}.pc @ONLY)
+  install(CODE "
+    set(kind relocatable)
+    if(CMAKE_INSTALL_PREFIX STREQUAL \"/usr\")
+      set(kind usr)
+    endif()
+    file(INSTALL \"${CMAKE_CURRENT_BINARY_DIR}/pkgconfig/\${kind}/${name}.pc\"
+         DESTINATION \"\${CMAKE_INSTALL_PREFIX}/${directory}\" TYPE FILE)"
+    COMPONENT ${component})
+endfunction()
+quor_install_pc(quor development)
 if(NOT QUOR_PLATFORM_TARGET)
-  install(FILES ${CMAKE_CURRENT_BINARY_DIR}/quor-platform.pc
-          DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT platform-development)
+  quor_install_pc(quor-platform platform-development)
 endif()
 
 if(TARGET quorctl)
@@ -100,8 +112,14 @@ if(TARGET quorctl)
   install(FILES tools/quorctl/completion/_quorctl DESTINATION ${QUOR_ZSHDIR} COMPONENT tools)
 endif()
 
-install(FILES README.md CHANGELOG.md LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR}
-        COMPONENT documentation)
+# Texts. What README.md says of the source tree stays, but links that would lead nowhere do not.
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS README.md)
+set(not_installed "CONTRIBUTING\\.md|(docs/man|include|platform|src)/[^)]+")
+file(READ README.md readme)
+string(REGEX REPLACE "\\[([^]]+)\\]\\((${not_installed})\\)" "\\1" readme "${readme}")
+file(WRITE ${CMAKE_CURRENT_BINARY_DIR}/documentation/README.md "${readme}")
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/documentation/README.md CHANGELOG.md LICENSE
+        DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation)
 install(DIRECTORY docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT documentation
-        FILES_MATCHING PATTERN "*.md" PATTERN reference EXCLUDE PATTERN man EXCLUDE)
+        FILES_MATCHING PATTERN "*.md" PATTERN "*.svg" PATTERN reference EXCLUDE PATTERN man EXCLUDE)
 install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation)

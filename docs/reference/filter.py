@@ -2,9 +2,9 @@
 
     filter.py HEADER
 
-A comment at the start of the file is the file's. A comment above declarations is for all of them
-down to the next empty line or to the next that has one behind it, which is for that one alone.
-Deleted and defaulted members need no words.
+A comment at the start of the file is the file's. A comment above a function is also for those right
+below it that have the same name: overloads, constructors and destructor, an accessor and its setter.
+One behind a declaration is for that one alone. Deleted and defaulted members need no words.
 """
 import re
 import sys
@@ -15,6 +15,7 @@ _NO_DOCUMENTATION = re.compile(
     r"^\s*(#(?!define)|}|extern \"C\"|(public|protected|private):|namespace|using|friend)")
 _NOT_FOR_READERS = re.compile(r"^NOLINT")
 _GENERATED = re.compile(r"= (delete|default);")
+_NAME = re.compile(r"\b(?:set_|Use)?(\w+)(?:\(| = .*;$|;$)")
 _EXAMPLE = re.compile(r"^   +\S")
 
 
@@ -24,10 +25,17 @@ def documentation(text):
     return "/// " + text if text else "///"
 
 
+def declared_name(code):
+    """What the first line of a declaration declares; None where that is no function or field."""
+    name = _NAME.search(code)
+    return name.group(1) if name else None
+
+
 class Filter:
     def __init__(self):
         self.lines = []
         self.block = []  # the documentation that is in force
+        self.name = None  # of what the block is for
         self.inside = False  # a declaration has begun and not ended
         self.documented = False  # the block is right above
         self.directive = False  # a directive of the preprocessor goes on in this line
@@ -66,7 +74,9 @@ class Filter:
         behind = _BEHIND.match(line)
         if behind and _NOT_FOR_READERS.match(behind.group("text")):
             line, behind = behind.group("code"), None
-        if not self.inside and not self.documented and not behind and self.block:
+        if not self.inside and self.documented:
+            self.name = declared_name(line)
+        elif not self.inside and not behind and declared_name(line) == self.name:
             self.lines += self.block
         code = behind.group("code") if behind else line
         words = "  ///<" + documentation(behind.group("text"))[3:] if behind else ""

@@ -4,8 +4,8 @@
     built_libraries_test.py --write LIBQUOR LIBQUOR_PLATFORM CONSUMER
 
 CONSUMER is a program that uses every entry point of libquor. With --write the committed lists of
-exported symbols are made anew from the libraries: to be done when a release adds a symbol, never to
-make one disappear.
+exported symbols are made anew from the libraries: to be done when a release adds a symbol. What a
+release had in its version nodes is never written anew.
 """
 import os
 import re
@@ -15,6 +15,7 @@ import unittest
 
 LIBQUOR = PLATFORM = CONSUMER = ""
 HERE = os.path.dirname(os.path.abspath(__file__))
+RELEASED = {"QUOR_1.0", "QUOR_PLATFORM_1.0"}  # version nodes; a release adds its own
 QUOR_LIST = os.path.join(HERE, "libquor.symbols")
 PLATFORM_LIST = os.path.join(HERE, "libquor-platform.symbols")
 
@@ -112,6 +113,12 @@ class LibQuor(BuiltLibrary, unittest.TestCase):
     def setUp(self):
         self.library = LIBQUOR
 
+    def test_destroys_nothing_at_the_end_of_the_program(self):
+        # Exit handlers, and threads that still run, call after the library's destructors.
+        imported = output_of("nm", "-D", "--undefined-only", self.library)
+        self.assertIn("__cxa_throw", imported)
+        self.assertNotIn("__cxa_atexit", imported)
+
     def test_every_exported_symbol_is_used_by_the_consumer(self):
         lines = output_of("nm", "-D", "--undefined-only", CONSUMER).splitlines()
         used = sorted(line.split()[-1].replace("@", "@@") for line in lines if "7QuorLib" in line)
@@ -127,10 +134,39 @@ class LibQuorPlatform(BuiltLibrary, unittest.TestCase):
         self.library = PLATFORM
 
 
+class ReleasedNodes(unittest.TestCase):
+    def setUp(self):
+        self.before = committed(PLATFORM_LIST)
+        self.assertEqual(changed_releases(self.before, self.before), [])
+
+    def test_a_new_symbol_in_one_is_not_written(self):
+        planted = "_ZN12HostPlatform7PlantedEv@@QUOR_PLATFORM_1.0"
+        self.assertEqual(changed_releases(self.before, self.before + [planted]), [planted])
+
+    def test_a_symbol_that_one_lost_is_not_written(self):
+        self.assertEqual(changed_releases(self.before, self.before[1:]), self.before[:1])
+
+    def test_a_new_symbol_in_a_new_one_is_written(self):
+        after = self.before + ["_ZN12HostPlatform7PlantedEv@@QUOR_PLATFORM_1.1"]
+        self.assertEqual(changed_releases(self.before, after), [])
+
+
+def changed_releases(before, after):
+    """Symbols that came into a released node or went out of it."""
+    return sorted(name for name in set(before) ^ set(after) if name.split("@@")[1] in RELEASED)
+
+
 def write_lists():
-    for library, path in ((LIBQUOR, QUOR_LIST), (PLATFORM, PLATFORM_LIST)):
+    lists = {path: exported(library)
+             for library, path in ((LIBQUOR, QUOR_LIST), (PLATFORM, PLATFORM_LIST))}
+    for path, names in lists.items():
+        changed = changed_releases(committed(path), names)
+        if changed:
+            sys.exit(f"{path} is left as it is. Not the symbols of the release, give new ones a node "
+                     "of their own:\n" + "\n".join(changed))
+    for path, names in lists.items():
         with open(path, "w", encoding="utf-8") as file:
-            file.writelines(name + "\n" for name in exported(library))
+            file.writelines(name + "\n" for name in names)
 
 
 if __name__ == "__main__":

@@ -16,12 +16,14 @@ import sys
 import tempfile
 import unittest
 
+import links
 from clean_root import CleanRoot
 
 ROOT = ""
 
 NAMES = ["libquor-dev", "libquor-doc", "libquor-platform-dev", "libquor1", "quor-common", "quorctl"]
-CATALOGUE = "/usr/share/doc/libquor-doc/examples/catalogue.json"
+DOCUMENTATION = "/usr/share/doc/libquor-doc"
+CATALOGUE = DOCUMENTATION + "/examples/catalogue.json"
 HOST = "var/lib/quor"
 MEMBER, STRANGER = 1000, 1001  # users; their groups have the same numbers
 PERMISSION_DENIED = 7  # exit status of quorctl
@@ -30,6 +32,12 @@ PERMISSION_DENIED = 7  # exit status of quorctl
 def field(package, name):
     return subprocess.run(["dpkg-deb", "--field", package, name], check=True, capture_output=True,
                           text=True).stdout.strip()
+
+
+def alternatives(package):
+    """The dependencies of a package, each a list of the names that will do."""
+    return [[re.split(r"[ (:]", part.strip())[0] for part in one.split("|")]
+            for one in field(package, "Depends").split(",") if one]
 
 
 def files_in(package):
@@ -60,6 +68,7 @@ class DebianPackages(unittest.TestCase):
                                    env={**os.environ, "QUOR_PACKAGES_DIRECTORY": output})
             if built.returncode != 0:
                 raise RuntimeError("scripts/package failed:\n" + built.stdout[-8000:])
+        cls.output = output
         paths = glob.glob(os.path.join(output, "*.deb"))
         return {os.path.basename(path).split("_")[0]: path for path in paths
                 if "-dbgsym_" not in path}
@@ -68,10 +77,8 @@ class DebianPackages(unittest.TestCase):
     def install(cls):
         path = os.path.join(cls.directory, "root")
         os.mkdir(path)
-        dependencies = [[re.split(r"[ (:]", part.strip())[0] for part in one.split("|")]
-                        for package in cls.packages.values()
-                        for one in field(package, "Depends").split(",") if one]
-        others = [names for names in dependencies if names[0] not in cls.packages]
+        others = [names for package in cls.packages.values() for names in alternatives(package)
+                  if names[0] not in cls.packages]
         root = CleanRoot(path, others, os.environ.get("QUOR_CLEAN_ROOT"))
         print(f"clean root: {root.how}", file=sys.stderr)
         root.install(cls.packages.values())
@@ -92,12 +99,17 @@ class DebianPackages(unittest.TestCase):
 
     def test_all_packages_are_built(self):
         self.assertEqual(sorted(self.packages), NAMES)
+        self.assertEqual(len(glob.glob(os.path.join(self.output, "quor_*.dsc"))), 1)
 
     def test_the_library_needs_just_what_its_files_need(self):
-        depends = field(self.packages["libquor1"], "Depends")
-        names = {re.split(r"[ (:]", part.strip())[0] for part in depends.split(",")}
-        self.assertEqual(names, {"quor-common", "libc6", "libgcc-s1", "libmd0",
-                                 "libsimdjson14", "libstdc++6"})
+        names = [names for [names] in alternatives(self.packages["libquor1"])]
+        self.assertEqual(sorted(names), ["libc6", "libgcc-s1", "libmd0", "libsimdjson14",
+                                         "libstdc++6", "quor-common"])
+
+    def test_what_makes_the_group_and_the_directory_is_there_without_systemd_too(self):
+        names = alternatives(self.packages["quor-common"])
+        for kind in ("sysusers", "tmpfiles"):
+            self.assertIn(["systemd", f"systemd-standalone-{kind}", f"systemd-{kind}"], names)
 
     def test_both_libraries_have_their_symbols_listed(self):
         with tempfile.TemporaryDirectory(dir=self.directory) as control:
@@ -105,10 +117,15 @@ class DebianPackages(unittest.TestCase):
                            check=True)
             with open(os.path.join(control, "symbols"), encoding="utf-8") as file:
                 text = file.read()
-        for soname, symbol in (("libquor.so.1", "_ZN7TavQuor7QuorLib5ResetEv@QUOR_1.0"),
-                               ("libquor-platform.so.1", "FeatureList@QUOR_PLATFORM_1.0")):
-            self.assertIn(f"{soname} libquor1 #MINVER#", text)
-            self.assertIn(f" {symbol} 1.0", text)
+        for library in ("libquor", "libquor-platform"):
+            [section] = re.findall(rf"^{library}\.so\.1 libquor1 #MINVER#\n((?:[* ].*\n)+)", text,
+                                   re.MULTILINE)
+            listed = re.findall(r"^ (\S+@\S+) [\d.]+$", section, re.MULTILINE)
+            with open(os.path.join(ROOT, "tests", "package", library + ".symbols"),
+                      encoding="utf-8") as file:
+                expected = file.read().replace("@@", "@").split()
+            nodes = {"@".join([symbol.split("@")[1]] * 2) for symbol in expected}
+            self.assertEqual(sorted(listed), sorted({*expected, *nodes}))
 
     def test_each_package_has_its_files(self):
         for package, pattern in (
@@ -127,10 +144,18 @@ class DebianPackages(unittest.TestCase):
                 ("quorctl", "/usr/share/zsh/vendor-completions/_quorctl"),
                 ("quor-common", r"/usr/lib/sysusers\.d/quor\.conf"),
                 ("quor-common", r"/usr/lib/tmpfiles\.d/quor\.conf"),
-                ("libquor-doc", r"/usr/share/doc/libquor-doc/docs/formats\.md"),
+                ("libquor-doc", DOCUMENTATION + r"/README\.md"),
+                ("libquor-doc", DOCUMENTATION + r"/docs/formats\.md"),
+                ("libquor-doc", DOCUMENTATION + r"/docs/performance/cold\.svg"),
                 ("libquor-doc", CATALOGUE)):
             files = files_in(self.packages[package])
             self.assertTrue(any(re.fullmatch(pattern, file) for file in files), (package, pattern))
+
+    def test_every_link_in_the_documentation_leads_somewhere(self):
+        directory = self.root.path + DOCUMENTATION
+        found = links.in_texts(directory)
+        self.assertGreater(len(found), 20)
+        self.assertEqual([link for link in found if not links.leads_somewhere(directory, link)], [])
 
     def test_group_and_directory_are_made(self):
         self.assertIsNotNone(self.root.group("quor"))
@@ -168,29 +193,58 @@ class DebianPackages(unittest.TestCase):
         answer = self.quorctl("list", "policies", user=STRANGER)
         self.assertEqual((answer.returncode, answer.stdout), (PERMISSION_DENIED, ""))
 
-    def test_a_program_that_is_built_with_the_development_package_runs(self):
+    def test_programs_that_are_built_with_the_development_package_run(self):
+        # By debian/tests/build with this machine's compiler; in the root there is none.
         self.apply_catalogue()
         [pc] = glob.glob(os.path.join(self.root.path, "usr/lib/*/pkgconfig"))
-        flags = subprocess.run(["pkg-config", "--cflags", "--libs", "quor"], check=True, text=True,
-                               capture_output=True, env={**os.environ, "PKG_CONFIG_PATH": pc})
-        library = os.path.dirname(pc)
-        subprocess.run(["g++", "-std=c++11", "-o", os.path.join(self.root.path, "tmp", "look_up"),
-                        os.path.join(ROOT, "examples", "look_up_blob.cpp"), *flags.stdout.split(),
-                        f"-Wl,-rpath-link={library}"], check=True)
-        answer = self.root.run("/tmp/look_up", "ds:///shares/mail/", user=MEMBER,
+        libraries = os.path.join(self.directory, "libraries")  # ours alone, not the root's libc
+        os.mkdir(libraries)
+        for name in ("libquor.so.1", "libquor-platform.so.1"):
+            os.symlink(os.path.join(os.path.dirname(pc), name), os.path.join(libraries, name))
+        programs = os.path.join(self.root.path, "tmp", "programs")
+        os.mkdir(programs)
+        built = subprocess.run(
+            [os.path.join(ROOT, "debian/tests/build")], cwd=ROOT, check=False, text=True,
+            capture_output=True,
+            env={**os.environ, "AUTOPKGTEST_TMP": programs, "PKG_CONFIG_LIBDIR": pc,
+                 "PKG_CONFIG_SYSROOT_DIR": self.root.path, "LD_LIBRARY_PATH": libraries})
+        self.assertEqual((built.returncode, built.stderr), (0, ""), built.stdout)
+
+        answer = self.root.run("/tmp/programs/look_up_blob", "ds:///shares/mail/", user=MEMBER,
                                groups=[MEMBER, self.root.group("quor")])
         self.assertEqual(answer.returncode, 0, answer.stderr)
         self.assertEqual(answer.stdout,
                          self.quorctl("blob", "--default-of", "ds:///shares/mail/").stdout)
 
+    def test_the_packages_own_test_of_the_catalogue_passes(self):
+        copy = os.path.join(self.root.path, "tmp", "source")
+        for file in ("debian/tests/catalogue", "examples/catalogue.json"):
+            os.makedirs(os.path.dirname(os.path.join(copy, file)))
+            shutil.copy(os.path.join(ROOT, file), os.path.join(copy, file))
+        os.mkdir(os.path.join(self.root.path, "tmp", "autopkgtest"))
+        result = self.root.run("env", "--chdir=/tmp/source", "AUTOPKGTEST_TMP=/tmp/autopkgtest",
+                               "debian/tests/catalogue")
+        self.assertEqual((result.returncode, result.stderr), (0, ""))
+
     def test_removing_the_packages_leaves_the_catalogue(self):
         self.apply_catalogue()
-        names = ["quorctl", "libquor1", "libquor-dev", "libquor-platform-dev", "quor-common"]
-        subprocess.run(["dpkg", "--root=" + self.root.path, "--remove", *names], check=True,
-                       capture_output=True)
+        self.take_away("--remove")
         self.assertTrue(os.path.exists(os.path.join(self.root.path, HOST, "config-store.cdb")))
-        self.root.install([self.packages[name] for name in names])
+        self.root.install(self.packages.values())
         self.assertEqual(self.quorctl("digest", user=MEMBER).returncode, 0)
+
+    def test_purging_the_packages_deletes_the_catalogue_and_its_history_and_keeps_the_group(self):
+        self.apply_catalogue()
+        host = os.path.join(self.root.path, HOST)
+        self.assertNotEqual(os.listdir(os.path.join(host, "history")), [])
+        self.addCleanup(self.root.install, self.packages.values())
+        self.take_away("--purge")
+        self.assertFalse(os.path.exists(host))
+        self.assertIsNotNone(self.root.group("quor"))
+
+    def take_away(self, how):
+        subprocess.run(["dpkg", "--root=" + self.root.path, how, *self.packages], check=True,
+                       capture_output=True)
 
 
 if __name__ == "__main__":

@@ -4,10 +4,12 @@
     golden_test.py --write DIRECTORY PROGRAM QUORCTL
 
 golden/ holds a directory for each version whose files differ from those of the one before: a host
-directory with the program's catalogue in both stores, a catalogue document, and the digests of the
-two. --write makes a new one; a committed one is never changed.
+directory with the program's catalogue in both stores and as quorctl kept it from either, a catalogue
+document, and the digests of the two. --write makes a new one; a committed one is never changed.
 """
+import json
 import os
+import re
 import shutil
 import subprocess
 import sys
@@ -17,10 +19,12 @@ import unittest
 PROGRAM = QUORCTL = ""
 HERE = os.path.dirname(os.path.abspath(__file__))
 GOLDEN = os.path.join(HERE, "golden")
+EXAMPLE = os.path.join(HERE, "..", "..", "examples", "catalogue.json")
 NEWEST = "1.0.0"  # the version that wrote what this one writes
 
 FEATURES, CONFIG_STORE, CONFIG_FILE = "features", "config-store.cdb", "host-config.json"
 DOCUMENT, DIGESTS, DOCUMENT_DIGESTS = "catalogue.json", "digests", "catalogue.digests"
+HISTORY = "history"
 SWITCH = 62  # of the configuration store
 
 
@@ -53,6 +57,18 @@ def write_both_stores(host):
     set_switch(host, 0)
     call(host, PROGRAM, "write").check_returncode()
     set_switch(host, 1)
+
+
+def replace_both_stores(host):
+    """Number 1 of the history is kept from the configuration store, number 2 from the file."""
+    call(host, QUORCTL, "apply", "--yes", EXAMPLE).check_returncode()
+    set_switch(host, 0)
+    call(host, QUORCTL, "reset", "--yes").check_returncode()
+    set_switch(host, 1)
+
+
+def kept_names(*host):
+    return sorted(name for name in os.listdir(os.path.join(*host, HISTORY)) if name[0] != ".")
 
 
 class Golden(unittest.TestCase):
@@ -107,6 +123,40 @@ class Golden(unittest.TestCase):
             self.assertEqual(call(host, PROGRAM, "digests").stdout.encode(),
                              content(GOLDEN, version, DOCUMENT_DIGESTS), version)
 
+    def test_the_history_of_every_version_is_listed_as_its_names_say(self):
+        for version in self.versions:
+            host = make_host(self.directory, version)
+            shutil.copytree(os.path.join(GOLDEN, version, HISTORY), os.path.join(host, HISTORY))
+            listed = call(host, QUORCTL, "history", "--sort", "number", "-o", "json")
+            names = kept_names(host)
+            self.assertEqual(len(names), 2)
+            for name, entry in zip(names, json.loads(listed.stdout), strict=True):
+                time = re.sub(r"[-:]", "", entry["time"])
+                parts = [entry["number"], time, entry["reason"], entry["store"], entry["policies"],
+                         entry["datastores"], entry["policyDigest"], entry["datastoreDigest"],
+                         "json"]
+                self.assertEqual(".".join(map(str, parts)), name)
+
+    def test_the_history_of_every_version_is_restored(self):
+        for version in self.versions:
+            host = make_host(self.directory, version)
+            shutil.copytree(os.path.join(GOLDEN, version, HISTORY), os.path.join(host, HISTORY))
+            for number, on in (("1", 1), ("2", 0)):
+                call(host, QUORCTL, "restore", "--yes", number).check_returncode()
+                set_switch(host, on)
+                self.assert_holds_the_catalogue(host, version)
+
+    def test_this_version_keeps_the_newest_history(self):
+        host = make_host(self.directory)
+        write_both_stores(host)
+        replace_both_stores(host)
+        names = kept_names(host)
+        self.assertEqual(list(map(without_time, names)),
+                         list(map(without_time, kept_names(GOLDEN, NEWEST))))
+        for made, committed in zip(names, kept_names(GOLDEN, NEWEST)):
+            self.assertEqual(content(host, HISTORY, made),
+                             content(GOLDEN, NEWEST, HISTORY, committed))
+
     def test_this_version_writes_the_newest_bytes(self):
         host = make_host(self.directory)
         write_both_stores(host)
@@ -119,6 +169,10 @@ class Golden(unittest.TestCase):
         self.assertEqual((result.returncode, result.stdout), (1, "policies: 0 and not 4\n"))
 
 
+def without_time(name):
+    return re.sub(r"\.\d{8}T\d{6}Z\.", ".TIME.", name, count=1)
+
+
 def write_golden(directory):
     os.makedirs(directory)
     with tempfile.TemporaryDirectory(prefix="quor-golden-") as temporary:
@@ -127,10 +181,11 @@ def write_golden(directory):
         for name in (FEATURES, CONFIG_STORE, CONFIG_FILE):
             shutil.copyfile(os.path.join(host, name), os.path.join(directory, name))
         digests = {DIGESTS: call(host, PROGRAM, "digests").stdout}
-        document = os.path.join(HERE, "..", "..", "examples", "catalogue.json")
-        shutil.copyfile(document, os.path.join(directory, DOCUMENT))
-        call(host, QUORCTL, "apply", "--yes", document).check_returncode()
+        replace_both_stores(host)  # the configuration store holds the document then
         digests[DOCUMENT_DIGESTS] = call(host, PROGRAM, "digests").stdout
+        shutil.copyfile(EXAMPLE, os.path.join(directory, DOCUMENT))
+        shutil.copytree(os.path.join(host, HISTORY), os.path.join(directory, HISTORY),
+                        ignore=shutil.ignore_patterns(".*"))
     for name, text in digests.items():
         with open(os.path.join(directory, name), "w", encoding="utf-8") as file:
             file.write(text)

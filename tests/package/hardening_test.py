@@ -4,13 +4,16 @@
 
 Also what the tests of the libraries' symbols do not say of the tool.
 """
+import json
 import os
 import re
 import subprocess
 import sys
+import tempfile
 import unittest
 
 FILES = []
+ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.realpath(__file__))))
 
 
 def output_of(*command):
@@ -44,8 +47,9 @@ class Hardening(unittest.TestCase):
 
     def test_the_c_librarys_checked_calls_are_used(self):
         checked = re.compile(r"\b__(v?snprintf|mem\w+|str\w+|read|p?read(64)?)_chk\b")
-        # In the platform, where buffers and formats are.
-        self.assertRegex(output_of("nm", "-D", "--undefined-only", FILES[1]), checked)
+        # In the platform and the tool, where buffers and formats are.
+        for path in FILES[1:]:
+            self.assertRegex(output_of("nm", "-D", "--undefined-only", path), checked, path)
 
     def test_nothing_is_undefined_or_missing(self):
         for path in FILES:
@@ -64,6 +68,31 @@ class Hardening(unittest.TestCase):
         for path in FILES:
             with open(path, "rb") as file:
                 self.assertNotIn(build, file.read())
+
+
+class CheckedCalls(unittest.TestCase):
+    """Which level of the C library's checked calls a configured build asks for."""
+
+    def levels(self, build_type, flags):
+        with tempfile.TemporaryDirectory(prefix="quor-hardening-") as build:
+            output_of("cmake", "-S", ROOT, "-B", build, "-G", "Ninja", "-DQUOR_TESTS=OFF",
+                      "-DQUOR_TOOLS=OFF", f"-DCMAKE_BUILD_TYPE={build_type}",
+                      f"-DCMAKE_CXX_FLAGS={flags}")
+            with open(os.path.join(build, "compile_commands.json"), encoding="utf-8") as file:
+                commands = [entry["command"] for entry in json.load(file)]
+        self.assertGreater(len(commands), 10)
+        return {" ".join(re.findall(r"-[UD]_FORTIFY_SOURCE\S*", command)) for command in commands}
+
+    def test_they_are_asked_for_where_the_compiler_optimises(self):
+        self.assertEqual(self.levels("RelWithDebInfo", ""), {"-D_FORTIFY_SOURCE=2"})
+        self.assertEqual(self.levels("None", "-O1"), {"-D_FORTIFY_SOURCE=2"})
+
+    def test_they_are_not_asked_for_where_it_does_not(self):
+        self.assertEqual(self.levels("Debug", ""), {""})
+        self.assertEqual(self.levels("None", ""), {""})
+
+    def test_the_level_of_a_distribution_is_left_as_it_is(self):
+        self.assertEqual(self.levels("None", "-O2 -D_FORTIFY_SOURCE=3"), {"-D_FORTIFY_SOURCE=3"})
 
 
 if __name__ == "__main__":

@@ -4,9 +4,12 @@
 """
 import glob
 import os
+import re
 import subprocess
 import sys
 import unittest
+
+import source_tree
 
 ROOT = ""
 
@@ -77,6 +80,17 @@ class PlatformHeaders(HeadersTest):
             self.assertIn("platform/" + name, c_headers)
         for header in c_headers:
             self.assert_compiles("gcc", "c", header, "-std=c11", *C_WARNINGS, self.include)
+
+    def test_the_page_for_hosts_tells_how_many_the_library_uses(self):
+        includes = set()
+        for path in source_tree.files(ROOT, "src", "platform/include"):
+            with open(os.path.join(ROOT, path), encoding="utf-8") as file:
+                includes |= set(re.findall(r'^#include "(\S+)"', file.read(), re.MULTILINE))
+        used = includes & set(self.headers)
+        self.assertEqual(set(self.headers) - used, {"platform/admin.h"})
+        with open(os.path.join(ROOT, "docs", "platform.md"), encoding="utf-8") as file:
+            told = re.findall(r"\b(\d+) headers\b", file.read())
+        self.assertEqual(told, [str(len(used))] * 2)
 
     def _has_c_linkage(self, header):
         with open(os.path.join(self.include[len("-I"):], header), encoding="utf-8") as file:

@@ -8,6 +8,7 @@ import sys
 import unittest
 
 import installed_tree
+import links
 from installed_tree import run
 
 BUILD = CMAKE = ROOT = VERSION = ""
@@ -34,7 +35,8 @@ COMPONENTS = {
               r"share/zsh/(site-functions|vendor-completions)/_quorctl"],
     "documentation": [
         r"share/doc/[\w-]+/(README|CHANGELOG)\.md", r"share/doc/[\w-]+/LICENSE",
-        r"share/doc/[\w-]+/docs/[\w-]+\.md", r"share/doc/[\w-]+/examples/[\w./-]+"],
+        r"share/doc/[\w-]+/docs/[\w-]+\.md", r"share/doc/[\w-]+/docs/performance/\w+\.svg",
+        r"share/doc/[\w-]+/examples/[\w./-]+"],
 }
 
 
@@ -86,6 +88,31 @@ class Components(unittest.TestCase):
             self.assertEqual(os.readlink(os.path.join(library, name + ".so")), name + ".so.1")
             self.assertEqual(os.readlink(os.path.join(library, name + ".so.1")),
                              f"{name}.so.{VERSION}")
+
+    def test_no_directory_is_empty(self):
+        empty = [directory for directory, subdirectories, names in os.walk(self.whole)
+                 if not subdirectories and not names]
+        self.assertEqual(empty, [])
+
+    def test_every_link_in_the_texts_leads_to_an_installed_file(self):
+        documentation = self.prefixes["documentation"]
+        found = links.in_texts(documentation)
+        self.assertGreater(len(found), 20)
+        self.assertEqual([link for link in found if not links.leads_somewhere(documentation, link)],
+                         [])
+
+    def test_the_readme_is_that_of_the_source_tree_with_the_links_that_lead_somewhere(self):
+        [readme] = [file for file in files_below(self.whole)
+                    if re.fullmatch(r"share/doc/[\w-]+/README\.md", file)]
+        directory = os.path.dirname(os.path.join(self.whole, readme))
+        texts = []
+        for path in (os.path.join(ROOT, "README.md"), os.path.join(directory, "README.md")):
+            with open(path, encoding="utf-8") as file:
+                texts.append(file.read())
+        self.assertEqual(*map(links.without_links, texts))
+        self.assertEqual(links.of(texts[1]), [
+            target for target in links.of(texts[0])
+            if links.leads_somewhere(directory, ("README.md", target))])
 
     def test_nobody_but_the_owner_may_change_what_is_installed(self):
         for file in files_below(self.whole):
@@ -141,6 +168,25 @@ class Interfaces(unittest.TestCase):
         self.assertEqual(os.path.realpath(flags[0][2:]), os.path.join(self.prefix, "include"))
         self.assertEqual(os.path.realpath(flags[1][2:]), self.library)
         self.assertEqual(flags[2], "-lquor")
+
+    def test_pkg_config_leaves_the_systems_own_directories_to_the_compiler(self):
+        root = os.path.join(os.path.dirname(self.prefix), "system")
+        run(CMAKE, "--install", BUILD, "--prefix", "/usr", environment={"DESTDIR": root})
+        path = os.path.join(installed_tree.library_directory(root), "pkgconfig")
+        for name in ("quor", "quor-platform"):
+            flags = run("pkg-config", "--cflags", "--libs", name,
+                        environment={"PKG_CONFIG_PATH": path}).split()
+            flags = [flag for flag in flags if flag != "-I/usr/include/quor-platform"]
+            self.assertEqual(flags, ["-l" + name])
+
+    def test_no_path_of_a_package_file_has_an_empty_part(self):
+        for file, text in self.texts():
+            if file.endswith(".pc"):
+                self.assertNotIn("//", re.sub(r"\$\{prefix\}", self.prefix_in(text), text), file)
+
+    @staticmethod
+    def prefix_in(text):
+        return re.search(r"^prefix=(.*)$", text, re.MULTILINE).group(1)
 
     def test_only_the_same_major_version_is_compatible(self):
         script = os.path.join(os.path.dirname(self.prefix), "version.cmake")

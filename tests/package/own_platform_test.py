@@ -2,6 +2,7 @@
 
     own_platform_test.py BUILD CMAKE ROOT [TEST...]
 """
+import ctypes
 import os
 import shutil
 import sys
@@ -11,6 +12,14 @@ import installed_tree
 from installed_tree import run
 
 BUILD = CMAKE = ROOT = ""
+
+SWITCH = 62  # of the configuration store
+
+
+def switch_of(library):
+    """The switch's byte in a platform."""
+    switches = (ctypes.POINTER(ctypes.c_ubyte) * 256).in_dll(ctypes.CDLL(library), "FeatureList")
+    return switches[SWITCH][0]
 
 
 class OwnPlatform(unittest.TestCase):
@@ -33,13 +42,14 @@ class OwnPlatform(unittest.TestCase):
                       environment={"LD_LIBRARY_PATH": libraries, "QUOR_HOST_DIR": host})
         return printed, os.listdir(host)
 
-    def test_libquor_answers_from_it_alike_and_writes_no_file(self):
-        own, own_files = self.run_demo(self.build)
+    def test_libquor_answers_from_either_of_its_stores_alike_and_writes_no_file(self):
         installed, installed_files = self.run_demo(installed_tree.library_directory(self.prefix))
-        self.assertIn("by datastore: three copies\n", own)
-        self.assertEqual(own, installed)
-        self.assertEqual(own_files, [])
         self.assertIn("config-store.cdb", installed_files)
+        self.assertIn("by datastore: three copies\nbytes: as they were\n", installed)
+        for kind, switch in (("store", 1), ("file", 0)):
+            folder = os.path.join(self.build, kind)
+            self.assertEqual(switch_of(os.path.join(folder, "libquor-platform.so.1")), switch)
+            self.assertEqual(self.run_demo(folder), (installed, []), kind)
 
     def test_it_has_every_symbol_that_libquor_takes_from_a_platform(self):
         def symbols(option, library):
@@ -50,8 +60,10 @@ class OwnPlatform(unittest.TestCase):
         library = installed_tree.library_directory(self.prefix)
         wanted = symbols("--undefined-only", os.path.join(library, "libquor.so.1"))
         self.assertGreater(len(wanted), 30)
-        given = symbols("--defined-only", os.path.join(self.build, "libquor-platform.so.1"))
-        self.assertEqual(wanted - given, set())
+        for kind in ("store", "file"):
+            given = symbols("--defined-only",
+                            os.path.join(self.build, kind, "libquor-platform.so.1"))
+            self.assertEqual(wanted - given, set(), kind)
 
 
 if __name__ == "__main__":

@@ -61,6 +61,25 @@ class Reference(unittest.TestCase):
         self.assertNotEqual(result.returncode, 0)
         self.assertRegex(result.stderr, r"Member Planted\(\).* is not documented")
 
+    def test_a_member_right_below_a_documented_one_is_found(self):
+        result = self.plant(r"(  static void Reset\(\);\n)", r"\1  static void Planted();\n")
+        self.assertNotEqual(result.returncode, 0)
+        self.assertRegex(result.stderr, r"Member Planted\(\).* is not documented")
+
+    def test_a_field_right_below_a_documented_one_is_found(self):
+        result = self.plant(r"(  std::int64_t generationNumber = 0;\n)", r"\1  int planted;\n")
+        self.assertNotEqual(result.returncode, 0)
+        self.assertRegex(result.stderr, r"Member planted .* is not documented")
+
+    def test_a_function_right_below_a_documented_field_is_found(self):
+        result = self.plant(r"(  std::int64_t generationNumber = 0;\n)", r"\1  int Planted();\n")
+        self.assertNotEqual(result.returncode, 0)
+        self.assertRegex(result.stderr, r"Member Planted\(\).* is not documented")
+
+    def test_an_overload_right_below_has_the_words_of_the_first(self):
+        result = self.plant(r"(  static void Reset\(\);\n)", r"\1  static void Reset(int);\n")
+        self.assertEqual((result.returncode, result.stderr), (0, ""))
+
     def test_a_field_without_words_is_found(self):
         result = self.plant(r"  // identifier\n", "\n")
         self.assertNotEqual(result.returncode, 0)

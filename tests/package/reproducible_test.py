@@ -1,4 +1,4 @@
-"""Built again from a copy of the tree, in another directory: the same bytes.
+"""Made again from a copy of the tree, in another directory: the same bytes.
 
     reproducible_test.py BUILD CMAKE ROOT [TEST...]
 
@@ -51,7 +51,8 @@ class Reproducible(unittest.TestCase):
         build = os.path.join(directory, "b")
         copy_tree(source)
         run(CMAKE, "-S", source, "-B", build, "-G", "Ninja", "-DQUOR_TESTS=OFF", *settings())
-        run(CMAKE, "--build", build, timeout=3000)
+        # Without the compiler cache, which would hand out what was compiled for the first build.
+        run(CMAKE, "--build", build, timeout=3000, environment={"CCACHE_DISABLE": "1"})
 
         first, second = os.path.join(directory, "first"), os.path.join(directory, "second")
         installed_tree.install(CMAKE, BUILD, first)
@@ -59,6 +60,34 @@ class Reproducible(unittest.TestCase):
         files = files_below(first)
         self.assertEqual(files, files_below(second))
         self.assertIn("bin/quorctl", files)
+        self.check_same_content(files, first, second)
+
+    def test_the_source_package_holds_the_tree_and_is_the_same_of_every_checkout(self):
+        directory = installed_tree.temporary_directory(type(self))
+        checkouts = [os.path.join(directory, "one"), os.path.join(directory, "another")]
+        copy_tree(checkouts[0])
+        shutil.copytree(*checkouts, copy_function=shutil.copy)
+        for path in source_tree.files(checkouts[1]):
+            os.utime(os.path.join(checkouts[1], path), (1000000000, 1000000000))
+        outputs = [checkout + "-packages" for checkout in checkouts]
+        for checkout, output, others, mask in zip(checkouts, outputs, ("u-w", ""), ("022", "077")):
+            run("chmod", "-R", "go=" + others, checkout)
+            run("sh", "-c", 'umask "$0" && exec "$@"', mask,
+                os.path.join(checkout, "scripts", "package"), "--source",
+                environment={"QUOR_PACKAGES_DIRECTORY": output})
+        files = [file for file in files_below(outputs[0])
+                 if file.endswith((".dsc", ".tar.gz", ".tar.xz"))]
+        self.assertEqual(len(files), 3, files)
+        self.check_same_content(files, *outputs)
+
+        [dsc] = [file for file in files if file.endswith(".dsc")]
+        unpacked = os.path.join(directory, "unpacked")
+        run("dpkg-source", "--no-check", "-x", os.path.join(outputs[0], dsc), unpacked)
+        shutil.rmtree(os.path.join(unpacked, ".pc"))  # where dpkg-source keeps notes
+        self.assertEqual(files_below(unpacked), files_below(checkouts[0]))
+        self.check_same_content(files_below(unpacked), unpacked, checkouts[0])
+
+    def check_same_content(self, files, first, second):
         different = [file for file in files if content(first, file) != content(second, file)]
         self.assertEqual(different, [])
 

@@ -16,9 +16,8 @@ namespace Detail {
 struct StrBuf {
   // Of the whole string.
   StrBuf(const std::string& text) : data(text.data()), size(text.size()) {}  // NOLINT: a view
-  // The bytes, which no NUL need follow, and their number.
-  const char* data;
-  std::size_t size;
+  const char* data;  // the bytes, which no NUL need follow
+  std::size_t size;  // their number
 };
 
 }  // namespace Detail
