@@ -35,8 +35,8 @@
 // installs a signal handler or prints anything. errno is left as it was. Calls may come until the
 // process is gone: from exit handlers, and from threads that still run then.
 //
-// Fork. Safe at any moment; a child may call every function, also when a thread of the parent was
-// inside one.
+// Fork. Safe at any moment but in a signal handler; a child may call every function, also when a
+// thread of the parent was inside one.
 //
 // Durability. A replacement that returned survives a crash of the process and a loss of power.
 // A read sees the catalogue before a replacement or after it, never a mixture. A call that reads

@@ -20,6 +20,7 @@ namespace {
 // made anew when it is needed.
 [[gnu::destructor]] void Unload() {
   TavConfigStore::ForgetNewestSnapshot();
+  ZynCtl::Config::ForgetNewestDocument();
 }
 
 }  // namespace

@@ -126,6 +126,14 @@ std::size_t Threads() {
   return EntriesOf("/proc/self/task");
 }
 
+long ResidentKilobytes() {
+  std::ifstream file("/proc/self/status");
+  for (std::string line; std::getline(file, line);) {
+    if (line.starts_with("VmRSS:")) return std::stol(line.substr(6));
+  }
+  throw std::runtime_error("/proc/self/status has no VmRSS");
+}
+
 // Runs `body` in a child process; returns its exit status, or -1 when it was killed. Nothing of
 // this test program's own is printed or reported there.
 int InChild(const std::function<int()>& body) {
@@ -182,6 +190,21 @@ TEST_F(Guest, LoadingAndUnloadingInALoopLeavesNothingBehind) {
   EXPECT_EQ(MappingsOf(host_), 0U);
   EXPECT_EQ(MappingsOf("libquor"), 0U);
   EXPECT_LE(Mappings().size(), mappings + kMoreMappings);
+}
+
+// What the process keeps of the stores goes with the library.
+TEST_F(Guest, LoadingAndUnloadingInALoopDoesNotPileUpMemory) {
+  constexpr long kMoreKilobytes = 16 << 10;
+  for (const char state : {'\1', '\0'}) {
+    std::ofstream(host_ + "/features", std::ios::binary) << std::string(256, state);
+    LoadedLibrary().Add(Catalogue(1000));
+    long before = 0;
+    for (int round = 0; round < 110; ++round) {
+      EXPECT_EQ(LoadedLibrary().List().size(), 1000U);
+      if (round == 10) before = ResidentKilobytes();
+    }
+    EXPECT_LT(ResidentKilobytes(), before + kMoreKilobytes) << "switch " << static_cast<int>(state);
+  }
 }
 
 // A destructor of the thread that the library left behind would be called where no code is.
@@ -248,7 +271,10 @@ bool CallsInTheLastExitHandlerAreRight() {
     };
     if (std::atexit(handler) != 0) return 2;
     library = new LoadedLibrary();
-    library->Add(Catalogue(1));
+    InChild([] {  // so that the handler is the first that reads what is stored
+      library->Add(Catalogue(1));
+      return 0;
+    });
     std::exit(3);
   });
   return status == 0;

@@ -59,7 +59,7 @@ struct Place {
   std::size_t index = kNamed;     // in an array
   // What is there; null when nothing is. Out of date when `version` is not the session's.
   mutable const Node* node = nullptr;
-  mutable std::uint64_t version = 0;
+  mutable std::uint64_t version = 0;  // of the session's tree when `node` was looked up
 };
 
 // A branch of the tree, or an instance of an array. Usable while its session is open.
@@ -85,7 +85,8 @@ class PLATFORM_API ConfigBranch {
   void SetValue(const std::string& key, std::string&& value);
   void SetValue(const std::string& key, unsigned long value);  // as decimal text
 
-  // Removes every value, branch and array below this branch. Handles to them are dead.
+  // Removes every value, branch and array below this branch. Handles to them must not be used any
+  // more: they stand for what is put in their place later.
   void RemoveAllChildren();
 
   // Made by a session: for a place, and for the item of an array.

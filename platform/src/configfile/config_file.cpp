@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <charconv>
+#include <string>
 #include <utility>
 
+#include "configfile/document_parser.h"
 #include "configfile/failure.h"
 #include "configfile/session.h"
 #include "configfile/stored_text.h"
@@ -47,11 +49,6 @@ const Node* ReadValue(const Place& branch, const std::string& key) {
   return value;
 }
 
-void ChangeValue(const Place& branch, const std::string& key, std::string stored) {
-  Session& session = *branch.session;
-  session.Change(Below(branch, key), Node::Type::kText).text = session.Keep(std::move(stored));
-}
-
 }  // namespace
 
 // ConfigBranch
@@ -67,7 +64,7 @@ ConfigBranch::~ConfigBranch() = default;
 std::shared_ptr<ConfigArray> ConfigBranch::GetArray(const std::string& name) {
   const ErrnoKeeper keeper;
   Session& session = *place_.session;
-  const Place place = Below(place_, session.Keep(name));
+  const Place place = Below(place_, session.KeepName(name));
   const Node* const present = session.Read(place);
   if (present != nullptr && present->type != Node::Type::kArray &&
       present->type != Node::Type::kNull) {
@@ -113,12 +110,12 @@ void ConfigBranch::SetValue(const std::string& key, const std::string& value) {
 
 void ConfigBranch::SetValue(const std::string& key, std::string&& value) {
   const ErrnoKeeper keeper;
-  ChangeValue(place_, key, EncodeText(std::move(value)));
+  place_.session->ChangeText(Below(place_, key), EncodeText(std::move(value)));
 }
 
 void ConfigBranch::SetValue(const std::string& key, unsigned long value) {
   const ErrnoKeeper keeper;
-  ChangeValue(place_, key, std::to_string(value));
+  place_.session->ChangeText(Below(place_, key), std::to_string(value));
 }
 
 void ConfigBranch::RemoveAllChildren() {
@@ -155,11 +152,16 @@ ConfigFile::~ConfigFile() = default;
 std::shared_ptr<ConfigBranch> ConfigFile::GetBranch(const std::string& path) {
   const Place* place = &session_->Root();
   std::shared_ptr<ConfigBranch> branch;
+  int depth = 0;
   for (std::size_t start = 0; start < path.size();) {
     const std::size_t end = std::min(path.find('/', start), path.size());
     if (end != start) {
       const Place next =
-          Below(*place, session_->Keep(std::string_view(path).substr(start, end - start)));
+          Below(*place, session_->KeepName(std::string_view(path).substr(start, end - start)));
+      if (++depth > kDeepestNesting) {
+        RaiseConfigFile("the path of a branch cannot have more than " +
+                        std::to_string(kDeepestNesting) + " parts; nothing was changed");
+      }
       const Node* const present = session_->Read(next);
       if (present != nullptr && present->type != Node::Type::kBranch &&
           present->type != Node::Type::kNull) {

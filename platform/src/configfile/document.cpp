@@ -26,8 +26,20 @@ constinit HostPlatform::Io::Newest<Document> newest;
 
 constexpr std::size_t kPieceSize = 128 << 10;
 
-bool IsBefore(const struct timespec& a, const struct timespec& b) {
-  return a.tv_sec < b.tv_sec || (a.tv_sec == b.tv_sec && a.tv_nsec < b.tv_nsec);
+// The coarsest times are those of file systems that count two seconds; whole hundredths are what
+// the others without fine times have.
+constexpr time_t kCoarseTime = 2;
+constexpr long kFineTime = 10'000'000;
+
+// Whether a change from now on would show in the times of the file: they are of before the clock's
+// last tick, and before all that the file system rounds to them.
+bool AreTimesPast(const struct stat& status) {
+  struct timespec now = {};
+  clock_gettime(CLOCK_REALTIME_COARSE, &now);  // the clock of a local file system's times
+  const struct timespec& changed = status.st_ctim;
+  if (changed.tv_nsec % kFineTime == 0) return changed.tv_sec + kCoarseTime < now.tv_sec;
+  return changed.tv_sec < now.tv_sec ||
+         (changed.tv_sec == now.tv_sec && changed.tv_nsec < now.tv_nsec);
 }
 
 // Reads through a small buffer that stays in the processor's cache.
@@ -61,13 +73,11 @@ std::shared_ptr<const Document> Document::Read(const std::string& path, const Do
 Document::Document(const FileDescriptor& file, const std::string& path, const Document* known)
     : status_(HostPlatform::Io::StatOf(file, path)) {
   if (!S_ISREG(status_.st_mode)) RaiseConfigFile(path + ": it is not a plain file");
-  struct timespec now = {};
-  clock_gettime(CLOCK_REALTIME_COARSE, &now);  // the clock of the file system's times
-  settled_ = IsBefore(status_.st_ctim, now);
+  const bool settled = AreTimesPast(status_);
   const auto size = static_cast<std::size_t>(status_.st_size);
-  if (known != nullptr && HostPlatform::Io::SameFile(known->status_, status_) &&
-      ChecksumOf(file, size, path) == known->checksum_) {
-    checksum_ = known->checksum_;
+  if (known != nullptr && known->checksum_ && HostPlatform::Io::SameFile(known->status_, status_) &&
+      ChecksumOf(file, size, path) == *known->checksum_) {
+    if (!settled) checksum_ = known->checksum_;
     store_ = known->store_;
     root_ = known->root_;
     return;
@@ -75,7 +85,7 @@ Document::Document(const FileDescriptor& file, const std::string& path, const Do
   auto text = std::make_unique_for_overwrite<char[]>(size + kTextPadding);
   HostPlatform::Io::ReadAt(file, 0, text.get(), size, path);
   std::memset(text.get() + size, 0, kTextPadding);
-  if (!settled_) checksum_ = HostPlatform::Checksum({text.get(), size});
+  if (!settled) checksum_ = HostPlatform::Checksum({text.get(), size});
   const auto store = std::make_shared<TreeStore>();
   root_ = ParseDocument(std::move(text), size, path, store.get());
   store_ = store;
@@ -85,7 +95,18 @@ Document::Document(std::shared_ptr<const TreeStore> store, Node* root, std::uint
     : checksum_(checksum), store_(std::move(store)), root_(root) {}
 
 bool Document::IsOf(const struct stat& status) const {
-  return settled_ && HostPlatform::Io::SameFile(status, status_);
+  return !checksum_ && HostPlatform::Io::SameFile(status, status_);
+}
+
+bool Document::IsAt(const std::string& path) const {
+  struct stat status;
+  if (stat(path.c_str(), &status) != 0 || !HostPlatform::Io::SameFile(status, status_)) {
+    return false;
+  }
+  if (!checksum_) return true;
+  const FileDescriptor file(AT_FDCWD, path.c_str(), O_RDONLY | O_NONBLOCK);
+  if (!file) HostPlatform::Io::RaiseSystemError(errno, path, "open the configuration file");
+  return ChecksumOf(file, static_cast<std::size_t>(status.st_size), path) == *checksum_;
 }
 
 bool Document::Equals(const Document& other) const {

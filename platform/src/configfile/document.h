@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "configfile/node.h"
@@ -26,17 +27,21 @@ class Document {
   // That of the file, when it is in place.
   void SetStatus(const struct stat& status) { status_ = status; }
 
-  // Whether `status` is that of the file that was read, unchanged. Never of a file that was read
-  // within the tick of the clock in which it was changed last: a second change in that tick would
-  // leave no trace in its times. A file that gets the inode of this one later has later times, so
-  // that nothing needs to pin the inode: with the last mapping or descriptor of a file that was
-  // replaced goes the work of deleting it, which would be a reader's.
+  // Whether `status` is that of the file that was read, unchanged. Never of a file that was read so
+  // soon after its last change that another change could have left no trace in its times: within
+  // one tick of the clock, or within two seconds where the file system keeps no fractions. A file
+  // that gets the inode of this one later has later times, so that nothing needs to pin the inode:
+  // with the last mapping or descriptor of a file that was replaced goes the work of deleting it,
+  // which would be a reader's.
   bool IsOf(const struct stat& status) const;
+
+  // Whether the file at the path is the one that was read, with the same content. Looks at the
+  // content itself where the times cannot tell. Raises Error.
+  bool IsAt(const std::string& path) const;
 
   // Whether the other one was read of the same file, as large as this one, and has the same tree.
   bool Equals(const Document& other) const;
 
-  const struct stat& status() const { return status_; }
   Node* root() const { return root_; }
 
  private:
@@ -44,8 +49,7 @@ class Document {
            const Document* known);
 
   struct stat status_ = {};
-  bool settled_ = false;
-  std::uint64_t checksum_ = 0;  // of the text, of a document that is not settled
+  std::optional<std::uint64_t> checksum_;  // of the text; nothing where the times tell changes
   std::shared_ptr<const TreeStore> store_;
   Node* root_ = nullptr;
 };

@@ -29,28 +29,56 @@ constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 constexpr std::size_t kFewMembers = 16;  // compared pair by pair
 
 // One for the process, and never destroyed: simdjson makes its parsers by an object that is
-// destroyed when the program ends, while exit handlers and other threads may still call.
-ondemand::parser* SharedParser() {
-  static auto* const parser = new ondemand::parser;
-  return parser;
+// destroyed when the program ends, while exit handlers and other threads may still call. Guarded by
+// ParserMutex().
+struct SharedParser {
+  ondemand::parser* parser;
+  ondemand::parser* spare;  // for a child that was forked in the middle of a document
+  bool busy;
+};
+constinit SharedParser shared = {};
+
+ondemand::parser* MakeParser() {
+  auto parser = std::make_unique<ondemand::parser>();
+  // Of no document yet: this makes what only that object can make. The depth is for another way of
+  // parsing, and would take 10 KB for good.
+  if (parser->allocate(0, 1) != simdjson::SUCCESS) throw std::bad_alloc();
+  return parser.release();
 }
 
 // Holds the shared parser, and gives back the memory that it took for one document.
 class ParserLock {
  public:
-  ParserLock() : lock_(HostPlatform::Io::ParserMutex()), parser_(*SharedParser()) {}
+  ParserLock()
+      : lock_(HostPlatform::Io::ParserMutex()), generation_(HostPlatform::Io::Generation()) {
+    // Whoever was at work stayed behind in the parent, or is this thread, which was interrupted.
+    if (shared.busy) shared.parser = std::exchange(shared.spare, nullptr);
+    shared.busy = false;
+    if (shared.parser == nullptr) {
+      shared.parser = MakeParser();
+      shared.spare = MakeParser();
+    }
+    shared.busy = true;
+    parser_ = shared.parser;
+  }
   ParserLock(const ParserLock&) = delete;
   ParserLock& operator=(const ParserLock&) = delete;
   ~ParserLock() {
-    const auto error = parser_.allocate(0);
+    const auto error = parser_->allocate(0, 1);
     static_cast<void>(error);  // of memory: all of it is given back then
+    if (generation_ == HostPlatform::Io::Generation()) {
+      shared.busy = false;
+    } else {
+      static_cast<void>(lock_.release());  // the parent's: the child's own is another one
+    }
   }
 
-  ondemand::parser& parser() const { return parser_; }
+  ondemand::parser& parser() const { return *parser_; }
 
  private:
-  std::lock_guard<std::mutex> lock_;
-  ondemand::parser& parser_;
+  std::unique_lock<std::mutex> lock_;
+  unsigned generation_;
+  ondemand::parser* parser_;
 };
 
 // Builds the tree, with numbers as they were written, and names the place of what is wrong.

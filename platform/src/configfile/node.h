@@ -36,7 +36,8 @@ struct Node {
   Node& operator=(const Node&) = delete;
   ~Node() = default;
 
-  std::uint64_t owner;               // number of the session that may change it; 0: none
+  std::uint64_t owner;               // number of the session, since its last Write(), that may
+                                     // change it; 0: none
   std::string_view text;             // of text its stored form (stored_text.h);
                                      // of a number or boolean what was written
   std::pmr::vector<Child> children;  // of a branch or an array, in their order
@@ -71,7 +72,8 @@ class TreeStore {
   void Keep(std::unique_ptr<char[]> document) { document_ = std::move(document); }
 
  private:
-  std::pmr::monotonic_buffer_resource memory_;
+  // Not from the resource that is the program's default just now: the tree may outlive it.
+  std::pmr::monotonic_buffer_resource memory_{std::pmr::new_delete_resource()};
   std::pmr::polymorphic_allocator<> allocator_{&memory_};
   std::pmr::deque<std::string> texts_{&memory_};
   std::unique_ptr<char[]> document_;

@@ -178,17 +178,26 @@ std::size_t Session::Append(const Place& array) {
 Node*& Session::SlotOf(const Place& place, Node::Type type) {
   if (place.parent == nullptr) return tree_;
   if (place.index != Place::kNamed) {
-    if (Read(place) == nullptr) RaiseAt(place, "it was removed");
+    if (Read(place) == nullptr) {
+      RaiseConfigFile(path_ + ": " + PathOf(place) + ": it was removed; nothing was changed");
+    }
     return Change(*place.parent, Node::Type::kArray).children[place.index].node;
   }
   if (!IsReadable(place.name)) {
-    RaiseAt(place, "the name is not UTF-8 without NUL, which JSON needs");
+    RaiseConfigFile(path_ + ": " + PathOf(place) +
+                    ": the name is not UTF-8 without NUL, which JSON needs; nothing was changed");
   }
   Node& parent = Change(*place.parent, Node::Type::kBranch);
   for (Child& child : parent.children) {
     if (child.name == place.name) return child.node;
   }
-  return parent.children.emplace_back(Child{Keep(place.name), store_->Make(type, number_)}).node;
+  const std::string_view name = store_->Keep(place.name);
+  return parent.children.emplace_back(Child{name, store_->Make(type, number_)}).node;
+}
+
+void Session::ChangeText(const Place& place, std::string stored) {
+  const std::string_view text = store_->Keep(std::move(stored));
+  Change(place, Node::Type::kText).text = text;
 }
 
 void Session::PrepareToChange() {
@@ -209,22 +218,22 @@ void Session::PrepareToChange() {
 
 // Reached by a process that found no lock file, or may not write it, when it wants to change
 // something.
-void Session::LockForChange() {
-  try {
-    const Directory directory(HostPlatform::Io::HostDirectoryPath());
-    lock_.emplace(directory, HostPlatform::Io::kConfigFileLockName,
-                  HostPlatform::Io::LockDeadline());
-  } catch (const HostPlatform::Io::Error& error) {
-    RaiseConfigFile(error);
-  }
+void Session::LockForChange() try {
+  const Directory directory(HostPlatform::Io::HostDirectoryPath());
+  lock_.emplace(directory, HostPlatform::Io::kConfigFileLockName, HostPlatform::Io::LockDeadline());
   const std::shared_ptr<const Document> newest = NewestDocument();
-  if (newest == base_ || (newest && base_ && newest->Equals(*base_))) return;
-  if (answered_) {
+  const bool same = newest && base_ && newest->Equals(*base_);
+  if (!same && newest != base_ && answered_) {
     refused_ = true;
     PrepareToChange();
   }
   UseDocument(newest);
-  ++version_;
+} catch (const Error& error) {
+  lock_.reset();
+  RaiseConfigFile(error);
+} catch (...) {
+  lock_.reset();  // the next change has to look again
+  throw;
 }
 
 void Session::Write() {
@@ -241,17 +250,20 @@ void Session::Write() {
       HostPlatform::Io::StartFlush(next.file());
       checksum.Add(piece);
     });
+    ++version_;
     CopyRest(tree_);
     auto written = std::make_shared<Document>(store_, tree_, checksum.Value());
+    auto nextStore = std::make_shared<TreeStore>();
+    next.Flush();
     CheckPresent();
     next.Commit();
     NoteWritten(std::move(written), next.file());
+    // What was written is not changed any more: later changes start from copies, elsewhere.
+    store_ = std::move(nextStore);
+    number_ = ++lastSession;
   } catch (const HostPlatform::Io::Error& error) {
     RaiseConfigFile(error);
   }
-  // What was written is the process's newest document now, and not changed any more: later changes
-  // start from copies.
-  number_ = ++lastSession;
 }
 
 // What the session has not changed, it copies: then its store holds the whole tree, which outlives
@@ -266,9 +278,9 @@ void Session::CopyRest(Node*& slot) {
 // is read anew, and a second Write() does not overwrite it.
 void Session::NoteWritten(std::shared_ptr<Document> written, const FileDescriptor& file) {
   struct stat status;
-  present_.reset();
-  if (fstat(file.get(), &status) != 0) return;
-  present_ = status;
+  base_ = written;
+  vanished_ = fstat(file.get(), &status) != 0;
+  if (vanished_) return;
   written->SetStatus(status);
   UseAsNewest(std::move(written));
 }
@@ -277,8 +289,8 @@ void Session::NoteWritten(std::shared_ptr<Document> written, const FileDescripto
 // be overwritten.
 void Session::CheckPresent() const {
   struct stat status;
-  const bool exists = stat(path_.c_str(), &status) == 0;
-  if (present_ ? exists && HostPlatform::Io::SameFile(status, *present_) : !exists) return;
+  const bool isKnown = base_ ? base_->IsAt(path_) : stat(path_.c_str(), &status) != 0;
+  if (isKnown && !vanished_) return;
   RaiseConfigFile(path_ +
                   ": another process changed it while it was locked, since the lock file "
                   "was removed or the file was changed by hand; nothing was changed. Try "
@@ -286,10 +298,10 @@ void Session::CheckPresent() const {
 }
 
 void Session::UseDocument(std::shared_ptr<const Document> document) {
+  Node* const tree = document ? document->root() : store_->Make(Node::Type::kBranch);
   base_ = std::move(document);
-  tree_ = base_ ? base_->root() : store_->Make(Node::Type::kBranch);
-  present_.reset();
-  if (base_) present_ = base_->status();
+  tree_ = tree;
+  ++version_;
 }
 
 std::string Session::PathOf(const Place& place) const {
@@ -302,7 +314,7 @@ std::string Session::PathOf(const Place& place) const {
 void Session::RaiseAt(const Place& place, const std::string& reason) const {
   const std::string where = PathOf(place);
   RaiseConfigFile(path_ + ": " + (where.empty() ? "/" : where) + ": " + reason +
-                  "; nothing was changed. Correct the file by hand");
+                  "; the file was left as it is. Correct it by hand");
 }
 
 }  // namespace ZynCtl::Config

@@ -34,9 +34,8 @@ class Session : public std::enable_shared_from_this<Session> {
   std::shared_ptr<ConfigBranch> MakeBranch(const Place& place);
   std::vector<std::shared_ptr<ConfigBranch>> MakeBranches(const Place& array, const Node& node);
   std::shared_ptr<ConfigArray> MakeArray(const Place& place);
-  // The same characters, for as long as the session.
-  std::string_view Keep(std::string&& text) { return store_->Keep(std::move(text)); }
-  std::string_view Keep(std::string_view text) { return store_->Keep(text); }
+  // The same name, for the handles of the session.
+  std::string_view KeepName(std::string_view name) { return names_.Keep(name); }
   const Place& Root() const { return root_; }
 
   // What is at the place; null when nothing is.
@@ -45,6 +44,8 @@ class Session : public std::enable_shared_from_this<Session> {
   // What is at the place, the session's own to change; created when nothing is there. Raises when
   // the session may not change the file, or when something of another type is there.
   Node& Change(const Place& place, Node::Type type);
+  // The same for a value, which becomes the text in its stored form (stored_text.h).
+  void ChangeText(const Place& place, std::string stored);
 
   // Adds an empty branch to the array at the place; returns its index. Raises like Change().
   std::size_t Append(const Place& array);
@@ -76,8 +77,9 @@ class Session : public std::enable_shared_from_this<Session> {
   std::string path_;
   pid_t process_;  // that opened the session
   std::optional<HostPlatform::Io::FileLock> lock_;
+  TreeStore names_;                       // of handles
   std::shared_ptr<const Document> base_;  // null: there is no file
-  std::optional<struct stat> present_;    // of the file as the session knows it
+  bool vanished_ = false;                 // what was written could not be looked at
   std::shared_ptr<TreeStore> store_;      // of what the session makes
   Node* tree_ = nullptr;                  // the base's root, or the session's copy of it
   std::uint64_t number_;                  // owner of the nodes that it may change

@@ -46,6 +46,7 @@ class Transaction {
     HostPlatform::EnsureFeaturesFile(directory_);
     FileReplacement next(directory_, HostPlatform::Io::kConfigStoreName, kSnapshotMode);
     overlay_.Write(next.file(), next.path());
+    next.Flush();
     CheckBase(next.path());
     next.Commit();
   }

@@ -40,6 +40,14 @@ class StandardStreamsHolder {
   int held_[STDERR_FILENO + 1] = {-1, -1, -1};
 };
 
+// The same file above the standard streams; -1 when there is no room.
+int MoveUp(int fd) {
+  const int above = fcntl(fd, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+  const ErrnoKeeper keeper;
+  close(fd);
+  return above;
+}
+
 }  // namespace
 
 FileDescriptor::FileDescriptor(int directory, const char* path, int flags, mode_t mode) {
@@ -47,6 +55,8 @@ FileDescriptor::FileDescriptor(int directory, const char* path, int flags, mode_
   const std::lock_guard lock(DescriptorMutex());
   const StandardStreamsHolder holder;
   fd_ = RetryInterrupted([&] { return openat(directory, path, flags | O_CLOEXEC, mode); });
+  // Where the number could not be held, or another thread has closed it just now.
+  if (fd_ >= 0 && fd_ <= STDERR_FILENO) fd_ = MoveUp(fd_);
   if (fd_ < 0) return;
   next_ = firstOpen;
   if (next_ != nullptr) next_->previous_ = this;

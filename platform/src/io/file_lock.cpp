@@ -65,72 +65,97 @@ std::chrono::milliseconds LockDeadline() {
 }
 
 FileLock::FileLock(const Directory& directory, const char* name, std::chrono::milliseconds deadline)
-    : path_(directory.PathOf(name)), directory_(directory.get()), name_(name) {
+    : path_(directory.PathOf(name)), name_(name) {
   const Clock::time_point giveUp = Clock::now() + deadline;
   do {
-    if (OpenExisting()) continue;
+    if (OpenExisting(directory.get())) continue;
     if (errno != ENOENT) RaiseSystemError(errno, path_, "open the lock file for writing");
     Create(directory);
-  } while (!Lock(giveUp, deadline));
+  } while (!Lock(directory.get(), giveUp, deadline));
 }
 
 FileLock::FileLock(const std::string& path, std::chrono::milliseconds deadline)
-    : path_(path), directory_(AT_FDCWD), name_(path) {
+    : path_(path), name_(path) {
   const Clock::time_point giveUp = Clock::now() + deadline;
   do {
-    if (OpenExisting()) continue;
+    if (OpenExisting(AT_FDCWD)) continue;
     if (errno == ENOENT || errno == EACCES || errno == EPERM || errno == EROFS) return;
     RaiseSystemError(errno, path_, "open the lock file for writing");
-  } while (!Lock(giveUp, deadline));
+  } while (!Lock(AT_FDCWD, giveUp, deadline));
 }
 
 FileLock::~FileLock() {
   const ErrnoKeeper keeper;
-  // Unlocked by name, not just by closing: a copy of the descriptor that a vfork() or a raw clone()
-  // made would otherwise keep the lock.
-  if (HeldByThisProcess()) SetLock(file_->get(), F_UNLCK, kDataByte);
+  if (HeldByThisProcess()) Unlock();
 }
 
-bool FileLock::OpenExisting() {
+bool FileLock::OpenExisting(int directory) {
   file_.reset();
-  file_.emplace(directory_, name_.c_str(), kOpenFlags);
+  file_.emplace(directory, name_.c_str(), kOpenFlags);
   return static_cast<bool>(*file_);
 }
 
 void FileLock::Create(const Directory& directory) {
   file_.reset();
-  file_.emplace(directory_, name_.c_str(), kOpenFlags | O_CREAT | O_EXCL, kLockFileMode);
+  file_.emplace(directory.get(), name_.c_str(), kOpenFlags | O_CREAT | O_EXCL, kLockFileMode);
   if (*file_) {
     try {
       directory.Adopt(*file_, kLockFileMode, path_);
     } catch (...) {
       // As root's it would lock the directory's owner out. Who waits for it notices that it is
       // gone.
-      if (SetLock(file_->get(), F_WRLCK, kDataByte) == 0) unlinkat(directory_, name_.c_str(), 0);
+      if (SetLock(file_->get(), F_WRLCK, kDataByte) == 0) {
+        unlinkat(directory.get(), name_.c_str(), 0);
+        Unlock();
+      }
       throw;
     }
-  } else if (errno != EEXIST || !OpenExisting()) {  // another writer may have been faster
+  } else if (errno != EEXIST || !OpenExisting(directory.get())) {  // another writer was faster
     RaiseSystemError(errno, path_, "create the lock file");
   }
 }
 
 // False when the file that was locked is not the one of that name any more: somebody removed or
 // replaced it, and a lock on it excludes nobody.
-bool FileLock::Lock(Clock::time_point giveUp, std::chrono::milliseconds deadline) {
+bool FileLock::Lock(int directory, Clock::time_point giveUp, std::chrono::milliseconds deadline) {
   const struct stat held = StatOf(*file_, path_);
   CheckLockFile(held);
+  TakeTurn(giveUp, deadline);
+  if (IsNamed(directory, held)) {
+    WriteHolder();
+    return true;
+  }
+  Unlock();
+  if (Clock::now() < giveUp) return false;
+  throw Error(ErrorKind::kBusy,
+              path_ +
+                  ": somebody removed or replaced the lock file while it was being locked; "
+                  "leave it alone and try again");
+}
+
+void FileLock::TakeTurn(Clock::time_point giveUp, std::chrono::milliseconds deadline) {
   if (!TryLock(kGateByte, kBothBytes)) {
-    Wait(kGateByte, giveUp, deadline);
-    Wait(kDataByte, giveUp, deadline);
+    try {
+      Wait(kGateByte, giveUp, deadline);
+      Wait(kDataByte, giveUp, deadline);
+    } catch (...) {
+      Unlock();
+      throw;
+    }
   }
   SetLock(file_->get(), F_UNLCK, kGateByte);
+}
+
+// Said, and not just done by closing: a copy of the descriptor that a vfork() or a raw clone() made
+// would otherwise keep what is locked.
+void FileLock::Unlock() const {
+  SetLock(file_->get(), F_UNLCK, kGateByte, kBothBytes);
+}
+
+bool FileLock::IsNamed(int directory, const struct stat& held) const {
   struct stat named;
-  if (fstatat(directory_, name_.c_str(), &named, AT_SYMLINK_NOFOLLOW) != 0 ||
-      named.st_dev != held.st_dev || named.st_ino != held.st_ino) {
-    return false;
-  }
-  WriteHolder();
-  return true;
+  return fstatat(directory, name_.c_str(), &named, AT_SYMLINK_NOFOLLOW) == 0 &&
+         named.st_dev == held.st_dev && named.st_ino == held.st_ino;
 }
 
 void FileLock::CheckLockFile(const struct stat& status) const {

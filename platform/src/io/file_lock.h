@@ -26,8 +26,9 @@ std::chrono::milliseconds LockDeadline();
 class FileLock {
  public:
   // Locks `name` in the directory, creating it (0600) when it is missing. Raises Error: kBusy, with
-  // the holder's name, when it is not free within the deadline; kInsecure when the lock file is not
-  // a plain file of root, this user or the directory's owner.
+  // the holder's name, when it is not free within the deadline, or when somebody keeps removing or
+  // replacing the file; kInsecure when the lock file is not a plain file of root, this user or the
+  // directory's owner.
   FileLock(const Directory& directory, const char* name, std::chrono::milliseconds deadline);
 
   // Locks the file at `path` when it is there and this process may write it. Otherwise nothing is
@@ -44,16 +45,19 @@ class FileLock {
  private:
   using Clock = std::chrono::steady_clock;
 
-  bool OpenExisting();
+  // `directory` is what `name_` is relative to.
+  bool OpenExisting(int directory);
   void Create(const Directory& directory);
-  bool Lock(Clock::time_point giveUp, std::chrono::milliseconds deadline);
+  bool Lock(int directory, Clock::time_point giveUp, std::chrono::milliseconds deadline);
   void CheckLockFile(const struct stat& status) const;
+  void TakeTurn(Clock::time_point giveUp, std::chrono::milliseconds deadline);
   void Wait(off_t byte, Clock::time_point giveUp, std::chrono::milliseconds deadline);
   bool TryLock(off_t byte, off_t count);
+  void Unlock() const;
+  bool IsNamed(int directory, const struct stat& held) const;
   void WriteHolder();
 
   std::string path_;
-  int directory_;     // what `name_` is relative to
   std::string name_;  // how the file is opened
   std::optional<FileDescriptor> file_;
 };

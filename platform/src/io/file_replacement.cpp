@@ -20,6 +20,7 @@ namespace HostPlatform::Io {
 namespace {
 
 constexpr std::size_t kRandomDigits = 16;
+constexpr char kAccessList[] = "system.posix_acl_access";
 
 std::string TemporaryPrefix(const char* name) {
   return std::string(".").append(name).append(".new-");
@@ -52,30 +53,43 @@ bool IsNoneOfOurs(int error) {
   return error == ENOTSUP || error == EPERM || error == EACCES;
 }
 
-void CopyAttribute(int from, int to, const char* attribute, const std::string& path) {
-  const auto value = std::make_unique_for_overwrite<char[]>(XATTR_SIZE_MAX);
-  const ssize_t size = fgetxattr(from, attribute, value.get(), XATTR_SIZE_MAX);
-  if (size < 0) {
-    if (IsNoneOfOurs(errno) || errno == ENODATA) return;  // or removed since it was listed
-    RaiseAttributeError(path);
-  }
-  if (fsetxattr(to, attribute, value.get(), static_cast<std::size_t>(size), 0) != 0 &&
-      !IsNoneOfOurs(errno)) {
-    RaiseAttributeError(path);
+// A new file inherits the directory's default access list.
+void RemoveAccessList(int file, const std::string& path) {
+  if (fremovexattr(file, kAccessList) != 0 && errno != ENODATA && errno != ENOTSUP) {
+    RaiseSystemError(errno, path, "leave out the access list of the directory");
   }
 }
 
-void CopyAttributes(int from, int to, const std::string& path) {
+// False when it is none of ours.
+bool CopyAttribute(int from, int to, const char* attribute, const std::string& path) {
+  const auto value = std::make_unique_for_overwrite<char[]>(XATTR_SIZE_MAX);
+  const ssize_t size = fgetxattr(from, attribute, value.get(), XATTR_SIZE_MAX);
+  if (size < 0) {
+    if (errno == ENODATA) return true;  // removed since it was listed
+    if (IsNoneOfOurs(errno)) return false;
+    RaiseAttributeError(path);
+  }
+  if (fsetxattr(to, attribute, value.get(), static_cast<std::size_t>(size), 0) == 0) return true;
+  if (!IsNoneOfOurs(errno)) RaiseAttributeError(path);
+  return false;
+}
+
+// False when the access list could not be copied.
+bool CopyAttributes(int from, int to, const std::string& path) {
   const ssize_t size = flistxattr(from, nullptr, 0);
-  if (size == 0 || (size < 0 && IsNoneOfOurs(errno))) return;
+  if (size == 0 || (size < 0 && IsNoneOfOurs(errno))) return true;
   std::vector<char> names(XATTR_LIST_MAX + 1, '\0');
   const ssize_t got = size < 0 ? size : flistxattr(from, names.data(), names.size() - 1);
   if (got < 0) RaiseAttributeError(path);
+  bool complete = true;
   for (ssize_t at = 0; at < got;) {
     const char* const attribute = names.data() + at;
-    CopyAttribute(from, to, attribute, path);
+    if (!CopyAttribute(from, to, attribute, path) && std::strcmp(attribute, kAccessList) == 0) {
+      complete = false;
+    }
     at += static_cast<ssize_t>(std::strlen(attribute)) + 1;
   }
+  return complete;
 }
 
 }  // namespace
@@ -102,18 +116,22 @@ FileReplacement::~FileReplacement() {
   if (!committed_ && file_) unlinkat(directory_.get(), temporaryName_.c_str(), 0);
 }
 
+// The directory is opened and read by hand: opendir() has a descriptor of its own, which a child
+// that is forked meanwhile would keep.
 void FileReplacement::SweepStale() const {
-  const int copy = fcntl(directory_.get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
-  const std::unique_ptr<DIR, int (*)(DIR*)> entries(copy < 0 ? nullptr : fdopendir(copy),
-                                                    &closedir);
-  if (!entries) {
-    if (copy >= 0) close(copy);
-    return;  // what is left over does no harm but for its size
-  }
-  rewinddir(entries.get());
-  while (const struct dirent* entry = readdir(entries.get())) {
-    if (IsTemporaryOf(name_, entry->d_name) && entry->d_name != temporaryName_) {
-      unlinkat(directory_.get(), entry->d_name, 0);
+  const FileDescriptor entries(directory_.get(), ".", O_RDONLY | O_DIRECTORY);
+  if (!entries) return;  // what is left over does no harm but for its size
+  alignas(struct dirent64) char buffer[4096];
+  for (;;) {
+    const ssize_t got =
+        RetryInterrupted([&] { return getdents64(entries.get(), buffer, sizeof buffer); });
+    if (got <= 0) return;
+    for (ssize_t at = 0; at < got;) {
+      const auto* const entry = reinterpret_cast<const struct dirent64*>(buffer + at);
+      if (IsTemporaryOf(name_, entry->d_name) && entry->d_name != temporaryName_) {
+        unlinkat(directory_.get(), entry->d_name, 0);
+      }
+      at += entry->d_reclen;
     }
   }
 }
@@ -126,24 +144,33 @@ void FileReplacement::CarryOverAttributes() {
     return;
   }
   const struct stat status = StatOf(old, path_);
+  RemoveAccessList(file_.get(), path_);
   // Only root can give a file away: the directory's owner keeps what root made before, in a group
   // that it is in or else in the directory's.
   const uid_t owner = geteuid() == 0 ? status.st_uid : static_cast<uid_t>(-1);
   if (fchown(file_.get(), owner, status.st_gid) != 0 && errno != EPERM) {
     RaiseSystemError(errno, path_, "carry over the owner");
   }
-  if (fchmod(file_.get(), status.st_mode & 0777) != 0) {
+  // With an access list the group's bits of the mode are the list's mask, and open nothing to the
+  // group by themselves: so they are set behind the list, and left out where it could not be kept.
+  const bool keepsList = CopyAttributes(old.get(), file_.get(), path_);
+  const mode_t kept = keepsList ? 0777 : 0707;
+  if (fchmod(file_.get(), status.st_mode & kept) != 0) {
     RaiseSystemError(errno, path_, "carry over the mode");
   }
-  CopyAttributes(old.get(), file_.get(), path_);
 }
 
-void FileReplacement::PutInPlace() {
+void FileReplacement::Flush() {
   CarryOverAttributes();
   // Never repeated after a failure: a second fsync() reports success for pages that were lost.
   if (RetryInterrupted([&] { return fsync(file_.get()); }) != 0) {
     RaiseSystemError(errno, path_, "flush the new content");
   }
+  flushed_ = true;
+}
+
+void FileReplacement::PutInPlace() {
+  if (!flushed_) Flush();
   if (renameat(directory_.get(), temporaryName_.c_str(), directory_.get(), name_) != 0) {
     RaiseSystemError(errno, path_, "put the new content in place");
   }

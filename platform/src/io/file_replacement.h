@@ -31,9 +31,12 @@ class FileReplacement {
   const FileDescriptor& file() const { return file_; }
   const std::string& path() const { return path_; }  // of the file that is replaced
 
-  // Carries over the owner, mode and extended attributes of the file that is replaced, flushes and
-  // renames. Raises Error; the old file is in place then, unless the message says that only the
-  // flush of the directory failed.
+  // Carries over the owner, mode and extended attributes of the file that is replaced, and flushes.
+  // The slow part of a commit: a caller that looks at the old file once more before it is replaced
+  // does so after this. Nothing is written afterwards. Raises Error.
+  void Flush();
+  // Flushes unless that was done, renames, and flushes the directory. Raises Error; the old file is
+  // in place then, unless the message says that only the flush of the directory failed.
   void Commit();
   // The same but for the flush of the directory, which the caller sees to.
   void PutInPlace();
@@ -48,6 +51,7 @@ class FileReplacement {
   std::string path_;
   std::string temporaryName_;
   FileDescriptor file_;
+  bool flushed_ = false;
   bool committed_ = false;
 };
 

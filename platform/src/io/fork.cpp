@@ -3,12 +3,16 @@
 #include <pthread.h>
 #include <sched.h>
 
+#include <atomic>
+#include <memory>
+
 #include "io/file_descriptor.h"
 
 namespace HostPlatform::Io {
 namespace {
 
 constinit std::mutex parserMutex;
+constinit std::atomic<unsigned> generation{0};
 constinit std::mutex descriptorMutex;
 
 struct alignas(64) CacheLock {
@@ -17,7 +21,6 @@ struct alignas(64) CacheLock {
 constinit CacheLock cacheLocks[kCachePlaces];
 
 void BeforeFork() {
-  parserMutex.lock();
   descriptorMutex.lock();
   for (CacheLock& lock : cacheLocks)
     lock.mutex.lock();
@@ -27,10 +30,11 @@ void AfterForkInParent() {
   for (CacheLock& lock : cacheLocks)
     lock.mutex.unlock();
   descriptorMutex.unlock();
-  parserMutex.unlock();
 }
 
 void AfterForkInChild() {
+  ++generation;
+  std::construct_at(&parserMutex);  // whoever held it is not in this process
   FileDescriptor::CloseAllInChild();
   AfterForkInParent();
 }
@@ -43,6 +47,10 @@ void RegisterForkHandlers() {
 
 std::mutex& ParserMutex() {
   return parserMutex;
+}
+
+unsigned Generation() {
+  return generation.load();
 }
 
 std::mutex& DescriptorMutex() {

@@ -1,9 +1,13 @@
 // Fork at any moment: the mutexes that a child must find free.
 //
 // A mutex that another thread holds at the fork would stay locked in the child for ever. Those here
-// are taken around every fork, so none is held while waiting for anything, and all but the parser's
-// guard a few instructions only. Order: the parser first, then descriptors, then the places of the
-// caches as they are numbered.
+// are taken around every fork, so they are held for a few instructions and system calls only, and
+// nothing is allocated or given back meanwhile: a program's own allocator may have a lock, and take
+// it around forks too. Order: descriptors first, then the places of the caches as they are
+// numbered.
+//
+// The parser's mutex is held for as long as a document takes. It is left alone, and a child gets a
+// new one.
 #ifndef PLATFORM_SRC_IO_FORK_H_
 #define PLATFORM_SRC_IO_FORK_H_
 
@@ -16,6 +20,9 @@ void RegisterForkHandlers();
 
 // Guards the parser of the configuration file; see document_parser.cpp.
 std::mutex& ParserMutex();
+
+// How many forks there are between the process and the one that loaded the platform.
+unsigned Generation();
 
 // Guards the list of open descriptors; see FileDescriptor.
 std::mutex& DescriptorMutex();

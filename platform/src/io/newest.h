@@ -37,10 +37,11 @@ class Newest {
     version = Take(0);
     if (!version) return nullptr;
     Pointer counted(std::make_shared<Pointer>(version), version.get());
+    Pointer former(counted);  // released outside of the locks
     const std::lock_guard lock(CacheMutex(0));
     if (places_[0].version != version) return version;  // there is a newer one by now
     const std::lock_guard lockOfPlace(CacheMutex(number));
-    places_[number].version = counted;
+    former.swap(places_[number].version);
     return counted;
   }
 

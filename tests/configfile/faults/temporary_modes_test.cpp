@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 
+#include "access_list.h"
 #include "faults/system_calls.h"
 #include "platform/admin.h"
 #include "support.h"
@@ -58,6 +59,29 @@ TEST_F(TemporaryModes, AreTheOwnersAloneWhileTheyAreWritten) {
     });
     std::filesystem::remove_all(HostPath());
   }
+}
+
+class TemporaryAccessLists : public HostTest {
+ protected:
+  TemporaryAccessLists() : HostTest(PlaceWithAccessLists()) {}
+};
+
+// Before, the group's part of the mode would be the group's rights.
+TEST_F(TemporaryAccessLists, AreSetBeforeTheGroupsPartOfTheMode) {
+  Put("key", "old");
+  ASSERT_TRUE(SetList(FilePath(), kAccessList, ListFor(kStranger, 0)));
+  int looks = 0;
+  Watch([&](const SystemCall& call) {
+    if (call.path.find(".new-") == std::string::npos || !Exists(PathOf(call.path))) return 0;
+    ++looks;
+    const bool hasList = !ListOf(PathOf(call.path)).empty();
+    EXPECT_TRUE(hasList || (ModeOf(PathOf(call.path)) & 0070) == 0) << call.name;
+    return 0;
+  });
+  Put("key", "new");
+  Stop();
+  EXPECT_GT(looks, 3);
+  EXPECT_EQ(ListOf(FilePath()), ListFor(kStranger, 0));
 }
 
 }  // namespace

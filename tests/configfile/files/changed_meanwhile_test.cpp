@@ -78,7 +78,22 @@ TEST_F(ChangedMeanwhile, FileThatIsRewrittenInPlaceBeforeTheFirstChangeIsNoticed
     EXPECT_EQ(MessageOf([&] { branch->SetValue("key", "new"); }) == kNothingRaised,
               rewritten == document)
         << rewritten;
+    if (rewritten != document) continue;
+    EXPECT_EQ(MessageOf([&] { locked.file->Write(); }), kNothingRaised);
   }
+}
+
+TEST_F(ChangedMeanwhile, SessionThatCouldNotReadTheChangedFileDoesNotTrustWhatItReadBefore) {
+  EditByHand(R"({"Host": {"Test": {"key": "old"}}})");
+  const SynchronizedConfigFile locked;
+  const auto branch = BranchOf(locked);
+  std::string value;
+  EXPECT_TRUE(branch->GetValue("key", &value));
+  WriteFile(FilePath(), "{");
+  EXPECT_NE(MessageOf([&] { branch->SetValue("other", "1"); }), kNothingRaised);
+  WriteFile(FilePath(), R"({"Host": {"Test": {"key": "newer"}}})");
+  EXPECT_TRUE(Contains(MessageOf([&] { branch->SetValue("other", "1"); }), "since it was read"));
+  EXPECT_NE(MessageOf([&] { locked.file->Write(); }), kNothingRaised);
 }
 
 TEST_F(ChangedMeanwhile, WhitespaceOfEveryKindIsReadAroundTheDocument) {

@@ -78,7 +78,7 @@ TEST_F(RefusedCalls, OfRandomNumbersAreNoObstacle) {
 }
 
 TEST_F(RefusedCalls, OfTheSweepAreNoObstacle) {
-  EXPECT_TRUE(IsWritten(SYS_fcntl, EMFILE, F_DUPFD_CLOEXEC));
+  EXPECT_TRUE(IsWritten(SYS_getdents64, EIO));
 }
 
 TEST_F(RefusedCalls, OfAttributesAreRaisedUnlessTheyMayNotBeKept) {
@@ -91,6 +91,22 @@ TEST_F(RefusedCalls, OfAttributesAreRaisedUnlessTheyMayNotBeKept) {
   GiveAccessList();
   EXPECT_TRUE(IsWritten(SYS_fgetxattr, EPERM));
   EXPECT_TRUE(IsWritten(SYS_flistxattr, ENOTSUP));
+}
+
+// Without the list its mask, which is the group's part of the mode, would be the group's rights.
+TEST_F(RefusedCalls, OfAnAccessListOpenTheFileToNobody) {
+  GiveAccessList();
+  EXPECT_EQ(ModeOf(FilePath()), 0640U);
+  EXPECT_TRUE(IsWritten(SYS_fsetxattr, EPERM));
+  EXPECT_EQ(ModeOf(FilePath()), 0600U);
+}
+
+// It could be one that the file has from its directory.
+TEST_F(RefusedCalls, OfTakingAnAccessListAwayAreRaisedUnlessThereIsNone) {
+  for (const int error : {ENODATA, ENOTSUP})
+    EXPECT_TRUE(IsWritten(SYS_fremovexattr, error)) << error;
+  for (const int error : {EPERM, EIO})
+    EXPECT_FALSE(IsWritten(SYS_fremovexattr, error)) << error;
 }
 
 TEST_F(RefusedCalls, OfTheOwnerAreRaisedUnlessItMayNotBeGiven) {

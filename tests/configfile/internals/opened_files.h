@@ -16,6 +16,16 @@ struct Opened {
 // What the call opens through openat() and reads through pread(), in this thread.
 Opened OpenedBy(const std::function<void()>& call);
 
+// While it lives, stat() and fstat() give times without fractions, as on a file system that keeps
+// none. One at a time.
+class WholeSeconds {
+ public:
+  WholeSeconds();
+  WholeSeconds(const WholeSeconds&) = delete;
+  WholeSeconds& operator=(const WholeSeconds&) = delete;
+  ~WholeSeconds();
+};
+
 }  // namespace ConfigFileTest
 
 #endif  // TESTS_CONFIGFILE_INTERNALS_OPENED_FILES_H_

@@ -1,15 +1,19 @@
 // Forks: a child has nothing of its parent's session.
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <atomic>
 #include <chrono>
 #include <cstdlib>
 #include <memory>
 #include <optional>
+#include <stop_token>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "processes/locked_allocations.h"
 #include "support.h"
 
 namespace ConfigFileTest {
@@ -141,6 +145,58 @@ TEST_F(Fork, ChildReadsWhatItsParentHadReadAlready) {
     std::string value;
     EXPECT_TRUE(branch->GetValue("key", &value));
     EXPECT_EQ(value, "old");
+  });
+}
+
+// Reads the file again and again, as if it had changed, until it is destroyed.
+class Reader {
+ public:
+  explicit Reader(const std::string& path)
+      : thread_([path](const std::stop_token& stop) {
+          while (!stop.stop_requested()) {
+            utimensat(AT_FDCWD, path.c_str(), nullptr, 0);
+            Get("key");
+          }
+        }) {}
+
+ private:
+  std::jthread thread_;
+};
+
+std::string LargeDocument() {
+  std::string document = R"({"Host": {"Test": {"key": "old", "items": [)";
+  for (int i = 0; i < 50'000; ++i)
+    document += R"({"name": {"inner": ["text", {}]}},)";
+  return document + "{}]}}}";
+}
+
+// The parser of the parent is in the middle of a document, and nobody goes on with it here.
+TEST_F(Fork, InTheMiddleOfADocumentLeavesChildrenThatParse) {
+  EditByHand(LargeDocument());
+  const Reader reader(FilePath());
+  for (int i = 0; i < 20; ++i) {
+    RunInChild([&] {
+      alarm(60);
+      EditByHand(R"({"Host": {"Test": {"key": "of a child"}}})");
+      EXPECT_EQ(Get("key"), "of a child");
+      EditByHand(LargeDocument());
+      EXPECT_EQ(Get("key"), "old");
+      RunInChild([] { EXPECT_EQ(Get("key"), "old"); });
+    });
+  }
+}
+
+// As a program's own allocator may do: it has a lock, and takes it around forks.
+TEST_F(Fork, DoesNotWaitForAnAllocationThatWaitsForTheFork) {
+  EditByHand(LargeDocument());
+  RunInChild([this] {
+    alarm(60);
+    LockAllocationsAroundForks();
+    const Reader reader(FilePath());
+    for (int i = 0; i < 200; ++i) {
+      ChildProcess child([] {});
+      EXPECT_TRUE(child.Succeeds());
+    }
   });
 }
 

@@ -187,6 +187,36 @@ TEST_F(Tree, HandlesOfOneSessionSeeEachOthersChanges) {
   EXPECT_TRUE(array->GetInstances().empty());
 }
 
+TEST_F(Tree, HandlesOfOneSessionSeeEachOthersChangesAfterAWriteThatFailed) {
+  EditByHand(R"({"Host": {"Test": {"key": "old"}, "Other": {}}})");
+  const SynchronizedConfigFile locked;
+  const auto one = BranchOf(locked);
+  const auto other = BranchOf(locked);
+  const auto changed = BranchOf(locked, "/Host/Other");
+  changed->SetValue("key", "x");
+  std::string value;
+  EXPECT_TRUE(one->GetValue("key", &value));
+  EditByHand("{}");
+  EXPECT_NE(MessageOf([&] { locked.file->Write(); }), kNothingRaised);
+  other->SetValue("key", "new");
+  other->GetArray("items")->NewInstance();
+  EXPECT_TRUE(one->GetValue("key", &value));
+  EXPECT_EQ(value, "new");
+  EXPECT_EQ(one->GetArray("items")->GetInstances().size(), 1U);
+}
+
+TEST_F(Tree, PathOfTooManyPartsIsRefused) {
+  std::string path;
+  for (int i = 0; i < 60'000; ++i)
+    path += "/a";
+  const SynchronizedConfigFile locked;
+  EXPECT_TRUE(Contains(MessageOf([&] { locked.file->GetBranch(path); }), "more than 200 parts"));
+  locked.file->GetBranch(path.substr(0, 2 * 199))->SetValue("key", "deep");
+  locked.file->Write();
+  std::string value;
+  EXPECT_TRUE(locked.file->GetBranch(path.substr(0, 2 * 199))->GetValue("key", &value));
+}
+
 TEST_F(Tree, SessionWritesAsOftenAsItLikes) {
   const SynchronizedConfigFile locked;
   const auto branch = BranchOf(locked);

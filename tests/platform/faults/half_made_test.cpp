@@ -72,6 +72,15 @@ TEST_F(HalfCarriedOver, SnapshotWhoseAttributesCannotBeReadIsNotReplaced) {
   EXPECT_GE(getxattr(SnapshotPath().c_str(), "user.origin", nullptr, 0), 0);
 }
 
+TEST_F(HalfCarriedOver, AttributeThatIsRemovedMeanwhileIsNoObstacle) {
+  Put(OpenStore(), "a", "old");
+  ASSERT_EQ(setxattr(SnapshotPath().c_str(), "user.origin", "backup", 6, 0), 0);
+  Watch([](const SystemCall& call) { return call.name == "fgetxattr" ? ENODATA : 0; });
+  EXPECT_EQ(WriteCode(), kNothing);
+  Stop();
+  EXPECT_LT(getxattr(SnapshotPath().c_str(), "user.origin", nullptr, 0), 0);
+}
+
 TEST_F(HalfMade, FolderOfNumberedFilesWhoseModeCannotBeSetIsTakenAway) {
   Put(OpenStore(), "a", "old");
   Watch(FailingAt("fchmod", "folder"));

@@ -68,6 +68,18 @@ void LimitWrites(std::size_t most) {
 
 using PlatformTest::Fails;
 
+IN_PLACE_OF_THE_C_LIBRARY int open(const char* path, int flags, ...) {
+  mode_t mode = 0;
+  if ((flags & O_CREAT) != 0) {
+    va_list arguments;
+    va_start(arguments, flags);
+    mode = va_arg(arguments, mode_t);
+    va_end(arguments);
+  }
+  if (PlatformTest::watching && Fails("open", PlatformTest::LastComponent(path))) return -1;
+  return static_cast<int>(syscall(SYS_openat, AT_FDCWD, path, flags, mode));
+}
+
 IN_PLACE_OF_THE_C_LIBRARY int openat(int directory, const char* path, int flags, ...) {
   mode_t mode = 0;
   if ((flags & O_CREAT) != 0) {
@@ -84,6 +96,20 @@ IN_PLACE_OF_THE_C_LIBRARY int faccessat(int directory, const char* path, int mod
                                         int flags) noexcept {
   if (PlatformTest::watching && Fails("access", PlatformTest::LastComponent(path))) return -1;
   return static_cast<int>(syscall(SYS_faccessat2, directory, path, mode, flags));
+}
+
+IN_PLACE_OF_THE_C_LIBRARY ssize_t getdents64(int fd, void* buffer, size_t size) noexcept {
+  return Fails("getdents64", fd) ? -1 : syscall(SYS_getdents64, fd, buffer, size);
+}
+
+// Locks only.
+IN_PLACE_OF_THE_C_LIBRARY int fcntl(int fd, int command, ...) {
+  va_list arguments;
+  va_start(arguments, command);
+  void* const argument = va_arg(arguments, void*);
+  va_end(arguments);
+  if (command == F_OFD_SETLK && Fails("lock", fd)) return -1;
+  return static_cast<int>(syscall(SYS_fcntl, fd, command, argument));
 }
 
 IN_PLACE_OF_THE_C_LIBRARY ssize_t write(int fd, const void* bytes, size_t count) {
@@ -117,6 +143,16 @@ IN_PLACE_OF_THE_C_LIBRARY ssize_t flistxattr(int fd, char* list, std::size_t siz
 IN_PLACE_OF_THE_C_LIBRARY ssize_t fgetxattr(int fd, const char* name, void* value,
                                             std::size_t size) noexcept {
   return Fails("fgetxattr", fd) ? -1 : syscall(SYS_fgetxattr, fd, name, value, size);
+}
+
+IN_PLACE_OF_THE_C_LIBRARY int fsetxattr(int fd, const char* name, const void* value,
+                                        std::size_t size, int flags) noexcept {
+  if (Fails("fsetxattr", fd)) return -1;
+  return static_cast<int>(syscall(SYS_fsetxattr, fd, name, value, size, flags));
+}
+
+IN_PLACE_OF_THE_C_LIBRARY int fremovexattr(int fd, const char* name) noexcept {
+  return Fails("fremovexattr", fd) ? -1 : static_cast<int>(syscall(SYS_fremovexattr, fd, name));
 }
 
 IN_PLACE_OF_THE_C_LIBRARY int renameat(int fromDirectory, const char* from, int toDirectory,

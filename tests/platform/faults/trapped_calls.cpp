@@ -232,6 +232,7 @@ std::string NameOfCall(long number) {
       {SYS_flistxattr, "flistxattr"},
       {SYS_fgetxattr, "fgetxattr"},
       {SYS_fsetxattr, "fsetxattr"},
+      {SYS_fremovexattr, "fremovexattr"},
       {SYS_getrandom, "getrandom"},
       {SYS_lseek, "lseek"},
       {SYS_geteuid, "geteuid"},

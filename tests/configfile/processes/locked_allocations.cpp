@@ -1,0 +1,51 @@
+#include "processes/locked_allocations.h"
+
+#include <pthread.h>
+
+#include <atomic>
+#include <cstddef>
+#include <cstdlib>
+#include <new>
+
+namespace {
+
+std::atomic<bool> locked{false};
+pthread_mutex_t heap = PTHREAD_MUTEX_INITIALIZER;
+
+void Lock() {
+  pthread_mutex_lock(&heap);
+}
+void Unlock() {
+  pthread_mutex_unlock(&heap);
+}
+
+}  // namespace
+
+namespace ConfigFileTest {
+
+void LockAllocationsAroundForks() {
+  pthread_atfork(&Lock, &Unlock, &Unlock);
+  locked = true;
+}
+
+}  // namespace ConfigFileTest
+
+void* operator new(std::size_t size) {
+  const bool locks = locked;
+  if (locks) Lock();
+  void* const memory = std::malloc(size == 0 ? 1 : size);
+  if (locks) Unlock();
+  if (memory == nullptr) throw std::bad_alloc();
+  return memory;
+}
+
+void operator delete(void* memory) noexcept {
+  const bool locks = locked;
+  if (locks) Lock();
+  std::free(memory);
+  if (locks) Unlock();
+}
+
+void operator delete(void* memory, std::size_t) noexcept {
+  operator delete(memory);
+}

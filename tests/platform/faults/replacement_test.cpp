@@ -1,0 +1,121 @@
+// What a replacement does in which order, and what another process meets meanwhile.
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <climits>
+#include <string>
+#include <vector>
+
+#include "faults/system_calls.h"
+#include "io/directory.h"
+#include "io/file_replacement.h"
+#include "support/child_process.h"
+#include "support/host_test.h"
+
+namespace PlatformTest {
+namespace {
+
+using HostPlatform::Io::Directory;
+using HostPlatform::Io::FileReplacement;
+
+constexpr char kName[] = "some.file";
+
+// The calls that make something durable, with their files; "" for the temporary.
+Texts DurableStepsOf(const std::vector<SystemCall>& calls) {
+  Texts steps;
+  for (const SystemCall& call : calls) {
+    const bool isTemporary = call.path.find(".new-") != std::string::npos;
+    if (call.name == "fsync" || call.name == "rename")
+      steps.push_back(call.name + ' ' + (isTemporary ? "" : call.path));
+  }
+  return steps;
+}
+
+class Replacement : public HostTest {
+ protected:
+  Replacement() : directory_(HostPath()) { WriteFile(PathOf(kName), "old"); }
+
+  void Write(const FileReplacement& next) const {
+    HostPlatform::Io::WriteAll(next.file(), "new", next.path());
+  }
+
+  Directory directory_;
+};
+
+// Who looks at the old file once more does so between the two, and the flush is slow.
+TEST_F(Replacement, ThatWasFlushedIsOnlyRenamedByTheCommit) {
+  FileReplacement next(directory_, kName, 0640);
+  Write(next);
+  Watch();
+  next.Flush();
+  EXPECT_EQ(DurableStepsOf(Stop()), Texts{"fsync "});
+  EXPECT_EQ(ReadFile(PathOf(kName)), "old");
+  std::vector<std::string> names;
+  Watch([&names](const SystemCall& call) {
+    names.push_back(call.name);
+    return 0;
+  });
+  next.Commit();
+  EXPECT_EQ(DurableStepsOf(Stop()), (Texts{"rename some.file", "fsync host"}));
+  EXPECT_EQ(names, (Texts{"rename", "fsync"})) << "and nothing else is done in between";
+  EXPECT_EQ(ReadFile(PathOf(kName)), "new");
+}
+
+TEST_F(Replacement, ThatWasNotFlushedIsFlushedByTheCommit) {
+  FileReplacement next(directory_, kName, 0640);
+  Write(next);
+  Watch();
+  next.PutInPlace();
+  EXPECT_EQ(DurableStepsOf(Stop()), (Texts{"fsync ", "rename some.file"}));
+  EXPECT_EQ(ReadFile(PathOf(kName)), "new");
+}
+
+TEST_F(Replacement, ThatWasFlushedAndIsGivenUpLeavesTheOldFileAndNothingElse) {
+  {
+    FileReplacement next(directory_, kName, 0640);
+    Write(next);
+    next.Flush();
+  }
+  EXPECT_EQ(ReadFile(PathOf(kName)), "old");
+  EXPECT_EQ(NamesIn(HostPath()), Texts{kName});
+}
+
+// The files below the directory that this process has open.
+Texts OpenBelow(const std::string& directory) {
+  Texts open;
+  for (const std::string& number : NamesIn("/proc/self/fd")) {
+    char target[PATH_MAX] = {};
+    if (readlink(("/proc/self/fd/" + number).c_str(), target, sizeof target - 1) < 0) continue;
+    if (std::string(target).rfind(directory, 0) == 0) open.emplace_back(target);
+  }
+  return open;
+}
+
+// Not at those that are made with one of the library's mutexes held, which a fork waits for.
+bool MayForkAt(const SystemCall& call) {
+  return call.name != "open" && call.name != "fstat" && call.name != "access";
+}
+
+TEST_F(Replacement, LeavesNoDescriptorToAChildThatIsForkedAtAnyOfItsCalls) {
+  WriteFile(PathOf(".some.file.new-0123456789abcdef"), "left over");
+  Texts forkedAt;
+  Watch([&](const SystemCall& call) {
+    if (!MayForkAt(call)) return 0;
+    forkedAt.push_back(call.name);
+    RunInChild([&] { EXPECT_EQ(OpenBelow(HostPath()), Texts{}) << call.name; });
+    return 0;
+  });
+  {
+    FileReplacement next(directory_, kName, 0640);
+    Write(next);
+    next.Commit();
+  }
+  Stop();
+  for (const char* name : {"getdents64", "write", "flistxattr", "fchmod", "fsync", "rename"})
+    EXPECT_NE(std::find(forkedAt.begin(), forkedAt.end(), name), forkedAt.end()) << name;
+  EXPECT_EQ(NamesIn(HostPath()), Texts{kName});
+}
+
+}  // namespace
+}  // namespace PlatformTest
