@@ -176,6 +176,11 @@ class RefusedApply(QuorctlCase):
                              message="were put back")
         self.assertEqual(self.ask("history", "-o", "json").text, kept)
 
+    def test_FullDiskIsAReasonToKeepNothing(self):
+        self.apply(document([policy("A")], []))
+        self.apply_with_room(document([policy("B")], []), 100,
+                             message="; --no-history changes it without")
+
     def test_FailureOfTheFirstReplacementChangesNothing(self):
         given = document([policy("A")], [datastore()])
         self.apply(given)

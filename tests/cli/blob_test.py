@@ -1,5 +1,7 @@
 """quorctl blob: the four questions, and bytes with nothing added."""
 import os
+import resource
+import stat
 import unittest
 
 from quorctl_case import (ABSENT, STORE, USAGE, QuorctlCase, base64_of, blob, datastore, document,
@@ -128,14 +130,53 @@ class Blob(QuorctlCase):
         self.assertEqual(self.blob_of("--policy-name", "Gold", "--out", path), b"")
         self.assertEqual(self.contents(path), GOLD_RILK)
 
-    def test_FileIsReplacedInPlace(self):
+    def test_FileThatIsReplacedKeepsItsModeAndOwner(self):
         path = self.write("blob", b"x" * 10000)
-        os.chmod(path, 0o600)
+        os.chmod(path, 0o604)
+        if os.geteuid() == 0:
+            os.chown(path, 65534, 65533)
         before = os.stat(path)
         self.blob_of("--default-of", "ds:///v1/", f"--out={path}")
         self.assertEqual(self.contents(path), ALL_BYTES)
         after = os.stat(path)
-        self.assertEqual((after.st_ino, after.st_mode), (before.st_ino, before.st_mode))
+        self.assertEqual((after.st_mode, after.st_uid, after.st_gid),
+                         (before.st_mode, before.st_uid, before.st_gid))
+
+    def test_FileThatDoesNotFitLeavesTheOldOne(self):
+        for old in (b"x" * 300, b"", None):
+            path = self.write("blob", old) if old is not None else f"{self.directory}/new"
+            before = sorted(os.listdir(self.directory))
+            self.refuse(STORE, "blob", "--default-of", "ds:///v1/", "--out", path,
+                        message=f"cannot write all of {path}: File too large",
+                        restore_signals=False,  # the limit's signal is ignored
+                        preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (500, 500)))
+            self.assertEqual(sorted(os.listdir(self.directory)), before)
+            if old is not None:
+                self.assertEqual(self.contents(path), old)
+
+    def test_NewFileHasTheModeThatOthersGet(self):
+        path = f"{self.directory}/blob"
+        self.ask("blob", "--policy-name", "Gold", "--out", path,
+                 preexec_fn=lambda: os.umask(0o027))
+        self.assertEqual(stat.S_IMODE(os.stat(path).st_mode), 0o640)
+
+    def test_LinksStayAndLeadToTheNewBytes(self):
+        path = self.write("blob", b"x" * 10000)
+        other, symbolic, dangling = (f"{self.directory}/{name}" for name in ("o", "s", "d"))
+        os.symlink("blob", symbolic)
+        self.blob_of("--policy-name", "Gold", "--out", symbolic)
+        self.assertEqual((os.readlink(symbolic), self.contents(path)), ("blob", GOLD_RILK))
+        os.link(path, other)
+        self.blob_of("--default-of", "ds:///v1/", "--out", path)
+        self.assertEqual(self.contents(other), ALL_BYTES)
+        os.symlink("made", dangling)
+        self.blob_of("--policy-name", "Gold", "--out", dangling)
+        self.assertEqual(self.contents(f"{self.directory}/made"), GOLD_RILK)
+
+    def test_EmptyFileNameIsRefused(self):
+        for words in (["--out="], ["--out", ""]):
+            self.refuse(USAGE, "blob", "--policy-name", "Gold", *words,
+                        message="--out needs the name of a file")
 
     def test_FileIsLeftAsItIsWhenThereIsNoBlob(self):
         path = self.write("blob", b"kept")
@@ -148,7 +189,6 @@ class Blob(QuorctlCase):
                     message=f"cannot write {path}: No such file or directory")
         self.refuse(STORE, "blob", "--policy-name", "Gold", "--out", "/dev/full",
                     message="cannot write all of /dev/full: No space left on device")
-        self.refuse(STORE, "blob", "--policy-name", "Gold", "--out=", message="cannot write ")
 
     def test_RawGoesWithStandardOutputOnly(self):
         self.refuse(USAGE, "blob", "--policy-name", "Gold", "--raw", "--out", "x",

@@ -89,6 +89,11 @@ class CompletionCase:
         self.assertEqual(len(self.shell.offered("quorctl blob --policy-name ")), 16)
         self.expect_offer("quorctl restore ", ["1"])
 
+    def test_IdentifiersThatWouldBeTakenForOptionsAreNotOffered(self):
+        self.apply(document([policy("a", id="-dash"), policy("b", id="plain")]))
+        self.assertEqual(self.last_word("quorctl get policy "), "plain")
+        self.expect_offer("quorctl blob --policy-id ", ["-dash", "plain"])
+
     def test_NamesWithSpacesAreQuoted(self):
         self.ask("apply", EXAMPLE)
         for line in ("quorctl get policy --name Arch", "quorctl get policy --name 'Arch",

@@ -68,6 +68,11 @@ class Syntax(QuorctlCase):
         errors = self.refuse_text_at("[1e400]", "line 1, column 6")
         self.assertIn("number overflow", errors)
 
+    def test_LongNumberMakesNoLongMessage(self):
+        errors = self.refuse_text_at("[" + "9" * 100_000 + "]", r"line 1, column \d+")
+        self.assertIn("number overflow", errors)
+        self.assertLess(len(errors), 500)
+
     def test_ByteOrderMarkIsRefused(self):
         text = "\ufeff" + json.dumps(document())
         self.refuse_text(text, "starts with a byte-order mark; save it as UTF-8 without one")

@@ -63,6 +63,18 @@ class ExitStatus(QuorctlCase):
                 self.assertEqual(self.status(*words), STORE, words)
             os.remove(os.path.join(self.host, name))
 
+    def test_SwitchOnADamagedFileOfSwitches(self):
+        self.ask("switch", "file")
+        path = os.path.join(self.host, "features")
+        with open(path, "w", encoding="utf-8") as file:
+            file.write("short")
+        for words in (["switch", "store"], ["switch", "file"], ["switch"]):
+            self.refuse(STORE, *words, message=path)
+        with open(path, encoding="utf-8") as file:
+            self.assertEqual(file.read(), "short")
+        os.remove(path)
+        self.ask("switch", "file")
+
     def test_PermissionOfADirectoryThatEverybodyMayWriteTo(self):
         for _ in self.on_each_store():
             os.chmod(self.host, 0o777)

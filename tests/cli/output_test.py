@@ -2,9 +2,11 @@
 import json
 import os
 import subprocess
+import time
 import unittest
 
-from quorctl_case import (ABSENT, QUORCTL, STORE, TIMEOUT, QuorctlCase, datastore, document, policy)
+from quorctl_case import (ABSENT, DONE, NO, QUORCTL, STORE, TIMEOUT, QuorctlCase, datastore,
+                          document, policy)
 
 PRINTING = [["list", "policies"], ["list", "policies", "-o", "json"], ["list", "datastores"],
             ["get", "policy", "id-Gold"], ["list", "policies", "-o", "csv"], ["digest"], ["export"],
@@ -62,6 +64,17 @@ class Output(QuorctlCase):
         self.assertEqual(status, ABSENT)
         self.assertIn("no blob: ", errors)
 
+    def test_AnswerNoThatCannotBeToldIsAnError(self):
+        other = self.write("other.json", json.dumps(document([policy()])))
+        self.assertEqual(self.run_quorctl("diff", other).status, NO)
+        os.chmod(self.host, 0o2770)
+        self.assertEqual(self.run_quorctl("check").status, NO)
+        for words in (["diff", other], ["check"]):
+            with open("/dev/full", "wb") as full:
+                self.assertEqual(
+                    self.errors_with(words, stdout=full),
+                    (STORE, "quorctl: cannot write to standard output: No space left on device\n"))
+
     def test_ClosedStreamsReachNoFileOfTheStore(self):
         def close_all():
             for descriptor in (0, 1, 2):
@@ -82,6 +95,33 @@ class Output(QuorctlCase):
         given = document([policy(f"P{i}", description="d" * 1000) for i in range(300)])
         self.apply(given)
         self.assertEqual(self.listed("policies"), given["policies"])
+
+    def test_OutputArrivesWholeThroughAPipeThatDoesNotBlock(self):
+        given = document([policy(f"P{i}", description="d" * 1000) for i in range(300)])
+        self.apply(given)
+        reader, writer = os.pipe()
+        os.set_blocking(writer, False)
+        with self.start("list", "policies", "-o", "json", stdout=writer) as process:
+            os.close(writer)
+            time.sleep(0.5)  # time to fill the pipe
+            with os.fdopen(reader, "rb") as stream:
+                listed = stream.read()
+            _, errors = process.communicate(timeout=TIMEOUT)
+        self.assertEqual((process.returncode, errors), (DONE, b""))
+        self.assertEqual(json.loads(listed), given["policies"])
+
+    def test_InputIsAwaitedFromAPipeThatDoesNotBlock(self):
+        given = document([policy("Late")])
+        reader, writer = os.pipe()
+        os.set_blocking(reader, False)
+        with self.start("apply", "--yes", "-", stdin=reader) as process:
+            os.close(reader)
+            time.sleep(0.5)  # time to find the pipe empty
+            with os.fdopen(writer, "wb") as stream:
+                stream.write(json.dumps(given).encode())
+            _, errors = process.communicate(timeout=TIMEOUT)
+        self.assertEqual((process.returncode, errors), (DONE, b""))
+        self.assertEqual(self.listed_document(), given)
 
 
 if __name__ == "__main__":

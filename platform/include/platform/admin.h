@@ -34,7 +34,8 @@ PLATFORM_API void UseLockTimeout(std::uint32_t milliseconds);
 // Where the value of the feature switches comes from.
 struct FeatureState {
   bool on = false;      // what calls of this process obey
-  bool mapped = false;  // the host's `features` file; otherwise the built-in default
+  bool mapped = false;  // the host's `features` file, or what OverrideFeature() has set; otherwise
+                        // the built-in default
   std::string path;     // of the `features` file
   std::string problem;  // why that file is not in use; empty when it is, or when there is none
 };
@@ -43,7 +44,9 @@ struct FeatureState {
 // std::out_of_range.
 PLATFORM_API FeatureState GetFeature(int index);
 
-// Sets the switch for the whole host, durably; running processes see it at their next call.
+// Sets the switch for the whole host, durably; running processes see it at their next call, those
+// that were started before there was a `features` file at the call after that: the next one makes
+// them look for it.
 // Creates the host directory and the `features` file when they are missing. Raises
 // std::system_error that names the path, with nothing changed, when the process may not write;
 // std::out_of_range as GetFeature() does.
@@ -76,7 +79,7 @@ struct StoredFile {
 
 // What the configuration store has on disk: its newest snapshot.
 struct ConfigStoreState : StoredFile {
-  std::vector<StoredKind> kinds;  // in the order of their first write
+  std::vector<StoredKind> kinds;  // in the order of their first commit; of one commit, by name
 };
 
 // Reads the state without a lock; raises nothing but std::bad_alloc.
@@ -100,7 +103,10 @@ PLATFORM_API std::vector<LockState> GetLockStates();
 // is called by a number, one above the highest there, with `suffix` behind it. File and directory
 // are made like those of the host, 0640 and 2750 with the host directory's owner and group. Callers
 // take turns by a lock in the folder. Returns the number. Raises std::system_error that names the
-// path, with no such file made.
+// path: when the folder is a symbolic link, belongs to somebody else than the host directory, this
+// process or root, or may be written by everybody; when there is no higher number; and as the
+// system says. No such file is made then, unless the message says that it is in place and only the
+// flush of the directory failed.
 PLATFORM_API std::uint64_t AddNumberedFile(const std::string& folder, const std::string& suffix,
                                            std::string_view content);
 

@@ -67,10 +67,11 @@ class PLATFORM_API ConfigStore {
   // Makes the transaction's changes durable and visible to every process, all at once, and ends
   // the transaction. When it raises, the transaction is still open and is to be rolled back; the
   // stored state is the old one, unless the message says that only the final flush of the
-  // directory failed.
+  // directory failed; it is not committed a second time then (kUsage).
   virtual void CommitTransaction() = 0;
 
-  // Discards the transaction's changes. Does nothing when none is open. Raises nothing.
+  // Discards the transaction's changes. The handle reads the newest state from then on, which the
+  // transaction has seen. Does nothing when none is open. Raises nothing.
   virtual void RollbackTransaction() = 0;
 
  protected:

@@ -1,12 +1,11 @@
 // Files that a tool keeps beside the host's own.
-#include <dirent.h>
 #include <fcntl.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
-#include <memory>
+#include <limits>
 
 #include "io/directory.h"
 #include "io/error.h"
@@ -19,7 +18,8 @@ namespace HostPlatform {
 namespace {
 
 constexpr char kLockName[] = ".lock";
-constexpr char kTemporaryMark[] = ".new-";  // as FileReplacement names them
+constexpr std::string_view kTemporaryMark = ".new-";
+constexpr std::size_t kRandomDigits = 16;
 constexpr mode_t kFolderMode = 02750;
 constexpr mode_t kFileMode = 0640;
 
@@ -41,27 +41,43 @@ void EnsureFolder(const Io::Directory& host, const std::string& folder) {
   }
 }
 
+std::uint64_t NumberOf(std::string_view name) {
+  std::uint64_t number = 0;
+  std::from_chars(name.data(), name.data() + name.size(), number);
+  return number;
+}
+
+// Of a numbered file: ".NUMBER….new-" and 16 digits, as FileReplacement names them.
+bool IsTemporary(std::string_view name) {
+  const std::size_t end =
+      name.size() - std::min(name.size(), kTemporaryMark.size() + kRandomDigits);
+  return name.size() > 1 && name[0] == '.' && name[1] >= '0' && name[1] <= '9' && end > 1 &&
+         name.substr(end, kTemporaryMark.size()) == kTemporaryMark &&
+         name.find_first_not_of("0123456789abcdef", end + kTemporaryMark.size()) ==
+             std::string_view::npos;
+}
+
 // Takes the highest number of the directory, and removes the temporaries that killed writers left:
-// the lock is held, so nobody is writing them. Not by std::filesystem, whose directory iterator
-// ends the process when memory is short.
-std::uint64_t HighestNumber(const Io::Directory& directory) {
-  const std::unique_ptr<DIR, int (*)(DIR*)> entries(opendir(directory.path().c_str()), &closedir);
-  if (!entries) Io::RaiseSystemError(errno, directory.path(), "list the directory");
+// the lock is held, so nobody is writing them.
+std::uint64_t NextNumber(const Io::Directory& directory) {
   std::uint64_t highest = 0;
-  errno = 0;
-  while (const struct dirent* entry = readdir(entries.get())) {
-    const std::string_view name = entry->d_name;
-    std::uint64_t number = 0;
-    std::from_chars(name.data(), name.data() + name.size(), number);
-    highest = std::max(highest, number);
-    const bool isTemporary =
-        name.front() == '.' && name.find(kTemporaryMark) != std::string_view::npos;
-    if (isTemporary) unlinkat(directory.get(), entry->d_name, 0);
-    errno = 0;  // readdir() leaves it so at the end, and sets it when it fails
-  }
+  std::string last;
+  const int error = Io::ForEachName(directory, [&](const char* name) {
+    if (NumberOf(name) > highest) {
+      highest = NumberOf(name);
+      last = name;
+    }
+    if (IsTemporary(name)) unlinkat(directory.get(), name, 0);
+  });
   // With a part of the names only, a number would be given twice.
-  if (errno != 0) Io::RaiseSystemError(errno, directory.path(), "list the directory");
-  return highest;
+  if (error != 0) Io::RaiseSystemError(error, directory.path(), "list the directory");
+  if (highest == std::numeric_limits<std::uint64_t>::max()) {
+    throw Io::Error(Io::ErrorKind::kOther,
+                    directory.PathOf(last.c_str()) +
+                        ": it has the highest number that there is, so none is left for another "
+                        "file; remove it or give it a lower number");
+  }
+  return highest + 1;
 }
 
 }  // namespace
@@ -72,9 +88,9 @@ std::uint64_t AddNumberedFile(const std::string& folder, const std::string& suff
   try {
     const Io::Directory host(Io::HostDirectoryPath());
     EnsureFolder(host, folder);
-    const Io::Directory directory(host.PathOf(folder.c_str()));
+    const Io::Directory directory(host, folder.c_str());
     const Io::FileLock lock(directory, kLockName, Io::LockDeadline());
-    const std::uint64_t number = HighestNumber(directory) + 1;
+    const std::uint64_t number = NextNumber(directory);
     const std::string name = std::to_string(number) + suffix;
     Io::FileReplacement file(directory, name.c_str(), kFileMode);
     Io::WriteAll(file.file(), content, file.path());

@@ -81,17 +81,18 @@ void Overlay::Set(EncodedRecord encoded) {
   if (found == changes_.end()) found = changes_.emplace(kind, Changes()).first;
   Changes& changes = found->second;
   auto record = std::make_shared<const WrittenRecord>(std::move(encoded));
-  const auto added = changes.addedAt.find(record->instance());
-  if (added != changes.addedAt.end()) {
-    const std::size_t place = added->second;
-    changes.addedAt.erase(added);  // its key is part of the record that goes
-    changes.addedAt.emplace(record->instance(), place);
-    changes.added[place] = std::move(record);
+  // Whatever cannot be done for lack of memory is tried before anything is changed.
+  if (auto added = changes.addedAt.extract(record->instance())) {
+    added.key() = record->instance();  // it was part of the record that goes
+    changes.added[added.mapped()] = std::move(record);
+    changes.addedAt.insert(std::move(added));
   } else if (const auto number = FindInBase(found->first, record->instance(), &changes)) {
     changes.replaced[*number] = std::move(record);
   } else {
-    changes.added.push_back(record);
-    changes.addedAt.emplace(record->instance(), changes.added.size() - 1);
+    const std::size_t place = changes.added.size();
+    changes.added.resize(place + 1);  // a null is passed over
+    changes.addedAt.emplace(record->instance(), place);
+    changes.added[place] = std::move(record);
   }
 }
 
@@ -103,8 +104,8 @@ void Overlay::Delete(const std::string& kind, const std::string& instance) {
     changes.addedAt.erase(added);
     changes.added[place] = nullptr;
   } else if (const auto number = FindInBase(kind, instance, &changes)) {
-    changes.replaced.erase(*number);
     changes.deleted.insert(*number);
+    changes.replaced.erase(*number);
   }
 }
 

@@ -42,11 +42,12 @@ void AppendValue(char type, std::string_view name, std::string_view data, Encode
   PutBytes(data, PutBytes(name, at));
 }
 
-// Takes the value of that name away, if there is one.
-void RemoveValue(std::string_view name, EncodedValues* values) {
+// Takes the value of that name away, if there is one before the last.
+void RemoveFormerValue(std::string_view name, EncodedValues* values) {
   BodyReader reader(*values);
   const char* start = reader.rest().data();
-  for (StoredValue stored; reader.NextValue(&stored);) {
+  StoredValue stored;
+  for (std::uint32_t left = values->count(); left > 1 && reader.NextValue(&stored); --left) {
     const char* const end = reader.rest().data();
     if (stored.name == name) return values->Remove({start, static_cast<std::size_t>(end - start)});
     start = end;
@@ -92,15 +93,15 @@ EncodedRecord NewRecord(std::string_view kind, std::string_view instance, std::s
 }  // namespace
 
 void SetValue(std::string_view name, std::string_view text, EncodedValues* values) {
-  RemoveValue(name, values);
   AppendValue(kStringType, name, text, values);
+  RemoveFormerValue(name, values);
 }
 
 void SetValue(std::string_view name, std::int64_t integer, EncodedValues* values) {
   char data[sizeof integer];
   HostPlatform::StoreInteger(integer, data);
-  RemoveValue(name, values);
   AppendValue(kIntegerType, name, {data, sizeof data}, values);
+  RemoveFormerValue(name, values);
 }
 
 char* EncodedValues::Add(std::size_t size) {

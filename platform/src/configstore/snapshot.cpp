@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <iterator>
+#include <tuple>
 
 #include "configstore/failure.h"
 #include "configstore/record_codec.h"
@@ -118,8 +119,21 @@ void Snapshot::ReadDirectory(std::string_view directory, std::uint32_t kindCount
     kinds_.push_back(kind);
   }
   if (!directory.empty()) RaiseCorrupt(path_, "its directory is too long");
+  CheckKinds();
   CheckOrder();
   bodies_ = std::make_unique<std::atomic<std::uint64_t>[]>(recordCount_);
+}
+
+// A kind that stands twice would be written twice at the next commit, with the first one's records.
+void Snapshot::CheckKinds() const {
+  std::vector<std::tuple<std::string_view, std::string_view, std::string_view>> names;
+  names.reserve(kinds_.size());
+  for (const Kind& kind : kinds_)
+    names.emplace_back(kind.parts.key, kind.parts.group, kind.parts.component);
+  std::sort(names.begin(), names.end());
+  if (std::adjacent_find(names.begin(), names.end()) != names.end()) {
+    RaiseCorrupt(path_, "its directory names a kind twice");
+  }
 }
 
 // Records stand in the order of their numbers. With that none overlaps another, and what it costs

@@ -78,6 +78,7 @@ class Snapshot final : public RecordSource {
   void CheckFooter();
   void ReadDirectory(std::string_view directory, std::uint32_t kindCount);
   std::string_view Bytes(std::uint64_t position, std::uint64_t size) const;
+  void CheckKinds() const;
   void CheckOrder() const;
   Location Locate(std::uint32_t number) const;
   std::uint32_t EndOf(std::uint32_t number) const;

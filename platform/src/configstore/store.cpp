@@ -48,8 +48,13 @@ class Transaction {
     overlay_.Write(next.file(), next.path());
     next.Flush();
     CheckBase(next.path());
+    next.PutInPlace();
+    inPlace_ = true;
     next.Commit();
   }
+
+  // Whether only the flush of the directory was left to fail.
+  bool IsInPlace() const { return inPlace_; }
 
  private:
   // The lock keeps other writers out, unless somebody removed its file: then what was committed
@@ -70,6 +75,7 @@ class Transaction {
   Directory directory_;
   FileLock lock_;
   Overlay overlay_;
+  bool inPlace_ = false;
 };
 
 std::vector<std::shared_ptr<ConfigStoreObject>> FetchAll(
@@ -231,6 +237,9 @@ void HostConfigStore::CommitTransaction() {
   const ErrnoKeeper keeper;
   CheckTransaction();
   if (!transaction_) RaiseUsage("this handle has no transaction open");
+  if (transaction_->IsInPlace()) {
+    RaiseUsage("what this transaction changed is in place already; roll it back to end it");
+  }
   try {
     transaction_->Commit();
   } catch (const HostPlatform::Io::Error& error) {
@@ -240,8 +249,11 @@ void HostConfigStore::CommitTransaction() {
   outdated_ = true;
 }
 
+// What the transaction has seen is what the handle sees from then on: it has read the newest state, and
+// a commit that failed may be in place.
 void HostConfigStore::RollbackTransaction() {
   const ErrnoKeeper keeper;
+  if (transaction_) outdated_ = true;
   transaction_.reset();
 }
 

@@ -78,10 +78,6 @@ void Unmap() {
   mapped.store(false, std::memory_order_release);
 }
 
-[[gnu::constructor]] void MapWhenLoaded() {
-  MapFeaturesIfNeeded();
-}
-
 void WriteSwitch(const Io::Directory& directory, int index, bool on) {
   const std::string path = directory.PathOf(Io::kFeaturesName);
   const Io::FileDescriptor file(directory.get(), Io::kFeaturesName,
@@ -129,7 +125,9 @@ void RemapFeatures() {
 }
 
 void EnsureFeaturesFile(const Io::Directory& directory) {
-  if (faccessat(directory.get(), Io::kFeaturesName, F_OK, AT_SYMLINK_NOFOLLOW) == 0) return;
+  // Not by faccessat(), which asks for the real user.
+  struct stat status;
+  if (fstatat(directory.get(), Io::kFeaturesName, &status, AT_SYMLINK_NOFOLLOW) == 0) return;
   // Anything else does not say that there is none: the host's switches must not be written over.
   if (errno != ENOENT) {
     Io::RaiseSystemError(errno, directory.PathOf(Io::kFeaturesName), "look for the file");

@@ -10,9 +10,9 @@ class Directory;
 }
 
 // Maps the host's `features` file when that has not been done; a missing or unusable file leaves
-// the defaults. Costs one load when the file is mapped already, and otherwise one open(), so that
-// a process that was started before the file was made follows it from its next call on. Raises
-// nothing.
+// the defaults. Costs one load when the file is mapped already, and otherwise one open(). A process
+// that was started before the file was made maps it during its next call, which has read its switch
+// already: it follows the file from the call after that on. Raises nothing.
 void MapFeaturesIfNeeded();
 
 // Maps the file of the present host directory in place of what is mapped now.

@@ -1,9 +1,10 @@
-// The host directory, held open by a writer.
+// The host directory, or one in it, held open by a writer.
 #ifndef PLATFORM_SRC_IO_DIRECTORY_H_
 #define PLATFORM_SRC_IO_DIRECTORY_H_
 
 #include <sys/stat.h>
 
+#include <functional>
 #include <string>
 
 #include "io/file_descriptor.h"
@@ -18,6 +19,10 @@ class Directory {
   // give it that), but not its parents. Raises Error: kInsecure when it belongs to a user who is
   // neither root nor this one, or when everybody may write to it; others as the system says.
   explicit Directory(const std::string& path);
+  // Opens a directory in another one, and follows no link. Raises Error: kInsecure when it belongs
+  // to a user who is neither root nor this one nor the owner of `parent`, when everybody may write
+  // to it, or when it is a link; others as the system says.
+  Directory(const Directory& parent, const char* name);
 
   int get() const { return descriptor_.get(); }
   const std::string& path() const { return path_; }
@@ -36,6 +41,10 @@ class Directory {
   FileDescriptor descriptor_;
   struct stat status_;
 };
+
+// Calls `visit` for each name in the directory, "." and ".." among them. Returns 0, or the errno
+// value of what kept it from listing them all.
+int ForEachName(const Directory& directory, const std::function<void(const char*)>& visit);
 
 }  // namespace HostPlatform::Io
 

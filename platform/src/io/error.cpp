@@ -22,6 +22,21 @@ ErrorKind KindOf(int error) {
   }
 }
 
+std::errc CodeOf(ErrorKind kind) {
+  switch (kind) {
+    case ErrorKind::kBusy:
+      return std::errc::device_or_resource_busy;
+    case ErrorKind::kNoSpace:
+      return std::errc::no_space_on_device;
+    case ErrorKind::kPermissionDenied:
+    case ErrorKind::kInsecure:
+      return std::errc::permission_denied;
+    case ErrorKind::kOther:
+      break;
+  }
+  return std::errc::io_error;
+}
+
 }  // namespace
 
 void RaiseSystemError(int error, const std::string& path, const char* action) {
@@ -35,10 +50,7 @@ void RaiseToTools(const Error& error) {
   if (error.systemError() != 0) {
     throw std::system_error(error.systemError(), std::generic_category(), error.context());
   }
-  const bool busy = error.kind() == ErrorKind::kBusy;
-  throw std::system_error(std::make_error_code(busy ? std::errc::device_or_resource_busy
-                                                    : std::errc::permission_denied),
-                          error.what());
+  throw std::system_error(std::make_error_code(CodeOf(error.kind())), error.what());
 }
 
 }  // namespace HostPlatform::Io

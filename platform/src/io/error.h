@@ -37,7 +37,7 @@ class Error : public std::runtime_error {
 [[noreturn]] void RaiseSystemError(int error, const std::string& path, const char* action);
 
 // Raises std::system_error for tools, which know no other type of this layer: with the errno value
-// of the failed system call, or the nearest one when none failed.
+// of the failed system call, or the nearest one where the Error has none.
 [[noreturn]] void RaiseToTools(const Error& error);
 
 // Puts errno back to what it was: host programs look at theirs after calling us.

@@ -1,6 +1,5 @@
 #include "io/file_replacement.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <linux/limits.h>
 #include <sys/random.h>
@@ -116,24 +115,13 @@ FileReplacement::~FileReplacement() {
   if (!committed_ && file_) unlinkat(directory_.get(), temporaryName_.c_str(), 0);
 }
 
-// The directory is opened and read by hand: opendir() has a descriptor of its own, which a child
-// that is forked meanwhile would keep.
+// Names that cannot be listed are left: what is left over does no harm but for its size.
 void FileReplacement::SweepStale() const {
-  const FileDescriptor entries(directory_.get(), ".", O_RDONLY | O_DIRECTORY);
-  if (!entries) return;  // what is left over does no harm but for its size
-  alignas(struct dirent64) char buffer[4096];
-  for (;;) {
-    const ssize_t got =
-        RetryInterrupted([&] { return getdents64(entries.get(), buffer, sizeof buffer); });
-    if (got <= 0) return;
-    for (ssize_t at = 0; at < got;) {
-      const auto* const entry = reinterpret_cast<const struct dirent64*>(buffer + at);
-      if (IsTemporaryOf(name_, entry->d_name) && entry->d_name != temporaryName_) {
-        unlinkat(directory_.get(), entry->d_name, 0);
-      }
-      at += entry->d_reclen;
+  ForEachName(directory_, [this](const char* name) {
+    if (IsTemporaryOf(name_, name) && name != temporaryName_) {
+      unlinkat(directory_.get(), name, 0);
     }
-  }
+  });
 }
 
 void FileReplacement::CarryOverAttributes() {
@@ -178,7 +166,7 @@ void FileReplacement::PutInPlace() {
 }
 
 void FileReplacement::Commit() {
-  PutInPlace();
+  if (!committed_) PutInPlace();
   try {
     directory_.Sync();
   } catch (const Error& error) {

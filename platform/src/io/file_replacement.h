@@ -35,8 +35,8 @@ class FileReplacement {
   // The slow part of a commit: a caller that looks at the old file once more before it is replaced
   // does so after this. Nothing is written afterwards. Raises Error.
   void Flush();
-  // Flushes unless that was done, renames, and flushes the directory. Raises Error; the old file is
-  // in place then, unless the message says that only the flush of the directory failed.
+  // Flushes and puts in place unless that was done, and flushes the directory. Raises Error; the
+  // old file is in place then, unless the message says that only the flush of the directory failed.
   void Commit();
   // The same but for the flush of the directory, which the caller sees to.
   void PutInPlace();

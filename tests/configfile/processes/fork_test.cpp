@@ -172,6 +172,7 @@ std::string LargeDocument() {
 
 // The parser of the parent is in the middle of a document, and nobody goes on with it here.
 TEST_F(Fork, InTheMiddleOfADocumentLeavesChildrenThatParse) {
+  HostPlatform::UseLockTimeout(60'000);
   EditByHand(LargeDocument());
   const Reader reader(FilePath());
   for (int i = 0; i < 20; ++i) {
@@ -188,6 +189,7 @@ TEST_F(Fork, InTheMiddleOfADocumentLeavesChildrenThatParse) {
 
 // As a program's own allocator may do: it has a lock, and takes it around forks.
 TEST_F(Fork, DoesNotWaitForAnAllocationThatWaitsForTheFork) {
+  HostPlatform::UseLockTimeout(60'000);
   EditByHand(LargeDocument());
   RunInChild([this] {
     alarm(60);

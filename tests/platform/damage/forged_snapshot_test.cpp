@@ -2,6 +2,7 @@
 // say, the answer is an exception or an object, never a crash or a read outside of the file.
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <string>
 
 #include "configstore/snapshot_format.h"
@@ -83,6 +84,23 @@ TEST_F(ForgedSnapshot, WithAWrongNumberOfKindsIsRefused) {
     forgery_.Set32(forgery_.footer() + 12, count);
     ExpectRefused();
   }
+}
+
+// Its records would be lost at the next commit.
+TEST_F(ForgedSnapshot, WithOneKindTwiceInItsDirectoryIsRefused) {
+  std::filesystem::remove(SnapshotPath());
+  Put(OpenStore(), "a", "1", "one");
+  Put(OpenStore(), "b", "2", "two");
+  bytes_ = ReadFile(SnapshotPath());
+  forgery_ = Forgery(bytes_);
+  const std::size_t first = forgery_.directory();
+  const std::size_t second =
+      first + 8 + forgery_.Get32(first) + std::size_t{4} * forgery_.Get32(first + 4);
+  ASSERT_EQ(forgery_.Get32(first), forgery_.Get32(second)) << "the names are of one length";
+  for (std::size_t i = 0; i < forgery_.Get32(first); ++i) {
+    forgery_.SetByte(second + 8 + i, static_cast<unsigned char>(forgery_.bytes()[first + 8 + i]));
+  }
+  ExpectRefused();
 }
 
 TEST_F(ForgedSnapshot, WithWrongLengthsInItsDirectoryIsRefused) {

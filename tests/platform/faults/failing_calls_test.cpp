@@ -204,6 +204,20 @@ TEST_F(FailingCalls, DirectoryWhoseFlushFailedIsReportedWithTheNewStateInPlace) 
   ExpectCleanAfter(code, message);
 }
 
+TEST_F(FailingCalls, CommitThatIsInPlaceIsNotRepeatedAndIsSeenByItsHandle) {
+  const Store store = OpenStore();
+  store->BeginTransaction();
+  Put(store, "a", "new");
+  Watch([](const SystemCall& call) {
+    return call.name == "fsync" && !IsTemporary(call) ? EIO : 0;
+  });
+  EXPECT_EQ(CodeOf([&] { store->CommitTransaction(); }), kIoError);
+  Stop();
+  EXPECT_EQ(CodeOf([&] { store->CommitTransaction(); }), kUsage);
+  store->RollbackTransaction();
+  EXPECT_EQ(Get(store, "a"), "new");
+}
+
 // A process that has as many descriptors open as it may.
 int OutOfDescriptors(const SystemCall& call) {
   return call.name == "open" ? EMFILE : 0;

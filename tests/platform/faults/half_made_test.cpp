@@ -33,7 +33,7 @@ CSErrorCodes CommitFailingAt(const std::string& call, const std::string& path) {
 TEST_F(HalfMade, SwitchesAreNotWrittenOverWhenTheirFileCannotBeLookedAt) {
   Put(OpenStore(), "a", "old");
   HostPlatform::SetFeature(9, true);
-  EXPECT_EQ(CommitFailingAt("access", "features"), kIoError);
+  EXPECT_EQ(CommitFailingAt("stat", "features"), kIoError);
   EXPECT_EQ(ReadFile(FeaturesPath())[9], 1);
   HostPlatform::UseHostDirectory(HostPath());
   EXPECT_TRUE(HostPlatform::GetFeature(9).on);
@@ -131,6 +131,34 @@ TEST_F(HalfMade, MemoryThatRunsOutInACommitLeavesNoTemporary) {
                                EXPECT_EQ(name.find(".new-"), std::string::npos) << name;
                            });
   EXPECT_EQ(Get(OpenStore(), "a"), "new");
+}
+
+// A caller may go on after it: the transaction is as it was before the call, whichever one failed.
+TEST_F(HalfMade, MemoryThatRunsOutInATransactionLeavesItWhole) {
+  Put(OpenStore(), "a", "old");
+  for (int first = 1; first < 40; ++first) {
+    const Store store = OpenStore();
+    store->BeginTransaction();
+    const auto repeat = [&](const std::function<void()>& change) {
+      WatchAllocations({first, false});
+      bool raised = false;
+      try {
+        change();
+      } catch (const std::bad_alloc&) {
+        raised = true;
+      }
+      StopWatchingAllocations();
+      if (raised) change();
+    };
+    repeat([&] { Put(store, "a", "new"); });
+    repeat([&] { Put(store, "b", "one"); });
+    repeat([&] { Put(store, "b", "two"); });
+    EXPECT_EQ(Get(store, "b"), "two");
+    EXPECT_EQ(List(store), (Texts{"new", "two"})) << "allocation " << first;
+    repeat([&] { store->DeleteObjects(One("a")); });
+    EXPECT_EQ(List(store), Texts{"two"}) << "allocation " << first;
+    store->RollbackTransaction();
+  }
 }
 
 TEST_F(HalfMade, MemoryThatRunsOutWhileAFileIsAddedIsRaised) {

@@ -1,9 +1,7 @@
 // What a replacement does in which order, and what another process meets meanwhile.
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <climits>
 #include <string>
 #include <vector>
 
@@ -79,17 +77,6 @@ TEST_F(Replacement, ThatWasFlushedAndIsGivenUpLeavesTheOldFileAndNothingElse) {
   }
   EXPECT_EQ(ReadFile(PathOf(kName)), "old");
   EXPECT_EQ(NamesIn(HostPath()), Texts{kName});
-}
-
-// The files below the directory that this process has open.
-Texts OpenBelow(const std::string& directory) {
-  Texts open;
-  for (const std::string& number : NamesIn("/proc/self/fd")) {
-    char target[PATH_MAX] = {};
-    if (readlink(("/proc/self/fd/" + number).c_str(), target, sizeof target - 1) < 0) continue;
-    if (std::string(target).rfind(directory, 0) == 0) open.emplace_back(target);
-  }
-  return open;
 }
 
 // Not at those that are made with one of the library's mutexes held, which a fork waits for.

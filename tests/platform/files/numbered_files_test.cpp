@@ -96,6 +96,27 @@ TEST_F(NumberedFiles, LeftoversOfAKilledWriterAreRemoved) {
   EXPECT_FALSE(Exists(KeptPath(".9.txt.new-0123456789abcdef")));
 }
 
+TEST_F(NumberedFiles, FilesThatOnlyLookLikeLeftoversStay) {
+  Add("one");
+  const std::vector<std::string> names = {".x.txt.new-0123456789abcdef", ".9.txt.new-0123",
+                                          ".9.txt.new-0123456789abcdeg", ".9.new-er.draft"};
+  for (const std::string& name : names)
+    WriteFile(KeptPath(name), "");
+  Add("two");
+  for (const std::string& name : names)
+    EXPECT_TRUE(Exists(KeptPath(name))) << name;
+}
+
+TEST_F(NumberedFiles, NoneIsAddedBehindTheHighestNumberThereCanBe) {
+  Add("one");
+  WriteFile(KeptPath("18446744073709551615.txt"), "last");
+  std::string message;
+  EXPECT_EQ(ErrorOf([] { Add("two"); }, &message), EIO);
+  EXPECT_NE(message.find(KeptPath("18446744073709551615.txt")), std::string::npos) << message;
+  const std::vector<std::string> names = {".lock", "1.txt", "18446744073709551615.txt"};
+  EXPECT_EQ(NamesIn(FolderPath()), names);
+}
+
 TEST_F(NumberedFiles, FileInThePlaceOfTheFolderIsRaised) {
   Add("one");
   WriteFile(PathOf("taken"), "");
@@ -109,6 +130,43 @@ TEST_F(NumberedFiles, DirectoryThatEverybodyMayWriteToIsRefused) {
   ASSERT_EQ(chmod(HostPath().c_str(), 0777), 0);
   EXPECT_EQ(ErrorOf([] { Add("two"); }), EACCES);
   ASSERT_EQ(chmod(HostPath().c_str(), 02750), 0);
+  EXPECT_EQ(NamesIn(FolderPath()).size(), 2U);
+}
+
+// The directory's owner could send root anywhere by it.
+TEST_F(NumberedFiles, LinkInThePlaceOfTheFolderIsNotFollowed) {
+  const TemporaryDirectory elsewhere;
+  Add("one");
+  ASSERT_EQ(chown(HostPath().c_str(), kStranger, kReaders), 0);
+  ASSERT_EQ(symlink(elsewhere.path().c_str(), PathOf("planted").c_str()), 0);
+  std::string message;
+  EXPECT_EQ(ErrorOf([] { HostPlatform::AddNumberedFile("planted", ".txt", "content"); }, &message),
+            EACCES);
+  EXPECT_NE(message.find(PathOf("planted")), std::string::npos) << message;
+  EXPECT_NE(message.find("symbolic link"), std::string::npos) << message;
+  EXPECT_EQ(NamesIn(elsewhere.path()), std::vector<std::string>());
+}
+
+TEST_F(NumberedFiles, FolderOfSomebodyElseIsRefused) {
+  Add("one");
+  ASSERT_EQ(chown(HostPath().c_str(), kStranger, kReaders), 0);
+  for (const uid_t owner : {uid_t{0}, kStranger}) {
+    ASSERT_EQ(chown(FolderPath().c_str(), owner, kReaders), 0);
+    EXPECT_EQ(ErrorOf([] { Add("two"); }), 0) << owner;
+  }
+  ASSERT_EQ(chown(FolderPath().c_str(), kOtherStranger, kReaders), 0);
+  std::string message;
+  EXPECT_EQ(ErrorOf([] { Add("three"); }, &message), EACCES);
+  EXPECT_NE(message.find(FolderPath()), std::string::npos) << message;
+  EXPECT_EQ(NamesIn(FolderPath()).size(), 4U);
+}
+
+TEST_F(NumberedFiles, FolderThatEverybodyMayWriteToIsRefused) {
+  Add("one");
+  ASSERT_EQ(chmod(FolderPath().c_str(), 02757), 0);
+  std::string message;
+  EXPECT_EQ(ErrorOf([] { Add("two"); }, &message), EACCES);
+  EXPECT_NE(message.find(FolderPath() + ": everybody"), std::string::npos) << message;
   EXPECT_EQ(NamesIn(FolderPath()).size(), 2U);
 }
 

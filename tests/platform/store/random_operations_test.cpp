@@ -120,6 +120,7 @@ class RandomOperations : public HostTest {
 
   void RollBack(Handle& handle) {
     handle.store->RollbackTransaction();
+    if (handle.transaction) handle.outdated = true;
     handle.transaction.reset();
   }
 

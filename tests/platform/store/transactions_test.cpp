@@ -64,6 +64,16 @@ TEST_F(Transactions, RolledBackChangesAreGone) {
   EXPECT_EQ(List(OpenStore()), Texts{"old"});
 }
 
+// The transaction read the newest state; the handle does not go back behind it.
+TEST_F(Transactions, RollBackLeavesTheHandleWithWhatTheTransactionBeganWith) {
+  const Store store = OpenStore();
+  Put(OpenStore(), "a", "of another");
+  store->BeginTransaction();
+  EXPECT_EQ(Get(store, "a"), "of another");
+  store->RollbackTransaction();
+  EXPECT_EQ(Get(store, "a"), "of another");
+}
+
 TEST_F(Transactions, DroppingTheHandleRollsBack) {
   Put(OpenStore(), "a", "old");
   {

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -111,6 +112,16 @@ std::vector<std::string> NamesIn(const std::string& directory) {
   }
   std::sort(names.begin(), names.end());
   return names;
+}
+
+std::vector<std::string> OpenBelow(const std::string& directory) {
+  std::vector<std::string> open;
+  for (const std::string& number : NamesIn("/proc/self/fd")) {
+    char target[PATH_MAX] = {};
+    if (readlink(("/proc/self/fd/" + number).c_str(), target, sizeof target - 1) < 0) continue;
+    if (std::string(target).rfind(directory, 0) == 0) open.emplace_back(target);
+  }
+  return open;
 }
 
 }  // namespace PlatformTest

@@ -47,6 +47,8 @@ unsigned ModeOf(const std::string& path);  // the permission bits, set-id bits i
 bool Exists(const std::string& path);
 // Names in the directory, sorted.
 std::vector<std::string> NamesIn(const std::string& directory);
+// The files in the directory, itself included, that this process has open.
+std::vector<std::string> OpenBelow(const std::string& directory);
 
 }  // namespace PlatformTest
 
