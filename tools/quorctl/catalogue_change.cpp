@@ -2,6 +2,8 @@
 
 #include <unistd.h>
 
+#include <cerrno>
+#include <exception>
 #include <optional>
 #include <system_error>
 #include <utility>
@@ -10,10 +12,12 @@
 #include "catalogue/document_writer.h"
 #include "catalogue/duplicates.h"
 #include "catalogue/live_catalogue.h"
+#include "change_turn.h"
 #include "check/stored_content.h"
 #include "confirmation.h"
 #include "history.h"
 #include "host_backend.h"
+#include "signal_block.h"
 #include "standard_streams.h"
 #include "stored_records.h"
 
@@ -38,6 +42,13 @@ struct Present {
   std::size_t lostDatastores = 0;
 
   std::size_t Lost() const { return lostPolicies + lostDatastores; }
+
+  std::string LostInWords() const {
+    return Counted(Lost(), "record", "records") + " that cannot be read";
+  }
+
+  // To be put behind what else there is.
+  std::string AndLost() const { return Lost() > 0 ? " and " + LostInWords() : ""; }
 };
 
 // What is to be kept has to be complete; without history the operator wants to be rid of it.
@@ -60,6 +71,21 @@ bool IsUnchanged(const Present& present) {
   return QuorLib::GetDbHash() == present.digests;
 }
 
+// Where the catalogue itself or the disk is what is in the way. Another process, a right that is
+// missing or a directory that is not safe would be in the way of the change too.
+bool HelpsToKeepNothing(const std::exception_ptr& failure) {
+  try {
+    std::rethrow_exception(failure);
+  } catch (const CommandError&) {
+    return true;
+  } catch (const std::system_error& error) {
+    const int code = error.code().value();
+    return code == ENOSPC || code == EDQUOT || code == EFBIG;
+  } catch (...) {
+    return false;
+  }
+}
+
 // The present catalogue in the history, for as long as the change may need it.
 class KeptCatalogue {
  public:
@@ -69,10 +95,13 @@ class KeptCatalogue {
       number_ = KeepInHistory(present.catalogue, present.digests, BackendSwitch().on, verb);
     } catch (...) {
       const Failure failure = DescribeCurrentException();
-      throw CommandError(failure.status,
-                         "the present catalogue could not be kept in the history, so nothing was "
-                         "changed: " +
-                             failure.message + "; --no-history changes it without");
+      throw CommandError(
+          failure.status,
+          "the present catalogue could not be kept in the history, so nothing was "
+          "changed: " +
+              failure.message +
+              (HelpsToKeepNothing(std::current_exception()) ? "; --no-history changes it without"
+                                                            : ""));
     }
   }
   KeptCatalogue(const KeptCatalogue&) = delete;
@@ -134,15 +163,27 @@ void Confirm(const ChangeRequest& request, const std::string& loss, ProgressLine
   }
 }
 
-void PutPoliciesBack(const Present& present, const Failure& failure, const KeptCatalogue& kept) {
+// `written` is the digest of the policies that this process wrote: others are another writer's.
+void PutPoliciesBack(const Present& present, const std::string& written, const Failure& failure,
+                     const KeptCatalogue& kept) {
+  bool ofAnother = false;
   try {
-    QuorLib::AddPolicyInfo(present.catalogue.policies);
+    ofAnother = QuorLib::GetDbHash().first != written;
+    if (!ofAnother) QuorLib::AddPolicyInfo(present.catalogue.policies);
   } catch (...) {
     const Failure second = DescribeCurrentException();
     throw CommandError(
         failure.status,
         "the policies were replaced but the datastores were not: " + failure.message +
             "; the old policies could not be put back either: " + second.message + kept.Advice());
+  }
+  if (ofAnother) {
+    throw CommandError(
+        failure.status,
+        "the policies were replaced but the datastores were not: " + failure.message +
+            "; another process has changed the policies since, so the old ones were "
+            "not put back" +
+            kept.Advice());
   }
   throw CommandError(failure.status,
                      "the datastores could not be replaced: " + failure.message +
@@ -178,11 +219,8 @@ class Replacement {
     const std::size_t datastores = CountOf(differences_, Change::kDeleted, RecordKind::kDatastore);
     std::string loss;
     if (policies + datastores > 0) loss = CountedRecords(policies, datastores);
-    if (present_.Lost() > 0) {
-      loss += (loss.empty() ? "" : " and ") + Counted(present_.Lost(), "record", "records") +
-              " that cannot be read";
-    }
-    return loss;
+    if (!loss.empty()) return loss + present_.AndLost();
+    return present_.Lost() > 0 ? present_.LostInWords() : loss;
   }
 
   void Run(ProgressLine* progress, const KeptCatalogue& kept) const {
@@ -192,12 +230,13 @@ class Replacement {
     }
     if (policies_) WritePolicies(progress);
     if (!datastores_) return;
+    const std::string written = policies_ ? QuorLib::GetDbHash().first : std::string();
     try {
       WriteDatastores(progress);
     } catch (...) {
       if (!policies_) throw;
       const Failure failure = DescribeCurrentException();
-      PutPoliciesBack(present_, failure, kept);
+      PutPoliciesBack(present_, written, failure, kept);
     }
   }
 
@@ -276,12 +315,16 @@ class Replacement {
   bool datastores_ = false;
 };
 
-// Does `change` with the present catalogue kept.
+// Does `change` with the present catalogue kept. False, with nothing done, when another process was
+// faster.
 template <typename Change>
-void CarryOut(const std::string& verb, const ChangeOptions& options, const Present& present,
+bool CarryOut(const std::string& verb, const ChangeOptions& options, const Present& present,
               ProgressLine* progress, CommandOutput* output, const Change& change) {
+  const SignalBlock block;  // until policies and datastores are of one catalogue
   progress->Begin("keeping the present catalogue");
   KeptCatalogue kept(present, verb, options);
+  const ChangeTurn turn;
+  if (!IsUnchanged(present)) return false;  // to keep it took its time
   try {
     change(kept);
   } catch (...) {
@@ -290,6 +333,7 @@ void CarryOut(const std::string& verb, const ChangeOptions& options, const Prese
   }
   output->changedHost = true;
   kept.Stay();
+  return true;
 }
 
 [[noreturn]] void RaiseQuarrel() {
@@ -325,9 +369,9 @@ ChangeResult ChangeCatalogue(const ChangeRequest& request, const ChangeOptions& 
     const std::string loss = replacement.Loss();
     if (!loss.empty() && !options.confirmed()) Confirm(request, loss, progress, output);
     if (!IsUnchanged(present)) continue;
-    CarryOut(request.verb, options, present, progress, output,
-             [&](const KeptCatalogue& kept) { replacement.Run(progress, kept); });
-    return ChangeResult::kDone;
+    const bool done = CarryOut(request.verb, options, present, progress, output,
+                               [&](const KeptCatalogue& kept) { replacement.Run(progress, kept); });
+    if (done) return ChangeResult::kDone;
   }
   RaiseQuarrel();
 }
@@ -340,20 +384,23 @@ ChangeResult EmptyCatalogue(const ChangeOptions& options, ProgressLine* progress
     const Present present = ReadPresent(options);
     const Catalogue& catalogue = present.catalogue;
     if (options.dryRun()) {
-      output->text +=
-          CountedRecords(catalogue.policies.size(), catalogue.datastores.size()) + " to delete\n";
+      output->text += CountedRecords(catalogue.policies.size(), catalogue.datastores.size()) +
+                      present.AndLost() + " to delete\n";
       return ChangeResult::kDryRun;
     }
-    if (!options.confirmed()) Confirm(request, "all policies and datastores", progress, output);
+    if (!options.confirmed()) {
+      Confirm(request, "all policies and datastores" + present.AndLost(), progress, output);
+    }
     if (!IsUnchanged(present)) continue;
     if (catalogue.policies.empty() && catalogue.datastores.empty() && present.Lost() == 0) {
       return ChangeResult::kNothingDiffers;
     }
-    CarryOut(request.verb, options, present, progress, output, [&](const KeptCatalogue&) {
-      progress->Begin("deleting all policies and datastores");
-      QuorLib::Reset();
-    });
-    return ChangeResult::kDone;
+    const bool done =
+        CarryOut(request.verb, options, present, progress, output, [&](const KeptCatalogue&) {
+          progress->Begin("deleting all policies and datastores");
+          QuorLib::Reset();
+        });
+    if (done) return ChangeResult::kDone;
   }
   RaiseQuarrel();
 }

@@ -4,6 +4,7 @@
 #include <charconv>
 #include <ctime>
 #include <filesystem>
+#include <limits>
 #include <optional>
 
 #include "catalogue/document_reader.h"
@@ -20,6 +21,8 @@ constexpr char kFolder[] = "history";
 constexpr char kInStore[] = "store";
 constexpr char kInFile[] = "file";
 constexpr char kNoDigest[] = "-";
+constexpr std::uint64_t kNumbersEnd = std::numeric_limits<std::int64_t>::max();
+constexpr std::size_t kDigestLength = 32;
 
 std::vector<std::string> SplitAtDots(const std::string& name) {
   std::vector<std::string> parts;
@@ -39,7 +42,6 @@ bool ReadNumber(const std::string& text, Number* number) {
   return error == std::errc() && stopped == end;
 }
 
-// Digests are taken as they stand: they are shown and compared, nothing else.
 std::string DigestFromName(const std::string& part) {
   return part == kNoDigest ? std::string() : part;
 }
@@ -53,7 +55,7 @@ std::optional<HistoryEntry> ParseName(const std::filesystem::path& path) {
   HistoryEntry entry;
   const std::optional<std::string> time = ExtendedUtcTime(parts[1]);
   const bool knownStore = parts[3] == kInStore || parts[3] == kInFile;
-  if (!ReadNumber(parts[0], &entry.number) || !time || !knownStore ||
+  if (!ReadNumber(parts[0], &entry.number) || entry.number >= kNumbersEnd || !time || !knownStore ||
       !ReadNumber(parts[4], &entry.policies) || !ReadNumber(parts[5], &entry.datastores)) {
     return std::nullopt;
   }
@@ -63,6 +65,13 @@ std::optional<HistoryEntry> ParseName(const std::filesystem::path& path) {
   entry.digests = {DigestFromName(parts[6]), DigestFromName(parts[7])};
   entry.path = path;
   return entry;
+}
+
+// No records have no digest; nor have datastores of which every field is empty.
+bool CanBeDigest(const std::string& digest, std::size_t records) {
+  if (digest.empty()) return true;
+  return records != 0 && digest.size() == kDigestLength &&
+         digest.find_first_not_of("0123456789abcdef") == digest.npos;
 }
 
 std::string NameBehindNumber(const Catalogue& catalogue, const Digests& digests, bool inStore,
@@ -90,6 +99,7 @@ std::vector<HistoryEntry> ListHistory() {
   if (error == std::errc::no_such_file_or_directory) return entries;
   if (error) throw std::filesystem::filesystem_error("cannot list", HistoryDirectory(), error);
   for (const auto& file : files) {
+    if (!file.is_regular_file(error) || file.is_symlink(error)) continue;
     if (const auto entry = ParseName(file.path())) entries.push_back(*entry);
   }
   std::sort(entries.begin(), entries.end(),
@@ -107,7 +117,13 @@ HistoryEntry FindHistoryEntry(std::uint64_t number) {
 }
 
 Catalogue ReadHistoryEntry(const HistoryEntry& entry) {
-  Catalogue catalogue = ReadCatalogueDocument(ReadInput(entry.path), entry.path);
+  if (!CanBeDigest(entry.digests.first, entry.policies) ||
+      !CanBeDigest(entry.digests.second, entry.datastores)) {
+    throw CommandError(ExitStatus::kBadInput, entry.path +
+                                                  ": the digests in its name are not those of " +
+                                                  "any such catalogue: it was renamed since");
+  }
+  Catalogue catalogue = ReadCatalogueDocument(ReadKeptFile(entry.path), entry.path);
   if (catalogue.policies.size() == entry.policies &&
       catalogue.datastores.size() == entry.datastores) {
     return catalogue;

@@ -36,15 +36,15 @@ struct HistoryEntry {
 // "/var/lib/quor/history"
 std::string HistoryDirectory();
 
-// What is kept, the newest first. Files of other names are passed over. Raises std::system_error
+// What is kept, the newest first. Other files are passed over. Raises std::system_error
 // when the directory cannot be read.
 std::vector<HistoryEntry> ListHistory();
 
 // The entry of that number. Raises CommandError (absent) when there is none.
 HistoryEntry FindHistoryEntry(std::uint64_t number);
 
-// The catalogue of an entry. Raises CommandError when the document cannot be read or does not hold
-// what its name says.
+// The catalogue of an entry. Raises CommandError when the document cannot be read, and as bad input
+// when it does not hold what its name says.
 Catalogue ReadHistoryEntry(const HistoryEntry& entry);
 
 // Keeps the catalogue, durably; returns its number. Raises when it cannot be kept, and when the

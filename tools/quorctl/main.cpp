@@ -1,5 +1,10 @@
 // quorctl: an operator's way to the host's catalogue.
+#include <unistd.h>
+
+#include <exception>
+#include <new>
 #include <optional>
+#include <string_view>
 #include <system_error>
 
 #include "command_line.h"
@@ -33,7 +38,8 @@ ExitStatus RunAndReport(const std::vector<std::string>& words) {
     WriteOutput(output);
   } catch (...) {
     ofWriting = DescribeCurrentException();
-    if (status == ExitStatus::kDone) status = ofWriting->status;
+    // An answer that was not told is none.
+    if (status == ExitStatus::kDone || status == ExitStatus::kNo) status = ofWriting->status;
   }
   for (const auto& failure : {ofCommand, ofWriting}) {
     if (failure) WriteErrorLine(failure->message);
@@ -41,10 +47,25 @@ ExitStatus RunAndReport(const std::vector<std::string>& words) {
   return status;
 }
 
+// Memory can run out in a destructor too, where no exception may leave. Takes none itself.
+[[noreturn]] void EndAtOnce() {
+  std::string_view message = "quorctl: internal error\n";
+  try {
+    if (std::current_exception()) throw;
+  } catch (const std::bad_alloc&) {
+    message = "quorctl: out of memory; a change may have been made\n";
+  } catch (...) {  // the message is that of an internal error
+  }
+  const ssize_t ignored = write(STDERR_FILENO, message.data(), message.size());
+  static_cast<void>(ignored);
+  _exit(static_cast<int>(ExitStatus::kInternal));
+}
+
 }  // namespace
 }  // namespace Quorctl
 
 int main(int argc, char** argv) {
+  std::set_terminate(Quorctl::EndAtOnce);
   try {
     Quorctl::ReserveStandardDescriptors();
     std::vector<std::string> words;

@@ -2,6 +2,10 @@
 
 #include <unistd.h>
 
+#include <exception>
+#include <system_error>
+
+#include "signal_block.h"
 #include "standard_streams.h"
 #include "text/display_width.h"
 
@@ -14,7 +18,7 @@ constexpr auto kPause = std::chrono::milliseconds(200);
 }  // namespace
 
 ProgressLine::ProgressLine() {
-  if (isatty(STDERR_FILENO) == 1) thread_ = std::thread([this] { Run(); });
+  if (isatty(STDERR_FILENO) == 1) Start();
 }
 
 ProgressLine::~ProgressLine() {
@@ -34,23 +38,45 @@ void ProgressLine::Begin(const std::string& step) {
 }
 
 void ProgressLine::Hide() {
-  const std::lock_guard<std::mutex> guard(mutex_);
-  step_.clear();
+  Begin(std::string());
+  const std::lock_guard<std::mutex> guard(terminal_);
   Erase();
 }
 
+void ProgressLine::Start() {
+  const SignalBlock block;  // signals are for the thread that does the work
+  try {
+    thread_ = std::thread([this] { Run(); });
+  } catch (const std::system_error&) {
+    // The command is worth more than its line.
+  }
+}
+
 void ProgressLine::Run() {
-  std::unique_lock<std::mutex> lock(mutex_);
-  ended_.wait_until(lock, started_ + kPatience, [this] { return end_; });
-  while (!end_) {
-    if (!step_.empty()) Draw();
-    ended_.wait_for(lock, kPause, [this] { return end_; });
+  try {
+    std::unique_lock<std::mutex> lock(mutex_);
+    ended_.wait_until(lock, started_ + kPatience, [this] { return end_; });
+    while (!end_) {
+      lock.unlock();
+      Draw();
+      lock.lock();
+      ended_.wait_for(lock, kPause, [this] { return end_; });
+    }
+  } catch (const std::exception&) {
+    // No memory for the line: there is none any more.
   }
 }
 
 void ProgressLine::Draw() {
+  const std::lock_guard<std::mutex> guard(terminal_);
+  std::string line;
+  {
+    const std::lock_guard<std::mutex> guardOfStep(mutex_);
+    line = step_;
+  }
+  if (line.empty()) return;
   const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(Clock::now() - started_);
-  const std::string line = step_ + " ... " + std::to_string(seconds.count()) + " s";
+  line += " ... " + std::to_string(seconds.count()) + " s";
   Erase();
   WriteTerminal(line);
   shown_ = DisplayWidth(line);

@@ -1,6 +1,7 @@
 #include "standard_streams.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -17,6 +18,8 @@ int WriteAll(int descriptor, const std::string& text) {
     const ssize_t count = write(descriptor, text.data() + written, text.size() - written);
     if (count >= 0) {
       written += static_cast<std::size_t>(count);
+    } else if (errno == EAGAIN) {
+      WaitUntilReady(descriptor, POLLOUT);
     } else if (errno != EINTR) {
       return errno;
     }
@@ -25,6 +28,11 @@ int WriteAll(int descriptor, const std::string& text) {
 }
 
 }  // namespace
+
+void WaitUntilReady(int descriptor, short events) {
+  pollfd wanted = {descriptor, events, 0};
+  poll(&wanted, 1, -1);
+}
 
 void ReserveStandardDescriptors() {
   for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) {

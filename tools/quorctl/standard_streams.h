@@ -10,6 +10,10 @@ namespace Quorctl {
 // standard stream. Reading or writing the stream still fails afterwards, as it would have before.
 void ReserveStandardDescriptors();
 
+// Waits for POLLIN or POLLOUT, or for a signal: whoever opened a stream may have made it one that
+// does not block.
+void WaitUntilReady(int descriptor, short events);
+
 // Writes all of `text`. Returns 0, or the error number of the write that failed.
 int WriteStandardOutput(const std::string& text);
 

@@ -16,6 +16,7 @@ namespace {
 
 constexpr std::size_t kDeepestNesting = 16;
 constexpr std::size_t kMostValues = 10'000'000;  // bounds the memory that a hostile document takes
+constexpr std::size_t kLongestReason = 200;
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 // "line 3, column 14" of the last byte that the parser took, both counted from 1; columns in
@@ -32,7 +33,7 @@ std::string LineAndColumn(std::string_view text, std::size_t bytesTaken) {
 }
 
 // The parser's reason, without its own prefix ("[...] parse error at line 1, column 2: ") and
-// without the excerpt at its end, which can be as long as the document.
+// without the excerpt at its end. That and a number it quotes can be as long as the document.
 std::string Reason(std::string_view what) {
   constexpr std::string_view kAfterPosition = ": ";
   if (what.substr(0, 1) == "[") what.remove_prefix(std::min(what.size(), what.find("] ") + 2));
@@ -46,6 +47,7 @@ std::string Reason(std::string_view what) {
   if (excerpt != what.npos && expected != what.npos && expected > excerpt) {
     reason += what.substr(expected + 1);
   }
+  if (reason.size() > kLongestReason) reason.replace(kLongestReason, reason.npos, "...");
   return reason;
 }
 

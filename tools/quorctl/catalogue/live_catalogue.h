@@ -7,7 +7,8 @@
 namespace Quorctl {
 
 // All records, in the order in which they are stored. Raises CommandError when the store holds
-// records that cannot be read: what is made of the rest would pass for the whole.
+// records that cannot be read: what is made of the rest would pass for the whole. Raises it too
+// when the catalogue keeps changing meanwhile. A command that calls it stays with one store before.
 Catalogue ReadLiveCatalogue();
 
 }  // namespace Quorctl

@@ -107,8 +107,11 @@ void CheckHistory(Findings* findings) {
     try {
       ReadHistoryEntry(entry);
     } catch (const CommandError& failure) {
+      if (failure.status() == ExitStatus::kPermission) throw;
+      const bool wrong = failure.status() == ExitStatus::kBadInput;
       findings->push_back({Severity::kWarning, entry.path,
-                           std::string("cannot be restored: ") + failure.what(), "remove it"});
+                           std::string("cannot be restored: ") + failure.what(),
+                           wrong ? "move it away" : "look why it cannot be read"});
     }
   }
 }

@@ -1,4 +1,5 @@
 #include "argument.h"
+#include "backend_choice.h"
 #include "catalogue/document_reader.h"
 #include "catalogue/document_rules.h"
 #include "catalogue/input_file.h"
@@ -76,10 +77,12 @@ class ApplyCommand final : public Command {
     if (policiesOnly_ && datastoresOnly_) {
       throw UsageError("--policies-only and --datastores-only exclude each other");
     }
-    UseBackend(BackendSwitch().on);
+    const HostPlatform::FeatureState selected = BackendSwitch();
+    UseBackend(selected.on);
     ProgressLine progress;
     progress.Begin("reading the document");
     Catalogue catalogue = ReadAndCheck(file_.Value());
+    ExpectReadable(selected);
     const std::string summary = Summary(catalogue);
     ChangeRequest request{"apply"};
     request.replacesPolicies = !datastoresOnly_;
@@ -87,7 +90,7 @@ class ApplyCommand final : public Command {
     request.mayAsk = file_.Value() != "-";
     const ChangeResult result =
         ChangeCatalogue(request, options_, std::move(catalogue), &progress, output);
-    output->text += TextOf(result, summary) + '\n';
+    output->text += TextOf(result, summary) + '\n' + NoteOfAnotherBackend();
     return ExitStatus::kDone;
   }
 

@@ -69,6 +69,9 @@ class BlobCommand final : public Command {
     if (datastore_.Given() && !policyId_.Given()) {
       throw UsageError("--datastore goes with --policy-id only");
     }
+    if (file_.Given() && file_.Value().empty()) {
+      throw UsageError("--out needs the name of a file");
+    }
     if (file_.Given() && raw_) throw UsageError("--raw goes with standard output, not with --out");
   }
 

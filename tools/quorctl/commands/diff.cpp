@@ -1,4 +1,5 @@
 #include "argument.h"
+#include "backend_choice.h"
 #include "catalogue/comparison.h"
 #include "catalogue/document_reader.h"
 #include "catalogue/input_file.h"
@@ -34,6 +35,7 @@ class DiffCommand final : public Command {
   ExitStatus Run(CommandOutput* output) override {
     if (!file_.Given()) throw UsageError("diff needs a FILE, or - for standard input");
     const std::string& path = file_.Value();
+    StayWithTheBackend();
     RecordWriter writer(DifferenceLayout(), options_.Choices());
     const Catalogue wanted = ReadCatalogueDocument(ReadInput(path), InputName(path));
     const auto differences = CompareCatalogues(ReadLiveCatalogue(), wanted);

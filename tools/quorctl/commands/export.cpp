@@ -1,3 +1,4 @@
+#include "backend_choice.h"
 #include "catalogue/canonical_order.h"
 #include "catalogue/document_writer.h"
 #include "catalogue/live_catalogue.h"
@@ -27,6 +28,7 @@ class ExportCommand final : public Command {
   void Declare(CLI::App& /*verb*/) override {}
 
   ExitStatus Run(CommandOutput* output) override {
+    StayWithTheBackend();
     Catalogue catalogue = ReadLiveCatalogue();
     PutInCanonicalOrder(&catalogue);
     output->text += CatalogueAsDocument(catalogue);

@@ -1,4 +1,5 @@
 #include "argument.h"
+#include "backend_choice.h"
 #include "catalogue/record_layouts.h"
 #include "command_table.h"
 #include "listing_options.h"
@@ -40,6 +41,7 @@ class GetCommand final : public Command {
 
   ExitStatus Run(CommandOutput* output) override {
     if (!kind_.Given()) throw UsageError("get what? policy or datastore");
+    StayWithTheBackend();
     if (kind_.Value() == "policy") {
       if (key_.Given() == name_.Given()) {
         throw UsageError("get policy takes an identifier or --name, one of the two");

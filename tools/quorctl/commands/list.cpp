@@ -1,4 +1,5 @@
 #include "argument.h"
+#include "backend_choice.h"
 #include "catalogue/record_layouts.h"
 #include "command_table.h"
 #include "listing_options.h"
@@ -45,6 +46,7 @@ class ListCommand final : public Command {
 
   ExitStatus Run(CommandOutput* output) override {
     if (!kind_.Given()) throw UsageError("list what? policies or datastores");
+    StayWithTheBackend();
     if (kind_.Value() == "policies") {
       ListPolicies(output);
     } else if (kind_.Value() == "datastores") {

@@ -39,6 +39,7 @@ class MigrateCommand final : public Command {
   ExitStatus Run(CommandOutput* output) override {
     if (!target_.Given()) throw UsageError("migrate needs --to store or --to file");
     const bool toStore = IsStoreChosen(target_.Value());
+    ExpectReadable(BackendSwitch());
     ProgressLine progress;
     progress.Begin("reading the " + BackendName(!toStore));
     UseBackend(!toStore);

@@ -1,3 +1,4 @@
+#include "backend_choice.h"
 #include "catalogue_change.h"
 #include "command_table.h"
 #include "host_backend.h"
@@ -23,10 +24,11 @@ class ResetCommand final : public Command {
   void Declare(CLI::App& verb) override { options_.Declare(verb); }
 
   ExitStatus Run(CommandOutput* output) override {
-    UseBackend(BackendSwitch().on);
+    ExpectReadable(BackendSwitch());
+    StayWithTheBackend();
     ProgressLine progress;
     const ChangeResult result = EmptyCatalogue(options_, &progress, output);
-    output->text += TextOf(result) + '\n';
+    output->text += TextOf(result) + '\n' + NoteOfAnotherBackend();
     return ExitStatus::kDone;
   }
 

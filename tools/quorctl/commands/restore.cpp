@@ -1,6 +1,7 @@
 #include <charconv>
 
 #include "argument.h"
+#include "backend_choice.h"
 #include "catalogue/store_limits.h"
 #include "catalogue_change.h"
 #include "command_table.h"
@@ -43,7 +44,7 @@ class RestoreCommand final : public Command {
   ExitStatus Run(CommandOutput* output) override {
     if (!number_.Given()) throw UsageError("restore needs a NUMBER of the history");
     const std::uint64_t number = ReadNumber(number_.Value());
-    const bool usedByPrograms = BackendSwitch().on;
+    ExpectReadable(BackendSwitch());
     ProgressLine progress;
     progress.Begin("reading the history");
     const HistoryEntry entry = FindHistoryEntry(number);
@@ -57,11 +58,7 @@ class RestoreCommand final : public Command {
     UseBackend(entry.inStore);
     const ChangeResult result = ChangeCatalogue(ChangeRequest{"restore"}, options_,
                                                 std::move(catalogue), &progress, output);
-    output->text += TextOf(result, entry);
-    if (entry.inStore != usedByPrograms) {
-      output->text += "the switch selects the " + BackendName(usedByPrograms) +
-                      ": programs do not see this one\n";
-    }
+    output->text += TextOf(result, entry) + NoteOfAnotherBackend();
     ExpectDigests(result, entry);
     return ExitStatus::kDone;
   }

@@ -139,9 +139,10 @@ class StatusCommand final : public Command {
   void Declare(CLI::App& /*verb*/) override {}
 
   ExitStatus Run(CommandOutput* output) override {
+    const FeatureState backend = BackendSwitch();
+    UseBackend(backend.on);  // all that follows tells of the same store
     const StoredRecords stored;
     LabelledLines lines;
-    const FeatureState backend = BackendSwitch();
     const StoredFile file = StateOf(backend.on);
     lines.Add("host directory:", HostPlatform::HostDirectory());
     AddSwitch(backend, &lines);

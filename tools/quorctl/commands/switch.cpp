@@ -43,6 +43,7 @@ class SwitchCommand final : public Command {
 
  private:
   static void Select(bool usesConfigStore) {
+    ExpectReadable(BackendSwitch());
     HostPlatform::SetFeature(kFeatureQuorUsesConfigStore, usesConfigStore);
     const HostPlatform::FeatureState now = BackendSwitch();
     if (now.on == usesConfigStore) return;

@@ -78,6 +78,15 @@ _quorctl_quoted() {
   esac
 }
 
+# Offers those of the values that a command takes as an argument here: one that begins with a dash
+# would be an option, unless "--" was typed.
+_quorctl_offer_arguments() {
+  local value
+  for value; do
+    [[ ! $ended && $value == -* ]] || _quorctl_offer '' "$value"
+  done
+}
+
 # Offers those of the values that go on from what is typed. $1 stands before each of them already.
 _quorctl_offer() {
   local before=$1 value typed=${_quorctl_words[-1]}
@@ -213,11 +222,11 @@ _quorctl_complete_argument() {
     get:1:*) _quorctl_offer '' policy datastore ;;
     get:2:policy)
       _quorctl_ask id list policies
-      _quorctl_offer '' "${_quorctl_values[@]}"
+      _quorctl_offer_arguments "${_quorctl_values[@]}"
       ;;
     get:2:datastore)
       _quorctl_ask url list datastores
-      _quorctl_offer '' "${_quorctl_values[@]}"
+      _quorctl_offer_arguments "${_quorctl_values[@]}"
       ;;
     diff:1:* | apply:1:*) compopt -o default 2>/dev/null ;;
     restore:1:*)

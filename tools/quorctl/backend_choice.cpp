@@ -1,0 +1,29 @@
+#include "backend_choice.h"
+
+#include "host_backend.h"
+
+namespace Quorctl {
+namespace {
+
+// What the host's switch says now, whatever this process was made to use.
+bool SwitchOfTheHost() {
+  const bool used = BackendSwitch().on;
+  HostPlatform::UseHostDirectory(HostPlatform::HostDirectory());
+  const bool selected = BackendSwitch().on;
+  UseBackend(used);
+  return selected;
+}
+
+}  // namespace
+
+void StayWithTheBackend() {
+  UseBackend(BackendSwitch().on);
+}
+
+std::string NoteOfAnotherBackend() {
+  const bool selected = SwitchOfTheHost();
+  if (selected == BackendSwitch().on) return std::string();
+  return "the switch selects the " + BackendName(selected) + ": programs do not see this one\n";
+}
+
+}  // namespace Quorctl

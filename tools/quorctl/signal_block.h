@@ -1,0 +1,25 @@
+// Keeps signals from ending or stopping the process half-way through a change.
+#ifndef TOOLS_QUORCTL_SIGNAL_BLOCK_H_
+#define TOOLS_QUORCTL_SIGNAL_BLOCK_H_
+
+#include <csignal>
+
+namespace Quorctl {
+
+// While there is one, the signals by which terminals and services end or stop a process wait. What
+// has come meanwhile is delivered by the destructor. For the calling thread alone: every other
+// thread has to block them too (those made meanwhile do), or it would take them.
+class SignalBlock {
+ public:
+  SignalBlock() noexcept;
+  SignalBlock(const SignalBlock&) = delete;
+  SignalBlock& operator=(const SignalBlock&) = delete;
+  ~SignalBlock();
+
+ private:
+  sigset_t originalMask_;
+};
+
+}  // namespace Quorctl
+
+#endif  // TOOLS_QUORCTL_SIGNAL_BLOCK_H_
