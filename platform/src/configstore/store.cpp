@@ -249,8 +249,8 @@ void HostConfigStore::CommitTransaction() {
   outdated_ = true;
 }
 
-// What the transaction has seen is what the handle sees from then on: it has read the newest state, and
-// a commit that failed may be in place.
+// What the transaction has seen is what the handle sees from then on: it has read the newest state,
+// and a commit that failed may be in place.
 void HostConfigStore::RollbackTransaction() {
   const ErrnoKeeper keeper;
   if (transaction_) outdated_ = true;

@@ -208,9 +208,8 @@ TEST_F(FailingCalls, CommitThatIsInPlaceIsNotRepeatedAndIsSeenByItsHandle) {
   const Store store = OpenStore();
   store->BeginTransaction();
   Put(store, "a", "new");
-  Watch([](const SystemCall& call) {
-    return call.name == "fsync" && !IsTemporary(call) ? EIO : 0;
-  });
+  Watch(
+      [](const SystemCall& call) { return call.name == "fsync" && !IsTemporary(call) ? EIO : 0; });
   EXPECT_EQ(CodeOf([&] { store->CommitTransaction(); }), kIoError);
   Stop();
   EXPECT_EQ(CodeOf([&] { store->CommitTransaction(); }), kUsage);
