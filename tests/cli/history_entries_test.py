@@ -75,6 +75,14 @@ class Entries(QuorctlCase):
             self.assertEqual(found["subject"], path)
             os.remove(path)
 
+    def test_DatastoresWithoutADigestAreRestored(self):
+        content = document([], [datastore("", namespace="", defaultPolicy="")])
+        self.apply(content)
+        self.apply(document())
+        self.assertTrue(self.path_kept(4).endswith(".0.1.-.-.json"))
+        self.ask("restore", "--yes", "4")
+        self.assertEqual(self.listed("datastores"), content["datastores"])
+
     def test_DamagedEntryIsAdvisedToBeMovedAway(self):
         path = self.path_kept(2)
         self.add(path, [])

@@ -67,11 +67,16 @@ std::optional<HistoryEntry> ParseName(const std::filesystem::path& path) {
   return entry;
 }
 
+bool IsDigest(const std::string& text) {
+  return text.size() == kDigestLength && text.find_first_not_of("0123456789abcdef") == text.npos;
+}
+
 // No records have no digest; nor have datastores of which every field is empty.
-bool CanBeDigest(const std::string& digest, std::size_t records) {
-  if (digest.empty()) return true;
-  return records != 0 && digest.size() == kDigestLength &&
-         digest.find_first_not_of("0123456789abcdef") == digest.npos;
+bool CanBeDigestOfPolicies(const std::string& digest, std::size_t policies) {
+  return policies == 0 ? digest.empty() : IsDigest(digest);
+}
+bool CanBeDigestOfDatastores(const std::string& digest, std::size_t datastores) {
+  return digest.empty() || (datastores != 0 && IsDigest(digest));
 }
 
 std::string NameBehindNumber(const Catalogue& catalogue, const Digests& digests, bool inStore,
@@ -117,8 +122,8 @@ HistoryEntry FindHistoryEntry(std::uint64_t number) {
 }
 
 Catalogue ReadHistoryEntry(const HistoryEntry& entry) {
-  if (!CanBeDigest(entry.digests.first, entry.policies) ||
-      !CanBeDigest(entry.digests.second, entry.datastores)) {
+  if (!CanBeDigestOfPolicies(entry.digests.first, entry.policies) ||
+      !CanBeDigestOfDatastores(entry.digests.second, entry.datastores)) {
     throw CommandError(ExitStatus::kBadInput, entry.path +
                                                   ": the digests in its name are not those of " +
                                                   "any such catalogue: it was renamed since");
