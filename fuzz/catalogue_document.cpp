@@ -45,7 +45,7 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
     return 0;
   }
   try {
-    Quorctl::ExpectUniqueKeys(catalogue, kSource);
+    Quorctl::ExpectUniqueKeys(/*inStore=*/true, catalogue, kSource);
     Quorctl::ExpectBlobNamespaces(catalogue, kSource);
   } catch (const Quorctl::CommandError& failure) {
     Expect(failure.status() == Quorctl::ExitStatus::kBadInput, "the status is that of bad input");

@@ -165,7 +165,7 @@ class Reader {
 
 std::string LargeDocument() {
   std::string document = R"({"Host": {"Test": {"key": "old", "items": [)";
-  for (int i = 0; i < 50'000; ++i)
+  for (int i = 0; i < 20'000; ++i)
     document += R"({"name": {"inner": ["text", {}]}},)";
   return document + "{}]}}}";
 }
@@ -175,7 +175,7 @@ TEST_F(Fork, InTheMiddleOfADocumentLeavesChildrenThatParse) {
   HostPlatform::UseLockTimeout(60'000);
   EditByHand(LargeDocument());
   const Reader reader(FilePath());
-  for (int i = 0; i < 20; ++i) {
+  for (int i = 0; i < 10; ++i) {
     RunInChild([&] {
       alarm(60);
       EditByHand(R"({"Host": {"Test": {"key": "of a child"}}})");
