@@ -217,6 +217,16 @@ TEST_F(Tree, PathOfTooManyPartsIsRefused) {
   EXPECT_TRUE(locked.file->GetBranch(path.substr(0, 2 * 199))->GetValue("key", &value));
 }
 
+TEST_F(Tree, ArraysThatNestTooDeepAreRefusedWhenTheyAreWritten) {
+  Put("key", "old");
+  const SynchronizedConfigFile locked;
+  std::shared_ptr<ConfigBranch> branch = BranchOf(locked);
+  for (int i = 0; i < 101; ++i)
+    branch = branch->GetArray("a")->NewInstance();
+  EXPECT_TRUE(Contains(MessageOf([&] { locked.file->Write(); }), "deeper than 200 levels"));
+  EXPECT_EQ(Document().find("\"a\""), std::string::npos);
+}
+
 TEST_F(Tree, SessionWritesAsOftenAsItLikes) {
   const SynchronizedConfigFile locked;
   const auto branch = BranchOf(locked);
