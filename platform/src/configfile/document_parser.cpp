@@ -60,6 +60,7 @@ class ParserLock {
     if (shared.busy) shared.parser = std::exchange(shared.spare, nullptr);
     shared.busy = false;
     if (shared.parser == nullptr) {
+      const std::lock_guard making(HostPlatform::Io::MakingMutex());
       shared.parser = MakeParser();
       shared.spare = MakeParser();
     }

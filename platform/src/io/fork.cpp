@@ -12,6 +12,7 @@ namespace HostPlatform::Io {
 namespace {
 
 constinit std::mutex parserMutex;
+constinit std::mutex makingMutex;
 constinit std::atomic<unsigned> generation{0};
 constinit std::mutex descriptorMutex;
 
@@ -21,6 +22,7 @@ struct alignas(64) CacheLock {
 constinit CacheLock cacheLocks[kCachePlaces];
 
 void BeforeFork() {
+  makingMutex.lock();
   descriptorMutex.lock();
   for (CacheLock& lock : cacheLocks)
     lock.mutex.lock();
@@ -30,6 +32,7 @@ void AfterForkInParent() {
   for (CacheLock& lock : cacheLocks)
     lock.mutex.unlock();
   descriptorMutex.unlock();
+  makingMutex.unlock();
 }
 
 void AfterForkInChild() {
@@ -47,6 +50,10 @@ void RegisterForkHandlers() {
 
 std::mutex& ParserMutex() {
   return parserMutex;
+}
+
+std::mutex& MakingMutex() {
+  return makingMutex;
 }
 
 unsigned Generation() {

@@ -7,7 +7,8 @@
 // numbered.
 //
 // The parser's mutex is held for as long as a document takes. It is left alone, and a child gets a
-// new one.
+// new one. Only while the parser is made, once, do forks wait: what its library makes on first use
+// would never be finished in a child that was forked meanwhile.
 #ifndef PLATFORM_SRC_IO_FORK_H_
 #define PLATFORM_SRC_IO_FORK_H_
 
@@ -20,6 +21,8 @@ void RegisterForkHandlers();
 
 // Guards the parser of the configuration file; see document_parser.cpp.
 std::mutex& ParserMutex();
+// Held while the first parser is made; taken before the others.
+std::mutex& MakingMutex();
 
 // How many forks there are between the process and the one that loaded the platform.
 unsigned Generation();

@@ -193,6 +193,7 @@ TEST_F(Fork, DoesNotWaitForAnAllocationThatWaitsForTheFork) {
   EditByHand(LargeDocument());
   RunInChild([this] {
     alarm(60);
+    EXPECT_EQ(Get("key"), "old");  // there is a parser then
     LockAllocationsAroundForks();
     const Reader reader(FilePath());
     for (int i = 0; i < 200; ++i) {
