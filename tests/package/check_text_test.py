@@ -68,6 +68,13 @@ class TextCheck(unittest.TestCase):
     def test_a_bad_file_name_is_found(self):
         self.assertEqual(len(self._found("text\n", name="sp" "ec.md")), 1)
 
+    def test_the_file_git_of_a_second_work_tree_is_no_source(self):
+        with tempfile.TemporaryDirectory(prefix="quor-text-") as root:
+            for name, text in ((".git", "gitdir: /ho" "me/someone/repository\n"), ("a", "a\n")):
+                with open(os.path.join(root, name), "w", encoding="utf-8") as file:
+                    file.write(text)
+            self.assertEqual(check_text.violations(root), [])
+
     def test_a_missing_line_feed_and_carriage_returns_are_found(self):
         self.assertEqual(len(self._found("text")), 1)
         self.assertEqual(len(self._found("text\r\n")), 1)

@@ -1,7 +1,8 @@
 """Which files make up the source tree."""
 import os
 
-_NOT_SOURCE = {".git", "build", ".cache"}  # as in .gitignore, at the root
+# As in .gitignore, at the root. In a second work tree of a repository .git is a file.
+_NOT_SOURCE = {".git", "build", ".cache"}
 
 
 def files(root, *folders):
@@ -10,6 +11,7 @@ def files(root, *folders):
         for directory, subdirectories, names in os.walk(os.path.join(root, top)):
             if os.path.samefile(directory, root):
                 subdirectories[:] = [s for s in subdirectories if s not in _NOT_SOURCE]
+                names = [name for name in names if name not in _NOT_SOURCE]
             subdirectories[:] = sorted(s for s in subdirectories if s != "__pycache__")
             for name in sorted(names):
                 yield os.path.relpath(os.path.join(directory, name), root)
