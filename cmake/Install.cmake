@@ -29,17 +29,7 @@ function(quor_relative_path variable from to)
   set(${variable} ${path} PARENT_SCOPE)
 endfunction()
 
-# Libraries. Each finds the other, and quorctl both, wherever the prefix is.
-set(quor_libraries quor)
-if(NOT QUOR_PLATFORM_TARGET)
-  list(APPEND quor_libraries quor_platform)
-  set_target_properties(quor_platform PROPERTIES EXPORT_NAME platform
-    INTERFACE_INCLUDE_DIRECTORIES
-    "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/platform/include>")
-endif()
-set_target_properties(quor PROPERTIES INTERFACE_INCLUDE_DIRECTORIES
-  "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>;$<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>")
-set_target_properties(${quor_libraries} PROPERTIES INSTALL_RPATH "$ORIGIN")
+# Libraries.
 install(TARGETS quor EXPORT quor-targets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development)
 if(NOT QUOR_PLATFORM_TARGET)

@@ -1,4 +1,5 @@
-"""This project as a part of a larger one: it plans its libraries and nothing else.
+"""This project as a part of a larger one: it plans its libraries and nothing else, and the larger one
+can export them.
 
     subproject_test.py CMAKE ROOT [TEST...]
 """
@@ -30,14 +31,25 @@ target_link_libraries(administration PRIVATE quor::platform)
 """
 SOURCES = {"CMakeLists.txt": PARENT, "program.cpp": "", "administration.cpp": ""}
 
+EXPORTING_PARENT = """
+cmake_minimum_required(VERSION 3.25)
+project(parent LANGUAGES CXX)
+add_subdirectory(libquor)
+add_library(parent_library SHARED library.cpp)
+target_link_libraries(parent_library PUBLIC quor::quor)
+install(TARGETS parent_library ${OTHERS} EXPORT parent-targets)
+install(EXPORT parent-targets NAMESPACE parent:: DESTINATION lib/cmake/parent)
+"""
+EXPORTING_SOURCES = {"CMakeLists.txt": EXPORTING_PARENT, "library.cpp": ""}
+
 # Only tests and quorctl need them.
 UNNEEDED = ("GTest", "Python3", "CLI11", "SQLite3", "Threads")
 
 
-def write_parent(directory):
+def write_parent(directory, sources):
     os.mkdir(directory)
     os.symlink(ROOT, os.path.join(directory, "libquor"))
-    for name, text in SOURCES.items():
+    for name, text in sources.items():
         with open(os.path.join(directory, name), "w", encoding="utf-8") as file:
             file.write(text)
 
@@ -48,7 +60,7 @@ class Subproject(unittest.TestCase):
         directory = installed_tree.temporary_directory(cls)
         cls.parent = os.path.join(directory, "parent")
         cls.build = os.path.join(directory, "build")
-        write_parent(cls.parent)
+        write_parent(cls.parent, SOURCES)
         run(CMAKE, "-S", cls.parent, "-B", cls.build, "-G", "Ninja",
             "-DCMAKE_EXPORT_COMPILE_COMMANDS=ON",
             *(f"-DCMAKE_DISABLE_FIND_PACKAGE_{name}=ON" for name in UNNEEDED))
@@ -77,6 +89,50 @@ class Subproject(unittest.TestCase):
     def test_the_standards_that_the_headers_need_are_told(self):
         self.assertRegex(self.commands["program.cpp"], r"-std=c\+\+11 ")
         self.assertRegex(self.commands["administration.cpp"], r"-std=c\+\+17 ")
+
+
+class Exported(unittest.TestCase):
+    """The parent installs a library that needs quor::quor."""
+
+    @classmethod
+    def setUpClass(cls):
+        cls.directory = installed_tree.temporary_directory(cls)
+        cls.parent = os.path.join(cls.directory, "parent")
+        write_parent(cls.parent, EXPORTING_SOURCES)
+
+    def configure(self, *settings):
+        """The parent's export files, as they are installed."""
+        build = os.path.join(self.directory, self.id())
+        run(CMAKE, "-S", self.parent, "-B", build, "-G", "Ninja",
+            *(f"-D{setting}" for setting in settings))
+        texts = []
+        for directory, _, names in os.walk(os.path.join(build, "CMakeFiles", "Export")):
+            for name in names:
+                if name.startswith("parent-targets"):
+                    with open(os.path.join(directory, name), encoding="utf-8") as file:
+                        texts.append(file.read())
+        return "\n".join(texts)
+
+    def test_with_the_libraries_as_targets_of_the_parents_own(self):
+        text = self.configure("OTHERS=quor;quor_platform")
+        for name in ("parent_library", "quor", "platform"):
+            self.assertIn(f"add_library(parent::{name} SHARED IMPORTED)", text)
+        self.assertIn('INTERFACE_LINK_LIBRARIES "parent::quor"', text)
+        self.assertIn('INTERFACE_INCLUDE_DIRECTORIES "${_IMPORT_PREFIX}/include"', text)
+        for path in (self.directory, ROOT):
+            self.assertNotIn(path, text)
+
+    def test_beside_the_package_of_this_project(self):
+        text = self.configure("OTHERS=", "QUOR_INSTALL=ON")
+        self.assertIn('INTERFACE_LINK_LIBRARIES "quor::quor"', text)
+        self.assertNotIn("add_library(parent::quor ", text)
+
+    def test_static_libraries_are_refused_with_the_reason_and_what_to_do(self):
+        with self.assertRaises(installed_tree.Failed) as caught:
+            self.configure("OTHERS=quor;quor_platform", "BUILD_SHARED_LIBS=OFF")
+        reason = " ".join(str(caught.exception).split())
+        self.assertIn("libquor is a shared library only; BUILD_SHARED_LIBS is OFF", reason)
+        self.assertIn("set(BUILD_SHARED_LIBS ON) before add_subdirectory(libquor)", reason)
 
 
 if __name__ == "__main__":
