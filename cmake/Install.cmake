@@ -4,7 +4,7 @@
 #   development           public header with its manual page, package files for CMake and pkg-config
 #   platform-development  headers of the platform, for programs that bring or administer one
 #   tools                 quorctl, its manual pages and completions
-#   documentation         texts, examples
+#   documentation         texts, examples, bill of materials
 #
 # The prefix may be moved afterwards, unless it is /usr: every path below it is found relative to the
 # file that names it. A platform that the host brings is installed by the host.
@@ -102,14 +102,37 @@ if(TARGET quorctl)
   install(FILES tools/quorctl/completion/_quorctl DESTINATION ${QUOR_ZSHDIR} COMPONENT tools)
 endif()
 
-# Texts. What README.md says of the source tree stays, but links that would lead nowhere do not.
+# Texts for users: README.md without the parts that are about the source tree, its links without those
+# that would lead nowhere, and the pages that need no source tree.
+function(quor_write_installed_readme)
+  file(READ README.md text)
+  foreach(marks "<!-- source tree -->|<!-- end of source tree -->\n" "<!--|-->\n")
+    string(REPLACE "|" ";" marks "${marks}")
+    list(GET marks 0 begin)
+    list(GET marks 1 end)
+    string(LENGTH "${end}" length)
+    while(TRUE)
+      string(FIND "${text}" "${begin}" first)
+      if(first EQUAL -1)
+        break()
+      endif()
+      string(SUBSTRING "${text}" 0 ${first} before)
+      string(FIND "${text}" "${end}" last)
+      math(EXPR last "${last} + ${length}")
+      string(SUBSTRING "${text}" ${last} -1 after)
+      set(text "${before}${after}")
+    endwhile()
+  endforeach()
+  string(REGEX REPLACE "\\[([^]]+)\\]\\(((docs/man|include)/[^)]+)\\)" "\\1" text "${text}")
+  file(WRITE ${CMAKE_CURRENT_BINARY_DIR}/documentation/README.md "${text}")
+endfunction()
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS README.md)
-set(not_installed "CONTRIBUTING\\.md|(docs/man|include|platform|src)/[^)]+")
-file(READ README.md readme)
-string(REGEX REPLACE "\\[([^]]+)\\]\\((${not_installed})\\)" "\\1" readme "${readme}")
-file(WRITE ${CMAKE_CURRENT_BINARY_DIR}/documentation/README.md "${readme}")
-install(FILES ${CMAKE_CURRENT_BINARY_DIR}/documentation/README.md CHANGELOG.md LICENSE
+quor_write_installed_readme()
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/documentation/README.md CHANGELOG.md LICENSE SECURITY.md
         DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation)
-install(DIRECTORY docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT documentation
-        FILES_MATCHING PATTERN "*.md" PATTERN "*.svg" PATTERN reference EXCLUDE PATTERN man EXCLUDE)
+install(FILES docs/formats.md docs/platform.md DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs
+        COMPONENT documentation)
 install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation)
+if(TARGET quorctl AND TARGET quor_platform)
+  include(cmake/BillOfMaterials.cmake)
+endif()

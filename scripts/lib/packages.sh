@@ -32,7 +32,7 @@ packages dpkg-dev     builds the Debian packages
 packages debhelper    rules of the Debian packages
 packages lintian      finds mistakes in the Debian packages
 packages debootstrap  makes the root where the packages are tried
-packages systemd      makes group and directory in the root where the packages are tried
+packages systemd      does in the root where the packages are tried what a start does
 lint  clang           parses for clang-tidy
 lint  clang-format    layout of the sources
 lint  clang-tidy      static checks of the sources

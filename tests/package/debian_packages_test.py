@@ -7,6 +7,7 @@ scripts/package left them, and none are built. QUOR_CLEAN_ROOT is "debootstrap" 
 the root is to be made that way and no other.
 """
 import glob
+import json
 import os
 import re
 import shutil
@@ -106,10 +107,9 @@ class DebianPackages(unittest.TestCase):
         self.assertEqual(sorted(names), ["libc6", "libgcc-s1", "libmd0", "libsimdjson14",
                                          "libstdc++6", "quor-common"])
 
-    def test_what_makes_the_group_and_the_directory_is_there_without_systemd_too(self):
-        names = alternatives(self.packages["quor-common"])
-        for kind in ("sysusers", "tmpfiles"):
-            self.assertIn(["systemd", f"systemd-standalone-{kind}", f"systemd-{kind}"], names)
+    def test_the_group_and_the_directory_need_no_package_that_a_minimal_system_lacks(self):
+        self.assertEqual(alternatives(self.packages["quor-common"]), [["passwd"]])
+        self.assertFalse(os.path.exists(os.path.join(self.root.path, "usr/bin/systemd-tmpfiles")))
 
     def test_both_libraries_have_their_symbols_listed(self):
         with tempfile.TemporaryDirectory(dir=self.directory) as control:
@@ -146,7 +146,6 @@ class DebianPackages(unittest.TestCase):
                 ("quor-common", r"/usr/lib/tmpfiles\.d/quor\.conf"),
                 ("libquor-doc", DOCUMENTATION + r"/README\.md"),
                 ("libquor-doc", DOCUMENTATION + r"/docs/formats\.md"),
-                ("libquor-doc", DOCUMENTATION + r"/docs/performance/cold\.svg"),
                 ("libquor-doc", CATALOGUE)):
             files = files_in(self.packages[package])
             self.assertTrue(any(re.fullmatch(pattern, file) for file in files), (package, pattern))
@@ -154,7 +153,7 @@ class DebianPackages(unittest.TestCase):
     def test_every_link_in_the_documentation_leads_somewhere(self):
         directory = self.root.path + DOCUMENTATION
         found = links.in_texts(directory)
-        self.assertGreater(len(found), 20)
+        self.assertGreater(len(found), 10)
         self.assertEqual([link for link in found if not links.leads_somewhere(directory, link)], [])
 
     def test_group_and_directory_are_made(self):
@@ -226,6 +225,33 @@ class DebianPackages(unittest.TestCase):
                                "debian/tests/catalogue")
         self.assertEqual((result.returncode, result.stderr), (0, ""))
 
+    def test_a_manager_that_is_not_root_keeps_the_directory_at_boot_and_reinstallation(self):
+        host = os.path.join(self.root.path, HOST)
+        before = os.stat(host)
+        self.addCleanup(os.chmod, host, stat.S_IMODE(before.st_mode))
+        self.addCleanup(os.chown, host, before.st_uid, before.st_gid)
+        os.chown(host, MEMBER, STRANGER)
+        os.chmod(host, 0o2770)
+        for way in (self.boot, lambda: self.root.install([self.packages["quor-common"]])):
+            way()
+            status = os.stat(host)
+            self.assertEqual((status.st_uid, status.st_gid, oct(stat.S_IMODE(status.st_mode))),
+                             (MEMBER, STRANGER, "0o2770"))
+
+    def test_a_boot_makes_the_directory_where_it_is_missing(self):
+        host = os.path.join(self.root.path, HOST)
+        shutil.rmtree(host)
+        self.addCleanup(self.root.install, self.packages.values())
+        self.boot()
+        status = os.stat(host)
+        self.assertEqual((status.st_uid, status.st_gid, oct(stat.S_IMODE(status.st_mode))),
+                         (0, self.root.group("quor"), "0o2750"))
+
+    def boot(self):
+        """What the start of a system does to the directory."""
+        subprocess.run(["systemd-tmpfiles", "--root=" + self.root.path, "--boot", "--create",
+                        "quor.conf"], check=True, capture_output=True)
+
     def test_removing_the_packages_leaves_the_catalogue(self):
         self.apply_catalogue()
         self.take_away("--remove")
@@ -234,17 +260,82 @@ class DebianPackages(unittest.TestCase):
         self.assertEqual(self.quorctl("digest", user=MEMBER).returncode, 0)
 
     def test_purging_the_packages_deletes_the_catalogue_and_its_history_and_keeps_the_group(self):
-        self.apply_catalogue()
-        host = os.path.join(self.root.path, HOST)
+        host = self.fill_host_directory()
         self.assertNotEqual(os.listdir(os.path.join(host, "history")), [])
-        self.addCleanup(self.root.install, self.packages.values())
-        self.take_away("--purge")
+        self.assertEqual(self.take_away("--purge"), "")
         self.assertFalse(os.path.exists(host))
         self.assertIsNotNone(self.root.group("quor"))
 
+    def test_purging_empties_a_host_directory_that_is_a_mount_point(self):
+        host = self.fill_host_directory()
+        copy = host + "-copy"
+        shutil.copytree(host, copy)
+        self.addCleanup(shutil.rmtree, copy)
+        # Nobody else sees the mount; it ends with the command.
+        commands = """
+            mount -t tmpfs none "$1"; cp -a "$0/." "$1"; mkdir "$1/lost+found"
+            mount -t tmpfs none "$1/history"; cp -a "$0/history/." "$1/history"
+            dpkg --root="$2" --purge quor-common quorctl libquor1 libquor-dev libquor-platform-dev >&2
+            find "$1" -mindepth 1"""
+        purged = subprocess.run(["unshare", "--mount", "sh", "-ec", commands, copy, host,
+                                 self.root.path],
+                                check=False, capture_output=True, text=True)
+        self.assertEqual((purged.returncode, purged.stdout), (0, os.path.join(host, "history") + "\n"),
+                         purged.stderr)
+        self.assertIn(f"quor-common: the catalogue in /{HOST} is deleted, the directory is left: it is "
+                      "a mount point or has one\n", purged.stderr)
+
+    def test_purging_follows_a_link_and_deletes_the_catalogue_alone(self):
+        host = self.fill_host_directory()
+        place = os.path.join(self.root.path, "var/lib/elsewhere")
+        self.addCleanup(shutil.rmtree, place)
+        os.rename(host, place)
+        os.symlink("elsewhere", host)
+        foreign = os.path.join(place, "foreign.cdb")
+        with open(foreign, "wb"):
+            pass
+        said = self.take_away("--purge")
+        self.assertFalse(os.path.lexists(host))
+        self.assertEqual(os.listdir(place), ["foreign.cdb"])
+        self.assertEqual(said, f"quor-common: /{HOST} was a link: the catalogue in /var/lib/elsewhere is "
+                               "deleted, what else is there is left\n")
+
+    def test_purging_leaves_a_document_that_the_configuration_file_was_a_link_to(self):
+        host = self.fill_host_directory()
+        document = os.path.join(self.root.path, "etc/shared.json")
+        os.rename(os.path.join(host, "host-config.json"), document)
+        self.addCleanup(os.remove, document)
+        os.symlink("/etc/shared.json", os.path.join(host, "host-config.json"))
+        said = self.take_away("--purge")
+        self.assertFalse(os.path.exists(host))
+        self.assertGreater(os.path.getsize(document), 0)
+        self.assertEqual(said, f"quor-common: the configuration file /etc/shared.json is left, /{HOST}/"
+                               "host-config.json was a link to it\n")
+
+    def fill_host_directory(self):
+        """The catalogue in both stores, and what killed writers leave. The packages are installed again
+        afterwards."""
+        self.addCleanup(self.root.install, self.packages.values())
+        with open(self.root.path + CATALOGUE, encoding="utf-8") as file:
+            catalogue = json.load(file)
+        for policy in catalogue["policies"]:
+            policy["generation"] %= 1000  # the configuration file keeps 32 bits
+        with open(self.root.path + "/tmp/catalogue.json", "w", encoding="utf-8") as file:
+            json.dump(catalogue, file)
+        for store in ("file", "store"):
+            for command in (["switch", store], ["apply", "--yes", "/tmp/catalogue.json"]):
+                result = self.quorctl(*command)
+                self.assertEqual(result.returncode, 0, result.stderr)
+        host = os.path.join(self.root.path, HOST)
+        for name in ("config-store.cdb", "host-config.json", "features"):
+            with open(os.path.join(host, f".{name}.new-0123456789abcdef"), "wb"):
+                pass
+        return host
+
     def take_away(self, how):
-        subprocess.run(["dpkg", "--root=" + self.root.path, how, *self.packages], check=True,
-                       capture_output=True)
+        """Returns what the packages' scripts said."""
+        return subprocess.run(["dpkg", "--root=" + self.root.path, how, *self.packages], check=True,
+                              capture_output=True, text=True).stderr
 
 
 if __name__ == "__main__":

@@ -7,6 +7,7 @@ foreach(compiler g++ clang++)
                          ${compiler} ${standard})
   endforeach()
 endforeach()
+quor_add_python_test(bill_of_materials bill_of_materials_test.py ${PROJECT_BINARY_DIR})
 quor_add_python_test(own_platform own_platform_test.py ${QUOR_TEST_BUILD})
 
 # Minutes: they build everything anew.
