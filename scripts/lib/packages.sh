@@ -33,6 +33,8 @@ packages debhelper    rules of the Debian packages
 packages lintian      finds mistakes in the Debian packages
 packages debootstrap  makes the root where the packages are tried
 packages systemd      does in the root where the packages are tried what a start does
+packages rpm          reads the description of the RPM packages
+packages rpmlint      finds mistakes in the description of the RPM packages
 lint  clang           parses for clang-tidy
 lint  clang-format    layout of the sources
 lint  clang-tidy      static checks of the sources

@@ -10,6 +10,10 @@ endforeach()
 quor_add_python_test(bill_of_materials bill_of_materials_test.py ${PROJECT_BINARY_DIR})
 quor_add_python_test(own_platform own_platform_test.py ${QUOR_TEST_BUILD})
 
+# Needs what only those of the packages need.
+quor_add_python_test(rpm rpm_test.py ${QUOR_TEST_BUILD} ${PROJECT_VERSION})
+set_tests_properties(package.rpm PROPERTIES LABELS long)
+
 # Minutes: they build everything anew.
 quor_add_python_test(debian_packages debian_packages_test.py ${PROJECT_SOURCE_DIR})
 quor_add_python_test(reproducible reproducible_test.py ${QUOR_TEST_BUILD})
