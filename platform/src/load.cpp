@@ -13,7 +13,7 @@ namespace {
 [[gnu::constructor]] void Load() {
   Io::RegisterForkHandlers();
   Io::ReadEnvironment();
-  MapFeaturesIfNeeded();
+  LoadFeatures();
 }
 
 // Runs at the end of the program too, while other threads may still call: all that is taken away is

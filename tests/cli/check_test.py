@@ -220,6 +220,8 @@ class Files(CheckCase):
             self.expect_mode(name, 0o666, "error", "others than its owner may change it")
             self.expect_mode(name, 0o660, "error", "others than its owner may change it")
             self.expect_mode(name, 0o644, "warning", "everybody may read it (mode 0644)")
+            self.expect_mode(name, 0o600, "warning",
+                             "the host directory's group cannot read it (mode 0600)")
         for name in ("config-store.lock", "host-config.lock"):
             self.expect_mode(name, 0o640, "warning", "others than its owner may open it")
 
@@ -244,7 +246,7 @@ class Files(CheckCase):
         with open(path, "wb") as file:
             file.write(b"short")
         os.chmod(path, 0o640)
-        self.expect("error", path, "is not in use, so the built-in choice of the store holds")
+        self.expect("error", path, "cannot be used, so every call that reaches a store is refused")
 
     def test_HeldLockIsToldWithItsHolder(self):
         for name in ("config-store.lock", "host-config.lock"):

@@ -9,7 +9,6 @@
 #include "configfile/failure.h"
 #include "configfile/session.h"
 #include "configfile/stored_text.h"
-#include "features/feature_page.h"
 #include "io/error.h"
 
 namespace ZynCtl::Config {
@@ -190,7 +189,6 @@ void ConfigFile::Unlock() {
 
 SynchronizedConfigFile::SynchronizedConfigFile() {
   const ErrnoKeeper keeper;
-  HostPlatform::MapFeaturesIfNeeded();
   file = new ConfigFile();
 }
 

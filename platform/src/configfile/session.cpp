@@ -14,6 +14,7 @@
 #include "configfile/document_writer.h"
 #include "configfile/failure.h"
 #include "configfile/stored_text.h"
+#include "features/feature_page.h"
 #include "io/directory.h"
 #include "io/error.h"
 #include "io/file_replacement.h"
@@ -93,6 +94,7 @@ Session::Session() try
   root_.session = this;
   lock_.emplace(HostPlatform::Io::ConfigFileLockPath(), HostPlatform::Io::LockDeadline());
   UseDocument(NewestDocument());
+  HostPlatform::FollowFeaturesNow();
 } catch (const HostPlatform::Io::Error& error) {
   RaiseConfigFile(error);
 }

@@ -4,8 +4,10 @@
 #include <sys/stat.h>
 
 #include <memory>
+#include <optional>
 #include <utility>
 
+#include "configstore/change_notice.h"
 #include "configstore/failure.h"
 #include "configstore/fetched.h"
 #include "configstore/object_batch.h"
@@ -36,7 +38,7 @@ class Transaction {
   Transaction()
       : directory_(HostPlatform::Io::HostDirectoryPath()),
         lock_(directory_, HostPlatform::Io::kConfigStoreLockName, HostPlatform::Io::LockDeadline()),
-        overlay_(NewestSnapshot()) {}
+        overlay_(LookForNewestSnapshot()) {}
 
   Overlay& overlay() { return overlay_; }
   const Overlay& overlay() const { return overlay_; }
@@ -44,12 +46,16 @@ class Transaction {
 
   void Commit() {
     HostPlatform::EnsureFeaturesFile(directory_);
+    std::optional<ChangeNotice> notice;
+    if (overlay_.base()) notice.emplace(directory_);  // that there is none nobody relies on
     FileReplacement next(directory_, HostPlatform::Io::kConfigStoreName, kSnapshotMode);
     overlay_.Write(next.file(), next.path());
     next.Flush();
+    if (notice) notice->WaitForReaders();
     CheckBase(next.path());
     next.PutInPlace();
     inPlace_ = true;
+    notice.reset();
     next.Commit();
   }
 
@@ -266,7 +272,6 @@ std::shared_ptr<ConfigStore> ConfigStore::GetStore(const std::string& storeNames
     RaiseUsage("the configuration store has no namespace but sGlobalNamespace");
   }
   const ErrnoKeeper keeper;
-  HostPlatform::MapFeaturesIfNeeded();
   return std::make_shared<HostConfigStore>(NewestSnapshot());
 }
 

@@ -2,21 +2,26 @@
 
 #include <fcntl.h>
 #include <sys/mman.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
 #include <atomic>
 #include <cerrno>
 #include <iterator>
+#include <limits>
+#include <mutex>
 #include <stdexcept>
-#include <system_error>
 
+#include "io/coarse_clock.h"
 #include "io/directory.h"
 #include "io/error.h"
 #include "io/file_descriptor.h"
 #include "io/file_lock.h"
 #include "io/file_replacement.h"
+#include "io/fork.h"
 #include "io/host_paths.h"
+#include "io/newest.h"
 #include "platform/admin.h"
 #include "platform/feature_list.h"
 
@@ -43,30 +48,74 @@ struct alignas(kPageSize) FeaturePage {
   unsigned char rest[kPageSize - kFeatureCount] = {};
 };
 
-// The file is mapped over this page in one step of the kernel, so that the pointers never change
-// and a load beside it meets the defaults or the file.
+// The file is moved over this page in one step of the kernel, so that the pointers never change and
+// a load beside it meets what was there before or the file.
 constinit FeaturePage page;
-constinit std::atomic<bool> mapped{false};
+
+enum class Source { kBuiltIn, kFile, kOverride };
+
+// What is in the page; guarded by FeaturesMutex().
+constinit Source source = Source::kBuiltIn;
+constinit struct stat fileStatus = {};  // of the file in the page
+
+// When the file has to be looked at again; 0 is at the next call.
+constinit std::atomic<std::int64_t> nextLook{0};
+constexpr std::int64_t kLookInterval = 100'000'000;  // ns
 
 constexpr mode_t kFeaturesMode = 0640;
 
-// Why the file cannot be used; empty when it was mapped or is not there.
-std::string MapFile() {
-  const std::string path = Io::FeaturesPath();
-  const Io::FileDescriptor file(AT_FDCWD, path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK);
-  if (!file) {
-    return errno == ENOENT ? std::string() : path + ": " + std::generic_category().message(errno);
+// Maps the file elsewhere first: what is in the page stays where the system refuses.
+void MoveIntoPage(const Io::FileDescriptor& file, const std::string& path) {
+  void* const elsewhere = mmap(nullptr, kPageSize, PROT_READ, MAP_SHARED, file.get(), 0);
+  if (elsewhere == MAP_FAILED) Io::RaiseSystemError(errno, path, "map the feature switches");
+  if (mremap(elsewhere, kPageSize, kPageSize, MREMAP_MAYMOVE | MREMAP_FIXED, &page) == MAP_FAILED) {
+    const int error = errno;
+    munmap(elsewhere, kPageSize);
+    Io::RaiseSystemError(error, path, "map the feature switches");
   }
+}
+
+void MapFile(const std::string& path) {
+  const Io::FileDescriptor file(AT_FDCWD, path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK);
+  if (!file) Io::RaiseSystemError(errno, path, "open the feature switches");
   const struct stat status = Io::StatOf(file, path);
   if (!S_ISREG(status.st_mode) || status.st_size < kFeatureCount) {
-    return path + ": not a file of " + std::to_string(kFeatureCount) +
-           " bytes, one per feature switch; remove it";
+    throw Io::Error(Io::ErrorKind::kOther, path + ": not a file of " +
+                                               std::to_string(kFeatureCount) +
+                                               " bytes, one per feature switch; remove it");
   }
-  if (mmap(&page, kPageSize, PROT_READ, MAP_SHARED | MAP_FIXED, file.get(), 0) == MAP_FAILED) {
-    return path + ": cannot map: " + std::generic_category().message(errno);
+  // A disk that cannot read them says so here, and not by a signal at the first load.
+  char bytes[kFeatureCount];
+  Io::ReadAt(file, 0, bytes, sizeof bytes, path);
+  MoveIntoPage(file, path);
+  source = Source::kFile;
+  fileStatus = status;
+}
+
+// A process that starts now would use the defaults.
+void CheckThatDefaultsHold(const std::string& path) {
+  if (source == Source::kBuiltIn || page.switches == kDefaults) return;
+  throw Io::Error(Io::ErrorKind::kOther,
+                  path +
+                      ": the feature switches, which choose the store, are gone; put the file "
+                      "back, or choose the store again by quorctl switch");
+}
+
+// Makes the page what the host's file is now. Raises Io::Error and leaves the page as it is when
+// that cannot be told or used.
+void FollowFile() {
+  const std::lock_guard lock(Io::FeaturesMutex());
+  if (source == Source::kOverride) return;
+  nextLook.store(0, std::memory_order_relaxed);
+  const std::string path = Io::FeaturesPath();
+  struct stat status;
+  if (lstat(path.c_str(), &status) != 0) {
+    if (errno != ENOENT) Io::RaiseSystemError(errno, path, "look at the feature switches");
+    CheckThatDefaultsHold(path);
+    return;
   }
-  mapped.store(true, std::memory_order_release);
-  return std::string();
+  if (source != Source::kFile || !Io::SameFile(status, fileStatus)) MapFile(path);
+  nextLook.store(Io::PresentTick() + kLookInterval, std::memory_order_relaxed);
 }
 
 // Puts the defaults back in place of a mapped file.
@@ -75,7 +124,8 @@ void Unmap() {
                            MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED, -1, 0);
   if (fresh == MAP_FAILED) throw std::bad_alloc();
   page.switches = kDefaults;
-  mapped.store(false, std::memory_order_release);
+  source = Source::kBuiltIn;
+  nextLook.store(0, std::memory_order_relaxed);
 }
 
 void WriteSwitch(const Io::Directory& directory, int index, bool on) {
@@ -108,20 +158,26 @@ void CheckIndex(int index) {
 
 }  // namespace
 
-void MapFeaturesIfNeeded() {
-  if (mapped.load(std::memory_order_acquire)) return;
+void LoadFeatures() {
   const Io::ErrnoKeeper keeper;
   try {
-    MapFile();
+    FollowFile();
   } catch (const std::exception&) {
-    // The defaults stay; GetFeature() tells why.
+    // The first call that reaches a store looks again, and raises.
   }
 }
 
-void RemapFeatures() {
-  const Io::ErrnoKeeper keeper;
+void ReloadFeatures() {
   Unmap();
-  MapFeaturesIfNeeded();
+  LoadFeatures();
+}
+
+void FollowFeatures() {
+  if (Io::PresentTick() >= nextLook.load(std::memory_order_relaxed)) FollowFile();
+}
+
+void FollowFeaturesNow() {
+  FollowFile();
 }
 
 void EnsureFeaturesFile(const Io::Directory& directory) {
@@ -138,11 +194,6 @@ void EnsureFeaturesFile(const Io::Directory& directory) {
   file.PutInPlace();
 }
 
-void UseHostDirectory(const std::string& path) {
-  Io::SetHostDirectory(path);
-  RemapFeatures();
-}
-
 void OverrideFeature(int index, bool on) {
   CheckIndex(index);
   const Io::ErrnoKeeper keeper;
@@ -150,7 +201,8 @@ void OverrideFeature(int index, bool on) {
   Unmap();
   page.switches = present;
   page.switches[static_cast<std::size_t>(index)] = on ? 1 : 0;
-  mapped.store(true, std::memory_order_release);  // what is here stays
+  source = Source::kOverride;  // what is here stays
+  nextLook.store(std::numeric_limits<std::int64_t>::max(), std::memory_order_relaxed);
 }
 
 FeatureState GetFeature(int index) {
@@ -158,14 +210,13 @@ FeatureState GetFeature(int index) {
   const Io::ErrnoKeeper keeper;
   FeatureState state;
   state.path = Io::FeaturesPath();
-  if (!mapped.load(std::memory_order_acquire)) {
-    try {
-      state.problem = MapFile();
-    } catch (const Io::Error& error) {
-      state.problem = error.what();
-    }
+  try {
+    FollowFile();
+  } catch (const Io::Error& error) {
+    state.problem = error.what();
   }
-  state.mapped = mapped.load(std::memory_order_acquire);
+  const std::lock_guard lock(Io::FeaturesMutex());
+  state.mapped = source != Source::kBuiltIn;
   state.on = *FeatureList[index] != 0;
   return state;
 }
@@ -184,7 +235,7 @@ void SetFeature(int index, bool on) {
   } catch (const Io::Error& error) {
     Io::RaiseToTools(error);
   }
-  MapFeaturesIfNeeded();
+  LoadFeatures();
 }
 
 }  // namespace HostPlatform

@@ -14,6 +14,7 @@ namespace {
 constinit std::mutex parserMutex;
 constinit std::mutex makingMutex;
 constinit std::atomic<unsigned> generation{0};
+constinit std::mutex featuresMutex;
 constinit std::mutex descriptorMutex;
 
 struct alignas(64) CacheLock {
@@ -23,6 +24,7 @@ constinit CacheLock cacheLocks[kCachePlaces];
 
 void BeforeFork() {
   makingMutex.lock();
+  featuresMutex.lock();
   descriptorMutex.lock();
   for (CacheLock& lock : cacheLocks)
     lock.mutex.lock();
@@ -32,6 +34,7 @@ void AfterForkInParent() {
   for (CacheLock& lock : cacheLocks)
     lock.mutex.unlock();
   descriptorMutex.unlock();
+  featuresMutex.unlock();
   makingMutex.unlock();
 }
 
@@ -58,6 +61,10 @@ std::mutex& MakingMutex() {
 
 unsigned Generation() {
   return generation.load();
+}
+
+std::mutex& FeaturesMutex() {
+  return featuresMutex;
 }
 
 std::mutex& DescriptorMutex() {

@@ -27,6 +27,10 @@ std::mutex& MakingMutex();
 // How many forks there are between the process and the one that loaded the platform.
 unsigned Generation();
 
+// Guards what is known of the file in the page of switches; see feature_page.cpp. Taken before the
+// one of descriptors.
+std::mutex& FeaturesMutex();
+
 // Guards the list of open descriptors; see FileDescriptor.
 std::mutex& DescriptorMutex();
 

@@ -25,6 +25,7 @@ constexpr std::size_t kRoom = PATH_MAX + 64;
 constinit char hostDirectory[kRoom] = {};
 constinit char configStore[kRoom + 32] = {};
 constinit char configStoreLock[kRoom + 32] = {};
+constinit char changeNotice[kRoom + 32] = {};
 constinit char configFile[kRoom + 32] = {};
 constinit char configFileLock[kRoom + 32] = {};
 constinit char features[kRoom + 32] = {};
@@ -38,6 +39,7 @@ void SetPaths(const char* directory) {
   std::snprintf(configStore, sizeof configStore, "%s/%s", hostDirectory, kConfigStoreName);
   std::snprintf(configStoreLock, sizeof configStoreLock, "%s/%s", hostDirectory,
                 kConfigStoreLockName);
+  std::snprintf(changeNotice, sizeof changeNotice, "%s/%s", hostDirectory, kChangeNoticeName);
   std::snprintf(configFile, sizeof configFile, "%s/%s", hostDirectory, kConfigFileName);
   std::snprintf(configFileLock, sizeof configFileLock, "%s/%s", hostDirectory, kConfigFileLockName);
   std::snprintf(features, sizeof features, "%s/%s", hostDirectory, kFeaturesName);
@@ -69,6 +71,9 @@ const char* ConfigStorePath() {
 }
 const char* ConfigStoreLockPath() {
   return configStoreLock;
+}
+const char* ChangeNoticePath() {
+  return changeNotice;
 }
 const char* ConfigFilePath() {
   return configFile;

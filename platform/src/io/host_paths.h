@@ -2,6 +2,7 @@
 //
 //   config-store.cdb    the newest snapshot of the configuration store
 //   config-store.lock   its writers' lock
+//   .config-store.changing  is there while a commit is under way
 //   host-config.json    the configuration file
 //   host-config.lock    its lock
 //   features            one byte per feature switch
@@ -15,6 +16,7 @@ namespace HostPlatform::Io {
 inline constexpr char kDefaultHostDirectory[] = "/var/lib/quor";
 inline constexpr char kConfigStoreName[] = "config-store.cdb";
 inline constexpr char kConfigStoreLockName[] = "config-store.lock";
+inline constexpr char kChangeNoticeName[] = ".config-store.changing";
 inline constexpr char kConfigFileName[] = "host-config.json";
 inline constexpr char kConfigFileLockName[] = "host-config.lock";
 inline constexpr char kFeaturesName[] = "features";
@@ -24,6 +26,7 @@ inline constexpr char kFeaturesName[] = "features";
 const char* HostDirectoryPath();
 const char* ConfigStorePath();
 const char* ConfigStoreLockPath();
+const char* ChangeNoticePath();
 const char* ConfigFilePath();
 const char* ConfigFileLockPath();
 const char* FeaturesPath();

@@ -226,6 +226,7 @@ std::string NameOfCall(long number) {
       {SYS_renameat2, "renameat2"},
       {SYS_mmap, "mmap"},
       {SYS_munmap, "munmap"},
+      {SYS_mremap, "mremap"},
       {SYS_brk, "brk"},
       {SYS_mkdirat, "mkdirat"},
       {SYS_getdents64, "getdents"},

@@ -3,9 +3,13 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <chrono>
+#include <cstdio>
+#include <filesystem>
 #include <stdexcept>
 #include <string>
 #include <system_error>
+#include <thread>
 
 #include "platform/feature_list.h"
 #include "support/child_process.h"
@@ -13,6 +17,10 @@
 
 namespace PlatformTest {
 namespace {
+
+using TavConfigStore::kInsecure;
+using TavConfigStore::kIoError;
+using TavConfigStore::kPermissionDenied;
 
 constexpr int kSome = 9;
 
@@ -165,9 +173,15 @@ class UnusableFeatures : public HostTest {
  protected:
   UnusableFeatures() { EXPECT_EQ(mkdir(HostPath().c_str(), 0755), 0); }
 
-  void ExpectDefaultsAndReport(const std::string& reason) {
+  void ExpectRaisedByEveryCall(const std::string& reason, CSErrorCodes code = kIoError) {
     HostPlatform::UseHostDirectory(HostPath());
-    OpenStore();
+    for (int i = 0; i < 3; ++i) {
+      std::string message;
+      EXPECT_EQ(OpenCode(&message), code);
+      EXPECT_NE(message.find(FeaturesPath()), std::string::npos) << message;
+      EXPECT_NE(message.find(reason), std::string::npos) << message;
+    }
+    EXPECT_FALSE(Exists(SnapshotPath()));
     const auto state = HostPlatform::GetFeature(kFeatureQuorUsesConfigStore);
     EXPECT_TRUE(state.on);
     EXPECT_FALSE(state.mapped);
@@ -179,36 +193,36 @@ class UnusableFeatures : public HostTest {
   }
 };
 
-TEST_F(UnusableFeatures, ShortFileIsIgnoredAndReported) {
+TEST_F(UnusableFeatures, ShortFileIsRaised) {
   for (const std::size_t size : {0, 1, 63, 255}) {
     WriteFile(FeaturesPath(), std::string(size, '\0'));
-    ExpectDefaultsAndReport("not a file of 256 bytes");
+    ExpectRaisedByEveryCall("not a file of 256 bytes");
     EXPECT_EQ(ReadFile(FeaturesPath()).size(), size);
   }
 }
 
-TEST_F(UnusableFeatures, DirectoryIsIgnoredAndReported) {
+TEST_F(UnusableFeatures, DirectoryIsRaised) {
   ASSERT_EQ(mkdir(FeaturesPath().c_str(), 0755), 0);
-  ExpectDefaultsAndReport("not a file");
+  ExpectRaisedByEveryCall("not a file");
 }
 
-TEST_F(UnusableFeatures, PipeIsIgnoredAndReportedWithoutWaitingForItsOtherEnd) {
+TEST_F(UnusableFeatures, PipeIsRaisedWithoutWaitingForItsOtherEnd) {
   ASSERT_EQ(mkfifo(FeaturesPath().c_str(), 0644), 0);
-  ExpectDefaultsAndReport("not a file");
+  ExpectRaisedByEveryCall("not a file");
 }
 
-TEST_F(UnusableFeatures, SymbolicLinkIsIgnoredAndReportedAndItsTargetLeftAlone) {
+TEST_F(UnusableFeatures, SymbolicLinkIsRaisedAndItsTargetLeftAlone) {
   const std::string target = temporary_.PathOf("target");
   WriteFile(target, Switches('\0', kSome, '\1'));
   ASSERT_EQ(symlink(target.c_str(), FeaturesPath().c_str()), 0);
-  ExpectDefaultsAndReport("symbolic link");
+  ExpectRaisedByEveryCall("symbolic link", kInsecure);
   EXPECT_TRUE(ReadFile(target) == Switches('\0', kSome, '\1'));
 }
 
-TEST_F(UnusableFeatures, DoNotKeepTheStoreFromWorking) {
+TEST_F(UnusableFeatures, KeepTheStoreFromBeingWritten) {
   WriteFile(FeaturesPath(), "short");
-  Put(OpenStore(), "a", "1");
-  EXPECT_EQ(Get(OpenStore(), "a"), "1");
+  EXPECT_EQ(WriteCode(), kIoError);
+  EXPECT_EQ(NamesIn(HostPath()), Texts{"features"});
   EXPECT_EQ(ReadFile(FeaturesPath()), "short");
 }
 
@@ -220,13 +234,90 @@ TEST_F(UnusableFeatures, FileWithASecondNameIsNotWrittenTo) {
   EXPECT_TRUE(ReadFile(target) == std::string(300, '\0'));
 }
 
-TEST_F(UnusableFeatures, FileThatMayNotBeReadIsIgnoredAndReported) {
+TEST_F(UnusableFeatures, FileThatMayNotBeReadIsRaised) {
   WriteFile(FeaturesPath(), Switches('\0', kSome, '\1'));
   ASSERT_EQ(chmod(FeaturesPath().c_str(), 0600), 0);
   RunInChild([this] {
     BecomeUser(kStranger, {kOutsiders});
-    ExpectDefaultsAndReport("ermission denied");
+    ExpectRaisedByEveryCall("ermission denied", kPermissionDenied);
   });
+}
+
+// A file in the place of the one that a running process follows.
+
+class ReplacedFeatures : public HostTest {
+ protected:
+  ReplacedFeatures() {
+    HostPlatform::SetFeature(kSome, false);
+    Put(OpenStore(), "a", "1");
+  }
+
+  void PutInPlace(const std::string& bytes) const {
+    WriteFile(PathOf("next"), bytes);
+    ASSERT_EQ(rename(PathOf("next").c_str(), FeaturesPath().c_str()), 0);
+  }
+
+  std::string On() const {
+    std::string bytes = Switches('\0', kSome, '\1');
+    bytes[kFeatureQuorUsesConfigStore] = '\1';
+    return bytes;
+  }
+
+  static void WaitUntilItIsLookedAtAgain() {
+    std::this_thread::sleep_for(std::chrono::milliseconds(120));
+  }
+};
+
+TEST_F(ReplacedFeatures, ByARenameAreFollowedWithinATenthOfASecondOfCalls) {
+  PutInPlace(On());
+  WaitUntilItIsLookedAtAgain();
+  OpenStore();
+  EXPECT_TRUE(IsOn(kSome));
+  RunInChild([] { HostPlatform::SetFeature(kSome, false); });
+  EXPECT_FALSE(IsOn(kSome)) << "it is the new file that is mapped";
+}
+
+TEST_F(ReplacedFeatures, WithTheStoreAreFollowedAtOnce) {
+  const std::string host = HostPath();
+  ASSERT_EQ(rename(host.c_str(), temporary_.PathOf("bad").c_str()), 0);
+  std::filesystem::copy(temporary_.PathOf("bad"), host);
+  WriteFile(FeaturesPath(), On());
+  OpenStore();
+  EXPECT_TRUE(IsOn(kSome));
+}
+
+TEST_F(ReplacedFeatures, ByOnesThatCannotBeUsedAreRaisedAndLeaveWhatWasThere) {
+  HostPlatform::SetFeature(kSome, true);
+  PutInPlace("short");
+  WaitUntilItIsLookedAtAgain();
+  for (int i = 0; i < 3; ++i) {
+    EXPECT_EQ(OpenCode(), kIoError);
+    EXPECT_TRUE(IsOn(kSome));
+  }
+  PutInPlace(On());
+  EXPECT_EQ(OpenCode(), kNothing);
+}
+
+TEST_F(ReplacedFeatures, ThatAreGoneAreRaisedWhereTheyChoseOtherwiseThanTheDefaults) {
+  HostPlatform::SetFeature(kSome, true);
+  ASSERT_EQ(unlink(FeaturesPath().c_str()), 0);
+  WaitUntilItIsLookedAtAgain();
+  std::string message;
+  EXPECT_EQ(OpenCode(&message), kIoError);
+  EXPECT_NE(message.find("put the file back"), std::string::npos) << message;
+  EXPECT_TRUE(IsOn(kSome));
+  HostPlatform::SetFeature(kSome, false);
+  EXPECT_EQ(OpenCode(), kNothing);
+  EXPECT_FALSE(IsOn(kSome));
+}
+
+TEST_F(ReplacedFeatures, ThatAreGoneAreNoFailureWhereTheyWereTheDefaults) {
+  ASSERT_EQ(unlink(FeaturesPath().c_str()), 0);
+  WaitUntilItIsLookedAtAgain();
+  EXPECT_EQ(Get(OpenStore(), "a"), "1");
+  RunInChild([] { HostPlatform::SetFeature(kSome, true); });
+  EXPECT_EQ(Get(OpenStore(), "a"), "1");
+  EXPECT_TRUE(IsOn(kSome)) << "a new file is found";
 }
 
 // Errors of the administration.

@@ -43,8 +43,10 @@ void CheckSwitches(Findings* findings) {
     if (failure.status() == ExitStatus::kPermission) throw;
     findings->push_back(
         {Severity::kError, state.path,
-         std::string("is not in use, so the built-in choice of the store holds: ") + failure.what(),
-         "remove it, then choose with \"quorctl switch\""});
+         std::string("cannot be used, so every call that reaches a store is refused: ") +
+             failure.what(),
+         "restore it from a backup, or remove it and choose with \"quorctl switch\""});
+    UseBackend(state.on);  // what is stored can be judged all the same
   }
 }
 

@@ -64,6 +64,12 @@ class ModeCheck {
     }
     Owner(path, status);
     const bool groupReads = (status.st_mode & S_IRGRP) != 0;
+    if (!groupReads && (directory_.st_mode & S_IXGRP) != 0) {
+      Add(Severity::kWarning, path,
+          "the host directory's group cannot read it (mode " + Octal(status.st_mode) +
+              "), so calls of its members are refused",
+          "chmod 0640 it");
+    }
     if (groupReads && status.st_gid != directory_.st_gid) {
       Add(Severity::kWarning, path, "it belongs to another group than the host directory",
           "chgrp it to the host directory's group");

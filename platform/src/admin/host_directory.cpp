@@ -1,0 +1,15 @@
+// Another host directory for the whole process.
+#include "configstore/snapshot_cache.h"
+#include "features/feature_page.h"
+#include "io/host_paths.h"
+#include "platform/admin.h"
+
+namespace HostPlatform {
+
+void UseHostDirectory(const std::string& path) {
+  Io::SetHostDirectory(path);
+  TavConfigStore::ForgetNewestSnapshot();
+  ReloadFeatures();
+}
+
+}  // namespace HostPlatform
