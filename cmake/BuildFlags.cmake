@@ -6,6 +6,13 @@ target_compile_options(quor_build_flags INTERFACE
   -fno-semantic-interposition  # nobody replaces single functions of ours: calls may be inlined
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor -Wold-style-cast
   $<$<BOOL:${QUOR_WERROR}>:-Werror>)
+# Files beyond 2 GiB, inodes beyond 32 bits and times after 2038, also where a long has 32 bits. For
+# all targets at once: a `struct stat` passes between them.
+if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+  add_compile_definitions(_FILE_OFFSET_BITS=64 _TIME_BITS=64)
+  # How blocks of bytes pass between functions matters to no one else: those are inline.
+  target_compile_options(quor_build_flags INTERFACE -Wno-psabi)
+endif()
 target_link_options(quor_build_flags INTERFACE -Wl,-z,relro,-z,now -Wl,-z,noexecstack)
 
 if(QUOR_SANITIZE)

@@ -52,7 +52,16 @@
 #include <utility>
 #include <vector>
 
-#if defined(__GLIBCXX__) && !_GLIBCXX_USE_CXX11_ABI
+// Strings and vectors cross the interface as the GNU C++ library lays them out by default. A
+// symbol's name tells its arguments and not its result, so that other layouts would link, and
+// crash.
+#if !defined(__GLIBCXX__)
+#error \
+    "libquor passes strings and vectors of the GNU C++ library; build this program with libstdc++ (clang: without -stdlib=libc++)"
+#elif defined(_GLIBCXX_DEBUG)
+#error \
+    "libquor passes std::vector across its interface as it is without debug mode; build this program without -D_GLIBCXX_DEBUG (-D_GLIBCXX_ASSERTIONS checks indices too)"
+#elif !_GLIBCXX_USE_CXX11_ABI
 #error \
     "libquor passes std::string across its interface in the C++11 ABI; build this program without -D_GLIBCXX_USE_CXX11_ABI=0"
 #endif

@@ -1,5 +1,6 @@
 #include "configfile/policies.h"
 
+#include <cstdint>
 #include <utility>
 
 #include "api/identifier.h"
@@ -19,7 +20,7 @@ void WritePolicy(ConfigBranch& instance, const QuorPolicyInfo& policy) {
   instance.SetValue(kName, policy.name);
   instance.SetValue(kDescription, policy.description);
   instance.SetValue(kPolicyId, policy.policyId);
-  instance.SetValue(kGenerationNumber, static_cast<unsigned long>(policy.generationNumber));
+  instance.SetValue(kGenerationNumber, static_cast<std::uint64_t>(policy.generationNumber));
   const auto blobs = instance.GetArray(kBlobArray);
   for (const auto& [blob, blobNamespace] : policy.blobs) {
     const auto entry = blobs->NewInstance();

@@ -1,6 +1,7 @@
 #include "digest/catalogue_digest.h"
 
 #include <algorithm>
+#include <cinttypes>
 #include <cstdint>
 #include <utility>
 
@@ -15,9 +16,8 @@ constexpr std::size_t kDigestSize = 32;
 
 // noexcept: the formatters are relied upon; nothing could be cleaned up around them.
 std::string PolicyHead(const QuorPolicyInfo& policy) noexcept {
-  return Brisk::Misc::StrPrintf("%s%s%s%ld", policy.name.c_str(), policy.policyId.c_str(),
-                                policy.description.c_str(),
-                                static_cast<long>(policy.generationNumber));
+  return Brisk::Misc::StrPrintf("%s%s%s%" PRId64, policy.name.c_str(), policy.policyId.c_str(),
+                                policy.description.c_str(), policy.generationNumber);
 }
 
 std::string DatastoreText(const QuorDatastoreInfo& datastore) noexcept {

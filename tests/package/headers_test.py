@@ -47,16 +47,34 @@ class PublicHeader(HeadersTest):
                 self.assert_compiles(compiler, "c++", self.HEADER, f"-std=c++{standard}",
                                      *WARNINGS, self.include)
 
+    def assert_refuses(self, compiler, option, message):
+        with self.subTest(compiler=compiler):
+            result = compile_header(compiler, "c++", self.HEADER, "-std=c++11", option,
+                                    self.include)
+            self.assertNotEqual(result.returncode, 0)
+            self.assertRegex(result.stderr, 'error: (#error )?"' + re.escape(message))
+
     def test_refuses_the_old_string_abi_with_a_reason(self):
         for compiler in CXX_COMPILERS:
-            with self.subTest(compiler=compiler):
-                result = compile_header(compiler, "c++", self.HEADER, "-std=c++11",
-                                        "-D_GLIBCXX_USE_CXX11_ABI=0", self.include)
-                self.assertNotEqual(result.returncode, 0)
-                self.assertRegex(
-                    result.stderr,
-                    'error: (#error )?"libquor passes std::string across its interface in the '
-                    'C\\+\\+11 ABI; build this program without -D_GLIBCXX_USE_CXX11_ABI=0"')
+            self.assert_refuses(compiler, "-D_GLIBCXX_USE_CXX11_ABI=0",
+                                "libquor passes std::string across its interface in the C++11 ABI; "
+                                "build this program without -D_GLIBCXX_USE_CXX11_ABI=0")
+
+    def test_refuses_debug_mode_with_a_reason(self):
+        for compiler in CXX_COMPILERS:
+            self.assert_refuses(compiler, "-D_GLIBCXX_DEBUG",
+                                "libquor passes std::vector across its interface as it is without "
+                                "debug mode; build this program without -D_GLIBCXX_DEBUG")
+
+    def test_refuses_another_standard_library_with_a_reason(self):
+        self.assert_refuses("clang++", "-stdlib=libc++",
+                            "libquor passes strings and vectors of the GNU C++ library; build this "
+                            "program with libstdc++")
+
+    def test_takes_the_checks_that_change_no_layout(self):
+        for compiler in CXX_COMPILERS:
+            self.assert_compiles(compiler, "c++", self.HEADER, "-D_GLIBCXX_ASSERTIONS",
+                                 self.include)
 
 
 class PlatformHeaders(HeadersTest):
@@ -80,6 +98,14 @@ class PlatformHeaders(HeadersTest):
             self.assertIn("platform/" + name, c_headers)
         for header in c_headers:
             self.assert_compiles("gcc", "c", header, "-std=c11", *C_WARNINGS, self.include)
+
+    def test_no_type_depends_on_the_width_of_long_or_on_macros_for_large_files(self):
+        for header in self.headers + ["../../include/" + PublicHeader.HEADER]:
+            with open(os.path.join(self.include[len("-I"):], header), encoding="utf-8") as file:
+                code = re.sub(r"//.*", "", file.read())
+            found = re.findall(r"\b(?:(?<!long )long(?! long)|off_t|time_t|ino_t|timespec|"
+                               r"struct stat)\b", code)
+            self.assertEqual(found, [], header)
 
     def test_the_page_for_hosts_tells_how_many_the_library_uses(self):
         includes = set()

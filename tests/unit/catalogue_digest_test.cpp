@@ -2,6 +2,7 @@
 #include "digest/catalogue_digest.h"
 
 #include <algorithm>
+#include <cinttypes>
 #include <limits>
 #include <numeric>
 #include <random>
@@ -77,7 +78,7 @@ TEST_F(PolicyDigest, IsTheHashOfTheHexadecimalHashesOfThePolicies) {
 
 TEST_F(PolicyDigest, HeadIsFormattedAsNameIdentifierDescriptionAndNumber) {
   PolicyDbHash({Policy("n", "i", "d", 12, {})});
-  EXPECT_EQ(CallsOf("StrPrintf"), Lines{R"(StrPrintf "%s%s%s%ld" gives "nid12")"});
+  EXPECT_EQ(CallsOf("StrPrintf"), Lines{R"(StrPrintf "%s%s%s%)" PRId64 R"(" gives "nid12")"});
 }
 
 TEST_F(PolicyDigest, PoliciesListedAsBACAreHashedAsABC) {

@@ -83,7 +83,7 @@ class PLATFORM_API ConfigBranch {
   // branch or an array.
   void SetValue(const std::string& key, const std::string& value);
   void SetValue(const std::string& key, std::string&& value);
-  void SetValue(const std::string& key, unsigned long value);  // as decimal text
+  void SetValue(const std::string& key, std::uint64_t value);  // as decimal text
 
   // Removes every value, branch and array below this branch. Handles to them must not be used any
   // more: they stand for what is put in their place later.

@@ -1,16 +1,21 @@
 #include "brisk/format.h"
 
 #include <charconv>
+#include <cinttypes>
 #include <cstdarg>
+#include <cstdint>
 #include <cstdio>
 #include <iterator>
 #include <limits>
 #include <stdexcept>
+#include <string_view>
 
 namespace Brisk::Misc {
 namespace {
 
 constexpr std::size_t kUsualSize = 200;
+
+constexpr std::string_view kInteger = "%" PRId64;  // "%ld" or "%lld", by the size of a long
 
 // One va_list is good for one pass; va_end() must run also when a string cannot be allocated.
 class ArgumentList {
@@ -24,8 +29,8 @@ class ArgumentList {
     return std::vsnprintf(buffer, size, format, arguments_);
   }
 
-  // Formats what has no directives but %s and %ld, several times as fast as the C library does.
-  // False, with `text` of no use, for everything else.
+  // Formats what has no directives but %s and that of a 64-bit integer, several times as fast as
+  // the C library does. False, with `text` of no use, for everything else.
   bool PrintPlain(const char* format, std::string* text) {
     for (const char* at = format; *at != '\0'; ++at) {
       if (*at != '%') {
@@ -35,11 +40,11 @@ class ArgumentList {
         if (string == nullptr) return false;
         text->append(string);
         ++at;
-      } else if (at[1] == 'l' && at[2] == 'd') {
-        char digits[std::numeric_limits<long>::digits10 + 2];
-        const auto end = std::to_chars(digits, std::end(digits), va_arg(arguments_, long)).ptr;
-        text->append(digits, end);
-        at += 2;
+      } else if (std::string_view(at).starts_with(kInteger)) {
+        char digits[std::numeric_limits<std::int64_t>::digits10 + 2];
+        const auto number = va_arg(arguments_, std::int64_t);
+        text->append(digits, std::to_chars(digits, std::end(digits), number).ptr);
+        at += kInteger.size() - 1;
       } else {
         return false;
       }

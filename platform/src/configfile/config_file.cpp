@@ -112,7 +112,7 @@ void ConfigBranch::SetValue(const std::string& key, std::string&& value) {
   place_.session->ChangeText(Below(place_, key), EncodeText(std::move(value)));
 }
 
-void ConfigBranch::SetValue(const std::string& key, unsigned long value) {
+void ConfigBranch::SetValue(const std::string& key, std::uint64_t value) {
   const ErrnoKeeper keeper;
   place_.session->ChangeText(Below(place_, key), std::to_string(value));
 }

@@ -9,6 +9,7 @@
 
 namespace TavConfigStore {
 
+using HostPlatform::CheckedSize;
 using HostPlatform::LoadInteger;
 using HostPlatform::PutBytes;
 
@@ -151,9 +152,9 @@ bool BodyReader::NextSubObject(StoredSubObject* subObject) {
   const std::uint64_t instanceLength = LoadInteger<std::uint32_t>(head + 4);
   const std::uint64_t partLength = LoadInteger<std::uint32_t>(head + 8);
   const char* const name = Take(nameLength + instanceLength + partLength);
-  subObject->name = std::string_view(name, nameLength);
-  subObject->instance = std::string_view(name + nameLength, instanceLength);
-  subObject->part = std::string_view(name + nameLength + instanceLength, partLength);
+  subObject->name = std::string_view(name, CheckedSize(nameLength));
+  subObject->instance = std::string_view(name + nameLength, CheckedSize(instanceLength));
+  subObject->part = std::string_view(name + nameLength + instanceLength, CheckedSize(partLength));
   return true;
 }
 

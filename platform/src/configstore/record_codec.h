@@ -100,9 +100,9 @@ class BodyReader {
     const std::uint64_t nameLength = HostPlatform::LoadInteger<std::uint32_t>(head + 1);
     const std::uint64_t dataLength = HostPlatform::LoadInteger<std::uint32_t>(head + 5);
     const char* const name = Take(nameLength + dataLength);
-    value->name = std::string_view(name, nameLength);
+    value->name = std::string_view(name, HostPlatform::CheckedSize(nameLength));
     value->type = head[0];
-    value->data = std::string_view(name + nameLength, dataLength);
+    value->data = std::string_view(name + nameLength, HostPlatform::CheckedSize(dataLength));
     return true;
   }
   // False after the last one. Passes over values that were not read.
@@ -121,7 +121,7 @@ class BodyReader {
   const char* Take(std::uint64_t size) {
     if (size > rest_.size()) RaiseMalformedBody();
     const char* const taken = rest_.data();
-    rest_.remove_prefix(size);
+    rest_.remove_prefix(HostPlatform::CheckedSize(size));
     return taken;
   }
 

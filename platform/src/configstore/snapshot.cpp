@@ -16,6 +16,7 @@
 
 namespace TavConfigStore {
 
+using HostPlatform::CheckedSize;
 using HostPlatform::Checksum;
 using HostPlatform::LoadInteger;
 using HostPlatform::Io::FileDescriptor;
@@ -100,8 +101,8 @@ void Snapshot::CheckFooter() {
 void Snapshot::ReadDirectory(std::string_view directory, std::uint32_t kindCount) {
   const auto take = [&](std::uint64_t size) {
     if (size > directory.size()) RaiseCorrupt(path_, "its directory is cut short");
-    const std::string_view taken = directory.substr(0, size);
-    directory.remove_prefix(size);
+    const std::string_view taken = directory.substr(0, CheckedSize(size));
+    directory.remove_prefix(CheckedSize(size));
     return taken;
   };
   for (std::uint32_t i = 0; i < kindCount; ++i) {
@@ -154,7 +155,7 @@ std::string_view Snapshot::Bytes(std::uint64_t position, std::uint64_t size) con
   if (size > file_.size() || position > file_.size() - size) {
     RaiseCorrupt(path_, "it points outside of itself");
   }
-  return std::string_view(file_.data() + position, size);
+  return std::string_view(file_.data() + position, CheckedSize(size));
 }
 
 const Snapshot::Kind* Snapshot::FindKind(std::string_view name) const {
@@ -232,8 +233,9 @@ RecordSource::Record Snapshot::ReadAt(const Location& location, std::uint32_t en
   const std::string_view bytes = Bytes(start, keySize + dataSize);
   Record record;
   record.kind = kind;
-  record.instance = bytes.substr(kind.size(), keySize - kind.size());
-  record.body = bytes.substr(keySize + kDataHead, dataSize - kDataHead - kChecksumSize);
+  record.instance = bytes.substr(kind.size(), CheckedSize(keySize) - kind.size());
+  record.body = bytes.substr(CheckedSize(keySize) + kDataHead,
+                             CheckedSize(dataSize) - kDataHead - kChecksumSize);
   return record;
 }
 

@@ -13,6 +13,7 @@
 namespace TavConfigStore {
 
 using HostPlatform::AppendInteger;
+using HostPlatform::CheckedSize;
 using HostPlatform::Checksum;
 using HostPlatform::PutBytes;
 using HostPlatform::PutInteger;
@@ -54,7 +55,7 @@ void SnapshotWriter::Add(std::string_view instance, std::string_view body) {
   const std::uint64_t index = 20 * (std::uint64_t{recordCount_} + 1);
   if (position_ + kRecordHead + keySize + dataSize + index > kLargestFile) RaiseFull(path_);
 
-  char* at = Room(kRecordHead + keySize + dataSize);
+  char* at = Room(CheckedSize(kRecordHead + keySize + dataSize));
   at = PutInteger(static_cast<std::uint32_t>(keySize), at);
   at = PutInteger(static_cast<std::uint32_t>(dataSize), at);
   const char* const covered = at;

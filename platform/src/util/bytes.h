@@ -3,6 +3,7 @@
 #define PLATFORM_SRC_UTIL_BYTES_H_
 
 #include <bit>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <string>
@@ -10,6 +11,12 @@
 #include <type_traits>
 
 namespace HostPlatform {
+
+// A stored length that was compared with the bytes that are in memory, as one of theirs: there
+// std::size_t may have 32 bits.
+inline std::size_t CheckedSize(std::uint64_t length) {
+  return static_cast<std::size_t>(length);
+}
 
 template <typename Integer>
 Integer LoadInteger(const char* bytes) {

@@ -27,7 +27,7 @@ class Numbers : public HostTest {
   static std::optional<int> Returned(std::int64_t number) {
     {
       const SynchronizedConfigFile locked;
-      BranchOf(locked)->SetValue("n", static_cast<unsigned long>(number));
+      BranchOf(locked)->SetValue("n", static_cast<std::uint64_t>(number));
       locked.file->Write();
     }
     return GetInt("n");

@@ -1,7 +1,9 @@
 // Formatting, and the exception classes.
 #include <gtest/gtest.h>
 
+#include <cinttypes>
 #include <clocale>
+#include <cstdint>
 #include <cstring>
 #include <limits>
 #include <memory>
@@ -61,12 +63,15 @@ TEST(StrPrintf, FormatsLikePrintf) {
   EXPECT_EQ(StrPrintf("%lld", 9'223'372'036'854'775'807LL), "9223372036854775807");
 }
 
-// These two directives are formatted without the C library.
+// Texts and numbers of 64 bits are formatted without the C library.
 TEST(StrPrintf, FormatsTextsAndLongNumbersLikePrintf) {
+  using Limits = std::numeric_limits<std::int64_t>;
+  EXPECT_EQ(StrPrintf("%s%" PRId64 "%s", "a", Limits::min(), "b"), "a-9223372036854775808b");
+  EXPECT_EQ(StrPrintf("%" PRId64 "|%s", Limits::max(), "c"), "9223372036854775807|c");
   EXPECT_EQ(StrPrintf("%s%s%s%ld", "a", "", "c", -5L), "ac-5");
   EXPECT_EQ(StrPrintf("<%ld>", 0L), "<0>");
-  EXPECT_EQ(StrPrintf("%ld", std::numeric_limits<long>::min()), "-9223372036854775808");
-  EXPECT_EQ(StrPrintf("%ld", std::numeric_limits<long>::max()), "9223372036854775807");
+  for (const long number : {std::numeric_limits<long>::min(), std::numeric_limits<long>::max()})
+    EXPECT_EQ(StrPrintf("%ld", number), std::to_string(number));
   EXPECT_EQ(StrPrintf("%s %d%% %ld", "half", 50, 7L), "half 50% 7");
   EXPECT_EQ(StrPrintf("%ld %5s|%-5s|", 1L, "r", "l"), "1     r|l    |");
 }

@@ -133,7 +133,7 @@ void ConfigBranch::SetValue(const std::string& key, std::string&& value) {
   place_.node->branch->values[key] = std::move(value);
 }
 
-void ConfigBranch::SetValue(const std::string& key, unsigned long value) {
+void ConfigBranch::SetValue(const std::string& key, std::uint64_t value) {
   LogSetter(place_, key, "unsigned long " + std::to_string(value));
   place_.node->branch->values[key] = std::to_string(value);
 }

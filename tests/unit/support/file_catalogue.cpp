@@ -18,7 +18,7 @@ FileBranch InFile(const QuorPolicyInfo& policy) {
       {"name", policy.name},
       {"description", policy.description},
       {"policy-id", policy.policyId},
-      {"generation-number", std::to_string(static_cast<unsigned long>(policy.generationNumber))}};
+      {"generation-number", std::to_string(static_cast<std::uint64_t>(policy.generationNumber))}};
   FileArray& blobs = instance.arrays["blobs"];
   for (const auto& [blob, blobNamespace] : policy.blobs) {
     blobs.push_back(
