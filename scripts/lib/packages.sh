@@ -29,6 +29,7 @@ tests pkg-config      builds programs against the installed library
 tests groff-base      checks the manual pages
 tests zsh             checks the completion of quorctl in zsh
 reference doxygen     makes the reference of the headers
+packages build-essential what every build of a Debian package takes for granted
 packages dpkg-dev     builds the Debian packages
 packages debhelper    rules of the Debian packages
 packages lintian      finds mistakes in the Debian packages
@@ -62,17 +63,52 @@ missing_packages() {
   done < <(package_list) | sort -u -k1,1
 }
 
+# sudo asks for a password on the terminal, wherever the standard streams go.
+has_terminal() { { : </dev/tty; } 2>/dev/null; }
+
 # Runs a command as root, by sudo where this is not root already. Fails when neither is to be had.
 as_root() {
   if [[ $(id -u) == 0 ]]; then
     "$@"
-  elif command -v sudo >/dev/null && sudo -n true 2>/dev/null; then
+  elif ! command -v sudo >/dev/null; then
+    return 1
+  elif sudo -n true 2>/dev/null; then
     sudo -n "$@"
-  elif command -v sudo >/dev/null && [[ -t 0 && -t 2 ]]; then
+  elif has_terminal; then
     sudo "$@"
   else
     return 1
   fi
+}
+
+# Says why as_root cannot install, and how to go on. The arguments are the command that installs.
+tell_what_root_must_run() {
+  if ! command -v sudo >/dev/null; then
+    echo "They can't be installed from here: this is not root, and there is no sudo." >&2
+  elif has_terminal; then
+    echo "They can't be installed from here: this is not root, and sudo does not allow it." >&2
+  else
+    echo "They can't be installed from here: sudo asks for a password, and there is no terminal." >&2
+    echo "Run this first:  sudo apt-get update && sudo $*" >&2
+    return
+  fi
+  echo "As root, run:  apt-get update && $*" >&2
+}
+
+# Copies apt-get's messages without its progress reports, which become one line on a terminal.
+show_progress() {
+  local line percent text
+  while IFS= read -r line; do
+    case $line in
+      dlstatus:* | pmstatus:*)
+        [[ -t 2 ]] || continue
+        IFS=: read -r _ _ percent text <<<"$line"
+        printf '\r\e[K%3d %%  %.70s' "${percent%.*}" "$text" >&2
+        ;;
+      *) printf '%s\n' "$line" ;;
+    esac
+  done
+  [[ ! -t 2 ]] || printf '\r\e[K' >&2
 }
 
 ensure_packages() {
@@ -91,23 +127,23 @@ ensure_packages() {
   while read -r line; do echo "  $line"; done <<<"$missing" >&2
   mapfile -t names < <(awk '{print $1}' <<<"$missing")
 
-  local install=(env DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends
-                 "${names[@]}")
+  local install=(apt-get install -y --no-install-recommends "${names[@]}")
   if ! as_root true; then
-    echo "They can't be installed from here: this is not root, and sudo is not available." >&2
-    echo "As root, run:  apt-get update && apt-get install -y ${names[*]}" >&2
+    tell_what_root_must_run "${install[@]}"
     return 1
   fi
   echo "Installing them ..." >&2
   local log
   log=$(mktemp)
-  if as_root apt-get -q update >"$log" 2>&1 && as_root "${install[@]}" >>"$log" 2>&1; then
+  if as_root apt-get -q update >"$log" 2>&1 &&
+    as_root env DEBIAN_FRONTEND=noninteractive "${install[@]}" -o APT::Status-Fd=1 2>&1 |
+    show_progress >>"$log"; then
     rm -f "$log"
     return 0
   fi
   cat "$log" >&2
   rm -f "$log"
   echo "The installation failed; the messages above are apt-get's." >&2
-  echo "As root, run:  apt-get update && apt-get install -y ${names[*]}" >&2
+  echo "As root, run:  apt-get update && ${install[*]}" >&2
   return 1
 }

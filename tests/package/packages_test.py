@@ -3,7 +3,9 @@
     packages_test.py ROOT
 """
 import os
+import pty
 import re
+import shutil
 import subprocess
 import sys
 import tempfile
@@ -15,7 +17,11 @@ ROOT = ""
 _LOG = '#!/bin/bash\necho "$(basename "$0") $*" >>"$LOG"\n'
 STAND_INS = {
     "dpkg-query": '#!/bin/bash\n[[ " $INSTALLED " == *" ${!#} "* ]] && echo installed\n',
-    "apt-get": _LOG + 'exit "${APT_STATUS:-0}"\n',
+    "apt-get": _LOG + 'echo "message of apt-get"\n'
+                      '[[ "$*" != *APT::Status-Fd=1* ]] || printf "%s\\n" '
+                      '"dlstatus:1:12.5:Retrieving file 1 of 9" '
+                      '"pmstatus:cmake:80.25:Unpacking cmake (amd64)"\n'
+                      'exit "${APT_STATUS:-0}"\n',
     "sudo": _LOG + '[[ ${SUDO_WORKS-} ]] || exit 1\n[[ $1 != -n ]] || shift\nexec "$@"\n',
     "id": '#!/bin/bash\necho "$USER_ID"\n',
 }
@@ -38,12 +44,13 @@ class Packages(unittest.TestCase):
             file.write(STAND_INS[name])
         os.chmod(path, 0o755)
 
-    def run_bash(self, command, installed="", path=None, **environment):
-        """Runs a command after sourcing the file; returns the process and the calls made."""
+    def run_bash(self, command, installed="", path=None, options=None, **environment):
+        """Runs a command after sourcing the file; returns the process and the calls made. It has no
+        terminal to ask on."""
         script = f"set -euo pipefail; source {ROOT}/scripts/lib/packages.sh; {command}"
         result = subprocess.run(
-            ["/bin/bash", "-c", script], check=False, capture_output=True, text=True,
-            stdin=subprocess.DEVNULL,
+            ["/bin/bash", "-c", script], check=False, text=True, stdin=subprocess.DEVNULL,
+            **(options or {"capture_output": True, "start_new_session": True}),
             env={"PATH": path or self.bin + ":" + os.environ["PATH"], "LOG": self.log,
                  "USER_ID": "0", "INSTALLED": installed, **environment})
         calls = []
@@ -78,7 +85,8 @@ class Packages(unittest.TestCase):
         self.assertEqual(result.returncode, 0, result.stderr)
         self.assertEqual(calls, [
             "apt-get -q update",
-            "apt-get install -y --no-install-recommends libxxhash-dev ninja-build"])
+            "apt-get install -y --no-install-recommends libxxhash-dev ninja-build "
+            "-o APT::Status-Fd=1"])
         self.assertRegex(result.stderr, "libxxhash-dev +checksums of stored records")
 
     def test_another_user_installs_by_sudo(self):
@@ -87,17 +95,49 @@ class Packages(unittest.TestCase):
         self.assertIn("sudo -n apt-get -q update", calls)
         self.assertTrue(any(re.match("apt-get install -y .*ninja-build", call) for call in calls))
 
-    def test_without_sudo_the_missing_packages_and_the_command_are_named(self):
+    def test_a_password_that_cannot_be_asked_for_is_told_with_the_command_to_run_first(self):
         result, calls = self.run_bash("ensure_packages build; echo not reached", USER_ID="1000")
         self.assertNotEqual(result.returncode, 0)
         self.assertEqual(result.stdout, "")
         self.assertFalse(any(call.startswith("apt-get") for call in calls), calls)
-        self.assertRegex(result.stderr, "As root, run:  apt-get update && apt-get install -y .*g\\+\\+")
+        self.assertIn("no terminal", result.stderr)
+        self.assertRegex(result.stderr,
+                         r"Run this first:  sudo apt-get update && sudo apt-get install -y .*g\+\+")
+
+    def test_without_sudo_root_is_told_the_command(self):
+        os.remove(os.path.join(self.bin, "sudo"))
+        for tool in ("awk", "bash", "cat", "env", "grep", "sort"):
+            os.symlink(shutil.which(tool), os.path.join(self.bin, tool))
+        result, calls = self.run_bash("ensure_packages build; echo not reached", USER_ID="1000",
+                                      path=self.bin)
+        self.assertNotEqual(result.returncode, 0)
+        self.assertEqual((result.stdout, calls), ("", []))
+        self.assertIn("there is no sudo", result.stderr)
+        self.assertRegex(result.stderr, r"As root, run:  apt-get update && apt-get install -y .*g\+\+")
+
+    def test_a_terminal_shows_the_progress_of_the_installation_on_one_line(self):
+        ours, theirs = pty.openpty()
+        result, _ = self.run_bash("ensure_packages build",
+                                  options={"stdout": theirs, "stderr": theirs})
+        os.close(theirs)
+        shown = os.read(ours, 65536).decode()
+        os.close(ours)
+        self.assertEqual(result.returncode, 0, shown)
+        self.assertIn("\r\x1b[K 12 %  Retrieving file 1 of 9", shown)
+        self.assertTrue(shown.endswith("\r\x1b[K 80 %  Unpacking cmake (amd64)\r\x1b[K"), shown)
+        self.assertNotIn("message of apt-get", shown)
+
+    def test_elsewhere_nothing_is_said_of_the_progress(self):
+        result, _ = self.run_bash("ensure_packages build")
+        self.assertEqual(result.returncode, 0, result.stderr)
+        self.assertTrue(result.stderr.endswith("Installing them ...\n"), result.stderr)
 
     def test_a_failed_installation_fails_and_names_the_command(self):
         result, _ = self.run_bash("ensure_packages build; echo not reached", APT_STATUS="100")
         self.assertNotEqual(result.returncode, 0)
         self.assertEqual(result.stdout, "")
+        self.assertIn("message of apt-get\n", result.stderr)
+        self.assertNotIn("status:", result.stderr)
         self.assertIn("As root, run:", result.stderr)
 
     def test_another_system_is_told_what_is_needed_and_goes_on(self):
