@@ -27,6 +27,7 @@ tests abigail-tools   compares the libraries' binary interfaces with the committ
 tests doxygen         finds public members without documentation
 tests pkg-config      builds programs against the installed library
 tests groff-base      checks the manual pages
+tests uidmap          users for the tests that an ordinary user runs
 tests zsh             checks the completion of quorctl in zsh
 reference doxygen     makes the reference of the headers
 packages build-essential what every build of a Debian package takes for granted

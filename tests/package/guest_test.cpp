@@ -117,6 +117,16 @@ std::size_t MappingsOf(const std::string& part) {
   return count;
 }
 
+// By the files' own names: any directory may be named after the library.
+std::size_t MappingsOfLibraries() {
+  std::size_t count = 0;
+  for (const std::string& mapping : Mappings()) {
+    const std::size_t slash = mapping.rfind('/');
+    count += slash != std::string::npos && mapping.compare(slash + 1, 7, "libquor") == 0;
+  }
+  return count;
+}
+
 std::size_t EntriesOf(const char* directory) {
   std::size_t count = 0;
   for (const auto& entry : std::filesystem::directory_iterator(directory)) {
@@ -195,7 +205,7 @@ TEST_F(Guest, LoadingAndUnloadingInALoopLeavesNothingBehind) {
   }
   EXPECT_EQ(OpenDescriptors(), descriptors);
   EXPECT_EQ(MappingsOf(host_), 0U);
-  EXPECT_EQ(MappingsOf("libquor"), 0U);
+  EXPECT_EQ(MappingsOfLibraries(), 0U);
   EXPECT_LE(Mappings().size(), mappings + kMoreMappings);
 }
 
@@ -234,7 +244,7 @@ TEST_F(Guest, AThreadThatCalledMayEndAfterTheLibraryIsUnloaded) {
     unloaded.notify_one();
     thread.join();
   }
-  EXPECT_EQ(MappingsOf("libquor"), 0U);
+  EXPECT_EQ(MappingsOfLibraries(), 0U);
   EXPECT_EQ(MappingsOf(host_), 0U);
 }
 

@@ -8,6 +8,7 @@
 #include "quor/quor_lib.h"
 #include "support/child_process.h"
 #include "support/host_test.h"
+#include "support/needs.h"
 #include "support/random.h"
 
 namespace PlatformTest {
@@ -108,6 +109,7 @@ TEST_F(EndToEnd, ResetLeavesNothing) {
 }
 
 TEST_F(EndToEnd, ReaderOfAnotherUserAsksEverythingAndWritesNothing) {
+  Machine::NeedRoot();
   Push("first");
   ASSERT_EQ(chown(HostPath().c_str(), 0, kReaders), 0);
   Push("second");

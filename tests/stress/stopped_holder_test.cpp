@@ -20,6 +20,7 @@
 #include "quor/quor_lib.h"
 #include "support/child_process.h"
 #include "support/host_test.h"
+#include "support/needs.h"
 #include "support/shared.h"
 
 namespace StressTest {
@@ -58,6 +59,7 @@ namespace {
 class StoppedHolder : public PlatformTest::HostTest {
  protected:
   explicit StoppedHolder(const std::string& store) {
+    Machine::NeedRoot();
     EXPECT_EQ(mkdir(HostPath().c_str(), 0700), 0);
     EXPECT_EQ(chown(HostPath().c_str(), 0, PlatformTest::kReaders), 0);
     EXPECT_EQ(chmod(HostPath().c_str(), 02750), 0);

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "backend/catalogue.h"
+#include "support/needs.h"
 
 namespace ConfigFileTest {
 namespace {
@@ -15,6 +16,7 @@ constexpr char kPrecious[] = "{\"precious\": true}\n";
 class PlantedLinks : public HostTest, public testing::WithParamInterface<Kind> {
  protected:
   PlantedLinks() {
+    Machine::NeedRoot();
     Switch(GetParam());
     QuorLib::AddPolicyInfo(SomePolicies());
     Check(mkdir(temporary_.PathOf("elsewhere").c_str(), 0755) == 0, "elsewhere");

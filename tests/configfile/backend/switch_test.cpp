@@ -4,6 +4,7 @@
 #include <string>
 
 #include "backend/catalogue.h"
+#include "support/needs.h"
 
 namespace ConfigFileTest {
 namespace {
@@ -78,6 +79,7 @@ TEST_F(SwitchTest, LeavesEachBackendsFilesAlone) {
 }
 
 TEST_F(SwitchTest, LetsAReaderInTheGroupAskTheFileAndChangeNothing) {
+  Machine::NeedRoot();
   ASSERT_EQ(chown(HostPath().c_str(), 0, kReaders), 0);
   for (const std::string& name : NamesIn(HostPath()))
     ASSERT_EQ(chown(PathOf(name).c_str(), 0, kReaders), 0);

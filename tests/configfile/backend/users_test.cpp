@@ -10,6 +10,7 @@
 #include <string>
 
 #include "backend/catalogue.h"
+#include "support/needs.h"
 
 namespace ConfigFileTest {
 namespace {
@@ -17,7 +18,7 @@ namespace {
 class Users : public HostTest, public testing::WithParamInterface<Kind> {
  protected:
   Users() {
-    EXPECT_EQ(geteuid(), 0U) << "these tests act as several users and run as root";
+    Machine::NeedRoot();
     MakeHost();
     Check(chown(HostPath().c_str(), 0, kReaders) == 0, HostPath());
     Check(chmod(HostPath().c_str(), 02750) == 0, HostPath());

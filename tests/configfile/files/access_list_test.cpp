@@ -11,6 +11,7 @@
 #include "access_list.h"
 #include "platform/admin.h"
 #include "support.h"
+#include "support/needs.h"
 #include "tavconfigstore/config_store.h"
 
 namespace ConfigFileTest {
@@ -43,6 +44,7 @@ constexpr uid_t kOther = 54325;
 class AccessLists : public HostTest, public testing::WithParamInterface<Stored> {
  protected:
   AccessLists() : HostTest(PlaceWithAccessLists()) {
+    Machine::NeedRoot();
     MakeHost();
     Check(chown(HostPath().c_str(), 0, kReaders) == 0, HostPath());
     Check(chmod(HostPath().c_str(), 0751) == 0, HostPath());

@@ -7,6 +7,7 @@
 
 #include "brisk/exception.h"
 #include "support.h"
+#include "support/needs.h"
 
 namespace ConfigFileTest {
 namespace {
@@ -109,6 +110,7 @@ TEST_F(ChangedMeanwhile, BracketsWithoutBeginningAreRefused) {
 }
 
 TEST_F(ChangedMeanwhile, LinkOfTheDirectorysOwnerIsFollowedByRootAndByHimself) {
+  Machine::NeedRoot();
   MakeHost();
   ASSERT_EQ(chown(HostPath().c_str(), kOwner, kReaders), 0);
   WriteFile(PathOf("real"), "{}");

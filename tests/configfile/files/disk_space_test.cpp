@@ -9,6 +9,7 @@
 #include <system_error>
 
 #include "support.h"
+#include "support/needs.h"
 
 namespace ConfigFileTest {
 namespace {
@@ -18,9 +19,9 @@ class FullDisk : public HostTest {
   // Runs `body` in a child that sees a new file system in place of the temporary directory. Nobody
   // else sees it, and it goes with the child.
   void RunWith(const std::string& options, const std::function<void()>& body) const {
+    Machine::NeedNamespaces();
     RunInChild([&] {
-      ASSERT_EQ(unshare(CLONE_NEWNS), 0);
-      ASSERT_EQ(mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr), 0);
+      ASSERT_TRUE(Machine::KeepMountsPrivate());
       ASSERT_EQ(mount("none", temporary_.path().c_str(), "tmpfs", 0, options.c_str()), 0);
       body();
     });

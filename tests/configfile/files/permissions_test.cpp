@@ -7,6 +7,7 @@
 #include <string>
 
 #include "support.h"
+#include "support/needs.h"
 
 namespace ConfigFileTest {
 namespace {
@@ -15,7 +16,7 @@ namespace {
 class Permissions : public HostTest {
  protected:
   Permissions() {
-    EXPECT_EQ(geteuid(), 0U) << "these tests act as several users and run as root";
+    Machine::NeedRoot();
     MakeHost();
     GiveHostTo(0);
     Put("key", "old");

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "support.h"
+#include "support/needs.h"
 
 namespace ConfigFileTest {
 namespace {
@@ -35,6 +36,7 @@ TEST_F(Replacement, ModesAreTheSameWhateverTheUmask) {
 }
 
 TEST_F(Replacement, KeepsModeOwnerAndGroup) {
+  Machine::NeedRoot();
   for (const mode_t mode : {0600, 0644, 0660}) {
     EditByHand("{}");
     ASSERT_EQ(chown(FilePath().c_str(), kOwner, kReaders), 0);

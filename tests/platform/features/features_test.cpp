@@ -14,6 +14,7 @@
 #include "platform/feature_list.h"
 #include "support/child_process.h"
 #include "support/host_test.h"
+#include "support/needs.h"
 
 namespace PlatformTest {
 namespace {
@@ -235,6 +236,7 @@ TEST_F(UnusableFeatures, FileWithASecondNameIsNotWrittenTo) {
 }
 
 TEST_F(UnusableFeatures, FileThatMayNotBeReadIsRaised) {
+  Machine::NeedRoot();
   WriteFile(FeaturesPath(), Switches('\0', kSome, '\1'));
   ASSERT_EQ(chmod(FeaturesPath().c_str(), 0600), 0);
   RunInChild([this] {
@@ -331,6 +333,7 @@ TEST_F(Features, IndexOutOfRangeIsRaised) {
 }
 
 TEST_F(Features, SettingOneWithoutPermissionIsRaisedAndNamesThePath) {
+  Machine::NeedRoot();
   HostPlatform::SetFeature(kSome, false);
   RunInChild([this] {
     BecomeUser(kStranger, {kOutsiders});

@@ -12,6 +12,7 @@
 
 #include "support/child_process.h"
 #include "support/host_test.h"
+#include "support/needs.h"
 
 namespace PlatformTest {
 namespace {
@@ -23,9 +24,9 @@ class OwnFileSystem : public HostTest {
   // Runs `body` in a child that sees a new file system, `options` as of tmpfs, in place of the
   // temporary directory. Nobody else sees it, and it goes with the child.
   void RunWith(const std::string& options, const std::function<void()>& body) {
+    Machine::NeedNamespaces();
     RunInChild([&] {
-      ASSERT_EQ(unshare(CLONE_NEWNS), 0);
-      ASSERT_EQ(mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr), 0);
+      ASSERT_TRUE(Machine::KeepMountsPrivate());
       ASSERT_EQ(mount("none", temporary_.path().c_str(), "tmpfs", 0, options.c_str()), 0);
       body();
     });

@@ -9,6 +9,7 @@
 
 #include "support/child_process.h"
 #include "support/host_test.h"
+#include "support/needs.h"
 #include "support/program.h"
 
 namespace PlatformTest {
@@ -61,6 +62,7 @@ TEST(Environment, DeadlineMayBeAnyNumberOf32Bits) {
 // A program whose rights are those of the file's owner, started by somebody else who chose its
 // environment.
 TEST(Environment, IsIgnoredInASetUidProgram) {
+  Machine::NeedRoot();
   const TemporaryDirectory place(PlaceWithSetUid());
   const std::string program = place.PathOf("probe");
   std::filesystem::copy_file(PLATFORM_PROBE, program);
@@ -142,6 +144,7 @@ TEST_F(StoreState, OfAHostWithoutStoreSaysSo) {
 }
 
 TEST_F(StoreState, TellsOwnerModeSizeAndTheNumbersOfObjects) {
+  Machine::NeedRoot();
   Put(OpenStore(), "a", "1");
   Put(OpenStore(), "b", "1");
   Put(OpenStore(), "a", "1", kOtherKind);

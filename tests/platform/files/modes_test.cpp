@@ -10,6 +10,7 @@
 
 #include "support/child_process.h"
 #include "support/host_test.h"
+#include "support/needs.h"
 
 namespace PlatformTest {
 namespace {
@@ -50,6 +51,7 @@ TEST_F(Modes, OfAnExistingDirectoryAreLeftAsTheyAre) {
 }
 
 TEST_F(Modes, OwnerAndGroupOfTheSnapshotAreKeptByACommit) {
+  Machine::NeedRoot();
   Put(OpenStore(), "a", "1");
   ASSERT_EQ(chown(SnapshotPath().c_str(), kStranger, kReaders), 0);
   for (const mode_t mode : {0600, 0644, 0660, 0440}) {
@@ -62,6 +64,7 @@ TEST_F(Modes, OwnerAndGroupOfTheSnapshotAreKeptByACommit) {
 }
 
 TEST_F(Modes, NewStateIsNeverReadableForMoreThanTheOldOne) {
+  Machine::NeedRoot();
   Put(OpenStore(), "a", "1");
   ASSERT_EQ(chmod(SnapshotPath().c_str(), 0600), 0);
   ASSERT_EQ(chown(SnapshotPath().c_str(), 0, kReaders), 0);
@@ -108,6 +111,7 @@ std::string Entry(std::uint16_t tag, std::uint16_t permissions, std::uint32_t id
 }
 
 TEST_F(Attributes, AccessListOfTheSnapshotIsKeptByACommit) {
+  Machine::NeedRoot();
   constexpr std::uint32_t kNobody = 0xffffffff;
   Put(OpenStore(), "a", "1");
   const std::string list = std::string("\2\0\0\0", 4) + Entry(1, 6, kNobody) +

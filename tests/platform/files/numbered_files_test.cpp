@@ -11,6 +11,7 @@
 
 #include "support/child_process.h"
 #include "support/host_test.h"
+#include "support/needs.h"
 
 namespace PlatformTest {
 namespace {
@@ -51,6 +52,7 @@ TEST_F(NumberedFiles, GoOnBehindTheHighestWhateverItsSuffix) {
 }
 
 TEST_F(NumberedFiles, HaveTheModesAndTheOwnerOfTheHostDirectory) {
+  Machine::NeedRoot();
   for (const mode_t mask : {0, 077}) {
     const TemporaryDirectory place;
     ASSERT_EQ(mkdir(place.PathOf("host").c_str(), 0700), 0);
@@ -135,6 +137,7 @@ TEST_F(NumberedFiles, DirectoryThatEverybodyMayWriteToIsRefused) {
 
 // The directory's owner could send root anywhere by it.
 TEST_F(NumberedFiles, LinkInThePlaceOfTheFolderIsNotFollowed) {
+  Machine::NeedRoot();
   const TemporaryDirectory elsewhere;
   Add("one");
   ASSERT_EQ(chown(HostPath().c_str(), kStranger, kReaders), 0);
@@ -148,6 +151,7 @@ TEST_F(NumberedFiles, LinkInThePlaceOfTheFolderIsNotFollowed) {
 }
 
 TEST_F(NumberedFiles, FolderOfSomebodyElseIsRefused) {
+  Machine::NeedRoot();
   Add("one");
   ASSERT_EQ(chown(HostPath().c_str(), kStranger, kReaders), 0);
   for (const uid_t owner : {uid_t{0}, kStranger}) {
@@ -171,6 +175,7 @@ TEST_F(NumberedFiles, FolderThatEverybodyMayWriteToIsRefused) {
 }
 
 TEST_F(NumberedFiles, UserWhoMayNotWriteIsRefused) {
+  Machine::NeedRoot();
   Add("one");
   ASSERT_EQ(chmod(HostPath().c_str(), 0755), 0);
   RunInChild([] {

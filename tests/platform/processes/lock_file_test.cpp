@@ -17,6 +17,7 @@
 #include "io/file_lock.h"
 #include "support/child_process.h"
 #include "support/host_test.h"
+#include "support/needs.h"
 
 namespace PlatformTest {
 namespace {
@@ -246,12 +247,14 @@ TEST_F(LockFile, WithASecondNameIsRefusedAndLeftAlone) {
 }
 
 TEST_F(LockFile, OfAForeignOwnerIsRefused) {
+  Machine::NeedRoot();
   WriteFile(LockPath(), "");
   ASSERT_EQ(chown(LockPath().c_str(), kStranger, kReaders), 0);
   ExpectRefused();
 }
 
 TEST_F(LockFile, OfTheDirectorysOwnerIsUsedByRoot) {
+  Machine::NeedRoot();
   WriteFile(LockPath(), "");
   ASSERT_EQ(chown(LockPath().c_str(), kStranger, kReaders), 0);
   ASSERT_EQ(chown(HostPath().c_str(), kStranger, kReaders), 0);

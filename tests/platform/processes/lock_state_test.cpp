@@ -8,6 +8,7 @@
 
 #include "support/child_process.h"
 #include "support/host_test.h"
+#include "support/needs.h"
 #include "zynctl/config_file.h"
 
 namespace PlatformTest {
@@ -93,6 +94,7 @@ TEST_F(LockStates, ControlCharactersOfTheHoldersNameAreReplaced) {
 }
 
 TEST_F(LockStates, UserWhoMayNotOpenTheLockFileIsTold) {
+  Machine::NeedRoot();
   Put(OpenStore(), "a", "1");
   ASSERT_EQ(chmod(HostPath().c_str(), 0755), 0);
   RunInChild([] {

@@ -9,6 +9,7 @@
 
 #include "support/child_process.h"
 #include "support/host_test.h"
+#include "support/needs.h"
 
 namespace PlatformTest {
 namespace {
@@ -19,7 +20,7 @@ using namespace TavConfigStore;  // NOLINT(google-build-using-namespace): the er
 class Permissions : public HostTest {
  protected:
   Permissions() {
-    EXPECT_EQ(geteuid(), 0U) << "these tests act as several users and run as root";
+    Machine::NeedRoot();
     EXPECT_EQ(mkdir(HostPath().c_str(), 0700), 0);
     EXPECT_EQ(chown(HostPath().c_str(), 0, kReaders), 0);
     EXPECT_EQ(chmod(HostPath().c_str(), 02750), 0);

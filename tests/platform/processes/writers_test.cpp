@@ -13,6 +13,7 @@
 
 #include "support/child_process.h"
 #include "support/host_test.h"
+#include "support/needs.h"
 #include "support/shared.h"
 
 namespace PlatformTest {
@@ -232,6 +233,7 @@ void RunAsProcessOne(const std::function<void()>& body) {
 }
 
 TEST_F(Writers, EqualProcessNumbersInTwoContainersExcludeEachOther) {
+  Machine::NeedNamespaces();
   Gate holds;
   Gate tried;
   ChildProcess first([&] {
