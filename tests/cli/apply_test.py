@@ -153,6 +153,19 @@ class RefusedApply(QuorctlCase):
         self.assertIn("the old policies could not be put back either: ", result.errors)
         self.assertEqual(self.listed_document(), document([policy("B")], []))
 
+    def test_CatalogueOfPoliciesThatCannotBePutBackStaysInTheHistory(self):
+        self.ask("switch", "file")
+        before = document([policy("A", blobs=[blob(text="x" * 100_000)])], [])
+        self.apply(before)
+        larger = document([policy("B")], [datastore(f"ds:///{i}/") for i in range(1000)])
+        room = os.path.getsize(os.path.join(self.host, "host-config.json")) - 1000
+        result = self.apply_with_room(larger, room,
+                                      message="the old policies could not be put back either: ")
+        self.assertIn("; the old catalogue is number 2 of the history (\"quorctl restore 2\")",
+                      result.errors)
+        self.ask("restore", "--yes", "2")
+        self.assertEqual(self.listed_document(), before)
+
     def test_DeletionOfDamagedRecordsThatNothingCouldFollowIsTold(self):
         self.apply(document([policy("A")], [datastore("ds:///find/")]))
         path = self.snapshot_path()

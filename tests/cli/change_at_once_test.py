@@ -5,6 +5,7 @@ import json
 import os
 import signal
 import struct
+import subprocess
 import termios
 import time
 import unittest
@@ -13,21 +14,27 @@ from quorctl_case import (DONE, NOT_CONFIRMED, STORE, TIMEOUT, QuorctlCase, data
                           policy)
 from terminal import Terminal
 
+PUT_CATALOGUE = os.environ["QUOR_PUT_CATALOGUE"]
+
 # So many that to write them takes long after the policies are there.
 MANY = [datastore(f"ds:///{i}/") for i in range(20_000)]
 
 
 class ChangeCase(QuorctlCase):
-    def lock_of(self, path):
+    def lock_bytes(self, file, command, start, count):
+        """Of a lock file: a waiter holds the first byte, the holder the second. No count: all."""
+        fcntl.fcntl(file, command,
+                    struct.pack("hhqqi4x", fcntl.F_WRLCK, os.SEEK_SET, start, count, 0))
+
+    def lock_of(self, path, start=0, count=0):
         """Keeps others waiting until the file is closed."""
         file = open(path, "r+b")
         self.addCleanup(file.close)
-        fcntl.fcntl(file, fcntl.F_OFD_SETLK,
-                    struct.pack("hhqqi4x", fcntl.F_WRLCK, os.SEEK_SET, 0, 0, 0))
+        self.lock_bytes(file, fcntl.F_OFD_SETLK, start, count)
         return file
 
-    def lock_store(self):
-        return self.lock_of(os.path.join(self.host, "config-store.lock"))
+    def lock_store(self, **part):
+        return self.lock_of(os.path.join(self.host, "config-store.lock"), **part)
 
     def lock_history(self):
         return self.lock_of(os.path.join(self.host, "history", ".lock"))
@@ -36,6 +43,14 @@ class ChangeCase(QuorctlCase):
         deadline = time.monotonic() + TIMEOUT
         while not condition():
             self.assertLess(time.monotonic(), deadline)
+
+    def is_locked(self, path, byte):
+        with open(path, "r+b") as file:
+            try:
+                self.lock_bytes(file, fcntl.F_OFD_SETLK, byte, 1)
+            except BlockingIOError:
+                return True
+        return False
 
     def kept_documents(self):
         documents = []
@@ -74,6 +89,102 @@ class Writers(ChangeCase):
             present = [self.listed_document(), *self.kept_documents()]
             for content in contents:
                 self.assertTrue(content in present, turn)
+
+
+class Turns(ChangeCase):
+    def setUp(self):
+        super().setUp()
+        self.before = document([policy("Old")])
+        self.apply(self.before)
+        self.after = document([policy("New")])
+        self.path = self.write("after.json", json.dumps(self.after))
+        self.turn = open(os.path.join(self.host, "history", ".lock"), "rb")
+        self.addCleanup(self.turn.close)
+        fcntl.flock(self.turn, fcntl.LOCK_EX)
+
+    def test_ChangeWaitsForAnotherQuorctl(self):
+        process = self.start("apply", "--yes", self.path)
+        time.sleep(0.5)
+        self.assertIsNone(process.poll())
+        self.assertEqual(self.listed_document(), self.before)
+        self.turn.close()
+        self.assertEqual(self.end_of(process)[0], DONE)
+        self.assertEqual(self.listed_document(), self.after)
+
+    def test_ChangeThatIsNotGivenItsTurnSaysSoAndLeavesNoTrace(self):
+        kept = self.kept_documents()
+        result = self.run_quorctl("apply", "--yes", self.path,
+                                  environment={"QUOR_LOCK_TIMEOUT_MS": "100"})
+        self.assertEqual(result.status, STORE)
+        self.assertIn("another quorctl is still changing the catalogue after 100 ms; nothing was "
+                      "changed", result.errors)
+        self.assertEqual(self.listed_document(), self.before)
+        self.assertEqual(self.kept_documents(), kept)
+
+
+class HalfMade(ChangeCase):
+    """Changes that fail when a part of them is made."""
+
+    def test_PoliciesThatAnotherHasReplacedSinceAreNotPutBack(self):
+        self.apply(document([policy("Old")], [datastore()]))
+        other = os.path.join(self.directory, "other")
+        self.ask("apply", "--root", other, "-",
+                 given=json.dumps(document([policy("Other")])).encode())
+        snapshot = self.snapshot_path()
+        first = os.stat(snapshot).st_ino
+        lock = self.lock_store(start=1, count=1)
+        terminal = Terminal(self, "apply", "--yes", self.write("after.json", json.dumps(
+            document([policy("New")], [datastore(namespace="N")]))),
+                            environment={"QUOR_LOCK_TIMEOUT_MS": "3000"})
+        self.wait_until(lambda: self.is_locked(lock.name, 0))
+        # It waits for the lock of its first replacement; that of the second it does not get.
+        next_turn = open(lock.name, "r+b")
+        self.addCleanup(next_turn.close)
+        lock.close()
+        self.lock_bytes(next_turn, fcntl.F_OFD_SETLKW, 0, 1)
+        terminal.wait_for("replacing 1 datastore ... 1 s")
+        self.assertNotEqual(os.stat(snapshot).st_ino, first)
+        os.rename(os.path.join(other, os.path.basename(snapshot)), snapshot)
+        result = terminal.finish()
+        self.assertEqual(result.status, STORE)
+        self.assertIn("another process has changed the policies since, so the old ones were not "
+                      "put back; the old catalogue is number 2 of the history", result.errors)
+        next_turn.close()
+        self.assertEqual(self.listed_document(), document([policy("Other")]))
+        self.ask("restore", "--yes", "2")
+        self.assertEqual(self.listed_document(), document([policy("Old")], [datastore()]))
+
+    def test_CatalogueIsKeptWhenNobodyCanTellWhetherItIsStillThere(self):
+        before = document([policy("Old")])
+        self.apply(before)
+        snapshot = self.snapshot_path()
+        lock = self.lock_store()
+        terminal = Terminal(self, "apply", "--yes",
+                            self.write("after.json", json.dumps(document([policy("New")]))))
+        terminal.wait_for("replacing 1 policy ... 1 s")
+        with open(snapshot + ".new", "wb") as file:
+            file.write(b"no snapshot")
+        os.rename(snapshot + ".new", snapshot)
+        lock.close()
+        self.assertEqual(terminal.finish().status, STORE)
+        os.remove(snapshot)
+        self.ask("restore", "--yes", "2")
+        self.assertEqual(self.listed_document(), before)
+
+    def test_MigrationWhoseSourceChangesMeanwhileIsNoCopy(self):
+        self.ask("switch", "file")
+        self.apply(document([policy("Old")]))
+        lock = self.lock_store()
+        terminal = Terminal(self, "migrate", "--to", "store")
+        terminal.wait_for("replacing 1 policy ... 1 s")
+        subprocess.run([PUT_CATALOGUE], env=self.environment(), timeout=TIMEOUT, check=True,
+                       input=b"policy x41 x42 x 1\n")
+        lock.close()
+        result = terminal.finish()
+        self.assertEqual(result.status, STORE)
+        self.assertIn("the digests of the two stores differ: another process changed one of them "
+                      "meanwhile; run migrate again", result.errors)
+        self.assertIn("the digests are equal", self.ask("migrate", "--yes", "--to", "store").text)
 
 
 class Signals(ChangeCase):

@@ -4,8 +4,8 @@ import os
 import re
 import unittest
 
-from quorctl_case import (BAD_INPUT, DONE, NO, PERMISSION, QuorctlCase, datastore, document,
-                          policy)
+from quorctl_case import (BAD_INPUT, DONE, NO, PERMISSION, QuorctlCase, blob, datastore,
+                          document, policy)
 from stranger import become_stranger
 
 DIGEST = "0123456789abcdef" * 2
@@ -74,6 +74,15 @@ class Entries(QuorctlCase):
             [found] = self.findings()
             self.assertEqual(found["subject"], path)
             os.remove(path)
+
+    def test_CatalogueThatItsStoreWouldNotKeepIsRefusedBeforeAnythingIsReplaced(self):
+        before = self.ask("export").text
+        path = self.add(self.path_of(9, f"{DIGEST}.-", 1),
+                        document([policy("A", blobs=[blob(namespace="")])]))
+        self.refuse(BAD_INPUT, "restore", "9", "--yes",
+                    message=f'{path}: policy "A": a blob has no namespace; the configuration store '
+                            "would not keep it")
+        self.assertEqual(self.ask("export").text, before)
 
     def test_DatastoresWithoutADigestAreRestored(self):
         content = document([], [datastore("", namespace="", defaultPolicy="")])

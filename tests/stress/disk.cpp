@@ -9,6 +9,11 @@ using Kind = FileOperation::Kind;
 
 constexpr std::size_t kSector = 512;
 
+std::string DirectoryOf(const std::string& path) {
+  const std::size_t slash = path.rfind('/');
+  return slash == std::string::npos ? "" : path.substr(0, slash);
+}
+
 // The part of the write from `start` to `end`, places in the file.
 void Put(const FileOperation& write, std::size_t start, std::size_t end, std::string* content) {
   if (content->size() < end) content->resize(end, '\0');
@@ -40,16 +45,18 @@ void Disk::Apply(const FileOperation& operation) {
       file.changes.clear();
       break;
     }
+    case Kind::kMakeDirectory:
+      ChangeName(operation.name, kDirectory);
+      break;
     case Kind::kFlushDirectory:
-      flushedNames_ = presentNames_;
-      nameChanges_.clear();
+      FlushDirectory(operation.name);
       break;
     case Kind::kRename:
       ChangeName(operation.newName, presentNames_.at(operation.name));
-      ChangeName(operation.name, -1);
+      ChangeName(operation.name, kRemoved);
       break;
     case Kind::kRemove:
-      ChangeName(operation.name, -1);
+      ChangeName(operation.name, kRemoved);
       break;
     case Kind::kMark:
       break;
@@ -57,7 +64,7 @@ void Disk::Apply(const FileOperation& operation) {
 }
 
 void Disk::Change(const NameChange& change, Names* names) {
-  if (change.file < 0) {
+  if (change.file == kRemoved) {
     names->erase(change.name);
   } else {
     (*names)[change.name] = change.file;
@@ -67,6 +74,14 @@ void Disk::Change(const NameChange& change, Names* names) {
 void Disk::ChangeName(const std::string& name, int file) {
   nameChanges_.push_back({name, file});
   Change(nameChanges_.back(), &presentNames_);
+}
+
+void Disk::FlushDirectory(const std::string& path) {
+  std::erase_if(nameChanges_, [&](const NameChange& change) {
+    if (DirectoryOf(change.name) != path) return false;
+    Change(change, &flushedNames_);
+    return true;
+  });
 }
 
 std::string Disk::Survivor(const File& file, const Survival& survival) {
@@ -91,8 +106,15 @@ FilesOnDisk Disk::AfterLossOfPower(const Survival& survival) const {
     if (survival.name()) Change(change, &names);
   }
   FilesOnDisk found;
-  for (const auto& [name, file] : names)
-    found[name] = Survivor(files_.at(static_cast<std::size_t>(file)), survival);
+  for (const auto& [name, file] : names) {  // in their order a directory comes before what is in it
+    const std::string directory = DirectoryOf(name);
+    if (!directory.empty() && !found.contains(directory + '/')) continue;
+    if (file == kDirectory) {
+      found[name + '/'] = "";
+    } else {
+      found[name] = Survivor(files_.at(static_cast<std::size_t>(file)), survival);
+    }
+  }
   return found;
 }
 

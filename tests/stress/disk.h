@@ -1,8 +1,10 @@
-// A directory on a disk that keeps what was flushed, and of the rest what it likes.
+// A directory, with those in it, on a disk that keeps what was flushed, and of the rest what it
+// likes.
 //
 // Of changes that were not flushed any may be on the disk and any not, whatever their order: each
 // sector of 512 bytes of a write on its own, each size that the file has had, each name that was
-// made, moved or removed; of a move, both of its halves on their own.
+// made, moved or removed; of a move, both of its halves on their own. With a directory goes what is
+// in it.
 #ifndef TESTS_STRESS_DISK_H_
 #define TESTS_STRESS_DISK_H_
 
@@ -15,7 +17,7 @@
 
 namespace StressTest {
 
-// Content by name.
+// Content by path; that of a directory ends with a slash.
 using FilesOnDisk = std::map<std::string, std::string>;
 
 // Which of the changes that were not flushed a loss of power leaves on the disk.
@@ -39,13 +41,16 @@ class Disk {
   };
   struct NameChange {
     std::string name;
-    int file;  // -1: removed
+    int file;  // or one of these:
   };
+  static constexpr int kRemoved = -1;
+  static constexpr int kDirectory = -2;
   using Names = std::map<std::string, int>;
 
   static void Change(const NameChange& change, Names* names);
   static std::string Survivor(const File& file, const Survival& survival);
   void ChangeName(const std::string& name, int file);
+  void FlushDirectory(const std::string& path);
 
   std::vector<File> files_;
   Names flushedNames_;

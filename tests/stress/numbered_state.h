@@ -1,5 +1,5 @@
-// A stored state that bears one number in many places, in either of the host's stores: whatever
-// happens to its writers, a reader must find the same number everywhere.
+// A stored state that bears one number in many places, in one of the host's files: whatever happens
+// to its writers, a reader must find the same number everywhere.
 #ifndef TESTS_STRESS_NUMBERED_STATE_H_
 #define TESTS_STRESS_NUMBERED_STATE_H_
 
@@ -11,13 +11,15 @@ namespace StressTest {
 
 class NumberedState {
  public:
-  // In the configuration store ("store") or the configuration file ("file") of this process's host
-  // directory. Raises std::invalid_argument for another name.
+  // In the configuration store ("store"), the configuration file ("file"), the feature switches
+  // ("switches") or numbered files ("history") of this process's host directory. Raises
+  // std::invalid_argument for another name.
   static std::unique_ptr<NumberedState> Of(const std::string& store);
   virtual ~NumberedState() = default;
 
-  // Name of the file that the state is kept in.
-  virtual std::string FileName() const = 0;
+  // Whether it is the name of a file that a commit which came to no end leaves, and the next one
+  // removes.
+  virtual bool IsLeftover(const std::string& name) const = 0;
 
   // The number of the stored state; 0 when nothing is stored. Raises when it is no whole state, and
   // whatever the store raises.

@@ -1,14 +1,18 @@
 // Loss of power at any moment of some commits, whose file operations are recorded: the store is
 // opened on what the disk may show afterwards.
 //
-//   power_loss --store store|file --states NUMBER [--seed NUMBER]
+//   power_loss --store store|file|switches|history --states NUMBER [--seed NUMBER]
 //
-// The old state or the new one is there, whole; once the commit has returned, the new one; and the
-// next commit works. That a missing flush would be noticed is tried first.
+// The first commit makes the host directory too. The old state or the new one is there, whole; once
+// the commit has returned, the new one; and the next commit works. That a missing flush would be
+// noticed, of files and of each directory, is tried first.
+#include <algorithm>
 #include <cstdio>
 #include <exception>
 #include <filesystem>
+#include <functional>
 #include <memory>
+#include <set>
 #include <stdexcept>
 #include <string>
 #include <unordered_set>
@@ -76,8 +80,7 @@ class PowerLoss {
 
   void Run() {
     RecordCommits(0);
-    triesWithoutFileFlush_ = TryWithout(Kind::kFlush);
-    triesWithoutDirectoryFlush_ = TryWithout(Kind::kFlushDirectory);
+    TryWithoutFlushes();
     for (states_ = 0; states_ < arguments_.times; ++states_) {
       if (states_ % kStatesOfOneRecording == 0) RecordCommits(states_ / kStatesOfOneRecording);
       TryOne();
@@ -98,7 +101,7 @@ class PowerLoss {
   // From an empty directory, each time with states of other lengths.
   void RecordCommits(int round) {
     UseDirectory({});
-    Record();
+    Record(temporary_.path());
     for (int i = 0; i < kCommits + round % 3; ++i)
       Mark(state_->Advance([](int) {}));
     operations_ = Recorded();
@@ -110,20 +113,36 @@ class PowerLoss {
     Disk disk;
     for (const FileOperation& operation : operations_)
       disk.Apply(operation);
-    FilesOnDisk present;
-    for (const std::string& name : PlatformTest::NamesIn(host_))
-      present[name] = PlatformTest::ReadFile(host_ + '/' + name);
-    if (disk.AfterLossOfPower(SurvivalOf(Loss::kNothing, &random_)) != present) {
+    if (disk.AfterLossOfPower(SurvivalOf(Loss::kNothing, &random_)) != Present()) {
       throw std::logic_error("a system call that changes files was not recorded");
     }
   }
 
+  FilesOnDisk Present() const {
+    FilesOnDisk present;
+    const std::string& root = temporary_.path();
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(root)) {
+      const std::string path = entry.path().string().substr(root.size() + 1);
+      if (entry.is_directory()) {
+        present[path + '/'] = "";
+      } else {
+        present[path] = PlatformTest::ReadFile(entry.path());
+      }
+    }
+    return present;
+  }
+
   void UseDirectory(const FilesOnDisk& files) {
     std::filesystem::remove_all(host_);
-    std::filesystem::create_directory(host_);
-    std::filesystem::permissions(host_, std::filesystem::perms::owner_all);
-    for (const auto& [name, content] : files)
-      PlatformTest::WriteFile(host_ + '/' + name, content);
+    for (const auto& [path, content] : files) {
+      const std::string place = temporary_.PathOf(path);
+      if (path.ends_with('/')) {
+        std::filesystem::create_directory(place);
+        std::filesystem::permissions(place, std::filesystem::perms::owner_all);
+      } else {
+        PlatformTest::WriteFile(place, content);
+      }
+    }
     HostPlatform::UseHostDirectory(host_);
   }
 
@@ -162,10 +181,9 @@ class PowerLoss {
     if (state_->Advance([](int) {}) != number + 1 || state_->Read() != number + 1) {
       throw std::runtime_error("the next commit does not take");
     }
-    for (const std::string& name : PlatformTest::NamesIn(host_)) {
-      const bool isOfThisFile = name.find(state_->FileName()) != std::string::npos;
-      if (isOfThisFile && name != state_->FileName()) {
-        throw std::runtime_error("the next commit leaves " + name);
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(host_)) {
+      if (state_->IsLeftover(entry.path().filename())) {
+        throw std::runtime_error("the next commit leaves " + entry.path().string());
       }
     }
   }
@@ -181,12 +199,26 @@ class PowerLoss {
     Check(returned);
   }
 
-  // With the flushes of one kind left out, a bad state is bound to turn up. Returns after how many
-  // others.
-  int TryWithout(Kind flush) {
+  void TryWithoutFlushes() {
+    triesWithoutFileFlush_ =
+        TryWithout([](const FileOperation& operation) { return operation.kind == Kind::kFlush; });
+    std::set<std::string> directories;
+    for (const FileOperation& operation : operations_) {
+      if (operation.kind == Kind::kFlushDirectory) directories.insert(operation.name);
+    }
+    for (const std::string& directory : directories) {
+      const int tries = TryWithout([&directory](const FileOperation& operation) {
+        return operation.kind == Kind::kFlushDirectory && operation.name == directory;
+      });
+      triesWithoutDirectoryFlush_ = std::max(triesWithoutDirectoryFlush_, tries);
+    }
+  }
+
+  // With some flushes left out, a bad state is bound to turn up. Returns after how many others.
+  int TryWithout(const std::function<bool(const FileOperation&)>& isLeftOut) {
     std::vector<FileOperation> unflushed;
     for (const FileOperation& operation : operations_) {
-      if (operation.kind != flush) unflushed.push_back(operation);
+      if (!isLeftOut(operation)) unflushed.push_back(operation);
     }
     for (int tries = 0; tries < kTriesWithoutFlushes; ++tries) {
       FilesOnDisk found;

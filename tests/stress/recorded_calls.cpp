@@ -5,8 +5,11 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <climits>
 #include <cstdarg>
+#include <filesystem>
 #include <map>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -21,20 +24,39 @@ bool recording = false;
 std::vector<FileOperation> operations;
 std::map<ino_t, int> files;  // the newest file with that inode number
 int fileCount = 0;
+std::string theRoot;
 
-std::string LastComponent(const std::string& path) {
-  return path.substr(path.rfind('/') + 1);
+std::string PathOf(int fd) {
+  char target[PATH_MAX] = {};
+  const std::string link = "/proc/self/fd/" + std::to_string(fd);
+  return readlink(link.c_str(), target, sizeof target - 1) < 0 ? "" : target;
+}
+
+// The path below the root; nothing when it is not below it.
+std::optional<std::string> BelowRoot(const std::string& path) {
+  if (path == theRoot) return "";
+  if (!path.starts_with(theRoot + '/')) return std::nullopt;
+  return path.substr(theRoot.size() + 1);
+}
+
+std::optional<std::string> BelowRoot(int directory, const char* path) {
+  if (!recording) return std::nullopt;
+  return BelowRoot(*path == '/' ? path : PathOf(directory) + '/' + path);
 }
 
 void Add(FileOperation operation) {
   if (recording) operations.push_back(std::move(operation));
 }
 
-void NoteCreated(int fd, const char* path) {
+void NoteCreated(int fd, const std::optional<std::string>& path) {
   struct stat status;
-  if (fstat(fd, &status) != 0) return;
+  if (!path || fstat(fd, &status) != 0) return;
   files[status.st_ino] = fileCount;
-  Add({Kind::kCreate, fileCount++, LastComponent(path), "", 0, "", 0});
+  Add({Kind::kCreate, fileCount++, *path, "", 0, "", 0});
+}
+
+void NoteDirectory(int result, const std::optional<std::string>& path) {
+  if (result == 0 && path) Add({Kind::kMakeDirectory, -1, *path, "", 0, "", 0});
 }
 
 // Of the file behind the descriptor; -1 when it is none of the recorded ones.
@@ -56,7 +78,8 @@ int NoteFlush(int fd) {
   struct stat status;
   if (!recording || fstat(fd, &status) != 0) return 0;
   if (S_ISDIR(status.st_mode)) {
-    Add({Kind::kFlushDirectory, -1, "", "", 0, "", 0});
+    const auto path = BelowRoot(PathOf(fd));
+    if (path) Add({Kind::kFlushDirectory, -1, *path, "", 0, "", 0});
   } else if (const int file = FileOf(fd); file >= 0) {
     Add({Kind::kFlush, file, "", "", 0, "", 0});
   }
@@ -65,7 +88,8 @@ int NoteFlush(int fd) {
 
 }  // namespace
 
-void Record() {
+void Record(const std::string& root) {
+  theRoot = std::filesystem::canonical(root);
   operations.clear();
   files.clear();
   fileCount = 0;
@@ -95,8 +119,20 @@ IN_PLACE_OF_THE_C_LIBRARY int openat(int directory, const char* path, int flags,
     va_end(arguments);
   }
   const int fd = static_cast<int>(syscall(SYS_openat, directory, path, flags, mode));
-  if (recording && fd >= 0 && (flags & O_CREAT) != 0) StressTest::NoteCreated(fd, path);
+  if (recording && fd >= 0 && (flags & O_CREAT) != 0) {
+    StressTest::NoteCreated(fd, StressTest::BelowRoot(directory, path));
+  }
   return fd;
+}
+
+IN_PLACE_OF_THE_C_LIBRARY int mkdirat(int directory, const char* path, mode_t mode) noexcept {
+  const auto result = static_cast<int>(syscall(SYS_mkdirat, directory, path, mode));
+  StressTest::NoteDirectory(result, StressTest::BelowRoot(directory, path));
+  return result;
+}
+
+IN_PLACE_OF_THE_C_LIBRARY int mkdir(const char* path, mode_t mode) noexcept {
+  return mkdirat(AT_FDCWD, path, mode);
 }
 
 IN_PLACE_OF_THE_C_LIBRARY ssize_t write(int fd, const void* bytes, size_t count) {
@@ -133,17 +169,17 @@ IN_PLACE_OF_THE_C_LIBRARY int renameat(int fromDirectory, const char* from, int 
                                        const char* to) noexcept {
   const auto result =
       static_cast<int>(syscall(SYS_renameat2, fromDirectory, from, toDirectory, to, 0));
-  if (result == 0) {
-    StressTest::Add({Kind::kRename, -1, StressTest::LastComponent(from),
-                     StressTest::LastComponent(to), 0, "", 0});
+  const auto fromPath = StressTest::BelowRoot(fromDirectory, from);
+  const auto toPath = StressTest::BelowRoot(toDirectory, to);
+  if (result == 0 && fromPath && toPath) {
+    StressTest::Add({Kind::kRename, -1, *fromPath, *toPath, 0, "", 0});
   }
   return result;
 }
 
 IN_PLACE_OF_THE_C_LIBRARY int unlinkat(int directory, const char* path, int flags) noexcept {
   const auto result = static_cast<int>(syscall(SYS_unlinkat, directory, path, flags));
-  if (result == 0) {
-    StressTest::Add({Kind::kRemove, -1, StressTest::LastComponent(path), "", 0, "", 0});
-  }
+  const auto removed = StressTest::BelowRoot(directory, path);
+  if (result == 0 && removed) StressTest::Add({Kind::kRemove, -1, *removed, "", 0, "", 0});
   return result;
 }

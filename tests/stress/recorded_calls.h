@@ -1,8 +1,8 @@
 // The system calls that change files, recorded while they are carried out.
 //
 // Linked into a program, they take the place of the C library's. Nothing is recorded but between
-// Record() and Recorded(), and only what happens to files that are created meanwhile and to the
-// directories they are in. Flushes do not wait for the disk.
+// Record() and Recorded(), and only what happens to files and directories below one directory that
+// are created meanwhile. Flushes do not wait for the disk.
 #ifndef TESTS_STRESS_RECORDED_CALLS_H_
 #define TESTS_STRESS_RECORDED_CALLS_H_
 
@@ -13,18 +13,29 @@
 namespace StressTest {
 
 struct FileOperation {
-  enum class Kind { kCreate, kWrite, kCut, kFlush, kFlushDirectory, kRename, kRemove, kMark };
+  enum class Kind {
+    kCreate,
+    kMakeDirectory,
+    kWrite,
+    kCut,
+    kFlush,
+    kFlushDirectory,
+    kRename,
+    kRemove,
+    kMark
+  };
 
   Kind kind;
   int file = -1;           // which one, counted from 0 in the order of creation
-  std::string name;        // last component: created, removed, or renamed from
+  std::string name;        // path: created, removed, renamed from, or a directory that is flushed
   std::string newName;     // renamed to
   std::size_t offset = 0;  // of what is written; of kCut the size that is left
   std::string bytes;       // what is written
   int mark = 0;            // what Mark() was given
 };
 
-void Record();
+// Paths are those below `root`, which itself is "".
+void Record(const std::string& root);
 // Notes a moment between two calls.
 void Mark(int mark);
 // Ends it; what was done, in order.

@@ -276,13 +276,12 @@ void Session::CopyRest(Node*& slot) {
     CopyRest(child.node);
 }
 
-// The rename has changed its times. Where those cannot be told the file is like anybody else's: it
-// is read anew, and a second Write() does not overwrite it.
+// The rename has changed its times. Where those cannot be told the document is of no file: what is
+// there is read anew, and a second Write() does not overwrite it.
 void Session::NoteWritten(std::shared_ptr<Document> written, const FileDescriptor& file) {
   struct stat status;
   base_ = written;
-  vanished_ = fstat(file.get(), &status) != 0;
-  if (vanished_) return;
+  if (fstat(file.get(), &status) != 0) return;
   written->SetStatus(status);
   UseAsNewest(std::move(written));
 }
@@ -292,7 +291,7 @@ void Session::NoteWritten(std::shared_ptr<Document> written, const FileDescripto
 void Session::CheckPresent() const {
   struct stat status;
   const bool isKnown = base_ ? base_->IsAt(path_) : stat(path_.c_str(), &status) != 0;
-  if (isKnown && !vanished_) return;
+  if (isKnown) return;
   RaiseConfigFile(path_ +
                   ": another process changed it while it was locked, since the lock file "
                   "was removed or the file was changed by hand; nothing was changed. Try "

@@ -79,7 +79,6 @@ class Session : public std::enable_shared_from_this<Session> {
   std::optional<HostPlatform::Io::FileLock> lock_;
   TreeStore names_;                       // of handles
   std::shared_ptr<const Document> base_;  // null: there is no file
-  bool vanished_ = false;                 // what was written could not be looked at
   std::shared_ptr<TreeStore> store_;      // of what the session makes
   Node* tree_ = nullptr;                  // the base's root, or the session's copy of it
   std::uint64_t number_;                  // owner of the nodes that it may change

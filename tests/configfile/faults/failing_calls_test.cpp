@@ -131,6 +131,52 @@ TEST_F(FailingCalls, DescriptorsThatAreAllInUseMakeACallFailAndTheNextOneWork) {
   ExpectCleanAfter(message);
 }
 
+// The flush is slow, and what is replaced is looked at once more behind it.
+TEST_F(FailingCalls, FileThatIsReplacedDuringTheFlushOfTheNextIsNotOverwritten) {
+  constexpr char kOfOthers[] = "{\"other\": \"kept\"}\n";
+  const std::string message = Replace([&](const SystemCall& call) {
+    if (call.name == "fsync" && IsTemporary(call)) EditByHand(kOfOthers);
+    return 0;
+  });
+  EXPECT_TRUE(Contains(message, "another process changed it"));
+  EXPECT_EQ(Document(), kOfOthers);
+}
+
+// It could be another's by then.
+TEST_F(FailingCalls, FileThatCouldNotBeLookedAtBehindAWriteIsNotWrittenOverByTheNext) {
+  const SynchronizedConfigFile locked;
+  BranchOf(locked)->SetValue("key", "first");
+  bool inPlace = false;
+  Watch([&](const SystemCall& call) {
+    inPlace = inPlace || call.name == "rename";
+    return inPlace && call.name == "fstat" ? EIO : 0;
+  });
+  EXPECT_EQ(MessageOf([&] { locked.file->Write(); }), kNothingRaised);
+  Stop();
+  BranchOf(locked)->SetValue("key", "second");
+  EXPECT_TRUE(Contains(MessageOf([&] { locked.file->Write(); }), "another process changed it"));
+  EXPECT_TRUE(Contains(Document(), "first"));
+}
+
+// A reader goes without the lock where there is none, or it may not have it, and for no other
+// reason.
+TEST_F(FailingCalls, LockFileThatCannotBeOpenedKeepsReadersOut) {
+  const auto readFailing = [](int error) {
+    Watch([error](const SystemCall& call) {
+      return call.name == "open" && call.path == "host-config.lock" ? error : 0;
+    });
+    std::string message = MessageOf([] { Get("key"); });
+    Stop();
+    return message;
+  };
+  for (const int error : {EIO, EMFILE, ENFILE}) {
+    EXPECT_TRUE(Contains(readFailing(error), LockPath()));
+    EXPECT_TRUE(Contains(readFailing(error), std::strerror(error)));
+  }
+  for (const int error : {ENOENT, EACCES, EPERM, EROFS})
+    EXPECT_EQ(readFailing(error), kNothingRaised) << std::strerror(error);
+}
+
 TEST_F(FailingCalls, FirstReplacementOfAHostLeavesNothingHalfDoneEither) {
   for (std::size_t number = 1;; ++number) {
     SCOPED_TRACE("call " + std::to_string(number));

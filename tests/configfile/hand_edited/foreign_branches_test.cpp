@@ -74,6 +74,15 @@ TEST_F(ForeignBranches, EscapesKeepTheirMeaning) {
   EXPECT_EQ(Get("a\xc3\xa4", "/Other"), meaning);
 }
 
+// Room for all of each, though the first quote in them is an escaped one.
+TEST_F(ForeignBranches, LongNamesWithEscapedQuotesStayApart) {
+  const std::string one = '"' + std::string(500, 'a');
+  const std::string two = '"' + std::string(500, 'b');
+  EditByHand(R"({"Other": {"\)" + one + R"(": "1", "\)" + two + R"(": "2"}})");
+  EXPECT_EQ(Get(one, "/Other"), "1");
+  EXPECT_EQ(Get(two, "/Other"), "2");
+}
+
 TEST_F(ForeignBranches, SecondWriteChangesNothingMore) {
   EditByHand("{\n" + std::string(kForeign) + "}");
   Put("key", "value");

@@ -184,6 +184,18 @@ TEST_F(ForgedSnapshot, WithAValueOfUnknownTypeRaisesWhereItIsRead) {
   }
 }
 
+// As long as an integer, which it is not.
+TEST_F(ForgedSnapshot, WithAValueOfUnknownTypeAnd8BytesRaisesWhereItIsRead) {
+  std::size_t integer = FirstValue();
+  while (forgery_.bytes()[integer] != 'i' || forgery_.Get32(integer + 5) != 8)
+    ++integer;
+  ASSERT_LT(integer, forgery_.records()[0].checksum);
+  for (const unsigned char type : {'\0', 'x', 'I', '\x7f'}) {
+    forgery_.SetByte(integer, type);
+    ExpectFirstRecordRefused();
+  }
+}
+
 TEST_F(ForgedSnapshot, WithAnIntegerThatIsNotOf8BytesRaisesWhereItIsRead) {
   ASSERT_EQ(forgery_.Get32(FirstValue() + 5), 0U) << "the value named \"\" is the empty string";
   forgery_.SetByte(FirstValue(), 'i');

@@ -45,6 +45,11 @@ bool AllocationFails() noexcept {
   ++allocations.made;
   if (plan.first == 0 || allocations.made < plan.first) return false;
   if (allocations.made > plan.first && !plan.forEver) return false;
+  if (plan.meanwhile) {
+    watching = false;
+    plan.meanwhile();
+    return false;
+  }
   ++allocations.failed;
   watching = false;
   callerCount = backtrace(callers.data(), kDepth);

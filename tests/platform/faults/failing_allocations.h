@@ -4,6 +4,7 @@
 #ifndef TESTS_PLATFORM_FAULTS_FAILING_ALLOCATIONS_H_
 #define TESTS_PLATFORM_FAULTS_FAILING_ALLOCATIONS_H_
 
+#include <functional>
 #include <string_view>
 
 namespace PlatformTest {
@@ -12,6 +13,8 @@ namespace PlatformTest {
 struct AllocationPlan {
   int first = 0;         // counted from 1; 0: none
   bool forEver = false;  // that one only, or from then on
+  // Called before the first one, which then succeeds.
+  std::function<void()> meanwhile = nullptr;
 };
 
 struct WatchedAllocations {

@@ -54,6 +54,19 @@ TEST_F(HalfMade, HostDirectoryWhoseModeCannotBeSetIsTakenAway) {
   EXPECT_EQ(ModeOf(HostPath()), 02750U);
 }
 
+// A caller may go on with the handle.
+TEST_F(HalfMade, ChangeOutsideOfATransactionThatFailedLeavesNoneOpen) {
+  const Store store = OpenStore();
+  Put(store, "a", "old");
+  Watch([](const SystemCall& call) { return call.name == "write" ? ENOSPC : 0; });
+  EXPECT_EQ(CodeOf([&] { Put(store, "a", "lost"); }), kNoSpace);
+  Stop();
+  EXPECT_EQ(CodeOf([&] { Put(store, "b", "new"); }), kNothing);
+  EXPECT_EQ(List(OpenStore()), (Texts{"old", "new"}));
+  HostPlatform::UseLockTimeout(0);
+  EXPECT_EQ(WriteCode(), kNothing) << "the lock is free";
+}
+
 class HalfCarriedOver : public HostTest {
  protected:
   HalfCarriedOver() : HostTest(PlaceWithUserAttributes()) {}

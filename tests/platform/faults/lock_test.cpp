@@ -115,6 +115,19 @@ TEST_F(Lock, FileThatWasReplacedMeanwhileStaysLockedInNoCopyOfItsDescriptor) {
   close(replaced);
 }
 
+// It may be anybody's: only a file of its own making gets the directory's owner and a mode.
+TEST_F(Lock, FileThatAppearsWhileItIsToBeMadeIsLockedAsItIs) {
+  int opens = 0;
+  const std::string message = Take(20s, "open", [&] {
+    if (++opens != 2) return;
+    WriteFile(Path(), "");
+    ASSERT_EQ(chmod(Path().c_str(), 0640), 0);
+  });
+  EXPECT_EQ(message, "");
+  EXPECT_GE(opens, 2);
+  EXPECT_EQ(ModeOf(Path()), 0640U);
+}
+
 TEST_F(Lock, FileThatIsReplacedAgainAndAgainIsBusyInTheEnd) {
   Take(0ms);
   int times = 0;

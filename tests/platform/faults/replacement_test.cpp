@@ -1,12 +1,16 @@
 // What a replacement does in which order, and what another process meets meanwhile.
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
+#include <cstdio>
 #include <string>
 #include <vector>
 
 #include "faults/system_calls.h"
 #include "io/directory.h"
+#include "io/error.h"
 #include "io/file_replacement.h"
 #include "support/child_process.h"
 #include "support/host_test.h"
@@ -77,6 +81,23 @@ TEST_F(Replacement, ThatWasFlushedAndIsGivenUpLeavesTheOldFileAndNothingElse) {
   }
   EXPECT_EQ(ReadFile(PathOf(kName)), "old");
   EXPECT_EQ(NamesIn(HostPath()), Texts{kName});
+}
+
+// Without a random number the name follows from the process's own, which others know.
+TEST_F(Replacement, WritesThroughNoLinkThatWasPlantedAtAForeseeableName) {
+  const std::string victim = temporary_.PathOf("victim");
+  WriteFile(victim, "untouched");
+  char digits[17];
+  std::snprintf(digits, sizeof digits, "%016lx", static_cast<unsigned long>(getpid()));
+  const std::string planted = PathOf(std::string(".some.file.new-") + digits);
+  for (const auto plant : {&symlink, &link}) {
+    ASSERT_EQ(plant(victim.c_str(), planted.c_str()), 0);
+    Watch([](const SystemCall& call) { return call.name == "getrandom" ? EAGAIN : 0; });
+    EXPECT_THROW(Write(FileReplacement(directory_, kName, 0640)), HostPlatform::Io::Error);
+    Stop();
+    EXPECT_EQ(ReadFile(victim), "untouched");
+    ASSERT_EQ(unlink(planted.c_str()), 0);
+  }
 }
 
 // Not at those that are made with one of the library's mutexes held, which a fork waits for.

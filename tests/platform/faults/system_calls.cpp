@@ -1,6 +1,7 @@
 #include "faults/system_calls.h"
 
 #include <fcntl.h>
+#include <sys/random.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -20,6 +21,7 @@ namespace {
 bool watching = false;
 std::size_t writeLimit = 0;
 CallHook theHook;
+std::function<void()> afterOpens;
 std::vector<SystemCall> theLog;
 
 std::string LastComponent(const std::string& path) {
@@ -47,6 +49,13 @@ bool Fails(const char* name, int fd) {
   return watching && Fails(name, PathOf(fd));
 }
 
+void NoteOpened() {
+  if (!watching || !afterOpens) return;
+  watching = false;
+  afterOpens();
+  watching = true;
+}
+
 }  // namespace
 
 void Watch(CallHook hook) {
@@ -58,7 +67,12 @@ void Watch(CallHook hook) {
 std::vector<SystemCall> Stop() {
   watching = false;
   writeLimit = 0;
+  afterOpens = nullptr;
   return std::move(theLog);
+}
+
+void CallAfterOpens(std::function<void()> call) {
+  afterOpens = std::move(call);
 }
 
 void LimitWrites(std::size_t most) {
@@ -90,7 +104,9 @@ IN_PLACE_OF_THE_C_LIBRARY int openat(int directory, const char* path, int flags,
     va_end(arguments);
   }
   if (PlatformTest::watching && Fails("open", PlatformTest::LastComponent(path))) return -1;
-  return static_cast<int>(syscall(SYS_openat, directory, path, flags, mode));
+  const int fd = static_cast<int>(syscall(SYS_openat, directory, path, flags, mode));
+  if (fd >= 0) PlatformTest::NoteOpened();
+  return fd;
 }
 
 // Of the switches only: a lock or a snapshot that cannot be looked at is one that is not there.
@@ -157,6 +173,11 @@ IN_PLACE_OF_THE_C_LIBRARY int fsetxattr(int fd, const char* name, const void* va
 
 IN_PLACE_OF_THE_C_LIBRARY int fremovexattr(int fd, const char* name) noexcept {
   return Fails("fremovexattr", fd) ? -1 : static_cast<int>(syscall(SYS_fremovexattr, fd, name));
+}
+
+IN_PLACE_OF_THE_C_LIBRARY ssize_t getrandom(void* bytes, std::size_t size, unsigned flags) {
+  if (PlatformTest::watching && Fails("getrandom", std::string())) return -1;
+  return syscall(SYS_getrandom, bytes, size, flags);
 }
 
 IN_PLACE_OF_THE_C_LIBRARY int renameat(int fromDirectory, const char* from, int toDirectory,

@@ -23,6 +23,9 @@ void Watch(CallHook hook = nullptr);
 // Ends it; what was called, in order.
 std::vector<SystemCall> Stop();
 
+// Called behind each open of a file while calls are watched, before its caller goes on.
+void CallAfterOpens(std::function<void()> call);
+
 // The most bytes that one write() takes while calls are watched; 0 for no limit.
 void LimitWrites(std::size_t most);
 

@@ -322,6 +322,17 @@ TEST_F(ReplacedFeatures, ThatAreGoneAreNoFailureWhereTheyWereTheDefaults) {
   EXPECT_TRUE(IsOn(kSome)) << "a new file is found";
 }
 
+TEST_F(Features, OverrideOfOneLeavesTheOthers) {
+  HostPlatform::OverrideFeature(kSome, true);
+  HostPlatform::OverrideFeature(kSome + 1, true);
+  EXPECT_TRUE(IsOn(kSome));
+  EXPECT_TRUE(IsOn(kSome + 1));
+  EXPECT_TRUE(IsOn(kFeatureQuorUsesConfigStore));
+  HostPlatform::OverrideFeature(kFeatureQuorUsesConfigStore, false);
+  EXPECT_FALSE(IsOn(kFeatureQuorUsesConfigStore));
+  EXPECT_TRUE(IsOn(kSome));
+}
+
 // Errors of the administration.
 
 TEST_F(Features, IndexOutOfRangeIsRaised) {

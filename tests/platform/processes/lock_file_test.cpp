@@ -87,6 +87,85 @@ TEST_F(LockFile, IsNotHeldByAForkedChild) {
   EXPECT_FALSE(IsFree());
 }
 
+// A descriptor of the lock file that locks its bytes by itself: the gate is the first, the lock the
+// second.
+class OtherDescriptor {
+ public:
+  explicit OtherDescriptor(const std::string& path) : fd_(open(path.c_str(), O_RDWR | O_CLOEXEC)) {}
+  OtherDescriptor(const OtherDescriptor&) = delete;
+  OtherDescriptor& operator=(const OtherDescriptor&) = delete;
+  ~OtherDescriptor() { close(fd_); }
+
+  bool Lock(short type, off_t byte) const { return Call(F_OFD_SETLK, type, byte) == type; }
+  // How another descriptor holds the byte.
+  short Held(off_t byte) const { return Call(F_OFD_GETLK, F_WRLCK, byte); }
+
+ private:
+  short Call(int command, short type, off_t byte) const {
+    struct flock range = {};
+    range.l_type = type;
+    range.l_whence = SEEK_SET;
+    range.l_start = byte;
+    range.l_len = 1;
+    return fcntl(fd_, command, &range) == 0 ? range.l_type : static_cast<short>(-1);
+  }
+
+  int fd_;
+};
+
+TEST_F(LockFile, IsHeldExclusivelyAndWithoutTheGate) {
+  const auto lock = Lock();
+  const OtherDescriptor other(Path());
+  EXPECT_EQ(other.Held(1), F_WRLCK);
+  EXPECT_EQ(other.Held(0), F_UNLCK);
+}
+
+TEST_F(LockFile, IsNotSharedWithThoseWhoWouldShareIt) {
+  Lock();
+  const OtherDescriptor other(Path());
+  ASSERT_TRUE(other.Lock(F_RDLCK, 1));
+  EXPECT_FALSE(IsFree());
+  ASSERT_TRUE(other.Lock(F_UNLCK, 1));
+  EXPECT_TRUE(IsFree());
+}
+
+TEST_F(LockFile, IsNotTakenAheadOfAWaiterAtTheGate) {
+  Lock();
+  const OtherDescriptor waiter(Path());
+  ASSERT_TRUE(waiter.Lock(F_WRLCK, 0));
+  EXPECT_FALSE(IsFree());
+  ASSERT_TRUE(waiter.Lock(F_UNLCK, 0));
+  EXPECT_TRUE(IsFree());
+}
+
+TEST_F(LockFile, IsWaitedForAtTheGateWhichIsGivenBack) {
+  auto holder = Lock();
+  const OtherDescriptor other(Path());
+  std::thread waiter([this] { EXPECT_NO_THROW(Lock(20s)); });
+  const auto giveUp = std::chrono::steady_clock::now() + 20s;
+  while (other.Held(0) != F_WRLCK && std::chrono::steady_clock::now() < giveUp)
+    std::this_thread::sleep_for(1ms);
+  EXPECT_EQ(other.Held(0), F_WRLCK);
+  holder.reset();
+  waiter.join();
+  EXPECT_EQ(other.Held(0), F_UNLCK);
+}
+
+TEST_F(LockFile, IsWaitedForUntilTheDeadlineAndNoLonger) {
+  const auto holder = Lock();
+  const auto start = std::chrono::steady_clock::now();
+  std::string message;
+  try {
+    Lock(200ms);
+  } catch (const Error& error) {
+    message = error.what();
+  }
+  const auto waited = std::chrono::steady_clock::now() - start;
+  EXPECT_GE(waited, 200ms);
+  EXPECT_LT(waited, 15s);
+  EXPECT_NE(message.find("still locked after 200 ms"), std::string::npos) << message;
+}
+
 TEST_F(LockFile, OfAnotherNameIsAnotherLock) {
   const auto lock = Lock();
   EXPECT_NO_THROW(LockNamed("other.lock", 0ms));

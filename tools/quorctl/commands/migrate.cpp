@@ -43,7 +43,6 @@ class MigrateCommand final : public Command {
     ProgressLine progress;
     progress.Begin("reading the " + BackendName(!toStore));
     UseBackend(!toStore);
-    const Digests digests = QuorLib::GetDbHash();
     Catalogue catalogue = ReadLiveCatalogue();
     ExpectNoLosses(toStore, catalogue, output);
     const std::string summary =
@@ -51,12 +50,13 @@ class MigrateCommand final : public Command {
     UseBackend(toStore);
     const ChangeResult result = ChangeCatalogue(ChangeRequest{"migrate"}, options_,
                                                 std::move(catalogue), &progress, output);
-    output->text += TextOf(result, summary);
     if (result == ChangeResult::kDryRun) {
-      output->text += '\n';
+      output->text += TextOf(result, summary) + '\n';
       return ExitStatus::kDone;
     }
-    if (QuorLib::GetDbHash() != digests) {
+    const bool equal = AreEqual(toStore);
+    output->text += TextOf(result, summary);
+    if (!equal) {
       output->text += '\n';
       throw CommandError(ExitStatus::kStore,
                          "the digests of the two stores differ: another process changed one of "
@@ -75,6 +75,15 @@ class MigrateCommand final : public Command {
     throw CommandError(ExitStatus::kNo, "the " + BackendName(toStore) +
                                             " cannot keep this catalogue as it is; nothing was "
                                             "written");
+  }
+
+  // Both as they are now: the source too may have changed since it was read. The target stays in
+  // use.
+  static bool AreEqual(bool toStore) {
+    UseBackend(!toStore);
+    const Digests source = QuorLib::GetDbHash();
+    UseBackend(toStore);
+    return QuorLib::GetDbHash() == source;
   }
 
   static std::string TextOf(ChangeResult result, const std::string& summary) {
