@@ -142,7 +142,7 @@ class HalfMade(ChangeCase):
         self.addCleanup(next_turn.close)
         lock.close()
         self.lock_bytes(next_turn, fcntl.F_OFD_SETLKW, 0, 1)
-        terminal.wait_for("replacing 1 datastore ... 1 s")
+        terminal.wait_for("replacing 1 datastore ... ")
         self.assertNotEqual(os.stat(snapshot).st_ino, first)
         os.rename(os.path.join(other, os.path.basename(snapshot)), snapshot)
         result = terminal.finish()
@@ -161,7 +161,7 @@ class HalfMade(ChangeCase):
         lock = self.lock_store()
         terminal = Terminal(self, "apply", "--yes",
                             self.write("after.json", json.dumps(document([policy("New")]))))
-        terminal.wait_for("replacing 1 policy ... 1 s")
+        terminal.wait_for("replacing 1 policy ... ")
         with open(snapshot + ".new", "wb") as file:
             file.write(b"no snapshot")
         os.rename(snapshot + ".new", snapshot)
@@ -176,7 +176,7 @@ class HalfMade(ChangeCase):
         self.apply(document([policy("Old")]))
         lock = self.lock_store()
         terminal = Terminal(self, "migrate", "--to", "store")
-        terminal.wait_for("replacing 1 policy ... 1 s")
+        terminal.wait_for("replacing 1 policy ... ")
         subprocess.run([PUT_CATALOGUE], env=self.environment(), timeout=TIMEOUT, check=True,
                        input=b"policy x41 x42 x 1\n")
         lock.close()
@@ -213,7 +213,7 @@ class Signals(ChangeCase):
     def test_SignalOfATerminalIsNotTakenByTheProgressLine(self):
         lock = self.lock_store()
         terminal = Terminal(self, "apply", "--yes", self.path)
-        terminal.wait_for("replacing 1 policy ... 1 s")
+        terminal.wait_for("replacing 1 policy ... ")
         terminal.process.send_signal(signal.SIGTERM)
         terminal.wait_for(" ... 2 s")
         lock.close()
@@ -231,7 +231,7 @@ class Terminals(ChangeCase):
     def test_StoppedTerminalDoesNotHoldTheChange(self):
         lock = self.lock_store()
         terminal = Terminal(self, "apply", "--yes", self.path)
-        terminal.wait_for("replacing 1 policy ... 1 s")
+        terminal.wait_for("replacing 1 policy ... ")
         termios.tcflow(terminal.master, termios.TCOOFF)
         time.sleep(1)  # several times as long as between two writes of the line
         lock.close()
