@@ -41,7 +41,7 @@ def _compiled(patterns, flags=0):
 _RULES = ([(reason, _compiled(patterns, re.IGNORECASE)) for reason, patterns in _ANY_CASE.items()] +
           [(reason, _compiled(patterns)) for reason, patterns in _AS_WRITTEN.items()])
 
-_NOT_OURS = {"LICENSE"}
+_NOT_OURS = {"LICENSE", "LICENSES/Apache-2.0.txt"}
 
 
 def violations(root):
