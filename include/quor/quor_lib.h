@@ -18,10 +18,18 @@
 // those of the configuration file as ZynCtl::Config::ConfigFileException; both derive from
 // std::exception and what() names the file, the reason and what to do. The library has two texts of
 // its own, both as ConfigFileException: "Unable to Decode string" for a blob in the file that is no
-// Base64, and "Unable to Encode string" when memory ran out while one was encoded. Any call may
-// also raise std::bad_alloc. After a failed replacement the catalogue is as it was before, with one
-// exception that the message states: when the new catalogue is in place but the directory could not
-// be flushed, its durability is unknown.
+// Base64, and "Unable to Encode string" when memory ran out while one was encoded. After a failed
+// replacement the catalogue is as it was before, with one exception that the message states: when
+// the new catalogue is in place but the directory could not be flushed, its durability is unknown.
+//
+// Memory. Where it runs out a call raises std::bad_alloc, with three exceptions:
+// - GetDbHash() ends the process (std::terminate) when there is none for the text that the host
+//   formats of one record: of a policy's name, identifier, description and generation number, or of
+//   a datastore's three fields. All else in it, blobs and digests included, raises std::bad_alloc.
+// - Base64 of the configuration file reports it as a failure: "Unable to Encode string" from
+//   AddPolicyInfo(), "Unable to Decode string" from lookups; ListPolicyInfo() and GetDbHash() leave
+//   the policy out.
+// - Loading the library ends the process when there is none for its constant strings.
 //
 // Damage. A lookup raises a damaged record that it meets, also on the way to another one; listings
 // and digests leave it out.
@@ -165,8 +173,8 @@ class QUOR_API QuorLib {
   // For telling change, not for telling forgery, and a few changes do not show: fields are joined
   // without a mark between them, name, identifier and description end at their first NUL, and a
   // datastore whose fields are all empty adds nothing. Memory that runs out while the text of a
-  // record is put together ends the process, and so does a policy whose name, identifier and
-  // description take 2 GiB together.
+  // record is formatted ends the process (see "Memory" above), and so does a policy whose name,
+  // identifier and description take 2 GiB together.
   static std::pair<std::string, std::string> GetDbHash();
 };
 

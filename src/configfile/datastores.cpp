@@ -33,17 +33,18 @@ bool ReadUrlTwice(const ConfigBranch& instance, std::string* url) {
 }
 
 std::string FindValue(const std::string& url, ReadUrl readUrl, const std::string& key) {
-  std::string value;
-  if (url.empty()) return value;
+  if (url.empty()) return std::string();
   const SynchronizedConfigFile locked;
   const auto branch = locked.file->GetBranch(kDatastoreBranch);
   const auto datastores = branch->GetArray(kDatastoreArray);
   std::string stored;
   for (const auto& instance : datastores->GetInstances()) {
     stored.clear();
-    if (readUrl(*instance, &stored) && stored == url && instance->GetValue(key, &value)) break;
+    if (!readUrl(*instance, &stored) || stored != url) continue;
+    std::string value;
+    if (instance->GetValue(key, &value)) return value;
   }
-  return value;
+  return std::string();
 }
 
 }  // namespace

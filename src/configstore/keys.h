@@ -32,16 +32,24 @@ inline constexpr char kDatastoreNamespace[] = "datastore_namespace";
 inline constexpr char kUrl[] = "url";
 inline constexpr char kDefaultPolicyId[] = "drp_policy_id";
 
-// The identifier of one policy or datastore; without an instance, of all.
-inline TavConfigStore::ConfigStoreObjectId PolicyObjectId(
-    const std::string& instance = TavConfigStore::kEmptyString) {
-  TavConfigStore::ConfigStoreObjectId id(kPolicies, kGroup, kComponent);
+// The identifier of all policies: no instance is assigned.
+inline TavConfigStore::ConfigStoreObjectId PolicyObjectId() {
+  return TavConfigStore::ConfigStoreObjectId(kPolicies, kGroup, kComponent);
+}
+// The identifier of one.
+inline TavConfigStore::ConfigStoreObjectId PolicyObjectId(const std::string& instance) {
+  TavConfigStore::ConfigStoreObjectId id = PolicyObjectId();
   id.instance = instance;
   return id;
 }
-inline TavConfigStore::ConfigStoreObjectId DatastoreObjectId(
-    const std::string& instance = TavConfigStore::kEmptyString) {
-  TavConfigStore::ConfigStoreObjectId id(kDatastores, kGroup, kComponent);
+
+// The identifier of all datastores: no instance is assigned.
+inline TavConfigStore::ConfigStoreObjectId DatastoreObjectId() {
+  return TavConfigStore::ConfigStoreObjectId(kDatastores, kGroup, kComponent);
+}
+// The identifier of one.
+inline TavConfigStore::ConfigStoreObjectId DatastoreObjectId(const std::string& instance) {
+  TavConfigStore::ConfigStoreObjectId id = DatastoreObjectId();
   id.instance = instance;
   return id;
 }

@@ -15,10 +15,9 @@ std::shared_ptr<FilterSpecObject> SelectAll(const ConfigStoreObjectId& id) {
   return std::make_shared<FilterSpecObject>(id);
 }
 
-void ClearObjects(const StorePtr& store, ConfigStoreObjectId (*makeId)(const std::string&),
-                  bool ignoreStoreErrors) {
+void ClearObjects(const StorePtr& store, ConfigStoreObjectId (*makeId)(), bool ignoreStoreErrors) {
   try {
-    store->DeleteObjects(SelectAll(makeId(TavConfigStore::kEmptyString)));
+    store->DeleteObjects(SelectAll(makeId()));
   } catch (const ConfigStoreException& failure) {
     if (!ignoreStoreErrors) throw ConfigStoreException(failure);
   }
@@ -31,7 +30,11 @@ void ReplaceInTransaction(const std::function<void(const StorePtr&)>& change) {
     change(store);
     store->CommitTransaction();
   } catch (const ConfigStoreException& failure) {
-    store->RollbackTransaction();
+    try {
+      store->RollbackTransaction();
+    } catch (...) {
+      // The transaction ends with its handle, and the first failure is the one to tell.
+    }
     throw ConfigStoreException(failure);
   }
 }

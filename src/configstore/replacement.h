@@ -21,14 +21,14 @@ std::shared_ptr<TavConfigStore::FilterSpecObject> SelectAll(
 // Deletes every object of the kind that `makeId` names. With `ignoreStoreErrors` the store's
 // exception is dropped, otherwise a ConfigStoreException of the same message, attachment and code
 // is thrown in its place. Other exceptions pass.
-void ClearObjects(const StorePtr& store,
-                  TavConfigStore::ConfigStoreObjectId (*makeId)(const std::string&),
+void ClearObjects(const StorePtr& store, TavConfigStore::ConfigStoreObjectId (*makeId)(),
                   bool ignoreStoreErrors);
 
 // Begins a transaction, runs `change` and commits. When the store raises anywhere in this, the
 // commit included, the transaction is rolled back and a copy is thrown, as a ConfigStoreException
-// also where the store threw a class derived from it. Any other exception passes without the
-// roll-back call: releasing the store handle discards the transaction.
+// also where the store threw a class derived from it. What the roll-back raises is dropped: the
+// first failure is the one to tell. Any other exception passes without the roll-back call:
+// releasing the store handle discards the transaction.
 void ReplaceInTransaction(const std::function<void(const StorePtr&)>& change);
 
 }  // namespace TavQuor::ConfigStoreBackend

@@ -1,6 +1,7 @@
 // Every store call of the operations that write, failing one at a time with every type of
 // exception: what reaches the caller, what is still called, and what is stored afterwards.
 #include "support/fault_loop.h"
+#include "tavconfigstore/exception.h"
 
 namespace QuorTest {
 namespace {
@@ -104,7 +105,48 @@ TEST_P(WritingFaults, FailureToGetTheStorePassesUnchangedWithoutARollback) {
   }
 }
 
+// Whatever the roll-back raises, the first failure is the one to tell; the transaction ends with
+// its handle.
+TEST_P(WritingFaults, FailureOfTheRollbackIsNotToldInPlaceOfTheFirst) {
+  const std::vector<std::function<void()>> operations = {
+      [] { QuorLib::AddPolicyInfo(kNewPolicies); },
+      [] { QuorLib::AddDatastoreInfo(kNewDatastores); }, [] { QuorLib::Reset(); }};
+  for (const auto& operation : operations) {
+    StoreSample();
+    ThePlatform().droppedTransactions = 0;
+    ThePlatform().duringStoreCall = [](int, const std::string& line) {
+      if (line == "CommitTransaction") Raise(Failure::kStoreException);
+      if (line == "RollbackTransaction") Raise(GetParam());
+    };
+    EXPECT_EQ(Attempt(operation), CopyOf(Failure::kStoreException));
+    EXPECT_EQ(LastOf(ThePlatform().log), "RollbackTransaction");
+    EXPECT_EQ(ThePlatform().droppedTransactions, 1);
+    CheckNothingChanged();
+  }
+}
+
 INSTANTIATE_TEST_SUITE_P(, WritingFaults, testing::ValuesIn(AllFailures()), &FailureName);
+
+// A class of the store's whose text is not its message.
+class DecoratedException : public TavConfigStore::ConfigStoreException {
+ public:
+  DecoratedException() : ConfigStoreException("the message", TavConfigStore::kBusy) {}
+  const char* what() const noexcept override { return "the message, decorated"; }
+};
+
+class CopiedException : public RecordingTest {};
+
+TEST_F(CopiedException, HasTheMessageAndNotTheTextOfADerivedClass) {
+  for (const char* failing : {"DeleteObjects", "CommitTransaction"}) {
+    ThePlatform().duringStoreCall = [failing](int, const std::string& line) {
+      if (StartsWith(line, failing)) throw DecoratedException();
+    };
+    const Outcome outcome = Attempt([] { QuorLib::AddPolicyInfo({}); });
+    EXPECT_EQ(outcome.type, "TavConfigStore::ConfigStoreException");
+    EXPECT_EQ(outcome.message, "the message");
+    EXPECT_EQ(outcome.code, TavConfigStore::kBusy);
+  }
+}
 
 }  // namespace
 }  // namespace QuorTest

@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <optional>
 
+#include "recording/getters.h"
 #include "recording/platform.h"
 
 namespace ZynCtl::Config {
@@ -107,20 +108,23 @@ std::shared_ptr<ConfigArray> ConfigBranch::GetArray(const std::string& name) {
 }
 
 bool ConfigBranch::GetValue(const std::string& key, std::string* value) const {
-  LogFileCall("GetValue " + place_.node->label + " " + key + ": text");
+  const std::string line = "GetValue " + place_.node->label + " " + key + ": text";
+  if (!value->empty()) Recording::getters.notEmpty.push_back(line);
+  LogFileCall(line);
   const std::string* const found = FindValue(place_, key);
-  if (found == nullptr) return false;
-  *value = *found;
-  return true;
+  if (found != nullptr) *value = *found;
+  return Recording::Answer(line, found != nullptr, value);
 }
 
 bool ConfigBranch::GetValue(const std::string& key, int* value) const {
-  LogFileCall("GetValue " + place_.node->label + " " + key + ": int");
+  const std::string line = "GetValue " + place_.node->label + " " + key + ": int";
+  if (*value != 0) Recording::getters.notEmpty.push_back(line);
+  LogFileCall(line);
   const std::string* const found = FindValue(place_, key);
   const std::optional<int> number = found == nullptr ? std::nullopt : ToInt(*found);
   if (!number) return false;
   *value = *number;
-  return true;
+  return Recording::Answer(line, true);
 }
 
 void ConfigBranch::SetValue(const std::string& key, const std::string& value) {

@@ -3,6 +3,7 @@
 #include "tavconfigstore/object.h"
 
 #include "recording/contents.h"
+#include "recording/getters.h"
 #include "recording/platform.h"
 #include "tavconfigstore/exception.h"
 
@@ -59,21 +60,25 @@ ReadOnlyObject::~ReadOnlyObject() {
 }
 
 bool ReadOnlyObject::GetValue(const char* key, std::string* value) const {
-  LogStoreCall("GetValue " + contents_->label + " " + key + ": text");
+  const std::string line = "GetValue " + contents_->label + " " + key + ": text";
+  if (!value->empty()) Recording::getters.notEmpty.push_back(line);
+  LogStoreCall(line);
   const ValueRef found = GetValuePtr(key);
-  if (found.type == ValueRef::Type::kAbsent) return false;
+  if (found.type == ValueRef::Type::kAbsent) return Recording::Answer(line, false, value);
   if (found.type != ValueRef::Type::kString) RaiseWrongType(contents_->label, key);
   value->assign(found.text);
-  return true;
+  return Recording::Answer(line, true, value);
 }
 
 bool ReadOnlyObject::GetValue(const char* key, long long* value) const {
-  LogStoreCall("GetValue " + contents_->label + " " + key + ": integer");
+  const std::string line = "GetValue " + contents_->label + " " + key + ": integer";
+  if (*value != 0) Recording::getters.notEmpty.push_back(line);
+  LogStoreCall(line);
   const ValueRef found = GetValuePtr(key);
   if (found.type == ValueRef::Type::kAbsent) return false;
   if (found.type != ValueRef::Type::kInteger) RaiseWrongType(contents_->label, key);
   *value = found.integer;
-  return true;
+  return Recording::Answer(line, true);
 }
 
 const void* ReadOnlyObject::GetJsonDocPtr() const {

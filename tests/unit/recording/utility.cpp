@@ -10,6 +10,7 @@
 #include "platform/crypto_hash.h"
 #include "platform/feature_list.h"
 #include "platform/str.h"
+#include "recording/memory.h"
 #include "recording/platform.h"
 #include "tavconfigstore/exception.h"
 
@@ -86,6 +87,7 @@ void BriskException::set_attachment(std::shared_ptr<const void> attachment) {
 namespace Misc {
 
 std::string StrPrintf(const char* format, ...) {
+  const Recording::ReliableMemory reliable;
   if (ThePlatform().duringFormatting) ThePlatform().duringFormatting();
   va_list arguments;
   va_list argumentsAgain;
@@ -101,6 +103,7 @@ std::string StrPrintf(const char* format, ...) {
 
 std::string StrCat(const Detail::StrBuf& first, const Detail::StrBuf& second,
                    const Detail::StrBuf& third) {
+  const Recording::ReliableMemory reliable;
   if (ThePlatform().duringFormatting) ThePlatform().duringFormatting();
   std::string text(first.data, first.size);
   text.append(second.data, second.size);
