@@ -56,18 +56,14 @@ def catalogues():
 
 
 def bodies(snapshot):
-    """The bodies of all records, in the order of the directory."""
-    footer = len(snapshot) - 48
-    kinds, = struct.unpack_from("<I", snapshot, footer + 12)
-    place, = struct.unpack_from("<Q", snapshot, footer + 24)
-    for _ in range(kinds):
-        name_length, count = struct.unpack_from("<II", snapshot, place)
-        place += 8 + name_length
-        for position in struct.unpack_from(f"<{count}I", snapshot, place):
-            key_size, data_size = struct.unpack_from("<II", snapshot, position)
-            data = position + 8 + key_size
-            yield snapshot[data + 5:data + data_size - 8]
-        place += 4 * count
+    """The bodies of all records, in the order of the file."""
+    end, = struct.unpack_from("<Q", snapshot, len(snapshot) - 80)
+    place = 0
+    while place < end:
+        key_size, data_size = struct.unpack_from("<II", snapshot, place)
+        data = place + 8 + key_size
+        yield snapshot[data + 5:data + data_size - 8]
+        place = data + data_size
 
 
 def write(target, name, content):

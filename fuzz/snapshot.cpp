@@ -67,14 +67,29 @@ void WalkBody(std::string_view body) {
     WalkBody(sub.part);
 }
 
+// By each of its values: what is found has the value.
+void SearchValues(const Snapshot& snapshot, const Snapshot::Kind& kind, std::string_view body) {
+  BodyReader reader(body);
+  for (StoredValue value; reader.NextValue(&value);) {
+    Raises([&] {
+      const auto number = snapshot.FindFirst(kind, value.name, value.data);
+      Expect(!number || FindValue(snapshot.Body(*number), value.name).text == value.data,
+             "what a search finds has the value");
+    });
+  }
+}
+
 void ReadAll(const Snapshot& snapshot) {
+  Raises([&] { snapshot.CheckPages(); });
   for (const Snapshot::Kind& kind : snapshot.kinds()) {
+    Raises([&] { snapshot.FindFirst(kind, "no such value", ""); });
     Expect(snapshot.FindKind(kind.name) != nullptr, "a kind is found by its name");
     Raises([&] { snapshot.Find(kind, "no such record"); });
     for (std::uint32_t number = kind.first; number - kind.first < kind.count; ++number) {
       Raises([&] {
         const RecordSource::Record record = snapshot.Read(number);
         WalkBody(record.body);
+        SearchValues(snapshot, kind, record.body);
         Expect(snapshot.Body(number) == record.body, "a body is the same every time");
         snapshot.Find(kind, record.instance);
       });

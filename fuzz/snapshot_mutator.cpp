@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <string_view>
 
+#include "configstore/index_page.h"
 #include "configstore/snapshot_format.h"
 #include "util/bytes.h"
 #include "util/checksum.h"
@@ -25,30 +26,29 @@ class Sealer {
     StoreInteger(kMagic, footer_);
     StoreInteger(kVersion, footer_ + 8);
     StoreInteger(std::uint64_t{size_}, footer_ + 32);
-    SealRecords(LoadInteger<std::uint64_t>(footer_ + 24));
-    const auto tables = LoadInteger<std::uint64_t>(footer_ + 16);
-    if (tables > size_ - kChecksumSize) return;
-    const std::uint64_t checksum =
-        Checksum({bytes_ + tables, size_ - kChecksumSize - tables}, Checksum({bytes_, kTableSize}));
-    StoreInteger(checksum, footer_ + 40);
+    const auto kinds = LoadInteger<std::uint64_t>(footer_ + 24);
+    const auto records = LoadInteger<std::uint64_t>(footer_ - kRootSize);
+    if (records < kinds && kinds <= size_ - kFooterSize - kRootSize) SealPages(records, kinds);
+    if (kinds > size_ - kChecksumSize) return;
+    StoreInteger(Checksum({bytes_ + kinds, size_ - kChecksumSize - kinds}), footer_ + 40);
   }
 
  private:
-  // Of all records that the directory leads to, as far as it makes sense.
-  void SealRecords(std::uint64_t place) {
-    const std::uint64_t end = size_ - kFooterSize;
-    while (place < end && end - place >= 8) {
-      const std::uint64_t nameLength = LoadInteger<std::uint32_t>(bytes_ + place);
-      std::uint64_t count = LoadInteger<std::uint32_t>(bytes_ + place + 4);
-      place += 8 + nameLength;
-      for (; count > 0 && place < end && end - place >= 4; --count, place += 4) {
-        SealRecord(LoadInteger<std::uint32_t>(bytes_ + place));
-      }
+  // And the records that the pages of positions lead to, as far as they make sense.
+  void SealPages(std::uint64_t pages, std::uint64_t end) {
+    std::uint32_t left = LoadInteger<std::uint32_t>(footer_ - kRootSize + 8);
+    const auto key = LoadInteger<std::uint64_t>(footer_ + 16);
+    std::uint32_t number = 0;
+    for (; end - pages >= kPageSize; pages += kPageSize, ++number) {
+      for (std::uint32_t i = 0; i < kPositionsPerPage && left > 0; ++i, --left)
+        SealRecord(LoadInteger<std::uint32_t>(bytes_ + pages + std::size_t{4} * i));
+      StoreInteger(TavConfigStore::ChecksumOfPage(bytes_ + pages, key, number),
+                   bytes_ + pages + kPageContent);
     }
   }
 
   void SealRecord(std::uint64_t position) {
-    if (position < kTableSize || position + kRecordHead > size_ - kFooterSize) return;
+    if (position + kRecordHead > size_ - kFooterSize) return;
     const std::uint64_t keySize = LoadInteger<std::uint32_t>(bytes_ + position);
     const std::uint64_t dataSize = LoadInteger<std::uint32_t>(bytes_ + position + 4);
     const std::uint64_t key = position + kRecordHead;
@@ -69,7 +69,7 @@ extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t s
                                                std::size_t room, unsigned seed) {
   const std::size_t changed = LLVMFuzzerMutate(data, size, room);
   const bool leftAsItIs = seed % 8 == 0;
-  if (!leftAsItIs && changed >= std::size_t{kTableSize} + kFooterSize) {
+  if (!leftAsItIs && changed >= kSmallestFile) {
     Sealer(reinterpret_cast<char*>(data), changed).Seal();
   }
   return changed;

@@ -6,8 +6,8 @@
 //     sub-object "blobs"                     namespace      blob, datastore_namespace
 //   (quor_datastores, storage, tav)          URL            url, datastore_namespace, drp_policy_id
 //
-// A policy is kept under its name: by name it is found with one fetch, by identifier only by a
-// scan. The stored values are what is read back, never the instance.
+// A policy is kept under its name: by name it is found with one fetch, by identifier by a search
+// for that value. The stored values are what is read back, never the instance.
 #ifndef SRC_CONFIGSTORE_KEYS_H_
 #define SRC_CONFIGSTORE_KEYS_H_
 

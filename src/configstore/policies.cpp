@@ -2,8 +2,8 @@
 
 #include <utility>
 
-#include "api/identifier.h"
 #include "configstore/keys.h"
+#include "configstore/policy_search.h"
 
 namespace TavQuor::ConfigStoreBackend {
 
@@ -90,13 +90,8 @@ std::vector<QuorPolicyInfo> ListPolicyInfo() {
 std::string GetPolicyBlob(const std::string& policyId, const std::string& blobNamespace) {
   if (policyId.empty() || blobNamespace.empty()) return std::string();
   const StorePtr store = OpenStore();
-  std::string storedId;
-  for (const auto& object : store->GetObjects(SelectAll(PolicyObjectId()))) {
-    storedId.clear();
-    object->GetValue(kPolicyId, &storedId);
-    if (SameIdentifier(storedId, policyId)) return ReadBlob(*object, blobNamespace);
-  }
-  return std::string();
+  const auto object = FindPolicyById(store, policyId);
+  return object ? ReadBlob(*object, blobNamespace) : std::string();
 }
 
 std::string GetPolicyBlobByName(const std::string& policyName, const std::string& blobNamespace) {

@@ -13,7 +13,7 @@ import unittest
 
 from golden_test import CONFIG_FILE, CONFIG_STORE, FEATURES, GOLDEN, NEWEST, SWITCH, content
 
-TABLE_SIZE, FOOTER_SIZE = 2048, 48
+PAGE_SIZE, ROOT_SIZE, FOOTER_SIZE = 4096, 32, 48
 POLICIES = b"3:tav,7:storage,13:quor_policies,"
 DATASTORES = b"3:tav,7:storage,15:quor_datastores,"
 
@@ -53,6 +53,24 @@ def read_body(data):
     return values, subs
 
 
+class Index:
+    """The entries of one index of a snapshot, page by page."""
+
+    def __init__(self, data, start, home_pages, pages):
+        self.home_pages, self.pages = home_pages, []
+        for page in range(start, start + pages * PAGE_SIZE, PAGE_SIZE):
+            count, goes_on = struct.unpack_from("<II", data, page)
+            hashes = struct.unpack_from(f"<{count}Q", data, page + 8)
+            numbers = struct.unpack_from(f"<{count}I", data, page + 2728)
+            self.pages.append((goes_on, list(zip(hashes, numbers))))
+
+    def entries(self):
+        return [entry for _, entries in self.pages for entry in entries]
+
+    def home_of(self, value):
+        return (value >> 32) * self.home_pages >> 32
+
+
 class Store:
     """A snapshot of the configuration store."""
 
@@ -60,34 +78,30 @@ class Store:
         self.data = data
         footer = Cursor(data, len(data) - FOOTER_SIZE)
         self.magic = footer.bytes(8)
-        self.version, kinds, self.tables, directory, self.size, _ = footer.integers("IIQQQQ")
-        cursor = Cursor(data, directory)
+        self.version, kinds, _, kinds_start, self.size, _ = footer.integers("IIQQQQ")
+        root = Cursor(data, len(data) - FOOTER_SIZE - ROOT_SIZE)
+        self.records_end, self.count = root.integers("QI")
+        keys, values, zero = root.integers("II"), root.integers("II"), root.integers("I")
+        position_pages = -(-self.count // 1022)
+        start = self.records_end + position_pages * PAGE_SIZE
+        self.keys = Index(data, start, *keys)
+        self.values = Index(data, start + keys[1] * PAGE_SIZE, *values)
+        self.parts_fit = (zero == (0,) and
+                          start + (keys[1] + values[1]) * PAGE_SIZE == kinds_start)
+        positions = [struct.unpack_from("<I", data, self.records_end + number // 1022 * PAGE_SIZE
+                                        + number % 1022 * 4)[0] for number in range(self.count)]
+        cursor = Cursor(data, kinds_start)
         self.directory = {}
         for _ in range(kinds):
             name_size, count = cursor.integers("II")
             name = cursor.bytes(name_size)
-            self.directory[name] = cursor.integers(f"{count}I")
-        self.directory_ends_at_footer = cursor.position == len(data) - FOOTER_SIZE
+            self.directory[name], positions = positions[:count], positions[count:]
+        self.kinds_end_at_root = cursor.position == len(data) - FOOTER_SIZE - ROOT_SIZE
 
     def record(self, position):
         cursor = Cursor(self.data, position)
         key_size, data_size = cursor.integers("II")
         return cursor.bytes(key_size), cursor.bytes(data_size)
-
-    def find(self, key):
-        """The record's position, by the hash tables."""
-        value = 5381
-        for byte in key:
-            value = (value * 33 ^ byte) & 0xffffffff
-        start, slots = struct.unpack_from("<II", self.data, value % 256 * 8)
-        for step in range(slots):
-            slot = (value // 256 + step) % slots
-            stored, position = struct.unpack_from("<II", self.data, start + slot * 8)
-            if position == 0:
-                return None
-            if stored == value and self.record(position)[0] == key:
-                return position
-        return None
 
 
 def stored_bytes(text):
@@ -109,13 +123,14 @@ class Formats(unittest.TestCase):
                 for position in self.store.directory[kind]]
 
     def test_the_footer_is_as_described(self):
-        self.assertEqual((self.store.magic, self.store.version), (b"QCFSTOR1", 1))
+        self.assertEqual((self.store.magic, self.store.version), (b"QCFSTOR1", 2))
         self.assertEqual(self.store.size, len(self.store.data))
-        self.assertTrue(self.store.directory_ends_at_footer)
+        self.assertTrue(self.store.parts_fit)
+        self.assertTrue(self.store.kinds_end_at_root)
         self.assertEqual(list(self.store.directory), [POLICIES, DATASTORES])
 
-    def test_records_follow_each_other_up_to_the_hash_tables_and_are_numbered(self):
-        position, number = TABLE_SIZE, 0
+    def test_records_follow_each_other_up_to_the_pages_and_are_numbered(self):
+        position, number = 0, 0
         for kind, positions in self.store.directory.items():
             for listed in positions:
                 self.assertEqual(listed, position)
@@ -123,13 +138,30 @@ class Formats(unittest.TestCase):
                 self.assertTrue(key.startswith(kind))
                 self.assertEqual(struct.unpack_from("<BI", data), (1, number))
                 position, number = position + 8 + len(key) + len(data), number + 1
-        self.assertEqual(position, self.store.tables)
+        self.assertEqual((position, number), (self.store.records_end, self.store.count))
 
-    def test_every_record_is_found_by_its_key_and_no_other(self):
-        for positions in self.store.directory.values():
-            for position in positions:
-                self.assertEqual(self.store.find(self.store.record(position)[0]), position)
-        self.assertIsNone(self.store.find(POLICIES + b"Silver"))
+    def test_entries_of_the_indexes_are_sorted_and_stand_in_their_home_pages(self):
+        for index in (self.store.keys, self.store.values):
+            hashes = [value for value, _ in index.entries()]
+            self.assertEqual(hashes, sorted(hashes))
+            for number, (goes_on, entries) in enumerate(index.pages):
+                self.assertEqual(goes_on, 0)
+                self.assertEqual({index.home_of(value) for value, _ in entries}, {number})
+
+    def test_the_index_of_keys_leads_to_each_record_once(self):
+        self.assertEqual(sorted(number for _, number in self.store.keys.entries()),
+                         list(range(self.store.count)))
+
+    def test_the_index_of_values_leads_to_the_first_record_with_each_of_them(self):
+        first, number = {}, 0
+        for kind in self.store.directory:
+            for values, _ in self.bodies(kind):
+                for name, value in values.items():
+                    first.setdefault((kind, name, value if isinstance(value, bytes) else None),
+                                     number)
+                number += 1
+        self.assertEqual(sorted(number for _, number in self.store.values.entries()),
+                         sorted(first.values()))
 
     def test_both_stores_hold_the_same_policies(self):
         in_file = self.file["Policy-Info"]["policy"]

@@ -95,6 +95,7 @@ ConfigStoreState GetConfigStoreState() {
   try {
     if (const auto snapshot = TavConfigStore::Snapshot::Open(state.path)) {
       CountObjects(*snapshot, &state);
+      snapshot->CheckPages();
     }
   } catch (const TavConfigStore::ConfigStoreException& failure) {
     state.problem = failure.what();

@@ -18,6 +18,11 @@ void RaiseCorrupt(const std::string& path, const std::string& reason) {
                              kCorrupt);
 }
 
+void RaiseWrongType(std::string_view name, const char* wanted) {
+  throw ConfigStoreException(
+      std::string("value \"").append(name).append("\" is not ").append(wanted), kWrongType);
+}
+
 void RaiseUsage(const char* message) {
   throw ConfigStoreException(message, kUsage);
 }

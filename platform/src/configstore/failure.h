@@ -3,6 +3,7 @@
 #define PLATFORM_SRC_CONFIGSTORE_FAILURE_H_
 
 #include <string>
+#include <string_view>
 
 #include "io/error.h"
 #include "tavconfigstore/exception.h"
@@ -11,6 +12,9 @@ namespace TavConfigStore {
 
 // kCorrupt, naming the file and what is wrong with it.
 [[noreturn]] void RaiseCorrupt(const std::string& path, const std::string& reason);
+
+// kWrongType: the value of that name is not `wanted`.
+[[noreturn]] void RaiseWrongType(std::string_view name, const char* wanted);
 
 // kUsage.
 [[noreturn]] void RaiseUsage(const char* message);

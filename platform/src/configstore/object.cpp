@@ -20,10 +20,6 @@ std::string_view BodyOf(const StoredRecord& stored) {
   return stored.body.data() != nullptr ? stored.body : (*stored.source)->Body(stored.number);
 }
 
-[[noreturn]] void RaiseWrongType(const char* key, const char* wanted) {
-  throw ConfigStoreException(std::string("value \"") + key + "\" is not " + wanted, kWrongType);
-}
-
 bool Selects(const ObjectContents& filter, std::string_view name, std::string_view instance) {
   return filter.name == name && (filter.instance.empty() || filter.instance == instance);
 }

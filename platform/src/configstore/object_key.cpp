@@ -29,6 +29,8 @@ bool TakeWithLength(std::string_view* bytes, std::string_view* text) {
   const char* const end = bytes->data() + bytes->size();
   const auto [stopped, error] = std::from_chars(bytes->data(), end, length);
   if (error != std::errc() || stopped == end || *stopped != ':') return false;
+  if (bytes->front() == '0' && stopped != bytes->data() + 1)
+    return false;  // written in one way only
   const auto rest = static_cast<std::size_t>(end - stopped) - 1;
   if (length >= rest || stopped[1 + length] != ',') return false;
   *text = std::string_view(stopped + 1, length);

@@ -116,7 +116,7 @@ void Overlay::DeleteAll(const std::string& kind) {
 }
 
 void Overlay::Write(const HostPlatform::Io::FileDescriptor& file, const std::string& path) const {
-  SnapshotWriter writer(file, path);
+  SnapshotWriter writer(file, path, NewIndexKey());
   const auto writeKind = [&](const std::string& kind) {
     const std::vector<FoundRecord> records = List(kind);
     if (records.empty()) return;

@@ -15,8 +15,6 @@ using HostPlatform::PutBytes;
 
 namespace {
 
-constexpr char kStringType = 's';
-constexpr char kIntegerType = 'i';
 constexpr std::size_t kRoomForMoreValues = 120;
 
 [[noreturn]] void RaiseTooLong() {

@@ -65,10 +65,15 @@ inline constexpr std::size_t kBodyHead = 8;
 inline constexpr std::size_t kValueHead = 9;
 inline constexpr std::size_t kSubObjectHead = 12;
 
+inline constexpr char kStringType = 's';
+inline constexpr char kIntegerType = 'i';
+
 struct StoredValue {
   std::string_view name;
   char type = 0;
   std::string_view data;
+
+  bool IsString() const { return type == kStringType; }
 };
 
 struct StoredSubObject {

@@ -5,11 +5,12 @@
 #include <algorithm>
 #include <cerrno>
 #include <iterator>
-#include <tuple>
 
 #include "configstore/failure.h"
+#include "configstore/index_page.h"
 #include "configstore/record_codec.h"
 #include "configstore/snapshot_format.h"
+#include "configstore/snapshot_format1.h"
 #include "io/newest.h"
 #include "util/bytes.h"
 #include "util/checksum.h"
@@ -19,10 +20,14 @@ namespace TavConfigStore {
 using HostPlatform::CheckedSize;
 using HostPlatform::Checksum;
 using HostPlatform::LoadInteger;
+using HostPlatform::Published;
 using HostPlatform::Io::FileDescriptor;
 using namespace SnapshotFormat;
 
 namespace {
+
+constexpr std::uint32_t kNone = 0xffffffff;  // no file holds as many records
+constexpr std::uint64_t kSmallestOfAnyFormat = 2048 + kFooterSize;
 
 std::uint32_t LoadLength(const char* bytes) {
   return LoadInteger<std::uint32_t>(bytes);
@@ -31,7 +36,7 @@ std::uint32_t LoadLength(const char* bytes) {
 void CheckSize(const std::string& path, const struct stat& status) {
   if (!S_ISREG(status.st_mode)) RaiseCorrupt(path, "it is not a plain file");
   if (status.st_size == 0) RaiseCorrupt(path, "it is empty");
-  if (static_cast<std::uint64_t>(status.st_size) < std::uint64_t{kTableSize} + kFooterSize) {
+  if (static_cast<std::uint64_t>(status.st_size) < kSmallestOfAnyFormat) {
     RaiseCorrupt(path, "it is cut short");
   }
   if (static_cast<std::uint64_t>(status.st_size) > kLargestFile) {
@@ -40,6 +45,41 @@ void CheckSize(const std::string& path, const struct stat& status) {
 }
 
 }  // namespace
+
+// One search for a hash: the numbers of all records that have it.
+class Snapshot::Search {
+ public:
+  Search(const Snapshot& snapshot, const Index& index, std::uint64_t hash)
+      : snapshot_(snapshot), index_(index), hash_(hash) {
+    Enter(HomePage(hash, index.homePages));
+  }
+
+  // kNone after the last.
+  std::uint32_t Next() {
+    for (;;) {
+      const IndexPage page(bytes_);
+      if (entry_ < page.count()) {
+        return page.hash(entry_) == hash_ ? page.number(entry_++) : kNone;
+      }
+      if (!page.GoesOn() || page_ + 1 >= index_.pages) return kNone;
+      Enter(page_ + 1);
+    }
+  }
+
+ private:
+  void Enter(std::uint32_t page) {
+    page_ = page;
+    bytes_ = snapshot_.Page(index_.start + page);
+    entry_ = IndexPage(bytes_).Find(hash_);
+  }
+
+  const Snapshot& snapshot_;
+  const Index& index_;
+  std::uint64_t hash_;
+  std::uint32_t page_ = 0;
+  const char* bytes_ = nullptr;
+  std::uint32_t entry_ = 0;
+};
 
 std::shared_ptr<const Snapshot> Snapshot::Open(const std::string& path) try {
   const FileDescriptor file(AT_FDCWD, path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK);
@@ -59,94 +99,115 @@ Snapshot::Snapshot(const std::string& path, const FileDescriptor& file, const st
       status_(status),
       mapping_(file, static_cast<std::size_t>(status.st_size), path),
       file_(mapping_.bytes()) {
-  CheckFooter();
+  ReadFooter();
 }
 
 bool Snapshot::IsOf(const struct stat& status) const {
   return HostPlatform::Io::SameFile(status, status_);
 }
 
-void Snapshot::CheckFooter() {
-  const std::uint64_t size = file_.size();
-  const std::string_view footer = Bytes(size - kFooterSize, kFooterSize);
-  const char* const at = footer.data();
-  if (LoadInteger<std::uint64_t>(at) != kMagic) {
+void Snapshot::ReadFooter() {
+  const char* footer = file_.data() + file_.size() - kFooterSize;
+  if (LoadInteger<std::uint64_t>(footer) != kMagic) {
     RaiseCorrupt(path_, "it is cut short, or no configuration store at all");
   }
-  if (LoadLength(at + 8) != kVersion) {
-    throw ConfigStoreException(path_ + ": written in format " + std::to_string(LoadLength(at + 8)) +
+  const std::uint32_t version = LoadLength(footer + 8);
+  if (version == 1) {
+    ConvertedSnapshot converted = ConvertFormat1(file_, path_);
+    converted_ = std::move(converted.bytes);
+    unreadable_ = std::move(converted.unreadable);
+    file_ = converted_;
+    footer = file_.data() + file_.size() - kFooterSize;
+  } else if (version != kVersion) {
+    throw ConfigStoreException(path_ + ": written in format " + std::to_string(version) +
                                    ", which this version of the platform does not know; use the "
                                    "version that wrote it, or a newer one",
                                kUnsupported);
   }
-  const auto tables = LoadInteger<std::uint64_t>(at + 16);
-  const auto directory = LoadInteger<std::uint64_t>(at + 24);
-  const auto promised = LoadInteger<std::uint64_t>(at + 32);
+  const std::uint64_t size = file_.size();
+  key_ = LoadInteger<std::uint64_t>(footer + 16);
+  const auto kinds = LoadInteger<std::uint64_t>(footer + 24);
+  const auto promised = LoadInteger<std::uint64_t>(footer + 32);
   if (promised != size) {
     RaiseCorrupt(path_,
                  "it has " + std::to_string(size) + " bytes and not " + std::to_string(promised));
   }
-  if (tables < kTableSize || directory < tables || directory > size - kFooterSize) {
+  if (size < kSmallestFile || kinds > size - kFooterSize - kRootSize) {
     RaiseCorrupt(path_, "its footer points outside of it");
   }
-  const std::uint64_t checksum =
-      Checksum(Bytes(tables, size - kChecksumSize - tables), Checksum(Bytes(0, kTableSize)));
-  if (LoadInteger<std::uint64_t>(at + 40) != checksum) {
-    RaiseCorrupt(path_, "the checksum over its index is wrong");
+  if (LoadInteger<std::uint64_t>(footer + 40) !=
+      Checksum(Bytes(kinds, size - kChecksumSize - kinds))) {
+    RaiseCorrupt(path_, "the checksum over its footer is wrong");
   }
-  recordsEnd_ = static_cast<std::uint32_t>(tables);
-  ReadDirectory(Bytes(directory, size - kFooterSize - directory), LoadLength(at + 12));
+  const std::uint64_t root = size - kFooterSize - kRootSize;
+  ReadRoot(Bytes(root, kRootSize), kinds);
+  ReadKinds(Bytes(kinds, root - kinds), LoadLength(footer + 12));
 }
 
-void Snapshot::ReadDirectory(std::string_view directory, std::uint32_t kindCount) {
+void Snapshot::ReadRoot(std::string_view root, std::uint64_t kindsStart) {
+  const auto take = [&] {
+    const std::uint32_t number = LoadLength(root.data());
+    root.remove_prefix(4);
+    return number;
+  };
+  recordsEnd_ = LoadInteger<std::uint64_t>(root.data());
+  root.remove_prefix(8);
+  recordCount_ = take();
+  instances_.start = recordCount_ / kPositionsPerPage + (recordCount_ % kPositionsPerPage != 0);
+  instances_.homePages = take();
+  instances_.pages = take();
+  values_.start = instances_.start + instances_.pages;
+  values_.homePages = take();
+  values_.pages = take();
+  const std::uint64_t pages =
+      std::uint64_t{instances_.start} + instances_.pages + std::uint64_t{values_.pages};
+  if (recordsEnd_ > kindsStart || pages * kPageSize != kindsStart - recordsEnd_ ||
+      instances_.homePages == 0 || instances_.homePages > instances_.pages ||
+      values_.homePages == 0 || values_.homePages > values_.pages) {
+    RaiseCorrupt(path_, "its parts are not where its footer says");
+  }
+  pageCount_ = static_cast<std::uint32_t>(pages);
+  pages_ = Published<const char>(pageCount_);
+  records_ = Published<const char>(recordCount_);
+}
+
+void Snapshot::ReadKinds(std::string_view kinds, std::uint32_t kindCount) {
   const auto take = [&](std::uint64_t size) {
-    if (size > directory.size()) RaiseCorrupt(path_, "its directory is cut short");
-    const std::string_view taken = directory.substr(0, CheckedSize(size));
-    directory.remove_prefix(CheckedSize(size));
+    if (size > kinds.size()) RaiseCorrupt(path_, "its list of kinds is cut short");
+    const std::string_view taken = kinds.substr(0, CheckedSize(size));
+    kinds.remove_prefix(CheckedSize(size));
     return taken;
   };
+  std::uint64_t first = 0;
   for (std::uint32_t i = 0; i < kindCount; ++i) {
     const std::string_view lengths = take(8);
     Kind kind;
-    kind.first = recordCount_;
+    kind.first = static_cast<std::uint32_t>(first);
     kind.count = LoadLength(lengths.data() + 4);
     kind.name = take(LoadLength(lengths.data()));
-    kind.hash = ContinueHash(kEmptyHash, kind.name);
+    kind.hash = HashOfKind(kind.name, key_);
     kind.parts = DecodeKind(kind.name);
-    if (!kind.parts.ok) RaiseCorrupt(path_, "its directory names no kind of objects");
-    kind.positions = take(std::uint64_t{4} * kind.count).data();
-    if (kind.count == 0) RaiseCorrupt(path_, "its directory names a kind without records");
-    recordCount_ += kind.count;  // cannot overflow: each counted record took 4 bytes of the file
+    if (!kind.parts.ok) RaiseCorrupt(path_, "its list of kinds names no kind of objects");
+    if (kind.count == 0) RaiseCorrupt(path_, "its list of kinds names a kind without records");
+    first += kind.count;
+    if (first > recordCount_) break;
     kinds_.push_back(kind);
   }
-  if (!directory.empty()) RaiseCorrupt(path_, "its directory is too long");
-  CheckKinds();
-  CheckOrder();
-  bodies_ = std::make_unique<std::atomic<std::uint64_t>[]>(recordCount_);
+  if (first != recordCount_ || !kinds.empty()) {
+    RaiseCorrupt(path_, "its list of kinds does not fit its records");
+  }
+  IndexKinds();
 }
 
 // A kind that stands twice would be written twice at the next commit, with the first one's records.
-void Snapshot::CheckKinds() const {
-  std::vector<std::tuple<std::string_view, std::string_view, std::string_view>> names;
-  names.reserve(kinds_.size());
-  for (const Kind& kind : kinds_)
-    names.emplace_back(kind.parts.key, kind.parts.group, kind.parts.component);
-  std::sort(names.begin(), names.end());
-  if (std::adjacent_find(names.begin(), names.end()) != names.end()) {
-    RaiseCorrupt(path_, "its directory names a kind twice");
-  }
-}
-
-// Records stand in the order of their numbers. With that none overlaps another, and what it costs
-// to read all of them is bounded by the size of the file, whoever made it.
-void Snapshot::CheckOrder() const {
-  std::uint32_t before = 0;
-  for (const Kind& kind : kinds_) {
-    for (std::uint32_t i = 0; i < kind.count; ++i) {
-      const std::uint32_t position = LoadLength(kind.positions + 4 * std::size_t{i});
-      if (position <= before)
-        RaiseCorrupt(path_, "its directory is not in the order of the records");
-      before = position;
+void Snapshot::IndexKinds() {
+  for (std::uint32_t i = 0; i < kinds_.size(); ++i)
+    kindsByHash_.emplace_back(kinds_[i].hash, i);
+  std::sort(kindsByHash_.begin(), kindsByHash_.end());
+  for (std::size_t i = 1; i < kindsByHash_.size(); ++i) {
+    // Names whose hashes collide come once in the life of the universe, unless by a forger.
+    if (kindsByHash_[i - 1].first == kindsByHash_[i].first) {
+      RaiseCorrupt(path_, "its list of kinds names a kind twice");
     }
   }
 }
@@ -159,13 +220,15 @@ std::string_view Snapshot::Bytes(std::uint64_t position, std::uint64_t size) con
 }
 
 const Snapshot::Kind* Snapshot::FindKind(std::string_view name) const {
-  for (const Kind& kind : kinds_) {
-    if (kind.name == name) return &kind;
-  }
-  return nullptr;
+  const std::pair<std::uint64_t, std::uint32_t> wanted(HashOfKind(name, key_), 0);
+  const auto found = std::lower_bound(kindsByHash_.begin(), kindsByHash_.end(), wanted);
+  if (found == kindsByHash_.end() || kinds_[found->second].name != name) return nullptr;
+  return &kinds_[found->second];
 }
 
 const Snapshot::Kind* Snapshot::FindKind(const ConfigStoreObjectId& id) const {
+  constexpr std::size_t kFew = 8;
+  if (kinds_.size() > kFew) return FindKind(EncodeKind(id));
   for (const Kind& kind : kinds_) {
     if (kind.parts.key == id.key && kind.parts.group == id.group &&
         kind.parts.component == id.component) {
@@ -175,131 +238,119 @@ const Snapshot::Kind* Snapshot::FindKind(const ConfigStoreObjectId& id) const {
   return nullptr;
 }
 
+const char* Snapshot::Page(std::uint32_t number) const {
+  if (const char* const known = pages_.Get(number)) return known;
+  const std::uint64_t position = recordsEnd_ + std::uint64_t{kPageSize} * number;
+  const char* const page = Bytes(position, kPageSize).data();
+  if (LoadInteger<std::uint64_t>(page + kPageContent) != ChecksumOfPage(page, key_, number)) {
+    RaiseCorrupt(path_, "the checksum of the page of its index at byte " +
+                            std::to_string(position) + " is wrong");
+  }
+  pages_.Set(number, page);
+  return page;
+}
+
+void Snapshot::CheckPages() const {
+  for (std::uint32_t number = 0; number < pageCount_; ++number)
+    Page(number);
+}
+
+std::uint32_t Snapshot::Position(std::uint32_t number) const {
+  return LoadLength(Page(number / kPositionsPerPage) +
+                    std::size_t{4} * (number % kPositionsPerPage));
+}
+
 // There is such a number.
-Snapshot::Location Snapshot::Locate(std::uint32_t number) const {
+const Snapshot::Kind& Snapshot::KindOf(std::uint32_t number) const {
   const auto after =
       std::upper_bound(kinds_.begin(), kinds_.end(), number,
                        [](std::uint32_t n, const Kind& kind) { return n < kind.first; });
-  const Kind& kind = *std::prev(after);
-  return {&kind, LoadLength(kind.positions + 4 * std::size_t{number - kind.first})};
+  return *std::prev(after);
 }
 
-std::uint32_t Snapshot::EndOf(std::uint32_t number) const {
-  return number + 1 == recordCount_ ? recordsEnd_ : Locate(number + 1).position;
-}
-
-// The number of the record that starts there; recordCount_ when none does.
-std::uint32_t Snapshot::NumberOf(std::uint32_t position) const {
-  std::uint32_t low = 0;
-  for (std::uint32_t high = recordCount_; low < high;) {
-    const std::uint32_t middle = low + (high - low) / 2;
-    if (Locate(middle).position < position) {
-      low = middle + 1;
-    } else {
-      high = middle;
-    }
+// A record ends where the next one starts. None overlaps another then, and what it costs to read
+// all of them is bounded by the size of the file, whoever made it.
+RecordSource::Record Snapshot::Split(std::uint32_t number, const Kind& kind) const {
+  const std::uint32_t position = Position(number);
+  const std::uint64_t end = number + 1 == recordCount_ ? recordsEnd_ : Position(number + 1);
+  if (position >= end || end > recordsEnd_) {
+    RaiseCorrupt(path_, "its records are not in the order of their numbers");
   }
-  return low < recordCount_ && Locate(low).position == position ? low : recordCount_;
+  return SplitRecord(Bytes(position, end - position), kind.name, {path_, position});
+}
+
+// Where the record is, checked.
+const char* Snapshot::Load(std::uint32_t number) const {
+  if (const char* const known = records_.Get(number)) return known;
+  const Record record = Split(number, KindOf(number));
+  CheckRecord(record, number, {path_, Position(number)});
+  const char* const start = record.instance.data() - record.kind.size() - kRecordHead;
+  records_.Set(number, start);
+  return start;
 }
 
 RecordSource::Record Snapshot::Read(std::uint32_t number) const {
-  const Location location = Locate(number);
-  const Record record = ReadAt(location, EndOf(number));
-  if (bodies_[number].load(std::memory_order_relaxed) == 0) {
-    Verify(number, location, record);
-    const auto start = static_cast<std::uint64_t>(record.body.data() - file_.data());
-    bodies_[number].store(start << 32 | record.body.size(), std::memory_order_relaxed);
+  const char* const record = Load(number);
+  const std::string_view kind = KindOf(number).name;
+  return {kind, KeyOfRecord(record).substr(kind.size()), BodyOfRecord(record)};
+}
+
+// A damaged record whose key is whole is found, so that it can be replaced. One with the hash and
+// another key is either of a rare collision, and then its checksum is right, or damaged.
+bool Snapshot::HasInstance(std::uint32_t number, const Kind& kind,
+                           std::string_view instance) const {
+  if (const char* const known = records_.Get(number)) {
+    return KeyOfRecord(known).substr(kind.name.size()) == instance;
   }
-  return record;
-}
-
-std::string_view Snapshot::Body(std::uint32_t number) const {
-  const std::string_view body = CheckedBody(number);
-  return body.data() != nullptr ? body : Read(number).body;
-}
-
-// Only lengths are checked here; what they enclose is only good once Verify() has said so.
-RecordSource::Record Snapshot::ReadAt(const Location& location, std::uint32_t end) const {
-  const std::string_view head = Bytes(location.position, kRecordHead);
-  const std::uint64_t keySize = LoadLength(head.data());
-  const std::uint64_t dataSize = LoadLength(head.data() + 4);
-  const std::uint64_t start = std::uint64_t{location.position} + kRecordHead;
-  const std::string_view kind = location.kind->name;
-  if (start + keySize + dataSize > end || keySize < kind.size() ||
-      dataSize < kDataHead + kChecksumSize) {
-    RaiseCorrupt(path_, "the lengths of the record at byte " + std::to_string(location.position) +
-                            " are wrong");
-  }
-  const std::string_view bytes = Bytes(start, keySize + dataSize);
-  Record record;
-  record.kind = kind;
-  record.instance = bytes.substr(kind.size(), CheckedSize(keySize) - kind.size());
-  record.body = bytes.substr(CheckedSize(keySize) + kDataHead,
-                             CheckedSize(dataSize) - kDataHead - kChecksumSize);
-  return record;
-}
-
-void Snapshot::Verify(std::uint32_t number, const Location& location, const Record& record) const {
-  const char* const start = record.instance.data() - record.kind.size();
-  const char* const data = record.instance.data() + record.instance.size();
-  const char* const tail = record.body.data() + record.body.size();
-  const auto keySize = static_cast<std::uint64_t>(data - start);
-  const std::string_view covered(start, static_cast<std::size_t>(tail - start));
-  const bool good = LoadInteger<std::uint64_t>(tail) == Checksum(covered, keySize) &&
-                    static_cast<unsigned char>(data[0]) == kRecordVersion &&
-                    LoadLength(data + 1) == number && covered.starts_with(record.kind);
-  if (!good) {
-    RaiseCorrupt(path_, "the checksum of the record at byte " + std::to_string(location.position) +
-                            " is wrong");
-  }
-  CheckBody(record.body);
-}
-
-KeyIndexSearch Snapshot::Search(std::uint32_t hash) const {
-  const char* const table = file_.data() + kIndexSlotSize * std::size_t{hash % kIndexTables};
-  const std::uint64_t slots = LoadLength(table + 4);
-  return KeyIndexSearch(Bytes(LoadLength(table), kIndexSlotSize * slots), hash);
+  if (Split(number, kind).instance == instance) return true;
+  Load(number);
+  return false;
 }
 
 std::optional<std::uint32_t> Snapshot::Find(const Kind& kind, std::string_view instance) const {
-  const std::uint32_t hash = ContinueHash(kind.hash, instance);
-  KeyIndexSearch search = Search(hash);
-  while (const std::uint32_t position = search.Next()) {
-    const auto number = NumberAt(position, kind, instance);
-    if (number) return number;
+  Search search(*this, instances_, HashOfRecord(instance, kind.hash));
+  for (std::uint32_t number; (number = search.Next()) != kNone;) {
+    if (kind.Has(number) && HasInstance(number, kind, instance)) return number;
   }
-  RaiseIfDamaged(hash);
+  RaiseIfUnreadable(kind, kNone);
   return std::nullopt;
 }
 
-// The number of the record at this position when its key is the one given.
-std::optional<std::uint32_t> Snapshot::NumberAt(std::uint32_t position, const Kind& kind,
-                                                std::string_view instance) const {
-  const std::size_t prefix = kind.name.size();
-  const std::size_t keySize = prefix + instance.size();
-  const char* const head = Bytes(position, kRecordHead).data();
-  if (LoadLength(head) != keySize || LoadLength(head + 4) < kDataHead) return std::nullopt;
-  const char* const key = Bytes(std::uint64_t{position} + kRecordHead, keySize + kDataHead).data();
-  if (std::string_view(key, prefix) != kind.name ||
-      std::string_view(key + prefix, instance.size()) != instance) {
-    return std::nullopt;
+std::optional<std::uint32_t> Snapshot::FindFirst(const Kind& kind, std::string_view name,
+                                                 std::string_view value) const {
+  const std::uint64_t nameHash = HashOfName(name, kind.hash);
+  // Where the value is no string in some record, the answer is that of who asks one after the
+  // other.
+  if (Search(*this, values_, nameHash).Next() != kNone) return Walk(kind, name, value);
+  Search search(*this, values_, HashOfValue(value, nameHash));
+  bool isOdd = false;
+  for (std::uint32_t number; (number = search.Next()) != kNone;) {
+    if (kind.Has(number)) {
+      RaiseIfUnreadable(kind, number);
+      const ValueRef found = FindValue(Body(number), name);
+      if (found.type == ValueRef::Type::kString && found.text == value) return number;
+    }
+    isOdd = true;  // a rare collision, or a record that has two values of one name
   }
-  const std::uint32_t number = LoadLength(key + keySize + 1);
-  if (number >= recordCount_ || Locate(number).position != position) {
-    RaiseCorrupt(path_,
-                 "the record at byte " + std::to_string(position) + " has the number of another");
-  }
-  return number;
+  if (isOdd) return Walk(kind, name, value);
+  RaiseIfUnreadable(kind, kNone);
+  return std::nullopt;
 }
 
-// The hash leads to every record that may have the key. One with that hash and another key is
-// either of a rare collision, and then its checksum is right, or a damaged one.
-void Snapshot::RaiseIfDamaged(std::uint32_t hash) const {
-  KeyIndexSearch search = Search(hash);
-  while (const std::uint32_t position = search.Next()) {
-    const std::uint32_t number = NumberOf(position);
-    if (number < recordCount_) Read(number);
+std::optional<std::uint32_t> Snapshot::Walk(const Kind& kind, std::string_view name,
+                                            std::string_view value) const {
+  for (std::uint32_t number = kind.first; kind.Has(number); ++number) {
+    const ValueRef found = FindValue(Body(number), name);
+    if (found.type == ValueRef::Type::kInteger) RaiseWrongType(name, "a string");
+    if (found.type == ValueRef::Type::kString && found.text == value) return number;
   }
+  return std::nullopt;
+}
+
+// What one of the kind holds is not known, and it stands before that number.
+void Snapshot::RaiseIfUnreadable(const Kind& kind, std::uint32_t before) const {
+  const auto first = std::lower_bound(unreadable_.begin(), unreadable_.end(), kind.first);
+  if (first != unreadable_.end() && kind.Has(*first) && *first < before) Load(*first);
 }
 
 }  // namespace TavConfigStore

@@ -1,31 +1,34 @@
 // One committed state of the store: a mapped, immutable file.
 //
-// Shared by all threads; nothing in it changes but the notes of records that were found good. The
-// mapping stays valid when the file is renamed over, for as long as anything refers to it.
+// Shared by all threads; nothing in it changes but the notes of pages and records that were found
+// good. The mapping stays valid when the file is renamed over, for as long as anything refers to
+// it.
 #ifndef PLATFORM_SRC_CONFIGSTORE_SNAPSHOT_H_
 #define PLATFORM_SRC_CONFIGSTORE_SNAPSHOT_H_
 
 #include <sys/stat.h>
 
-#include <atomic>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
-#include "configstore/key_index.h"
 #include "configstore/object_contents.h"
 #include "configstore/object_key.h"
+#include "configstore/snapshot_record.h"
 #include "io/file_descriptor.h"
 #include "io/file_mapping.h"
+#include "util/published.h"
 
 namespace TavConfigStore {
 
 class Snapshot final : public RecordSource {
  public:
-  // Maps the file and checks everything that leads to its records. Null when there is no file.
-  // Raises ConfigStoreException: kCorrupt, kUnsupported, kPermissionDenied, kInsecure, kIoError.
+  // Maps the file and checks what opening needs; what that costs does not depend on the number of
+  // records. Null when there is no file. Raises ConfigStoreException: kCorrupt, kUnsupported,
+  // kPermissionDenied, kInsecure, kIoError.
   static std::shared_ptr<const Snapshot> Open(const std::string& path);
 
   Snapshot(const Snapshot&) = delete;
@@ -42,63 +45,82 @@ class Snapshot final : public RecordSource {
   // The records of one kind, in the order of their first write.
   struct Kind {
     std::string_view name;  // encoded
-    std::uint32_t hash = 0;
+    std::uint64_t hash = 0;
     DecodedKind parts;
     std::uint32_t first = 0;  // number of its first record
     std::uint32_t count = 0;
-    const char* positions = nullptr;
+
+    bool Has(std::uint32_t number) const { return number - first < count; }
   };
   const std::vector<Kind>& kinds() const { return kinds_; }
-  // Null when there is none. Of this snapshot, like the kinds that are given to Find().
+  // Null when there is none. Of this snapshot, like the kinds that are given to the searches.
   const Kind* FindKind(std::string_view name) const;
   const Kind* FindKind(const ConfigStoreObjectId& id) const;
 
-  // The number of the record; nothing when there is none. Raises kCorrupt where a damaged record
-  // might be the one that is looked for.
+  // The number of the record; nothing when there is none. Raises kCorrupt where a damaged record or
+  // page might be what leads to it.
   std::optional<std::uint32_t> Find(const Kind& kind, std::string_view instance) const;
+  // The number of the first record whose value of that name is this string; nothing when there is
+  // none. Raises kWrongType where a record before it has a number in its place, and kCorrupt where
+  // a damaged record or page might be what leads to it.
+  std::optional<std::uint32_t> FindFirst(const Kind& kind, std::string_view name,
+                                         std::string_view value) const;
 
   Record Read(std::uint32_t number) const override;
-  std::string_view Body(std::uint32_t number) const override;
+  std::string_view Body(std::uint32_t number) const override { return BodyOfRecord(Load(number)); }
   // The body of a record that was checked before; nothing of any other.
   std::string_view CheckedBody(std::uint32_t number) const noexcept {
-    const std::uint64_t body = bodies_[number].load(std::memory_order_relaxed);
-    if (body == 0) return std::string_view();
-    return std::string_view(file_.data() + (body >> 32), body & 0xffffffff);
+    const char* const record = records_.Get(number);
+    return record != nullptr ? BodyOfRecord(record) : std::string_view();
   }
 
+  // Reads all pages; raises kCorrupt when one is damaged.
+  void CheckPages() const;
+
  private:
-  struct Location {
-    const Kind* kind;
-    std::uint32_t position;
+  // The pages of one index.
+  struct Index {
+    std::uint32_t start = 0;
+    std::uint32_t homePages = 0;
+    std::uint32_t pages = 0;
   };
+  class Search;
 
   Snapshot(const std::string& path, const HostPlatform::Io::FileDescriptor& file,
            const struct stat& status);
 
-  void CheckFooter();
-  void ReadDirectory(std::string_view directory, std::uint32_t kindCount);
+  void ReadFooter();
+  void ReadRoot(std::string_view root, std::uint64_t kindsStart);
+  void ReadKinds(std::string_view kinds, std::uint32_t kindCount);
+  void IndexKinds();
   std::string_view Bytes(std::uint64_t position, std::uint64_t size) const;
-  void CheckKinds() const;
-  void CheckOrder() const;
-  Location Locate(std::uint32_t number) const;
-  std::uint32_t EndOf(std::uint32_t number) const;
-  std::uint32_t NumberOf(std::uint32_t position) const;
-  Record ReadAt(const Location& location, std::uint32_t end) const;
-  void Verify(std::uint32_t number, const Location& location, const Record& record) const;
-  KeyIndexSearch Search(std::uint32_t hash) const;
-  std::optional<std::uint32_t> NumberAt(std::uint32_t position, const Kind& kind,
-                                        std::string_view instance) const;
-  void RaiseIfDamaged(std::uint32_t hash) const;
+  const char* Page(std::uint32_t number) const;
+  std::uint32_t Position(std::uint32_t number) const;
+  const Kind& KindOf(std::uint32_t number) const;
+  Record Split(std::uint32_t number, const Kind& kind) const;
+  const char* Load(std::uint32_t number) const;
+  bool HasInstance(std::uint32_t number, const Kind& kind, std::string_view instance) const;
+  std::optional<std::uint32_t> Walk(const Kind& kind, std::string_view name,
+                                    std::string_view value) const;
+  void RaiseIfUnreadable(const Kind& kind, std::uint32_t before) const;
 
   std::string path_;
   struct stat status_;
   HostPlatform::Io::FileMapping mapping_;
-  std::string_view file_;  // the whole of it
-  std::uint32_t recordsEnd_ = 0;
+  std::string converted_;                  // what is used in place of a file of format 1
+  std::vector<std::uint32_t> unreadable_;  // records of such a file that no index leads to
+  std::string_view file_;                  // the whole of it
+  std::uint64_t key_ = 0;
+  std::uint64_t recordsEnd_ = 0;  // where the pages start
   std::uint32_t recordCount_ = 0;
+  std::uint32_t pageCount_ = 0;
+  Index instances_;
+  Index values_;
   std::vector<Kind> kinds_;
-  // By record number: where the body of a record that was found good is; 0 when not yet looked at.
-  std::unique_ptr<std::atomic<std::uint64_t>[]> bodies_;
+  std::vector<std::pair<std::uint64_t, std::uint32_t>> kindsByHash_;
+  // Where the pages and records are that were found good; null when not yet looked at.
+  HostPlatform::Published<const char> pages_;
+  HostPlatform::Published<const char> records_;
 };
 
 }  // namespace TavConfigStore

@@ -6,9 +6,8 @@
 #include <memory>
 #include <string>
 #include <string_view>
-#include <vector>
 
-#include "configstore/key_index.h"
+#include "configstore/snapshot_index.h"
 #include "io/file_descriptor.h"
 
 namespace TavConfigStore {
@@ -17,32 +16,26 @@ namespace TavConfigStore {
 // ConfigStoreException (kNoSpace) when the format's 4 GiB are full; the file is of no use then.
 class SnapshotWriter {
  public:
-  // `path` is what errors name; file and path outlive the writer.
-  SnapshotWriter(const HostPlatform::Io::FileDescriptor& file, const std::string& path);
+  // `path` is what errors name; file and path outlive the writer. `key` is that of the snapshot.
+  SnapshotWriter(const HostPlatform::Io::FileDescriptor& file, const std::string& path,
+                 std::uint64_t key);
   SnapshotWriter(const SnapshotWriter&) = delete;
   SnapshotWriter& operator=(const SnapshotWriter&) = delete;
 
   void BeginKind(std::string_view name);
+  // `body` stays where it is until Finish() returns.
   void Add(std::string_view instance, std::string_view body);
   void Finish();
 
  private:
-  struct Kind {
-    std::string name;
-    std::uint32_t hash = 0;
-    std::vector<std::uint32_t> positions;
-  };
-
   char* Room(std::size_t size);
   void Flush();
-  std::string MakeDirectory() const;
 
   const HostPlatform::Io::FileDescriptor& file_;
   const std::string& path_;
-  std::uint64_t position_;  // of the next record
-  std::uint32_t recordCount_ = 0;
-  std::vector<Kind> kinds_;
-  KeyIndexBuilder index_;
+  std::uint64_t position_ = 0;  // of the next record
+  std::string kind_;
+  SnapshotIndex index_;
   std::size_t capacity_;
   std::unique_ptr<char[]> buffer_;
   std::size_t unwritten_ = 0;  // that many bytes of the buffer

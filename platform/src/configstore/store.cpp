@@ -21,6 +21,7 @@
 #include "io/file_lock.h"
 #include "io/file_replacement.h"
 #include "io/host_paths.h"
+#include "tavconfigstore/value_search.h"
 
 namespace TavConfigStore {
 namespace {
@@ -102,7 +103,7 @@ std::shared_ptr<ConfigStoreObject> FetchFound(const FoundRecord& found) {
   return Fetch<ConfigStoreObject>(found.source->shared_from_this(), found.number, {});
 }
 
-class HostConfigStore final : public ConfigStore {
+class HostConfigStore final : public ConfigStore, public ValueSearch {
  public:
   explicit HostConfigStore(std::shared_ptr<const Snapshot> snapshot)
       : snapshot_(std::move(snapshot)) {}
@@ -117,6 +118,9 @@ class HostConfigStore final : public ConfigStore {
   void BeginTransaction() override;
   void CommitTransaction() override;
   void RollbackTransaction() override;
+
+  std::shared_ptr<ConfigStoreObject> FindFirst(const ConfigStoreObjectId& kindId, const char* name,
+                                               const std::string& value) override;
 
  private:
   std::shared_ptr<ConfigStoreObject> FetchCommitted(const Snapshot::Kind* kind,
@@ -174,6 +178,26 @@ std::vector<std::shared_ptr<ConfigStoreObject>> HostConfigStore::GetObjects(
   }
   if (one) objects.push_back(std::move(one));
   return objects;
+}
+
+// Within a transaction its own changes count, of which there is no index.
+std::shared_ptr<ConfigStoreObject> HostConfigStore::FindFirst(const ConfigStoreObjectId& kindId,
+                                                              const char* name,
+                                                              const std::string& value) {
+  CheckTransaction();
+  if (transaction_) {
+    for (const FoundRecord& found : transaction_->overlay().List(EncodeKind(kindId))) {
+      const ValueRef stored = FindValue(found.source->Body(found.number), name);
+      if (stored.type == ValueRef::Type::kInteger) RaiseWrongType(name, "a string");
+      if (stored.type == ValueRef::Type::kString && stored.text == value) return FetchFound(found);
+    }
+    return nullptr;
+  }
+  const Snapshot::Kind* const kind = Committed() ? snapshot_->FindKind(kindId) : nullptr;
+  if (kind == nullptr) return nullptr;
+  const auto number = snapshot_->FindFirst(*kind, name, value);
+  return number ? Fetch<ConfigStoreObject>(snapshot_, *number, snapshot_->CheckedBody(*number))
+                : nullptr;
 }
 
 void HostConfigStore::SetObject(const std::shared_ptr<ConfigStoreObject>& object,

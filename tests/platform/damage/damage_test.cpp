@@ -4,6 +4,8 @@
 
 #include <stdexcept>
 
+#include "tavconfigstore/value_search.h"
+
 namespace PlatformTest {
 namespace {
 
@@ -73,6 +75,19 @@ void DamageTest::AskKind(Answers* answers, const Store& store, const std::string
   for (const char* absent : {"delta", "alph", "bet", "gamm"}) {
     Ask(answers, std::string("absent object ") + absent,
         [&] { return store->GetObject(IdOf(absent, kind)) == nullptr; });
+  }
+  // By a value: the first that has the text, of several that have it.
+  for (const char* text : {"text of alpha", "text of beta", "another alpha", "absent text"}) {
+    Ask(answers, std::string("object with ") + text, [&, text] {
+      const auto found = dynamic_cast<TavConfigStore::ValueSearch&>(*store).FindFirst(
+          IdOf("", kind), "text", text);
+      for (const auto& [instance, contents] : entries) {
+        const auto value = contents.values.find("text");
+        if (value == contents.values.end() || value->second != Values::mapped_type(text)) continue;
+        return found != nullptr && Describe(found) == Describe(contents);
+      }
+      return found == nullptr;
+    });
   }
   Ask(answers, "list of " + kind, [&] {
     const auto listed = store->GetObjects(All(kind));

@@ -14,9 +14,12 @@ namespace {
 
 class BitRot : public DamageTest {
  protected:
-  // Changes every byte of the snapshot in turn, in each of the ways.
+  // Changes every byte of the snapshot in turn, in each of the ways; of the long rows of zeros in
+  // the pages of its indexes some.
   void FlipEveryByte(const std::vector<unsigned char>& patterns) {
-    for (std::size_t place = 0; place < bytes_.size(); ++place) {
+    std::size_t flips = 0;
+    for (std::size_t place = 0; place < bytes_.size(); place += InZeros(place) ? 7 : 1) {
+      flips += patterns.size();
       for (const unsigned char pattern : patterns) {
         std::string damaged = bytes_;
         damaged[place] = static_cast<char>(damaged[place] ^ pattern);
@@ -28,8 +31,7 @@ class BitRot : public DamageTest {
             << "unnoticed: byte " << place << " of " << bytes_.size() << " ^ " << int{pattern};
       }
     }
-    std::printf("%zu bytes, %zu flips, all raised, no answer wrong\n", bytes_.size(),
-                bytes_.size() * patterns.size());
+    std::printf("%zu bytes, %zu flips, all raised, no answer wrong\n", bytes_.size(), flips);
     StoreBytes(bytes_);
     EXPECT_FALSE(AskEverything().raised);
   }
@@ -46,6 +48,10 @@ class BitRot : public DamageTest {
   }
 
  private:
+  bool InZeros(std::size_t place) const {
+    return bytes_.compare(place, 64, std::string(64, '\0')) == 0;
+  }
+
   // Overwrites, moves, cuts out or doubles some bytes.
   std::string Damage(Random* random) const {
     std::string damaged = bytes_;

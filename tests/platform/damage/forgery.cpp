@@ -3,6 +3,7 @@
 #include <string_view>
 #include <utility>
 
+#include "configstore/index_page.h"
 #include "configstore/snapshot_format.h"
 #include "util/bytes.h"
 #include "util/checksum.h"
@@ -16,22 +17,23 @@ using namespace TavConfigStore::SnapshotFormat;  // NOLINT(google-build-using-na
 Forgery::Forgery(std::string snapshot)
     : bytes_(std::move(snapshot)),
       footer_(bytes_.size() - kFooterSize),
-      tables_(LoadInteger<std::uint64_t>(bytes_.data() + footer_ + 16)),
-      directory_(LoadInteger<std::uint64_t>(bytes_.data() + footer_ + 24)) {
-  for (std::size_t place = directory_; place < footer_;) {
-    const std::uint32_t nameLength = Get32(place);
-    const std::uint32_t count = Get32(place + 4);
-    place += 8 + nameLength;
-    for (std::uint32_t i = 0; i < count; ++i, place += 4) {
-      Record record{};
-      record.position = Get32(place);
-      record.key = record.position + kRecordHead;
-      record.data = record.key + Get32(record.position);
-      record.body = record.data + kDataHead;
-      record.checksum = record.data + Get32(record.position + 4) - kChecksumSize;
-      records_.push_back(record);
-    }
+      root_(footer_ - kRootSize),
+      kinds_(LoadInteger<std::uint64_t>(bytes_.data() + footer_ + 24)),
+      recordsEnd_(LoadInteger<std::uint64_t>(bytes_.data() + root_)) {
+  const std::uint32_t count = Get32(root_ + 8);
+  for (std::uint32_t i = 0; i < count; ++i) {
+    Record record{};
+    record.position = Get32(page(i / kPositionsPerPage) + std::size_t{4} * (i % kPositionsPerPage));
+    record.key = record.position + kRecordHead;
+    record.data = record.key + Get32(record.position);
+    record.body = record.data + kDataHead;
+    record.checksum = record.data + Get32(record.position + 4) - kChecksumSize;
+    records_.push_back(record);
   }
+}
+
+std::uint64_t Forgery::Get64(std::size_t place) const {
+  return LoadInteger<std::uint64_t>(bytes_.data() + place);
 }
 
 std::uint32_t Forgery::Get32(std::size_t place) const {
@@ -58,8 +60,11 @@ const std::string& Forgery::Sealed() {
     Set64(record.checksum,
           Checksum(all.substr(record.key, record.checksum - record.key), record.data - record.key));
   }
+  const std::uint64_t key = Get64(footer_ + 16);
+  for (std::uint32_t i = 0; i < pageCount(); ++i)
+    Set64(page(i) + kPageContent, TavConfigStore::ChecksumOfPage(&bytes_[page(i)], key, i));
   const std::size_t end = bytes_.size() - kChecksumSize;
-  Set64(end, Checksum(all.substr(tables_, end - tables_), Checksum(all.substr(0, kTableSize))));
+  Set64(end, Checksum(all.substr(kinds_, end - kinds_)));
   return bytes_;
 }
 

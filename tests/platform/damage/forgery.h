@@ -18,8 +18,12 @@ class Forgery {
 
   // Where things stand, as in the snapshot that it was made from.
   std::size_t footer() const { return footer_; }
-  std::size_t tables() const { return tables_; }
-  std::size_t directory() const { return directory_; }
+  std::size_t root() const { return root_; }
+  std::size_t kinds() const { return kinds_; }
+  std::size_t recordsEnd() const { return recordsEnd_; }
+  // The pages: of positions, of the index of keys, of the index of values, if each has one.
+  std::size_t page(std::size_t number) const { return recordsEnd_ + 4096 * number; }
+  std::size_t pageCount() const { return (kinds_ - recordsEnd_) / 4096; }
   struct Record {
     std::size_t position;  // of the record's head
     std::size_t key;
@@ -30,6 +34,7 @@ class Forgery {
   const std::vector<Record>& records() const { return records_; }
 
   std::uint32_t Get32(std::size_t place) const;
+  std::uint64_t Get64(std::size_t place) const;
   void Set32(std::size_t place, std::uint32_t value);
   void Set64(std::size_t place, std::uint64_t value);
   void SetByte(std::size_t place, unsigned char value);
@@ -40,8 +45,9 @@ class Forgery {
  private:
   std::string bytes_;
   std::size_t footer_;
-  std::size_t tables_;
-  std::size_t directory_;
+  std::size_t root_;
+  std::size_t kinds_;
+  std::size_t recordsEnd_;
   std::vector<Record> records_;
 };
 

@@ -132,9 +132,9 @@ TEST_F(UnusableFile, SymbolicLinkToNothingIsNotTakenForANewStore) {
 
 TEST_F(UnusableFile, OneOfANewerFormatIsRefusedWithTheWayOut) {
   std::string newer = bytes_;
-  newer[bytes_.size() - 40] = 2;  // the footer's version
+  newer[bytes_.size() - 40] = 3;  // the footer's version
   StoreBytes(newer);
-  ExpectRefused(kUnsupported, "format 2");
+  ExpectRefused(kUnsupported, "format 3");
   EXPECT_TRUE(ReadFile(SnapshotPath()) == newer);
 }
 

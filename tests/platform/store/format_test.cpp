@@ -1,16 +1,18 @@
 // The stored bytes, looked at without the store: what is on the disks of hosts must stay readable.
-#include <cdb.h>
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <optional>
+#include <set>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "configstore/object_key.h"
 #include "configstore/snapshot.h"
 #include "support/child_process.h"
 #include "support/host_test.h"
+#include "util/bytes.h"
 #include "util/checksum.h"
 
 namespace PlatformTest {
@@ -20,18 +22,24 @@ using namespace std::string_literals;  // NOLINT(google-build-using-namespace): 
 
 class StoredFormat : public HostTest {
  protected:
-  // What a program that knows constant databases, and nothing of the store, finds under the key.
-  std::optional<std::string> Find(const std::string& key) const {
-    const int file = open(SnapshotPath().c_str(), O_RDONLY | O_CLOEXEC);
-    struct cdb database;
-    EXPECT_EQ(cdb_init(&database, file), 0);
-    std::optional<std::string> data;
-    if (cdb_find(&database, key.data(), static_cast<unsigned>(key.size())) > 0) {
-      data.emplace(static_cast<const char*>(cdb_getdata(&database)), cdb_datalen(&database));
+  // The records, one after the other, as keys and data; up to where the footer says that they end.
+  std::vector<std::pair<std::string, std::string>> Records() const {
+    const std::string bytes = ReadFile(SnapshotPath());
+    const auto end = HostPlatform::LoadInteger<std::uint64_t>(bytes.data() + bytes.size() - 80);
+    std::vector<std::pair<std::string, std::string>> records;
+    for (std::size_t at = 0; at < end;) {
+      const auto keySize = HostPlatform::LoadInteger<std::uint32_t>(&bytes[at]);
+      const auto dataSize = HostPlatform::LoadInteger<std::uint32_t>(&bytes[at + 4]);
+      records.emplace_back(bytes.substr(at + 8, keySize), bytes.substr(at + 8 + keySize, dataSize));
+      at += 8 + std::size_t{keySize} + dataSize;
     }
-    cdb_free(&database);
-    close(file);
-    return data;
+    return records;
+  }
+  std::optional<std::string> Find(const std::string& key) const {
+    for (auto& [stored, data] : Records()) {
+      if (stored == key) return data;
+    }
+    return std::nullopt;
   }
 };
 
@@ -80,23 +88,36 @@ TEST_F(StoredFormat, EndsWithTheDocumentedFooter) {
   const std::string bytes = ReadFile(SnapshotPath());
   const std::string footer = bytes.substr(bytes.size() - 48);
   EXPECT_EQ(footer.substr(0, 8), "QCFSTOR1");
-  EXPECT_EQ(footer.substr(8, 8), "\1\0\0\0\1\0\0\0"s);  // version, kinds
-  const std::string directory =
-      "\x1d\0\0\0\1\0\0\0"s + "5:tests,8:platform,7:volumes," + "\0\x8\0\0"s;
-  EXPECT_EQ(bytes.substr(bytes.size() - 48 - directory.size(), directory.size()), directory);
+  EXPECT_EQ(footer.substr(8, 8), "\2\0\0\0\1\0\0\0"s);      // version, kinds
+  const std::string root = "\x49\0\0\0\0\0\0\0\1\0\0\0"s +  // end of the records, their number
+                           "\1\0\0\0\1\0\0\0\1\0\0\0\1\0\0\0\0\0\0\0"s;
+  EXPECT_EQ(bytes.substr(bytes.size() - 48 - 32, 32), root);
+  const std::string kinds = "\x1d\0\0\0\1\0\0\0"s + "5:tests,8:platform,7:volumes,";
+  EXPECT_EQ(bytes.substr(bytes.size() - 48 - 32 - kinds.size(), kinds.size()), kinds);
+  EXPECT_EQ(bytes.size(), 0x49U + 3 * 4096 + kinds.size() + 32 + 48);
 }
 
-TEST_F(StoredFormat, DependsOnNothingButWhatIsStored) {
+TEST_F(StoredFormat, HasAKeyOfItsOwnInEachSnapshot) {
+  std::set<std::string> keys;
+  for (int i = 0; i < 20; ++i) {
+    Put(OpenStore(), "a", "1");
+    const std::string bytes = ReadFile(SnapshotPath());
+    keys.insert(bytes.substr(bytes.size() - 32, 8));
+  }
+  EXPECT_EQ(keys.size(), 20U);
+}
+
+TEST_F(StoredFormat, HasTheSameRecordsWhoeverWritesThem) {
   const auto store = [] {
     Put(OpenStore(), "a", "1");
     Put(OpenStore(), "b", "2");
     Put(OpenStore(), "c", "3", kOtherKind);
   };
   store();
-  const std::string first = ReadFile(SnapshotPath());
+  const auto first = Records();
   ASSERT_EQ(unlink(SnapshotPath().c_str()), 0);
   RunInChild(store);
-  EXPECT_TRUE(ReadFile(SnapshotPath()) == first);
+  EXPECT_TRUE(Records() == first);
 }
 
 // By what a process tells whether it has the newest file mapped already.
@@ -145,8 +166,9 @@ TEST(EncodedKind, DoesNotDependOnTheInstance) {
 TEST(EncodedKind, OtherBytesAreNotOne) {
   for (const char* bytes :
        {"", "1", "1:", "1:c", "1:c,", "1:c,1:g,", "1:c,1:g,1:k", "1:c,1:g,1:k,x", "1:c,1:g,2:k,",
-        "1:c,1:g,9:k,", "x:c,1:g,1:k,", "-1:c,1:g,1:k,", "1,c,1:g,1:k,", "1:c:1:g,1:k,",
-        "18446744073709551615:c,1:g,1:k,", "99999999999999999999:c,1:g,1:k,", ":c,1:g,1:k,"}) {
+        "1:c,1:g,9:k,", "01:c,1:g,1:k,", "00:,1:g,1:k,", "x:c,1:g,1:k,", "-1:c,1:g,1:k,",
+        "1,c,1:g,1:k,", "1:c:1:g,1:k,", "18446744073709551615:c,1:g,1:k,",
+        "99999999999999999999:c,1:g,1:k,", ":c,1:g,1:k,"}) {
     EXPECT_FALSE(TavConfigStore::DecodeKind(bytes).ok) << bytes;
   }
 }

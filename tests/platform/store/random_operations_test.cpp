@@ -10,11 +10,14 @@
 #include "support/child_process.h"
 #include "support/host_test.h"
 #include "support/model.h"
+#include "tavconfigstore/value_search.h"
 
 namespace PlatformTest {
 namespace {
 
 using namespace TavConfigStore;  // NOLINT(google-build-using-namespace): the error codes
+
+using namespace std::string_literals;  // NOLINT(google-build-using-namespace): an embedded NUL
 
 constexpr std::size_t kMostHandles = 5;
 constexpr std::size_t kMostHeld = 20;
@@ -209,7 +212,32 @@ class RandomOperations : public HostTest {
     held_.push_back({object, *stored, kind, instance});
   }
 
+  // The first object that has the value, as the model tells.
+  void CheckSearch(Handle& handle) {
+    const std::string& kind = random_.Of(Kinds());
+    const std::string& name = random_.Of(ValueNames());
+    const std::string value = random_.Of(Texts{"", "x", "same", "same\0"s, "absent"});
+    std::string expected = kAbsent;
+    CSErrorCodes code = kNothing;
+    for (const auto& [instance, contents] : View(handle).Of(kind)) {
+      const auto found = contents.values.find(name);
+      if (found == contents.values.end()) continue;
+      const auto* const text = std::get_if<std::string>(&found->second);
+      if (text == nullptr) code = kWrongType;
+      if (text != nullptr && *text == value) expected = Describe(&contents);
+      if (code != kNothing || expected != kAbsent) break;
+    }
+    std::string answer = kAbsent;
+    EXPECT_EQ(CodeOf([&] {
+                auto& search = dynamic_cast<ValueSearch&>(*handle.store);
+                answer = Describe(search.FindFirst(IdOf("", kind), name.c_str(), value));
+              }),
+              code);
+    EXPECT_EQ(answer, expected);
+  }
+
   void CheckOne() {
+    CheckSearch(AnyHandle());
     Handle& handle = AnyHandle();
     const std::string& kind = random_.Of(Kinds());
     const std::string& instance = random_.Of(Instances());

@@ -51,7 +51,8 @@ Values ValuesOf(const TavConfigStore::ReadOnlyObject& object) {
 }
 
 std::variant<std::string, long long> RandomValue(Random* random) {
-  if (random->OneIn(3)) return static_cast<long long>(random->Number());
+  if (random->OneIn(6)) return static_cast<long long>(random->Number());
+  if (random->OneIn(2)) return random->Of(std::vector<std::string>{"", "x", "same", "same\0"s});
   return random->Bytes(random->OneIn(10) ? 5000 : 40);
 }
 
@@ -80,6 +81,10 @@ Values* FindPart(Contents* contents, const std::pair<std::string, std::string>& 
 const std::vector<std::string>& Kinds() {
   static const std::vector<std::string> kinds = {"volumes", "", "1:a,", "\xff\0"s};
   return kinds;
+}
+
+const std::vector<std::string>& ValueNames() {
+  return kValueNames;
 }
 
 const std::vector<std::string>& Instances() {

@@ -39,6 +39,7 @@ class State {
 // The names that random operations choose from.
 const std::vector<std::string>& Kinds();
 const std::vector<std::string>& Instances();
+const std::vector<std::string>& ValueNames();
 
 Contents RandomContents(Random* random);
 // One random change to what the object holds, made to both forms.

@@ -1,0 +1,41 @@
+// One record in the bytes of a snapshot.
+#ifndef PLATFORM_SRC_CONFIGSTORE_SNAPSHOT_RECORD_H_
+#define PLATFORM_SRC_CONFIGSTORE_SNAPSHOT_RECORD_H_
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "configstore/object_contents.h"
+#include "configstore/snapshot_format.h"
+#include "util/bytes.h"
+
+namespace TavConfigStore {
+
+// Where it stands, for messages.
+struct RecordPlace {
+  const std::string& path;
+  std::uint64_t position;
+};
+
+// The parts of the record that `bytes` start with; they may go on behind it. Only lengths are
+// checked here: what they enclose is only good once CheckRecord() has said so. Both raise kCorrupt.
+RecordSource::Record SplitRecord(std::string_view bytes, std::string_view kind,
+                                 const RecordPlace& place);
+void CheckRecord(const RecordSource::Record& record, std::uint32_t number,
+                 const RecordPlace& place);
+
+// The parts of a record that was found good before.
+inline std::string_view KeyOfRecord(const char* record) {
+  return {record + SnapshotFormat::kRecordHead, HostPlatform::LoadInteger<std::uint32_t>(record)};
+}
+inline std::string_view BodyOfRecord(const char* record) {
+  using namespace SnapshotFormat;
+  const std::size_t keySize = HostPlatform::LoadInteger<std::uint32_t>(record);
+  const std::size_t dataSize = HostPlatform::LoadInteger<std::uint32_t>(record + 4);
+  return {record + kRecordHead + keySize + kDataHead, dataSize - kDataHead - kChecksumSize};
+}
+
+}  // namespace TavConfigStore
+
+#endif  // PLATFORM_SRC_CONFIGSTORE_SNAPSHOT_RECORD_H_
