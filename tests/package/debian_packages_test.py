@@ -47,6 +47,18 @@ def files_in(package):
     return [line.split()[5].lstrip(".") for line in listing.splitlines()]
 
 
+def documented_files():
+    """Names of the files in the host directory, from the table in docs/formats.md."""
+    with open(os.path.join(ROOT, "docs", "formats.md"), encoding="utf-8") as file:
+        table = file.read().split("| name | owner, mode |")[1].split("\n\n")[0]
+    names = [name for row in re.findall(r"^\|(.*?)\|", table, re.MULTILINE)
+             for name in re.findall("`([^`/]+)`", row) if name != "."]
+    replaced = [name for name in names if not name.startswith(".") and not name.endswith(".lock")]
+    for name in names:
+        for one in replaced if "NAME" in name else [name]:
+            yield name.replace("NAME", one).replace("X", "0")
+
+
 class DebianPackages(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
@@ -313,8 +325,8 @@ class DebianPackages(unittest.TestCase):
                                "host-config.json was a link to it\n")
 
     def fill_host_directory(self):
-        """The catalogue in both stores, and what killed writers leave. The packages are installed again
-        afterwards."""
+        """The catalogue in both stores, and all that docs/formats.md says there may be. The packages are
+        installed again afterwards."""
         self.addCleanup(self.root.install, self.packages.values())
         with open(self.root.path + CATALOGUE, encoding="utf-8") as file:
             catalogue = json.load(file)
@@ -327,8 +339,8 @@ class DebianPackages(unittest.TestCase):
                 result = self.quorctl(*command)
                 self.assertEqual(result.returncode, 0, result.stderr)
         host = os.path.join(self.root.path, HOST)
-        for name in ("config-store.cdb", "host-config.json", "features"):
-            with open(os.path.join(host, f".{name}.new-0123456789abcdef"), "wb"):
+        for name in documented_files():
+            with open(os.path.join(host, name), "ab"):
                 pass
         return host
 
