@@ -50,11 +50,11 @@ class ReadOnly(QuorctlCase):
     def test_DirectoryWithoutWritePermissionIsEnough(self):
         content = document([policy("Gold")], [datastore()])
         self.apply(content)
-        mode = os.stat(self.host).st_mode
-        for entry in os.listdir(self.host):
-            os.chmod(os.path.join(self.host, entry), 0o444)
-        os.chmod(self.host, 0o555)
-        self.addCleanup(os.chmod, self.host, mode)
+        for folder, _, names in os.walk(self.host, topdown=False):
+            for name in names:
+                os.chmod(os.path.join(folder, name), 0o444)
+            os.chmod(folder, 0o555)
+            self.addCleanup(os.chmod, folder, 0o755)
         self.assertEqual(json.loads(self.ask("list", "policies", "-o", "json").text),
                          content["policies"])
         self.look_at_everything()

@@ -10,7 +10,7 @@ from quorctl_case import QUORCTL, STRANGER
 def need_root(case):
     """Leaves the test out where it cannot act as another user; scripts/test counts these lines."""
     if os.geteuid() != 0:
-        print(f"left out: {case.id()}: needs root")
+        print(f"\nleft out: {case.id()}: needs root", flush=True)  # not behind the dots of unittest
         case.skipTest("needs root")
 
 

@@ -1,5 +1,6 @@
 // Something else than a whole snapshot in the snapshot's place.
 #include <gtest/gtest.h>
+#include <sys/mount.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -9,6 +10,8 @@
 #include <string>
 
 #include "damage/damage_test.h"
+#include "support/child_process.h"
+#include "support/needs.h"
 #include "support/random.h"
 
 namespace PlatformTest {
@@ -102,9 +105,13 @@ TEST_F(UnusableFile, PipeInItsPlaceIsRefusedWithoutWaitingForItsOtherEnd) {
 }
 
 TEST_F(UnusableFile, DeviceInItsPlaceIsRefused) {
-  ASSERT_EQ(unlink(SnapshotPath().c_str()), 0);
-  ASSERT_EQ(mknod(SnapshotPath().c_str(), S_IFCHR | 0600, StatusOf("/dev/zero").st_rdev), 0);
-  ExpectRefused(kCorrupt, "not a plain file");
+  Machine::NeedNamespaces();
+  RunInChild([this] {
+    ASSERT_TRUE(Machine::KeepMountsPrivate());
+    // Mounted, as the root of a user namespace may make no device.
+    ASSERT_EQ(mount("/dev/zero", SnapshotPath().c_str(), nullptr, MS_BIND, nullptr), 0);
+    ExpectRefused(kCorrupt, "not a plain file");
+  });
 }
 
 TEST_F(UnusableFile, SocketInItsPlaceIsRefused) {
