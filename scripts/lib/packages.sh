@@ -45,6 +45,14 @@ lint  clang-tidy      static checks of the sources
 lint  shellcheck      static checks of the scripts
 fuzz  clang-14         compiler of the fuzz targets
 fuzz  libclang-rt-14-dev libFuzzer and the sanitizers of clang
+cross python3         runs the tests of files and digests
+cross qemu-user       runs programs of other architectures
+cross-arm64 g++-aarch64-linux-gnu compiler
+cross-armhf g++-arm-linux-gnueabihf compiler
+cross-i386 g++-i686-linux-gnu compiler
+cross-ppc64el g++-powerpc64le-linux-gnu compiler
+cross-riscv64 g++-riscv64-linux-gnu compiler
+cross-s390x g++-s390x-linux-gnu compiler
 bench python3         prints and draws the results
 bench valgrind        counts instructions
 bench util-linux      tells the file system of the measured directory

@@ -15,7 +15,7 @@ using Recording::Quoted;
 namespace {
 
 bool Fails(const char* function, std::string_view argument) {
-  Recording::LogCall(function + (" " + Quoted(argument)));
+  Recording::LogCall(function + (' ' + Quoted(argument)));
   Recording::Platform& platform = Recording::ThePlatform();
   ++platform.base64Calls;
   return platform.base64Fails && platform.base64Fails(platform.base64Calls);

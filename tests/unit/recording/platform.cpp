@@ -18,7 +18,7 @@ void PrintValues(const Values& values, std::ostream* out) {
 }
 
 std::string WithInstance(std::string label, const std::string& instance) {
-  if (!instance.empty()) label += "[" + Quoted(instance) + "]";
+  if (!instance.empty()) label += '[' + Quoted(instance) + ']';
   return label;
 }
 
