@@ -97,7 +97,9 @@ class QuorctlCase(unittest.TestCase):
         self.search_path = {}  # where such a process finds its libraries
 
     def environment(self, **changes):
-        kept = {name: value for name, value in os.environ.items() if not name.startswith("QUOR_")}
+        # scripts/mutate chooses a mistake by that one.
+        kept = {name: value for name, value in os.environ.items()
+                if not name.startswith("QUOR_") or name == "QUOR_MUTATION"}
         return {**kept, **self.search_path, "QUOR_HOST_DIR": self.host, **changes}
 
     def start(self, *arguments, environment=None, **options):
