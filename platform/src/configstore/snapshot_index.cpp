@@ -68,7 +68,8 @@ std::string SnapshotIndex::Finish(std::uint64_t recordsEnd) {
   Sort(&records_);
   Sort(&values_);
   DropRepeatedValues();
-  bytes.reserve(4 * positions_.size() + 18 * (records_.size() + values_.size()) + 6 * kPageSize);
+  bytes.reserve(4 * positions_.size() + 18 * (records_.size() + values_.size()) +
+                std::size_t{6} * kPageSize);
   AppendPositions(&bytes);
   const Size keys = AppendIndex(records_, &bytes);
   const Size values = AppendIndex(values_, &bytes);
