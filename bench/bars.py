@@ -1,3 +1,5 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """What the library must reach, and whether it does.
 
 A bar compares two medians of one run, so that most of what a machine adds to both is gone. Where a

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The calls whose instructions callgrind counts. Of each, two calls are made before: what a first
 // call does more is not in the count, but for the cases that are first calls.
 #include <valgrind/callgrind.h>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // One way to keep a catalogue: the library over one of its stores, or what a user would pick
 // instead. All are asked the same questions.
 #ifndef BENCH_CATALOGUE_H_

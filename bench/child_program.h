@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // A program that is run as a child, again and again.
 #ifndef BENCH_CHILD_PROGRAM_H_
 #define BENCH_CHILD_PROGRAM_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Who is measured: one workload, in every kind of catalogue.
 #ifndef BENCH_CONTESTANTS_H_
 #define BENCH_CONTESTANTS_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Records in turn, in an order that caches cannot foresee.
 #ifndef BENCH_CYCLE_H_
 #define BENCH_CYCLE_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The least that a durable replacement can cost: the system calls, and nothing of a store.
 #ifndef BENCH_FLOOR_H_
 #define BENCH_FLOOR_H_

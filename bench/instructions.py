@@ -1,3 +1,5 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """Counts the instructions of the library's main calls by callgrind, and compares them with those
 that are kept.
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // A peer: the same catalogue in one JSON file, read and parsed again for each call. A replacement
 // writes a new file, flushes it, renames it over the old one and flushes the directory.
 #ifndef BENCH_JSON_CATALOGUE_H_

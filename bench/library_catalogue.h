@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The library, over the one or the other of a host's stores.
 #ifndef BENCH_LIBRARY_CATALOGUE_H_
 #define BENCH_LIBRARY_CATALOGUE_H_

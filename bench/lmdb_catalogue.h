@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // A peer: the same catalogue in an LMDB environment.
 //
 // Set up as a careful author would: LMDB's own locks, every commit flushed, an index for each

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // An LMDB environment, and one transaction in it. Failures are std::runtime_error.
 #ifndef BENCH_LMDB_ENVIRONMENT_H_
 #define BENCH_LMDB_ENVIRONMENT_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Measures the library over both of its stores, and beside it what a user would pick instead. To be
 // run by scripts/bench, which makes tables and plots of the numbers.
 #include <exception>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Whether numbers of this build mean anything.
 #ifndef BENCH_OPTIMISATION_H_
 #define BENCH_OPTIMISATION_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The command line of store_benchmark.
 #ifndef BENCH_OPTIONS_H_
 #define BENCH_OPTIONS_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The parts of the benchmark. Each is a run of its own, with one workload.
 #ifndef BENCH_PARTS_H_
 #define BENCH_PARTS_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // What a probe asks: a small program that asks one kind of catalogue and ends. Each probe is linked
 // to what its own catalogue needs and to nothing else.
 #ifndef BENCH_PROBE_H_

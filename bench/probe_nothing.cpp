@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The same program without a catalogue: what remains is the start and the end of a process.
 #include "probe.h"
 

@@ -1,3 +1,5 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """Prints the tables of a run, or writes them and the plots into a document.
 
     report.py RESULTS.json [--document FILE]

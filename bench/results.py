@@ -1,3 +1,5 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """The results of a run: what they are of, and their medians."""
 from __future__ import annotations
 

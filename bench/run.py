@@ -1,3 +1,5 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """Runs the benchmark over all workloads and writes the results into one file.
 
     run.py PROGRAM OUTPUT [--quick]

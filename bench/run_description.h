@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // What the numbers depend on, told with them.
 #ifndef BENCH_RUN_DESCRIPTION_H_
 #define BENCH_RUN_DESCRIPTION_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Results of the parts that Google Benchmark does not run: rows of single measurements.
 #ifndef BENCH_SAMPLES_H_
 #define BENCH_SAMPLES_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The peer: the same catalogue in an SQLite database, asked the same questions.
 //
 // Set up as a careful author would: write-ahead log, every commit flushed, normalised tables with

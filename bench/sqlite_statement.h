@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Owners of an SQLite connection and of its prepared statements. Failures are std::runtime_error.
 #ifndef BENCH_SQLITE_STATEMENT_H_
 #define BENCH_SQLITE_STATEMENT_H_

@@ -1,3 +1,5 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """The tables of a run, as Markdown that is readable as it stands."""
 from __future__ import annotations
 

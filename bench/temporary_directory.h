@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // A directory of its own, gone with everything in it at the end.
 #ifndef BENCH_TEMPORARY_DIRECTORY_H_
 #define BENCH_TEMPORARY_DIRECTORY_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The catalogue that everything is measured with.
 #ifndef BENCH_WORKLOAD_H_
 #define BENCH_WORKLOAD_H_

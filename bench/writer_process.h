@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Another process that commits when it is told to.
 #ifndef BENCH_WRITER_PROCESS_H_
 #define BENCH_WRITER_PROCESS_H_

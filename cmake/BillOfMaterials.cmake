@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
+
 # The bill of materials: which version of which foreign software is in the libraries and in quorctl, in
 # CycloneDX's form, installed with the texts. Versions are those of the headers that the compiler finds.
 # It has no date, so that a second build makes the same file.

@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
+
 # Flags of every target of this project; a program that uses the library sees none of them.
 add_library(quor_build_flags INTERFACE)
 target_compile_options(quor_build_flags INTERFACE

@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
+
 # Counts which lines and branches of the two libraries are run; scripts/coverage tells what came out.
 # Tests and tools are not counted.
 foreach(objects quor_objects quor_platform_objects)

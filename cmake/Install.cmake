@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
+
 # What `cmake --install` puts where, in components:
 #
 #   runtime               the two shared libraries; group and directory of the host

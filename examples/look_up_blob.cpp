@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Prints the policy blob that applies to a datastore, as it is, to the standard output.
 //
 //   look_up_blob DATASTORE_URL              of the datastore's default policy

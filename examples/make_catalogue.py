@@ -1,4 +1,6 @@
 #!/usr/bin/env python3
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """Writes catalogue.json, the example catalogue:  ./make_catalogue.py > catalogue.json
 
 The same output on every run. Each policy has a blob for the namespace RILK and for one to three

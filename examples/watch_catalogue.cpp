@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Says when the catalogue changes, and what of it.
 //
 //   watch_catalogue                  looks once a second, for ever

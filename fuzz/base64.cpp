@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Any text is decoded or refused, and one text only stands for some bytes; any bytes come back.
 #include <cstdint>
 #include <cstdlib>

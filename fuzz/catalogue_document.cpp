@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Any text as catalogue document: a catalogue or a message, and what is written of a catalogue
 // reads back.
 #include <string>

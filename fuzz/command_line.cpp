@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Any words as command line of quorctl: it is understood or refused as a usage error. The commands
 // declare their options as ever, but do nothing when they are run.
 #include <algorithm>

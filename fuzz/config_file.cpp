@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Any bytes as configuration file: a tree or an exception, and what is written of a tree reads
 // back.
 #include <simdjson.h>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // What must hold for every input.
 #ifndef FUZZ_EXPECT_H_
 #define FUZZ_EXPECT_H_

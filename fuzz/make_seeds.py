@@ -1,3 +1,5 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """Makes the inputs that the fuzz targets start from, below fuzz/seeds.
 
     make_seeds.py QUORCTL

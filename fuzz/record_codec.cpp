@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Any bytes as body of a record: well-formed or refused, and what is well-formed can be copied
 // value by value into an object that reads the same.
 #include <cstring>

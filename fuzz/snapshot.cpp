@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Any bytes as snapshot of the configuration store: every record is an object or an exception.
 #include <fcntl.h>
 #include <unistd.h>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Changes snapshots at random and mostly gives them right checksums again: otherwise every change
 // would end at the first of them, and nothing behind would ever be tried.
 #include <cstdint>

@@ -1,3 +1,5 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """Shows a header of this project to Doxygen: its plain comments as documentation.
 
     filter.py HEADER

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The exceptions of both stores, and formatting into strings.
 #include <cstdarg>
 #include <cstdio>

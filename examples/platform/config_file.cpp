@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The configuration file: branches by their paths. A session works on a copy of the tree, which
 // Write() puts in place of the tree; sessions take turns.
 #include "zynctl/config_file.h"

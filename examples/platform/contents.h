@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // What the example platform keeps: records in the memory of one process.
 //
 // The headers leave three things to the platform: what an object holds (ObjectContents), what a

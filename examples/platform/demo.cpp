@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Pushes a policy and a datastore and asks for them, all in one process, since that is where the
 // example platform keeps its records. Exits with 1 when an answer is not what was pushed.
 #include <quor/quor_lib.h>

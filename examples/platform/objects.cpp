@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Objects: named values and sub-objects. A fetched object is a copy here, which is simple; a
 // platform that cares decodes a value when it is asked for.
 #include "tavconfigstore/object.h"

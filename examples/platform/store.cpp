@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The configuration store: a list of records that a commit replaces as a whole, so that a reader
 // sees one committed list or the next.
 #include "tavconfigstore/config_store.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The feature switches: number 62 selects the configuration store while it is on, otherwise the
 // configuration file. They are constant here; a host flips a byte that is shared by its processes.
 #include "platform/feature_list.h"

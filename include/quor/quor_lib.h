@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // libquor: the host's catalogue of storage policies and of the datastores that use them.
 //
 // A manager replaces the whole catalogue with AddPolicyInfo() and AddDatastoreInfo(); storage

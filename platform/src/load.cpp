@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // What happens when the platform is loaded and unloaded, in this order and nothing else.
 //
 // The feature switches are read as plain bytes, so they must be in place before the first call.

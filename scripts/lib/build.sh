@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
+
 # shellcheck shell=bash
 # The build directory that quickstart and the tests share. To be sourced by bash.
 

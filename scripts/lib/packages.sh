@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
+
 # shellcheck shell=bash
 # The Debian packages that the scripts need, and their installation. To be sourced by bash.
 #

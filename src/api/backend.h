@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The primitives that every backend offers, and the choice of the backend for one call.
 //
 // Whatever store holds the records, the entry points are built from these operations only. What

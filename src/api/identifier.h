@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Identifiers and names in a scan of the catalogue.
 #ifndef SRC_API_IDENTIFIER_H_
 #define SRC_API_IDENTIFIER_H_

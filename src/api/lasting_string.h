@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Constant strings that calls may use at any time.
 #ifndef SRC_API_LASTING_STRING_H_
 #define SRC_API_LASTING_STRING_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The configuration-file backend: policies and datastores as branches of the host configuration
 // file, each operation under the file's lock, with one Write() where it changes something.
 #ifndef SRC_CONFIGFILE_BACKEND_H_

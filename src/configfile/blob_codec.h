@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Blobs in the configuration file: Base64 text.
 #ifndef SRC_CONFIGFILE_BLOB_CODEC_H_
 #define SRC_CONFIGFILE_BLOB_CODEC_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Datastore records in the configuration file.
 #ifndef SRC_CONFIGFILE_DATASTORES_H_
 #define SRC_CONFIGFILE_DATASTORES_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The configuration-store backend: policies and datastores as objects of the host configuration
 // store, each set replaced in one store transaction.
 #ifndef SRC_CONFIGSTORE_BACKEND_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Datastore records in the configuration store.
 #ifndef SRC_CONFIGSTORE_DATASTORES_H_
 #define SRC_CONFIGSTORE_DATASTORES_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Policy records in the configuration store.
 #ifndef SRC_CONFIGSTORE_POLICIES_H_
 #define SRC_CONFIGSTORE_POLICIES_H_

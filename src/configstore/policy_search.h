@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The policy that has an identifier.
 #ifndef SRC_CONFIGSTORE_POLICY_SEARCH_H_
 #define SRC_CONFIGSTORE_POLICY_SEARCH_H_

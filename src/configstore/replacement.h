@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // How the backend reaches the store, clears a record set and replaces one.
 #ifndef SRC_CONFIGSTORE_REPLACEMENT_H_
 #define SRC_CONFIGSTORE_REPLACEMENT_H_

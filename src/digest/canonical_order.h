@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The orders in which the digest walks records, whatever order a store lists them in.
 //
 // Each goes by one key only, compared as unsigned bytes, a shorter key before a longer one that

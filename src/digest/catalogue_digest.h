@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The digests by which a caller tells whether the catalogue has changed.
 //
 // With H for Md5Hex() and records in canonical order:

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // MD5 as text.
 #ifndef SRC_DIGEST_MD5_HEX_H_
 #define SRC_DIGEST_MD5_HEX_H_

@@ -1,3 +1,5 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """quorctl apply: what it shows, what it asks, and what it leaves alone."""
 import fcntl
 import json

@@ -1,3 +1,5 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """quorctl apply: what it replaces, what it tells, and that a refused document changes nothing."""
 import json
 import os

@@ -1,3 +1,5 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """A change that other processes, signals and stopped terminals come in between."""
 import fcntl
 import glob

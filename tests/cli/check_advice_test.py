@@ -1,3 +1,5 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """What quorctl check advises: that it heals, when it is followed to the letter."""
 import json
 import os

@@ -1,3 +1,5 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """A host whose stores get faults, for the tests of quorctl check."""
 import json
 import os

@@ -1,3 +1,5 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """quorctl check: each finding in a host directory that has that fault."""
 import csv
 import fcntl

@@ -1,3 +1,5 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """The words before the work: verbs, options of every command, and what is refused."""
 import json
 import os

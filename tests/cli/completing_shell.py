@@ -1,3 +1,5 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """Interactive shells in which command lines are completed, as an operator has them.
 
 QUORCTL_COMPLETION names the directory with the completions; it comes from the build.

@@ -1,3 +1,5 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """What is to hold of the completions, whatever the shell. The test of each shell names it."""
 import json
 import os

@@ -1,3 +1,5 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """quorctl diff: what apply would delete, add and change."""
 import json
 import subprocess

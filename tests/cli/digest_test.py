@@ -1,3 +1,5 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """The digests, against an implementation of their own in Python."""
 import base64
 import hashlib

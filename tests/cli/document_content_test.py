@@ -1,3 +1,5 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """What a catalogue document may hold, and how each error in it is named."""
 import json
 import os

@@ -1,3 +1,5 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """Documents that are no JSON, or JSON that nobody should have to read."""
 import json
 import os

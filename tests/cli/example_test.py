@@ -1,3 +1,5 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """The example catalogue: what it shows, and that its generator makes it."""
 import base64
 import json

@@ -1,3 +1,5 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """Each exit status, from a command that has it, on both host stores where it depends on them. The
 one of an internal error is in memory_test.py, which needs a limit that sanitizers do not bear."""
 import json

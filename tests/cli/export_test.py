@@ -1,3 +1,5 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """quorctl export: canonical, exact, and the same after it was applied."""
 import json
 import os

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // What the history takes: only a document that the reader would give back. Both sides of that are
 // the test's own here; real catalogues would have to hold millions of values.
 #include <gtest/gtest.h>

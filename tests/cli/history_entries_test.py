@@ -1,3 +1,5 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """Entries of the history that are not what quorctl wrote, and those that a user may not read."""
 import json
 import os

@@ -1,3 +1,5 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """quorctl history and quorctl restore: the catalogues that were replaced."""
 import csv
 import io

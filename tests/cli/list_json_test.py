@@ -1,3 +1,5 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """quorctl list -o json: exact, valid for any bytes, and a part of a document that applies."""
 import json
 import random

@@ -1,3 +1,5 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """Every command that lists, in every format, with none, one and many records: what it writes is
 read by another parser and holds what was stored."""
 import csv

@@ -1,3 +1,5 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """--fields, --sort and --no-headings, and what -o wide adds."""
 import json
 import re

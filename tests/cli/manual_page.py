@@ -1,3 +1,5 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """A manual page in the mdoc language: its parts, and what a terminal shows of it."""
 import os
 import re

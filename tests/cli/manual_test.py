@@ -1,3 +1,5 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """The manual pages: that they are well formed, and say what the program and the library do.
 
 QUOR_MANUAL is the directory of the pages and QUOR_HEADER the public header; both come from the build.

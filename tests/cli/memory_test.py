@@ -1,3 +1,5 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """Memory that runs out is an internal error with a message, and changes nothing."""
 import json
 import resource

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Writes records into the configuration store that the library itself would not write, for the
 // tests of what quorctl finds:
 //

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The file that quorctl writes for --out, where the disk does not take it.
 #include "output_file.h"
 

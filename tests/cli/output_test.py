@@ -1,3 +1,5 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """Output that cannot be written is an error, and closed standard streams do no harm."""
 import json
 import os

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Puts records into the host's catalogue that "quorctl apply" would refuse, by the library's own
 // calls. Standard input has one record per line, each text as "x" and hexadecimal digits:
 //   policy ID NAME DESCRIPTION GENERATION [NAMESPACE BLOB]...

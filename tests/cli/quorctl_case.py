@@ -1,3 +1,5 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """Runs quorctl on a host directory of its own for each test.
 
 QUORCTL names the program and QUOR_EXAMPLE the example catalogue; both come from the build.

@@ -1,3 +1,5 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """quorctl status: on an empty host, a stored catalogue, and a damaged one."""
 import os
 import re

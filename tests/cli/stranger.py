@@ -1,3 +1,5 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """Another user's view: a user who owns nothing in the test's directory."""
 import os
 import re

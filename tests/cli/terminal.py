@@ -1,3 +1,5 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """Runs quorctl with a terminal for its standard streams, and answers its questions."""
 import os
 import pty

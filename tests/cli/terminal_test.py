@@ -1,3 +1,5 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """What is different when standard output is a terminal, and that nothing else is."""
 import re
 import unittest

@@ -1,3 +1,5 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """quorctl watch: lines for changes by other processes, --exec, and the ways in which it ends."""
 import os
 import re

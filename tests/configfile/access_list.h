@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // POSIX access control lists, set as the kernel takes them: the programs for it may not be
 // installed.
 #ifndef TESTS_CONFIGFILE_ACCESS_LIST_H_

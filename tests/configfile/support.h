@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // What the tests of the configuration file share: a host directory of their own, other processes,
 // and short forms of what they do all the time.
 #ifndef TESTS_CONFIGFILE_SUPPORT_H_

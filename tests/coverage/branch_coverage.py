@@ -1,4 +1,6 @@
 #!/usr/bin/env python3
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """Prints which lines and branches of the libraries the tests reached, and which they did not.
 
     branch_coverage.py ROOT BUILD LEAST [--strict]

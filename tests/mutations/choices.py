@@ -1,3 +1,5 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """Sources in which a program chooses one of many mutations when it starts.
 
 Statements become `if (chosen) { replacement } else { original }`, expressions `(chosen ? replacement

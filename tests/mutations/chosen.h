@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Which mutation a program runs with, in the build of scripts/mutate.
 #ifndef TESTS_MUTATIONS_CHOSEN_H_
 #define TESTS_MUTATIONS_CHOSEN_H_

@@ -1,3 +1,5 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """Applies the mutations, runs the tests that must notice them, and prints those that survive.
 
     mutate.py ROOT BUILD [--list] [--file REGEX] [NAME REGEX...]

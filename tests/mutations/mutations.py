@@ -1,3 +1,5 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """The list of mutations, and where each stands in the sources.
 
 The mutations of src/api/backend.cpp are in tests/mutations/src/api/backend.cpp.toml, and so on:

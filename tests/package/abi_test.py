@@ -1,3 +1,5 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """The libraries' binary interfaces are those of the committed dumps.
 
     abi_test.py LIBQUOR LIBQUOR_PLATFORM ROOT [TEST...]

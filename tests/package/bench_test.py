@@ -1,3 +1,5 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """The benchmark's own judgement: what it refuses to report, and what it calls slower.
 
     bench_test.py ROOT COMPILER

@@ -1,3 +1,5 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """The bill of materials names what is in the built files, in the versions that were there.
 
     bill_of_materials_test.py BUILD [TEST...]

@@ -1,3 +1,5 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """What the built libraries export, need and promise the loader.
 
     built_libraries_test.py LIBQUOR LIBQUOR_PLATFORM CONSUMER [TEST...]

@@ -1,3 +1,5 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """Checks, by their #include lines, that the sources include downward only.
 
     check_layers.py ROOT

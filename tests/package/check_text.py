@@ -1,3 +1,5 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """Checks what the project's text files must not say, and how they are laid out.
 
     check_text.py ROOT

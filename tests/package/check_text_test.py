@@ -1,3 +1,5 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """The check of the project's texts finds what it is there to find.
 
     check_text_test.py ROOT

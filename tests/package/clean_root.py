@@ -1,3 +1,5 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """A root directory with nothing in it but a small Debian system and what some packages need.
 
 Made by debootstrap where that works. Where it does not (no network, no mounts in this container, no

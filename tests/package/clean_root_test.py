@@ -1,3 +1,5 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """How a clean root is made where debootstrap does not work, with stand-ins for apt and debootstrap.
 
     clean_root_test.py

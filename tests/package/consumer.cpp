@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // A program of somebody else: C++11, linked with libquor alone.
 //
 // It takes the address of every entry point, so that one that is not exported breaks its build,

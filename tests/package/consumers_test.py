@@ -1,3 +1,5 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """Programs of somebody else, built against an installed tree that was moved, and run.
 
     consumers_test.py BUILD CMAKE ROOT COMPILER STANDARD [TEST...]

@@ -1,3 +1,5 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """tests/coverage/branch_coverage.py, on reports made here, and the list of exceptions.
 
     coverage_test.py ROOT

@@ -1,3 +1,5 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """The Debian packages: built from the tree, installed in a clean root, and used there.
 
     debian_packages_test.py ROOT [TEST...]

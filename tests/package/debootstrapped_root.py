@@ -1,3 +1,5 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """Fills a root directory by debootstrap, from where this machine's apt gets its packages.
 
 Nothing about mirrors is known here: the repository of the running release and the proxy on the way

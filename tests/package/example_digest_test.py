@@ -1,3 +1,5 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """The example catalogue, put by the library's own calls, has the digests that it has everywhere.
 
     example_digest_test.py PUT_CATALOGUE PROGRAM [TEST...]

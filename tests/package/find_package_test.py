@@ -1,3 +1,5 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """find_package(quor) with and without its component, and why when it is not found.
 
     find_package_test.py BUILD CMAKE ROOT [TEST...]

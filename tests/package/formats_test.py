@@ -1,3 +1,5 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """docs/formats.md against a stored file: a reader written from that page alone.
 
     formats_test.py [TEST...]

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Writes a catalogue to the host, or checks that the host holds it.
 //
 //   golden_program write

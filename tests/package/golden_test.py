@@ -1,3 +1,5 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """What earlier versions wrote is read by this one, and this one writes what it says it does.
 
     golden_test.py PROGRAM QUORCTL [TEST...]

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The library as a guest in somebody else's process: what it takes and what it leaves behind.
 //
 // The library is loaded by hand, from the path in the environment variable LIBQUOR, as a plug-in

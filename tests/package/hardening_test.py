@@ -1,3 +1,5 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """The built files are hardened as the distributions ask.
 
     hardening_test.py LIBQUOR LIBQUOR_PLATFORM QUORCTL [TEST...]

@@ -1,3 +1,5 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """The public header and the platform's headers compile alone, without a warning.
 
     headers_test.py ROOT [TEST...]

@@ -1,3 +1,5 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """Runs a program on a host where nothing was ever written.
 
     in_empty_host.py PROGRAM [ARGUMENT...]

@@ -1,3 +1,5 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """What `cmake --install` puts where, and that the prefix may be moved.
 
     install_test.py BUILD CMAKE ROOT VERSION [TEST...]

@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
+
 # The tree as it is installed, and what others build upon it. Included where the build is the one that
 # is shipped.
 quor_add_python_test(install install_test.py ${QUOR_TEST_BUILD} ${PROJECT_VERSION})

@@ -1,4 +1,6 @@
-"""The check of copyrights and licences finds the files that have none, and mends them.
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
+"""Every file says its copyright and licence; the check of that finds those that do not, and mends them.
 
     licences_test.py ROOT
 """
@@ -8,6 +10,8 @@ import subprocess
 import sys
 import tempfile
 import unittest
+
+import source_tree
 
 ROOT = ""
 
@@ -25,6 +29,7 @@ class Licences(unittest.TestCase):
         self.root = directory.name
 
     def check(self, *arguments):
+        """In a copy, since the files of a build are no sources."""
         return subprocess.run([os.path.join(self.root, "scripts", "check-licences"), *arguments],
                               check=False, capture_output=True, text=True)
 
@@ -35,6 +40,11 @@ class Licences(unittest.TestCase):
     def read(self, name):
         with open(os.path.join(self.root, name), encoding="utf-8") as file:
             return file.read()
+
+    def test_every_file_of_the_tree_has_them(self):
+        copy(source_tree.files(ROOT), self.root)
+        result = self.check()
+        self.assertEqual((result.returncode, result.stderr), (0, ""))
 
     def test_files_without_them_are_found_and_mended(self):
         copy([".reuse/dep5", "LICENSES/Apache-2.0.txt", "scripts/check-licences"], self.root)

@@ -1,3 +1,5 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """scripts/mutate: its list fits the sources, and it tells what survives.
 
     mutate_test.py ROOT

@@ -1,3 +1,5 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """The example of a host's own platform, built against an installed tree and run in its place.
 
     own_platform_test.py BUILD CMAKE ROOT [TEST...]

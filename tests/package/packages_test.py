@@ -1,3 +1,5 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """scripts/lib/packages.sh, with a system of stand-ins for dpkg, apt-get, sudo and id.
 
     packages_test.py ROOT

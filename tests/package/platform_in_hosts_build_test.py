@@ -1,3 +1,5 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """A host's build with a platform of its own and this project as a part, as docs/platform.md shows it.
 
     platform_in_hosts_build_test.py CMAKE ROOT [TEST...]

@@ -1,3 +1,5 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """README.md shows what quorctl does now.
 
     readme_test.py ROOT QUORCTL [TEST...]

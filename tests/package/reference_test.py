@@ -1,3 +1,5 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """The reference of the headers is made without a warning: every public member is documented.
 
     reference_test.py ROOT VERSION [TEST...]

@@ -1,3 +1,5 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """docs/reliability.md: the tests that it names are there.
 
     reliability_test.py ROOT

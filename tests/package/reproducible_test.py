@@ -1,3 +1,5 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """Made again from a copy of the tree, in another directory: the same bytes.
 
     reproducible_test.py BUILD CMAKE ROOT [TEST...]

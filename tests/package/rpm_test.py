@@ -1,3 +1,5 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """The description of the RPM packages: rpm and rpmlint read it, and its packages share out what is installed.
 
     rpm_test.py BUILD CMAKE ROOT VERSION [TEST...]

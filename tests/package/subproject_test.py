@@ -1,3 +1,5 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """This project as a part of a larger one: it plans its libraries and nothing else, and the larger one
 can export them.
 

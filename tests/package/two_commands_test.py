@@ -1,3 +1,5 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """scripts/quickstart and scripts/test, with stand-ins for what builds, tests and acts as others.
 
     two_commands_test.py ROOT

@@ -1,3 +1,5 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """Fills a root directory without a network: with packages as they are unpacked on this machine.
 
 The files of the packages that this machine has installed are copied, with their entries in dpkg's

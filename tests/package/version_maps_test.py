@@ -1,3 +1,5 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """The version maps of the libraries name every exported symbol, each in the node of its release.
 
     version_maps_test.py ROOT [TEST...]

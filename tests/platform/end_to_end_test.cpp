@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The library over the real platform: a catalogue is pushed by one process and asked by others.
 #include <gtest/gtest.h>
 #include <unistd.h>

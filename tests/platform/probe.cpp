@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // A small program that tests start: tells what it sees of itself and of the platform.
 //
 //   probe descriptors     a line for each open descriptor: its number and what it is

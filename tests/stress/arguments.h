@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The command line of the stress programs: --store NAME, --seed NUMBER, and how often.
 #ifndef TESTS_STRESS_ARGUMENTS_H_
 #define TESTS_STRESS_ARGUMENTS_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The calls of the library, made for the stress programs.
 #ifndef TESTS_STRESS_CATALOGUE_CALLS_H_
 #define TESTS_STRESS_CATALOGUE_CALLS_H_

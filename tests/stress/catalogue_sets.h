@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Sets of policies and of datastores that bear a number in all that they hold, so that every answer
 // of the library tells which set it is of, or that it is of none.
 #ifndef TESTS_STRESS_CATALOGUE_SETS_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // A directory, with those in it, on a disk that keeps what was flushed, and of the rest what it
 // likes.
 //

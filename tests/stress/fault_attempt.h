@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // One call of an operation, with system calls or allocations that fail meanwhile.
 #ifndef TESTS_STRESS_FAULT_ATTEMPT_H_
 #define TESTS_STRESS_FAULT_ATTEMPT_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Catalogues for the fault loop: small ones, so that every call of an operation can be failed.
 #ifndef TESTS_STRESS_FAULT_CATALOGUE_H_
 #define TESTS_STRESS_FAULT_CATALOGUE_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The host directory of the fault loop: brought into a known state before each round, and looked at
 // for what a round has left behind.
 #ifndef TESTS_STRESS_FAULT_HOST_H_

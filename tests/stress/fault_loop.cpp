@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Every call of every operation fails in turn, and every allocation: the first, the second, the
 // third, until there is none left; each time that one only, and again that one and all after it.
 //

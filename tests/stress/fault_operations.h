@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // What the fault loop calls: every entry point of the library, and what the platform's
 // administration does on the disk.
 #ifndef TESTS_STRESS_FAULT_OPERATIONS_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // A process whose threads are inside all kinds of calls forks again and again, and each child makes
 // calls of its own.
 //

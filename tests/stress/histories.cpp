@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Many short histories: in each of them several processes make random calls of the library on one
 // host directory at the same time; what they were answered must have an explanation.
 //

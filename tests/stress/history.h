@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // What several processes have done to one catalogue at the same time, and what they were answered.
 #ifndef TESTS_STRESS_HISTORY_H_
 #define TESTS_STRESS_HISTORY_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Writers that are killed at random moments, one after the other, while other writers and readers
 // go on.
 //

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // How long a replacement takes while others read in a loop without a pause.
 //
 //   latency --store store|file --commits NUMBER [--seed NUMBER]

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Whether a history can be explained: whether its operations could have been carried out one at a
 // time, each between its start and its end, with the same answers.
 //

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // A stored state that bears one number in many places, in one of the host's files: whatever happens
 // to its writers, a reader must find the same number everywhere.
 #ifndef TESTS_STRESS_NUMBERED_STATE_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Pauses in the middle of the library's calls, for others to come in between.
 //
 // Linked into a program, some system calls take the place of the C library's: pauses follow a look

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Where the stress programs keep their files.
 #ifndef TESTS_STRESS_PLACE_H_
 #define TESTS_STRESS_PLACE_H_

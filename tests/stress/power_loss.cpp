@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Loss of power at any moment of some commits, whose file operations are recorded: the store is
 // opened on what the disk may show afterwards.
 //

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The system calls that change files, recorded while they are carried out.
 //
 // Linked into a program, they take the place of the C library's. Nothing is recorded but between

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // A process that was stopped in the middle of a replacement: what everybody else meets meanwhile.
 #include <gtest/gtest.h>
 #include <sys/stat.h>

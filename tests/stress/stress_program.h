@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // What both stress programs do around their test.
 #ifndef TESTS_STRESS_STRESS_PROGRAM_H_
 #define TESTS_STRESS_STRESS_PROGRAM_H_

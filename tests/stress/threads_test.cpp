@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Threads of one process make all calls at once on both backends, while the switch between them is
 // flipped. Meant for the thread sanitizer; each answer is checked in every build.
 #include <gtest/gtest.h>

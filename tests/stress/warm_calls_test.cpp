@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // System calls of lookups in what the process has read before.
 #include <gtest/gtest.h>
 

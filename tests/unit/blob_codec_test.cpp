@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Blobs as Base64 text, and its failures.
 #include "configfile/blob_codec.h"
 

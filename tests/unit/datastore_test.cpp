@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Datastores in the configuration store: replacing, listing and the two lookups.
 #include "configstore/backend.h"
 #include "support/fixture.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The entry points: which backend a call goes to, and the lookups that are composed of others.
 #include "support/entry_points.h"
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The two datastore lookups in the configuration file: the namespace and the default policy.
 #include "configfile/backend.h"
 #include "support/file_fixture.h"

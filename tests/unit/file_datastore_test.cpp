@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Replacing and listing datastores in the configuration file.
 #include "support/file_fixture.h"
 

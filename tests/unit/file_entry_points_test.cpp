@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The entry points that compose primitives, over the configuration file; and the digests of equal
 // records in the file and in the store.
 #include "support/file_fixture.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Every call to the configuration file, failing one at a time with every type of exception: what
 // reaches the caller, what is still called, and what the file holds afterwards.
 #include <algorithm>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The generation number in the configuration file: written as an unsigned long, read as an int.
 #include <limits>
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The two blob lookups in the configuration file: by policy identifier and by policy name.
 #include "configfile/backend.h"
 #include "support/file_fixture.h"

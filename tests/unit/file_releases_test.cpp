@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // In which order the handles to the configuration file are released: what an instance holds before
 // the instance, the instances before their array.
 #include "configfile/backend.h"

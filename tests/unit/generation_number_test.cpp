@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The generation number that a listing carries on: a stored policy without one takes the number
 // that was last read before it in the same listing.
 #include <limits>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Getters that leave something in their output and find nothing, and what outputs hold before.
 #include "recording/getters.h"
 

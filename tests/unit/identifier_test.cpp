@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Identifiers and names that are equal but for what follows a NUL, in both stores.
 #include "configfile/backend.h"
 #include "configstore/backend.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Answers each line of hexadecimal digits on standard input with the digest of the bytes that they
 // stand for, so that a program of another language can compare.
 #include <iostream>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // MD5 as text. The expected digests of the known texts are those of RFC 1321.
 #include "digest/md5_hex.h"
 

@@ -1,3 +1,5 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """MD5 as text, against Python's own for every short length and around the borders of blocks.
 
 MD5_HEX_PROGRAM names a program that answers each line of hexadecimal digits by the digest of the

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Memory that runs out within the library, and the memory that the platform's Base64 hands over.
 #include "recording/memory.h"
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The two blob lookups in the configuration store: by policy identifier and by policy name.
 #include "configstore/backend.h"
 #include "support/fixture.h"

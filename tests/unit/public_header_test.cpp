@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The public records and the class as callers compile them: order, types and shape.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Every store call of the operations that read, failing one at a time with every type of
 // exception. Nothing that reads begins, commits or rolls back a transaction.
 #include "configstore/backend.h"

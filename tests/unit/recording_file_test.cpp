@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The recording platform's configuration file, so far as other tests rely on it.
 #include <type_traits>
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The recording platform itself, so far as other tests rely on it.
 #include "support/fixture.h"
 #include "tavconfigstore/config_store.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Every store call of the operations that write, failing one at a time with every type of
 // exception: what reaches the caller, what is still called, and what is stored afterwards.
 #include "support/fault_loop.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // One option value or word of the command line.
 #ifndef TOOLS_QUORCTL_ARGUMENT_H_
 #define TOOLS_QUORCTL_ARGUMENT_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Which host store a command works on, from its beginning to its end.
 #ifndef TOOLS_QUORCTL_BACKEND_CHOICE_H_
 #define TOOLS_QUORCTL_BACKEND_CHOICE_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Replacing the host's catalogue: the one path that every changing command takes.
 //
 // The differences are shown; what deletes something is confirmed; what there was is kept in the

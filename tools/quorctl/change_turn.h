@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Several quorctl that change one host take turns.
 #ifndef TOOLS_QUORCTL_CHANGE_TURN_H_
 #define TOOLS_QUORCTL_CHANGE_TURN_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // What every command offers to the command line and to the help.
 #ifndef TOOLS_QUORCTL_COMMAND_H_
 #define TOOLS_QUORCTL_COMMAND_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The command line: which command it names, and what holds for every command.
 #ifndef TOOLS_QUORCTL_COMMAND_LINE_H_
 #define TOOLS_QUORCTL_COMMAND_LINE_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The commands of quorctl.
 #ifndef TOOLS_QUORCTL_COMMAND_TABLE_H_
 #define TOOLS_QUORCTL_COMMAND_TABLE_H_

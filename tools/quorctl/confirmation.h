@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Asking the operator before something is lost.
 #ifndef TOOLS_QUORCTL_CONFIRMATION_H_
 #define TOOLS_QUORCTL_CONFIRMATION_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Every exit status of quorctl, and which one a failure has.
 #ifndef TOOLS_QUORCTL_EXIT_STATUS_H_
 #define TOOLS_QUORCTL_EXIT_STATUS_H_

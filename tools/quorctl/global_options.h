@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The options that every command takes.
 #ifndef TOOLS_QUORCTL_GLOBAL_OPTIONS_H_
 #define TOOLS_QUORCTL_GLOBAL_OPTIONS_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The help, made from the command table, the declared options and the exit statuses.
 #ifndef TOOLS_QUORCTL_HELP_H_
 #define TOOLS_QUORCTL_HELP_H_

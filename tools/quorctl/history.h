@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The catalogues that changes replaced.
 //
 // Each is a complete catalogue document, the records in the order in which they were stored, in a

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Which of the host's two stores keeps the catalogue.
 #ifndef TOOLS_QUORCTL_HOST_BACKEND_H_
 #define TOOLS_QUORCTL_HOST_BACKEND_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The options of every command that lists records: -o, --fields, --sort, --no-headings.
 #ifndef TOOLS_QUORCTL_LISTING_OPTIONS_H_
 #define TOOLS_QUORCTL_LISTING_OPTIONS_H_

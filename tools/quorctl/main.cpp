@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // quorctl: an operator's way to the host's catalogue.
 #include <unistd.h>
 

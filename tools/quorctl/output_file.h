@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // A file that an operator names for the result.
 #ifndef TOOLS_QUORCTL_OUTPUT_FILE_H_
 #define TOOLS_QUORCTL_OUTPUT_FILE_H_

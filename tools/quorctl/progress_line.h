@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // One line on the terminal that tells what takes so long.
 #ifndef TOOLS_QUORCTL_PROGRESS_LINE_H_
 #define TOOLS_QUORCTL_PROGRESS_LINE_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Keeps signals from ending or stopping the process half-way through a change.
 #ifndef TOOLS_QUORCTL_SIGNAL_BLOCK_H_
 #define TOOLS_QUORCTL_SIGNAL_BLOCK_H_

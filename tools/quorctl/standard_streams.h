@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The standard streams, with every failure noticed.
 #ifndef TOOLS_QUORCTL_STANDARD_STREAMS_H_
 #define TOOLS_QUORCTL_STANDARD_STREAMS_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Ends a command that runs until it is told to stop.
 #ifndef TOOLS_QUORCTL_STOP_SIGNALS_H_
 #define TOOLS_QUORCTL_STOP_SIGNALS_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Where the two host stores keep the catalogue, for what looks below the library: the library
 // leaves records that it cannot read out of its answers, and does not tell.
 #ifndef TOOLS_QUORCTL_STORED_LAYOUT_H_

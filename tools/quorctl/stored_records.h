@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Finds out whether a listing is complete.
 #ifndef TOOLS_QUORCTL_STORED_RECORDS_H_
 #define TOOLS_QUORCTL_STORED_RECORDS_H_

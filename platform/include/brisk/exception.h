@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The base of every exception that a host service raises.
 #ifndef BRISK_EXCEPTION_H_
 #define BRISK_EXCEPTION_H_

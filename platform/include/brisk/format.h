@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Formatting into std::string.
 #ifndef BRISK_FORMAT_H_
 #define BRISK_FORMAT_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Administration of the stand-alone platform: which directory a process uses, the feature
 // switches, and what is on disk. For tools; the library needs none of it.
 #ifndef PLATFORM_ADMIN_H_

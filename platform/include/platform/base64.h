@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Base64 with the alphabet and padding of RFC 4648, section 4: padding required, no line breaks, no
 // other characters, unused bits zero. Text has one form only, so equal text means equal bytes.
 #ifndef PLATFORM_BASE64_H_

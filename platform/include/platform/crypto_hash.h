@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Message digests.
 #ifndef PLATFORM_CRYPTO_HASH_H_
 #define PLATFORM_CRYPTO_HASH_H_

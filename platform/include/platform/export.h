@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Marks what the platform library exports.
 #ifndef PLATFORM_EXPORT_H_
 #define PLATFORM_EXPORT_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The host's feature switches: one byte each, non-zero is on.
 //
 // The bytes live in one page for the life of the process. While the host's `features` file is

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Formatting into a caller's buffer.
 #ifndef PLATFORM_STR_H_
 #define PLATFORM_STR_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The host configuration store: typed objects, replaced in transactions.
 //
 // Guarantees. A committed state is complete, durable and immutable: readers see one committed

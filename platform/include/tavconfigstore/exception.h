@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // What the configuration store raises.
 #ifndef TAVCONFIGSTORE_EXCEPTION_H_
 #define TAVCONFIGSTORE_EXCEPTION_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Objects of the configuration store: named values, and sub-objects that hold named values.
 //
 // A fetched object is a view of the snapshot that it was read from and keeps that snapshot alive;

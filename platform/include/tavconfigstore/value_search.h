@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Objects of the configuration store by one of their values.
 //
 // A platform need not offer this. The library asks the handle that ConfigStore::GetStore() returned

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The host configuration file: a locked tree of branches, arrays of branches, and values.
 //
 //   SynchronizedConfigFile locked;

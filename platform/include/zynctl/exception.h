@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // What the configuration-file library raises.
 #ifndef ZYNCTL_EXCEPTION_H_
 #define ZYNCTL_EXCEPTION_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // What a failure of a service means to a tool.
 #include "configfile/failure.h"
 #include "platform/admin.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Another host directory for the whole process.
 #include "configstore/snapshot_cache.h"
 #include "features/feature_page.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Files that a tool keeps beside the host's own.
 #include <fcntl.h>
 #include <unistd.h>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // What the two host stores have on disk, for tools.
 #include <grp.h>
 #include <pwd.h>

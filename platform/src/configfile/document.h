@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The configuration file as it was read at one moment.
 #ifndef PLATFORM_SRC_CONFIGFILE_DOCUMENT_H_
 #define PLATFORM_SRC_CONFIGFILE_DOCUMENT_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Finds the place of mistakes that a parser only notices at the end: quotes and brackets.
 #ifndef PLATFORM_SRC_CONFIGFILE_DOCUMENT_OUTLINE_H_
 #define PLATFORM_SRC_CONFIGFILE_DOCUMENT_OUTLINE_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 #include "configfile/document_parser.h"
 
 // What the parser notes for its checks of debug builds it writes without a look at whether there

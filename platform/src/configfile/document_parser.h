@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // JSON text to a tree.
 #ifndef PLATFORM_SRC_CONFIGFILE_DOCUMENT_PARSER_H_
 #define PLATFORM_SRC_CONFIGFILE_DOCUMENT_PARSER_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // A tree to JSON text.
 #ifndef PLATFORM_SRC_CONFIGFILE_DOCUMENT_WRITER_H_
 #define PLATFORM_SRC_CONFIGFILE_DOCUMENT_WRITER_H_

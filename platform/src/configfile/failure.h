@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The way in which the configuration-file library says no.
 #ifndef PLATFORM_SRC_CONFIGFILE_FAILURE_H_
 #define PLATFORM_SRC_CONFIGFILE_FAILURE_H_

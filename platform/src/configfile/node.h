@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The tree in memory.
 //
 // A parsed tree is shared by all threads and never changed. A session that changes something copies

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // One locked use of the configuration file.
 //
 // Handles are places in the tree, not nodes: what is at a place is looked up again whenever the

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Byte strings as JSON text.
 //
 // Text that is valid UTF-8 without NUL is stored as it is, for people to read and edit. Any other

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // How readers of the configuration store go without system calls, and commits wait for them.
 //
 // A reader that has looked at the snapshot's file may rely on what it saw until the coarse clock's

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The ways in which the store says no.
 #ifndef PLATFORM_SRC_CONFIGSTORE_FAILURE_H_
 #define PLATFORM_SRC_CONFIGSTORE_FAILURE_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Fetched objects, which keep what they were fetched from.
 #ifndef PLATFORM_SRC_CONFIGSTORE_FETCHED_H_
 #define PLATFORM_SRC_CONFIGSTORE_FETCHED_H_

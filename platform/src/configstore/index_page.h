@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // One page of an index, and the hashes that lead to it.
 #ifndef PLATFORM_SRC_CONFIGSTORE_INDEX_PAGE_H_
 #define PLATFORM_SRC_CONFIGSTORE_INDEX_PAGE_H_

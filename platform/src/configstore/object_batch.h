@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Objects that are fetched together, in one block of memory.
 //
 // A scan of a thousand objects would otherwise spend most of its time in the allocator. The block

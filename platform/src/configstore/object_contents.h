@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // What an object holds that was made or changed in this process.
 #ifndef PLATFORM_SRC_CONFIGSTORE_OBJECT_CONTENTS_H_
 #define PLATFORM_SRC_CONFIGSTORE_OBJECT_CONTENTS_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Object identifiers as bytes.
 //
 // The three strings that name a kind, each with its length in front, then the instance as it is:

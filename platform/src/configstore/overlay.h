@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The changes of one transaction on top of a snapshot.
 #ifndef PLATFORM_SRC_CONFIGSTORE_OVERLAY_H_
 #define PLATFORM_SRC_CONFIGSTORE_OVERLAY_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // An object's values and sub-objects as bytes: the body of a stored record.
 //
 //   body    u32 number of values, u32 number of sub-objects, values, sub-objects

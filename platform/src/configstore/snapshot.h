@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // One committed state of the store: a mapped, immutable file.
 //
 // Shared by all threads; nothing in it changes but the notes of pages and records that were found

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The process's way to the newest snapshot.
 #ifndef PLATFORM_SRC_CONFIGSTORE_SNAPSHOT_CACHE_H_
 #define PLATFORM_SRC_CONFIGSTORE_SNAPSHOT_CACHE_H_

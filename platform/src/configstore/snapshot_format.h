@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The bytes of a snapshot, format 2.
 //
 //   records   in the order of their numbers: u32 length of the key, u32 length of the data, key

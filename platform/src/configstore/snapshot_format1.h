@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Snapshots of format 1, which version 1.0.0 wrote.
 //
 //   cdb         table of 2048 bytes, records, hash tables: a constant database. Records are those

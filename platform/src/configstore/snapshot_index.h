@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Makes everything that stands behind the records of a snapshot.
 #ifndef PLATFORM_SRC_CONFIGSTORE_SNAPSHOT_INDEX_H_
 #define PLATFORM_SRC_CONFIGSTORE_SNAPSHOT_INDEX_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // One record in the bytes of a snapshot.
 #ifndef PLATFORM_SRC_CONFIGSTORE_SNAPSHOT_RECORD_H_
 #define PLATFORM_SRC_CONFIGSTORE_SNAPSHOT_RECORD_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Writes a snapshot to a new file, record by record.
 #ifndef PLATFORM_SRC_CONFIGSTORE_SNAPSHOT_WRITER_H_
 #define PLATFORM_SRC_CONFIGSTORE_SNAPSHOT_WRITER_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The page behind FeatureList: the built-in defaults, or the host's `features` file. The file is
 // found by its name again and again, as the stores are: a directory that was moved away and put
 // back, or a link that leads elsewhere by now, must not leave a process with another choice.

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The clocks that calls look at: read from memory, without a system call.
 #ifndef PLATFORM_SRC_IO_COARSE_CLOCK_H_
 #define PLATFORM_SRC_IO_COARSE_CLOCK_H_

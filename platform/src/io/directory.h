@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The host directory, or one in it, held open by a writer.
 #ifndef PLATFORM_SRC_IO_DIRECTORY_H_
 #define PLATFORM_SRC_IO_DIRECTORY_H_

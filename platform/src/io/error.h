@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // What the file layer raises, and how a failed system call becomes it.
 #ifndef PLATFORM_SRC_IO_ERROR_H_
 #define PLATFORM_SRC_IO_ERROR_H_

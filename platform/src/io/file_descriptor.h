@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // An open descriptor that belongs to this process alone.
 //
 // Above 2, so that a program whose standard streams are closed cannot write its messages into a

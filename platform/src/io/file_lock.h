@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The exclusive lock by which the writers of one stored file take turns.
 //
 // An open-file-description lock on a lock file of its own, which is never removed. It belongs to

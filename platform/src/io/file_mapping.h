@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // A file's bytes in memory, for reading.
 #ifndef PLATFORM_SRC_IO_FILE_MAPPING_H_
 #define PLATFORM_SRC_IO_FILE_MAPPING_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Replacing a file durably, so that readers and crashes meet the old content or the new.
 //
 //   { FileReplacement next(directory, name, mode);

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Fork at any moment: the mutexes that a child must find free.
 //
 // A mutex that another thread holds at the fork would stay locked in the child for ever. Those here

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Which host directory this process uses, and the names in it.
 //
 //   config-store.cdb    the newest snapshot of the configuration store

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // What the process keeps of a stored file: the newest version that it has read.
 #ifndef PLATFORM_SRC_IO_NEWEST_H_
 #define PLATFORM_SRC_IO_NEWEST_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Fixed-width integers in stored bytes: little-endian, at any alignment.
 #ifndef PLATFORM_SRC_UTIL_BYTES_H_
 #define PLATFORM_SRC_UTIL_BYTES_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The checksum of everything stored: XXH3 with 64 bits.
 #ifndef PLATFORM_SRC_UTIL_CHECKSUM_H_
 #define PLATFORM_SRC_UTIL_CHECKSUM_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Scans of text that look at sixteen bytes together.
 #ifndef PLATFORM_SRC_UTIL_PLAIN_TEXT_H_
 #define PLATFORM_SRC_UTIL_PLAIN_TEXT_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Pointers that any thread sets once and all threads read.
 #ifndef PLATFORM_SRC_UTIL_PUBLISHED_H_
 #define PLATFORM_SRC_UTIL_PUBLISHED_H_

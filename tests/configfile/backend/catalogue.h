@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Catalogues, and both backends under one switch.
 #ifndef TESTS_CONFIGFILE_BACKEND_CATALOGUE_H_
 #define TESTS_CONFIGFILE_BACKEND_CATALOGUE_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // What both backends have in common: the same cases over the store and over the file.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Where the backends answer differently, on purpose. One table, and one test that runs it.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The catalogue in the file: how it is laid out, and what a hand-edited one answers.
 #include <gtest/gtest.h>
 

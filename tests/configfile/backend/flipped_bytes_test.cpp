@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Bytes of the stored catalogue that changed on the disk: what the library answers then. The store
 // has checksums. The file has none, since people edit it: what is still a document is believed, but
 // no change of an answer gets past the digests.

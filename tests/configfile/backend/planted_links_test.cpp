@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Links that somebody put where a writer's files belong: no writer follows them to another's file.
 #include <gtest/gtest.h>
 #include <unistd.h>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The switch: one for the whole host, followed by running processes at their next call.
 #include <gtest/gtest.h>
 

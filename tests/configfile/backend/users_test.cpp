@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // What the two kinds of other users get of a host directory that the library made, by its calls and
 // by system calls of their own.
 #include <fcntl.h>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Replacements of the file whose system calls fail, one after the other: the file is the old one or
 // the new one, the error says so, nothing is left behind, and the next replacement works.
 #include "faults/system_calls.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // What stands in the host directory while it is being written: for its owner alone, whatever the
 // umask.
 #include <gtest/gtest.h>

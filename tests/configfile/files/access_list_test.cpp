@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Access control lists: a replaced file keeps its own, whatever its directory has for new files.
 #include <fcntl.h>
 #include <gtest/gtest.h>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The file while somebody changes it past the lock, and the owners that a link to it may have.
 #include <gtest/gtest.h>
 #include <unistd.h>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // A disk without room: the old document stays, the message says so, and the next write works once
 // there is room.
 #include <gtest/gtest.h>

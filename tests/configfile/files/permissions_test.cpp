@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Users who may only read, and users who may not even that.
 #include <fcntl.h>
 #include <gtest/gtest.h>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Single system calls that the kernel refuses: what needs them raises, what can do without goes on.
 #include <fcntl.h>
 #include <gtest/gtest.h>

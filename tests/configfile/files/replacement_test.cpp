@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Write() puts a new file in the old one's place, which looks like the old one from outside.
 #include <gtest/gtest.h>
 #include <sys/xattr.h>

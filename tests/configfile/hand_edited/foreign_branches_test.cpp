@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // What belongs to other programs is kept as they wrote it.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Documents that do not parse: named with path, line and column, never overwritten.
 #include <gtest/gtest.h>
 

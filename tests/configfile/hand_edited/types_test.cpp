@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // A thing of the wrong type, at every level of the tree, and text in the escaped form that is none.
 #include <gtest/gtest.h>
 

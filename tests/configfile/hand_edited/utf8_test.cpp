@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Every way in which bytes can fail to be UTF-8: refused, with the place of the first that is
 // wrong.
 #include <gtest/gtest.h>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The parsed document of the process: kept while the file is the same, never longer.
 #include <fcntl.h>
 #include <gtest/gtest.h>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Counts what the process opens and reads, by functions in place of the C library's.
 #ifndef TESTS_CONFIGFILE_INTERNALS_OPENED_FILES_H_
 #define TESTS_CONFIGFILE_INTERNALS_OPENED_FILES_H_

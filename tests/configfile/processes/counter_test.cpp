@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Many processes, and many threads, that each read a number, add one and write it.
 #include <gtest/gtest.h>
 

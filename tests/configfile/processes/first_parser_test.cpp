@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The first parser of a process, while another of its threads forks. A program of its own: a
 // process makes one only once.
 #include <gtest/gtest.h>

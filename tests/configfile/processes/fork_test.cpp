@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Forks: a child has nothing of its parent's session.
 #include <fcntl.h>
 #include <gtest/gtest.h>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Writers that are killed: the old document or the new one, whole, and the next session works.
 #include <gtest/gtest.h>
 

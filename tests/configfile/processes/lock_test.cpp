@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // One session at a time, a deadline for those who wait, and nothing that drops the lock early.
 #include <fcntl.h>
 #include <gtest/gtest.h>

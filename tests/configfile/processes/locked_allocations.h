@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // An allocator with a lock that it takes around forks, as programs bring along.
 #ifndef TESTS_CONFIGFILE_PROCESSES_LOCKED_ALLOCATIONS_H_
 #define TESTS_CONFIGFILE_PROCESSES_LOCKED_ALLOCATIONS_H_

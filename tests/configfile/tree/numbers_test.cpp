@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Numbers that were written, and values that a person wrote as something else than text.
 #include <gtest/gtest.h>
 

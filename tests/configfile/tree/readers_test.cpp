@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Readers change nothing, not even by asking for what is not there.
 #include <gtest/gtest.h>
 

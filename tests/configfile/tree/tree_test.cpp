@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Branches, arrays and values, and when a change is seen.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // A stored sample to be damaged, and what a reader then gets.
 #ifndef TESTS_PLATFORM_DAMAGE_DAMAGE_TEST_H_
 #define TESTS_PLATFORM_DAMAGE_DAMAGE_TEST_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // One damaged record among good ones: it is told from an absent one and hides no other.
 #include <gtest/gtest.h>
 

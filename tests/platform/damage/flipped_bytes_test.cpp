@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Bytes of the stored file that changed on the disk: no answer is wrong, none is missing unsaid.
 #include <gtest/gtest.h>
 

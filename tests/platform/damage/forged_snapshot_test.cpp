@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Files whose checksums are right and whose lengths, counts and positions mean harm: whatever they
 // say, the answer is an exception or an object, never a crash or a read outside of the file.
 #include <gtest/gtest.h>

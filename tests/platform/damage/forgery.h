@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Snapshots changed by hand and given right checksums again, as by somebody who means harm.
 #ifndef TESTS_PLATFORM_DAMAGE_FORGERY_H_
 #define TESTS_PLATFORM_DAMAGE_FORGERY_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Something else than a whole snapshot in the snapshot's place.
 #include <gtest/gtest.h>
 #include <sys/mount.h>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Files that are opened where the numbers of the standard streams are free.
 #include <fcntl.h>
 #include <gtest/gtest.h>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The host directory and the folders in it while the system refuses something.
 #include <dlfcn.h>
 #include <grp.h>

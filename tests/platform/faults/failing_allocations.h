@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Allocations under the test's hand: every malloc(), calloc() and realloc() of the process, where
 // failing_malloc.cpp is linked in, which `operator new` and the C library's own needs go through;
 // or every `operator new`, where failing_new.cpp is, for a sanitizer has a malloc() of its own.

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Commits whose system calls fail, one after the other: the state is the old one or the new one,
 // the error says so, and the next commit works.
 #include <gtest/gtest.h>

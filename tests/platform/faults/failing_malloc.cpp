@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // In place of the C library's allocating functions, which are still there by other names. What they
 // give is given back to the C library's own free().
 #include <cerrno>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // In place of the C++ library's `operator new` in all its forms. The forms for arrays and for sizes
 // come down to these; what they give comes from malloc() and goes to free().
 #include <cstdlib>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Flushes that fail, and what is changed while they take their time: each is made, and looked at.
 #include <gtest/gtest.h>
 

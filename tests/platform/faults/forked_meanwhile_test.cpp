@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Forks of one thread while another is in the middle of a call.
 #include <gtest/gtest.h>
 #include <unistd.h>

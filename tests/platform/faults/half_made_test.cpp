@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Calls that fail between two steps of making something: what was made halfway is taken away again,
 // and what was there is not written over.
 #include <gtest/gtest.h>

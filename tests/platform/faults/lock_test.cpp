@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // What happens to a lock between two steps of taking it.
 #include <fcntl.h>
 #include <gtest/gtest.h>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The newest version that a process keeps, changed while a thread is about to hand on the former.
 #include "io/newest.h"
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // How a system call is made and looked at on this machine.
 #ifndef TESTS_PLATFORM_FAULTS_RAW_CALL_H_
 #define TESTS_PLATFORM_FAULTS_RAW_CALL_H_

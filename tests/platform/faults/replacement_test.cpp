@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // What a replacement does in which order, and what another process meets meanwhile.
 #include <gtest/gtest.h>
 #include <unistd.h>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The system calls by which files are changed, under the test's hand: logged, and failed on demand.
 //
 // Linked into the test program, they take the place of the C library's. Nothing is logged or

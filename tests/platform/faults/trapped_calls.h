@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Every system call of this process under the test's hand, wherever it is made: by the library, by
 // the platform, or on their behalf within the C and C++ libraries, where no function of the test
 // program could take another's place (the directory that is listed, the link that is resolved, the

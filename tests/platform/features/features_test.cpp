@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The feature switches: one page of bytes that every process of the host sees change.
 #include <gtest/gtest.h>
 #include <sys/stat.h>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // File systems of the tests' own: full ones, read-only ones, and how much space the store takes.
 #include <gtest/gtest.h>
 #include <sched.h>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Which host directory and deadline a process takes from its environment.
 #include <gtest/gtest.h>
 #include <sys/stat.h>

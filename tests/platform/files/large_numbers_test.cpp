@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Files whose size or time needs more than 32 bits, which a system call can refuse to describe
 // where a long has no more.
 #include <fcntl.h>

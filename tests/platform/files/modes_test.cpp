@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Owners, modes and attributes of what is created and replaced, and what is left alone.
 #include <gtest/gtest.h>
 #include <sys/stat.h>

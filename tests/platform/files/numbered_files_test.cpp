@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Files that a tool keeps in a directory of its own in the host directory.
 #include <gtest/gtest.h>
 #include <sys/stat.h>

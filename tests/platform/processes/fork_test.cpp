@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Fork at any moment: a child never holds, releases or harms what is its parent's.
 #include <gtest/gtest.h>
 #include <sys/wait.h>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Readers that look at the file only now and then still see every commit when it has returned.
 #include <gtest/gtest.h>
 #include <unistd.h>

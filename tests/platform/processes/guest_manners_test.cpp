@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // What the platform leaves alone in the process that it lives in: descriptors, signals, errno.
 #include <fcntl.h>
 #include <gtest/gtest.h>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Processes that are killed at any moment: the next call works, and nothing is half done.
 #include <gtest/gtest.h>
 #include <unistd.h>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The lock file itself: what a foreign hand does to it, and what stands in its place.
 #include <fcntl.h>
 #include <gtest/gtest.h>

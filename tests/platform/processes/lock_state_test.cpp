@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // What a tool sees of the writers' locks.
 #include <gtest/gtest.h>
 #include <sys/stat.h>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Several writers at once: processes and threads take turns, and nobody waits for ever.
 #include <gtest/gtest.h>
 #include <sched.h>

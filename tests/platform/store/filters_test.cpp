@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Which objects a filter selects, and in which order they are listed.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // A snapshot of format 1, as version 1.0.0 wrote it: read by this version and by a program that
 // knows constant databases, replaced, and damaged.
 #include <cdb.h>

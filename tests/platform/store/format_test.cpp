@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The stored bytes, looked at without the store: what is on the disks of hosts must stay readable.
 #include <gtest/gtest.h>
 #include <unistd.h>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Identifiers and values of every length and of every byte.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Objects and sub-objects: what is set on them, stored, and read back.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Random operations on several handles, compared with a model after every step.
 #include <gtest/gtest.h>
 

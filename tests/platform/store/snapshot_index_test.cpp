@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The indexes of a snapshot where there is more than one page of them.
 #include <fcntl.h>
 #include <gtest/gtest.h>

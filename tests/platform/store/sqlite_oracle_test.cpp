@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Random transactions on the store and on an SQLite table, which must hold the same afterwards.
 #include <gtest/gtest.h>
 #include <sqlite3.h>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Transactions of the configuration store: what becomes of changes, and when.
 #include <gtest/gtest.h>
 

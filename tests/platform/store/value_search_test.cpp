@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Searches by value compared with a walk through the listing, over random catalogues.
 #include <gtest/gtest.h>
 

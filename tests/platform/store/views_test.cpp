@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // What a handle and the objects fetched through it show while the store changes.
 #include <gtest/gtest.h>
 #include <unistd.h>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Other processes, for tests of what processes do to each other.
 #ifndef TESTS_PLATFORM_SUPPORT_CHILD_PROCESS_H_
 #define TESTS_PLATFORM_SUPPORT_CHILD_PROCESS_H_

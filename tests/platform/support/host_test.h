@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // What every test of the platform starts with: a host directory of its own, nothing written yet.
 #ifndef TESTS_PLATFORM_SUPPORT_HOST_TEST_H_
 #define TESTS_PLATFORM_SUPPORT_HOST_TEST_H_

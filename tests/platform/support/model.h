@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The configuration store as it should be: an in-memory model for random operations.
 #ifndef TESTS_PLATFORM_SUPPORT_MODEL_H_
 #define TESTS_PLATFORM_SUPPORT_MODEL_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // What some tests need of the machine: other users, mounts of their own. A test that does not get
 // it is left out, neither passed nor failed, and says so on a line that scripts/test counts.
 #ifndef TESTS_PLATFORM_SUPPORT_NEEDS_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Other programs, started by tests.
 #ifndef TESTS_PLATFORM_SUPPORT_PROGRAM_H_
 #define TESTS_PLATFORM_SUPPORT_PROGRAM_H_

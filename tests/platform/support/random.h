@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Random choices that can be repeated.
 #ifndef TESTS_PLATFORM_SUPPORT_RANDOM_H_
 #define TESTS_PLATFORM_SUPPORT_RANDOM_H_

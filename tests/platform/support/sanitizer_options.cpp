@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // What builds with sanitizers need to run these tests; other builds never call it.
 #define CALLED_BY_THE_SANITIZER extern "C" __attribute__((visibility("default")))
 

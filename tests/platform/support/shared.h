@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // A value that a test and its child processes share.
 #ifndef TESTS_PLATFORM_SUPPORT_SHARED_H_
 #define TESTS_PLATFORM_SUPPORT_SHARED_H_

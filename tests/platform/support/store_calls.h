@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Short forms of what tests do with the configuration store all the time.
 #ifndef TESTS_PLATFORM_SUPPORT_STORE_CALLS_H_
 #define TESTS_PLATFORM_SUPPORT_STORE_CALLS_H_

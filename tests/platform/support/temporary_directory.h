@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // A directory of a test's own, and what tests ask about files.
 #ifndef TESTS_PLATFORM_SUPPORT_TEMPORARY_DIRECTORY_H_
 #define TESTS_PLATFORM_SUPPORT_TEMPORARY_DIRECTORY_H_

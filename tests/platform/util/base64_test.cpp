@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Base64, both ways, against the RFC's vectors and a plain reference.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // MD5 against the RFC's vectors.
 #include <gtest/gtest.h>
 

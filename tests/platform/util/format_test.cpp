@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Formats beside the one that Str_Sprintf() has a short way for, and values beside its range.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The recording platform's Base64: the stand-alone platform's own, which a test can make fail.
 #include "platform/base64.h"
 

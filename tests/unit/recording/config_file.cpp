@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The recording platform's configuration file. A session works on a copy of the tree, which
 // replaces the tree at Write() and is dropped at Unlock().
 #include "zynctl/config_file.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // What the recording platform's objects hold, and how its store reaches into them.
 #ifndef TESTS_UNIT_RECORDING_CONTENTS_H_
 #define TESTS_UNIT_RECORDING_CONTENTS_H_

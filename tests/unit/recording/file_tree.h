@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // What the recording platform's configuration file holds.
 #ifndef TESTS_UNIT_RECORDING_FILE_TREE_H_
 #define TESTS_UNIT_RECORDING_FILE_TREE_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // What the recording platform's getters were given, and what a test lets them answer.
 #ifndef TESTS_UNIT_RECORDING_GETTERS_H_
 #define TESTS_UNIT_RECORDING_GETTERS_H_

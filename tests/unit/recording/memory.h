@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Memory that runs out at a chosen point, and memory that the platform's Base64 hands over.
 #ifndef TESTS_UNIT_RECORDING_MEMORY_H_
 #define TESTS_UNIT_RECORDING_MEMORY_H_

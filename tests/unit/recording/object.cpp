@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Objects of the recording platform. Making a filter or an object and every operation on one is a
 // store call that a test can make fail.
 #include "tavconfigstore/object.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // A host platform that remembers and misbehaves.
 //
 // The unit tests link the library's own objects with this platform: it keeps its objects in memory,

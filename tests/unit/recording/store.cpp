@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The recording platform's store: a list of objects in memory, replaced as a whole by a commit.
 #include <optional>
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The recording platform's exceptions, feature switches, digest and formatters.
 #include <md5.h>
 

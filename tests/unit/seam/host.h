@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // A host whose headers are not the platform's: they see what those cannot see of the library, how
 // an identifier or an object is made and how often a switch is loaded.
 #ifndef TESTS_UNIT_SEAM_HOST_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // How the backend of the configuration store makes identifiers and objects.
 #include <gtest/gtest.h>
 

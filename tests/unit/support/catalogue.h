@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Records, and what the store holds for them.
 #ifndef TESTS_UNIT_SUPPORT_CATALOGUE_H_
 #define TESTS_UNIT_SUPPORT_CATALOGUE_H_

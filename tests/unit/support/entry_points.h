@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Every entry point that touches records, as a list.
 #ifndef TESTS_UNIT_SUPPORT_ENTRY_POINTS_H_
 #define TESTS_UNIT_SUPPORT_ENTRY_POINTS_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Fails the first, the second, the third ... call of an operation to the store or the file, one per
 // run, until a run has no such call any more.
 #ifndef TESTS_UNIT_SUPPORT_FAULT_LOOP_H_

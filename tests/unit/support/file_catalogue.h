@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // What the configuration file holds for records.
 #ifndef TESTS_UNIT_SUPPORT_FILE_CATALOGUE_H_
 #define TESTS_UNIT_SUPPORT_FILE_CATALOGUE_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // What every test of the library over the recording platform starts and ends with.
 #ifndef TESTS_UNIT_SUPPORT_FIXTURE_H_
 #define TESTS_UNIT_SUPPORT_FIXTURE_H_

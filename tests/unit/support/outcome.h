@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // What a call raised, in a form that can be compared; and the failures that tests raise.
 #ifndef TESTS_UNIT_SUPPORT_OUTCOME_H_
 #define TESTS_UNIT_SUPPORT_OUTCOME_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The digests computed a second time, straight from their definition.
 #ifndef TESTS_UNIT_SUPPORT_REFERENCE_DIGEST_H_
 #define TESTS_UNIT_SUPPORT_REFERENCE_DIGEST_H_

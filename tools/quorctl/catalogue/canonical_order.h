@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The order of records in a document that is to be compared, kept and applied again.
 #ifndef TOOLS_QUORCTL_CATALOGUE_CANONICAL_ORDER_H_
 #define TOOLS_QUORCTL_CATALOGUE_CANONICAL_ORDER_H_

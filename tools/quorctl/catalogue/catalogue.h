@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The whole catalogue, as an input document carries it.
 #ifndef TOOLS_QUORCTL_CATALOGUE_CATALOGUE_H_
 #define TOOLS_QUORCTL_CATALOGUE_CATALOGUE_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // What tells two catalogues apart.
 #ifndef TOOLS_QUORCTL_CATALOGUE_COMPARISON_H_
 #define TOOLS_QUORCTL_CATALOGUE_COMPARISON_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // How an error in an input document is reported.
 #ifndef TOOLS_QUORCTL_CATALOGUE_DOCUMENT_ERROR_H_
 #define TOOLS_QUORCTL_CATALOGUE_DOCUMENT_ERROR_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The catalogue document, from text to records.
 #ifndef TOOLS_QUORCTL_CATALOGUE_DOCUMENT_READER_H_
 #define TOOLS_QUORCTL_CATALOGUE_DOCUMENT_READER_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Records as JSON, in the shapes of the catalogue document.
 #ifndef TOOLS_QUORCTL_CATALOGUE_DOCUMENT_WRITER_H_
 #define TOOLS_QUORCTL_CATALOGUE_DOCUMENT_WRITER_H_

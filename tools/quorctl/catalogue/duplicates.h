@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Keys that should be unique in a catalogue and are not.
 #ifndef TOOLS_QUORCTL_CATALOGUE_DUPLICATES_H_
 #define TOOLS_QUORCTL_CATALOGUE_DUPLICATES_H_

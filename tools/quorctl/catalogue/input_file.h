@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The bytes of an input document.
 #ifndef TOOLS_QUORCTL_CATALOGUE_INPUT_FILE_H_
 #define TOOLS_QUORCTL_CATALOGUE_INPUT_FILE_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // JSON text to a tree, refusing what a catalogue must not contain whatever its shape.
 #ifndef TOOLS_QUORCTL_CATALOGUE_JSON_TREE_H_
 #define TOOLS_QUORCTL_CATALOGUE_JSON_TREE_H_

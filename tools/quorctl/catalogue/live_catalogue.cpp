@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 #include "catalogue/live_catalogue.h"
 
 #include "exit_status.h"

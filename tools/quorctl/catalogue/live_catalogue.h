@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The catalogue that the host has now.
 #ifndef TOOLS_QUORCTL_CATALOGUE_LIVE_CATALOGUE_H_
 #define TOOLS_QUORCTL_CATALOGUE_LIVE_CATALOGUE_H_

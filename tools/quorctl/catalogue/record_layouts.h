@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The records of the catalogue for a RecordWriter.
 #ifndef TOOLS_QUORCTL_CATALOGUE_RECORD_LAYOUTS_H_
 #define TOOLS_QUORCTL_CATALOGUE_RECORD_LAYOUTS_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // What a host store would not keep as it is.
 #ifndef TOOLS_QUORCTL_CATALOGUE_STORE_LIMITS_H_
 #define TOOLS_QUORCTL_CATALOGUE_STORE_LIMITS_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The catalogue as the library lists it: keys that repeat, and defaults that lead nowhere.
 #ifndef TOOLS_QUORCTL_CHECK_CATALOGUE_CONTENT_H_
 #define TOOLS_QUORCTL_CHECK_CATALOGUE_CONTENT_H_

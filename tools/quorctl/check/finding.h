@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // What a check of the host found.
 #ifndef TOOLS_QUORCTL_CHECK_FINDING_H_
 #define TOOLS_QUORCTL_CHECK_FINDING_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The host directory and what is in it: modes, owners, switches, locks and room.
 #ifndef TOOLS_QUORCTL_CHECK_HOST_FILES_H_
 #define TOOLS_QUORCTL_CHECK_HOST_FILES_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Every record of both host stores, read below the library, which passes over what it cannot read.
 #ifndef TOOLS_QUORCTL_CHECK_STORED_CONTENT_H_
 #define TOOLS_QUORCTL_CHECK_STORED_CONTENT_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 #include "argument.h"
 #include "backend_choice.h"
 #include "catalogue/document_reader.h"

@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
+
 # shellcheck shell=bash
 # Completion of quorctl in bash. Identifiers, names, URLs and numbers come from the catalogue of this
 # host, asked for by the quorctl that is being typed.

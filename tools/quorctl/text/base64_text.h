@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Base64 between C++ strings.
 #ifndef TOOLS_QUORCTL_TEXT_BASE64_TEXT_H_
 #define TOOLS_QUORCTL_TEXT_BASE64_TEXT_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Made by make_character_widths.py from version 14.0.0 of the Unicode character database; change
 // that script instead of this file.
 #ifndef TOOLS_QUORCTL_TEXT_CHARACTER_WIDTHS_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Colour on a terminal.
 #ifndef TOOLS_QUORCTL_TEXT_COLOUR_H_
 #define TOOLS_QUORCTL_TEXT_COLOUR_H_

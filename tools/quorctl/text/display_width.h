@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // How many terminal columns a text takes.
 #ifndef TOOLS_QUORCTL_TEXT_DISPLAY_WIDTH_H_
 #define TOOLS_QUORCTL_TEXT_DISPLAY_WIDTH_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Bytes made readable for a person.
 #ifndef TOOLS_QUORCTL_TEXT_HEX_VIEW_H_
 #define TOOLS_QUORCTL_TEXT_HEX_VIEW_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // How quorctl writes JSON.
 #ifndef TOOLS_QUORCTL_TEXT_JSON_TEXT_H_
 #define TOOLS_QUORCTL_TEXT_JSON_TEXT_H_

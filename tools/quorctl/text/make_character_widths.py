@@ -1,4 +1,6 @@
 #!/usr/bin/env python3
+# SPDX-FileCopyrightText: 2026 libquor developers
+# SPDX-License-Identifier: Apache-2.0
 """Writes character_widths.h, the table of characters that do not take one terminal column, from
 the character database that comes with Python:  ./make_character_widths.py > character_widths.h
 """

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The one writer of records: the same rows as a table for people or as data for programs.
 //
 //   static const RecordLayout layout = {

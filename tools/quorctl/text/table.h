@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The one writer of tables.
 #ifndef TOOLS_QUORCTL_TEXT_TABLE_H_
 #define TOOLS_QUORCTL_TEXT_TABLE_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Text of unknown origin made fit for a terminal.
 #ifndef TOOLS_QUORCTL_TEXT_TERMINAL_TEXT_H_
 #define TOOLS_QUORCTL_TEXT_TERMINAL_TEXT_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Points in time as text.
 #ifndef TOOLS_QUORCTL_TEXT_UTC_TIME_H_
 #define TOOLS_QUORCTL_TEXT_UTC_TIME_H_

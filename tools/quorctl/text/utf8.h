@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // UTF-8, strictly: no overlong forms, no surrogates, nothing above U+10FFFF.
 #ifndef TOOLS_QUORCTL_TEXT_UTF8_H_
 #define TOOLS_QUORCTL_TEXT_UTF8_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Feature switches that log how they are read.
 #ifndef PLATFORM_FEATURE_LIST_H_
 #define PLATFORM_FEATURE_LIST_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // A store that logs which objects it is asked for, and has one of each.
 #ifndef TAVCONFIGSTORE_CONFIG_STORE_H_
 #define TAVCONFIGSTORE_CONFIG_STORE_H_

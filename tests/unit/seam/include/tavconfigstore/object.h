@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Objects that log how they were made.
 #ifndef TAVCONFIGSTORE_OBJECT_H_
 #define TAVCONFIGSTORE_OBJECT_H_
