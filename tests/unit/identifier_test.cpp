@@ -35,6 +35,15 @@ TEST_F(Identifiers, InTheStoreAreComparedBeyondTheirFirstNul) {
   ExpectEachIsFound(TavQuor::ConfigStoreBackend::kBackend.GetPolicyBlobByName);
 }
 
+TEST_F(Identifiers, OfDatastoresAreTheWholeUrls) {
+  const Datastores datastores = {Datastore(kFirst, "first", "p"),
+                                 Datastore(kSecond, "second", "q")};
+  TavQuor::QuorLib::AddDatastoreInfo(datastores);
+  EXPECT_EQ(ThePlatform().stored, Stored({}, datastores));
+  EXPECT_EQ(TavQuor::ConfigStoreBackend::kBackend.GetDatastoreNamespace(kSecond), "second");
+  EXPECT_EQ(TavQuor::ConfigStoreBackend::kBackend.GetDatastoreNamespace("a"), "");
+}
+
 class FileIdentifiers : public FileTest {};
 
 TEST_F(FileIdentifiers, AndNamesInTheFileAreComparedBeyondTheirFirstNul) {
