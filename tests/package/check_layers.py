@@ -72,18 +72,21 @@ LAYERS = {
         never=ADMINISTRATION + STORE_CLIENTS, external=STANDARD_HEADERS),
     "platform/include": Layer([PLATFORM_HEADERS], external=STANDARD_HEADERS),
     "platform/src": Layer([PLATFORM_HEADERS, "platform/src"]),
+    "tools/catalogue": Layer(
+        ["include/quor", "tools/catalogue", "platform/include/platform/base64.h"],
+        external=STANDARD_HEADERS | {"nlohmann/json.hpp"}),
     "tools": Layer(["include/quor", PLATFORM_HEADERS, "tools"]),
 }
 FOLDERS = ["include", "src", "platform", "tools"]
 
 # Where a header is looked for. The folders of the file's own target come first, as they do for the
 # compiler; the others only serve to name what an include that must not be there reaches.
-_ALL_ROOTS = ["include", "src", "platform/include", "platform/src", "tools/quorctl"]
+_ALL_ROOTS = ["include", "src", "platform/include", "platform/src", "tools", "tools/quorctl"]
 _OWN_ROOTS = {
     "include": ["include"],
     "src": ["include", "src", "platform/include"],
     "platform": ["platform/include", "platform/src"],
-    "tools": ["include", "platform/include", "tools/quorctl"],
+    "tools": ["include", "platform/include", "tools", "tools/quorctl"],
 }
 
 _INCLUDE = re.compile(r"^\s*#\s*include\b\s*(.*)")

@@ -11,15 +11,16 @@
 #include <system_error>
 #include <utility>
 
-#include "catalogue/comparison.h"
+#include "catalogue/difference.h"
 #include "catalogue/document_writer.h"
 #include "catalogue/duplicates.h"
-#include "catalogue/live_catalogue.h"
 #include "change_turn.h"
 #include "check/stored_content.h"
 #include "confirmation.h"
+#include "difference_layout.h"
 #include "history.h"
 #include "host_backend.h"
+#include "live_catalogue.h"
 #include "signal_block.h"
 #include "standard_streams.h"
 #include "stored_records.h"

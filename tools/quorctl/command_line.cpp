@@ -5,8 +5,8 @@
 
 #include <algorithm>
 
+#include "catalogue/text/terminal_text.h"
 #include "help.h"
-#include "text/terminal_text.h"
 
 namespace Quorctl {
 

@@ -7,6 +7,7 @@
 #include <system_error>
 
 #include "brisk/exception.h"
+#include "catalogue/document_error.h"
 #include "platform/admin.h"
 
 namespace Quorctl {
@@ -47,6 +48,8 @@ Failure DescribeCurrentException() {
     throw;
   } catch (const CommandError& failure) {
     return {failure.status(), failure.what()};
+  } catch (const DocumentError& failure) {
+    return {ExitStatus::kBadInput, failure.what()};
   } catch (const BriskException& failure) {
     return {StatusOf(failure), failure.what()};
   } catch (const std::system_error& failure) {

@@ -6,10 +6,10 @@
 #include <algorithm>
 #include <sstream>
 
+#include "catalogue/text/terminal_text.h"
 #include "command_table.h"
 #include "global_options.h"
 #include "text/table.h"
-#include "text/terminal_text.h"
 
 namespace Quorctl {
 namespace {

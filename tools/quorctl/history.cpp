@@ -10,10 +10,11 @@
 #include <limits>
 #include <optional>
 
+#include "catalogue/document_error.h"
 #include "catalogue/document_reader.h"
 #include "catalogue/document_writer.h"
-#include "catalogue/input_file.h"
 #include "exit_status.h"
+#include "input_file.h"
 #include "platform/admin.h"
 #include "text/utc_time.h"
 
@@ -82,6 +83,14 @@ bool CanBeDigestOfDatastores(const std::string& digest, std::size_t datastores) 
   return digest.empty() || (datastores != 0 && IsDigest(digest));
 }
 
+Catalogue ReadDocumentOf(const HistoryEntry& entry) {
+  try {
+    return ReadCatalogueDocument(ReadKeptFile(entry.path), entry.path);
+  } catch (const DocumentError& failure) {
+    throw CommandError(ExitStatus::kBadInput, failure.what());
+  }
+}
+
 std::string NameBehindNumber(const Catalogue& catalogue, const Digests& digests, bool inStore,
                              const std::string& reason) {
   std::string name;
@@ -131,15 +140,15 @@ Catalogue ReadHistoryEntry(const HistoryEntry& entry) {
                                                   ": the digests in its name are not those of " +
                                                   "any such catalogue: it was renamed since");
   }
-  Catalogue catalogue = ReadCatalogueDocument(ReadKeptFile(entry.path), entry.path);
-  if (catalogue.policies.size() == entry.policies &&
-      catalogue.datastores.size() == entry.datastores) {
-    return catalogue;
+  Catalogue catalogue = ReadDocumentOf(entry);
+  if (catalogue.policies.size() != entry.policies ||
+      catalogue.datastores.size() != entry.datastores) {
+    throw CommandError(ExitStatus::kBadInput,
+                       entry.path + ": holds " + std::to_string(catalogue.policies.size()) +
+                           " policies and " + std::to_string(catalogue.datastores.size()) +
+                           " datastores, not as many as its name says: it was changed since");
   }
-  throw CommandError(ExitStatus::kBadInput,
-                     entry.path + ": holds " + std::to_string(catalogue.policies.size()) +
-                         " policies and " + std::to_string(catalogue.datastores.size()) +
-                         " datastores, not as many as its name says: it was changed since");
+  return catalogue;
 }
 
 std::uint64_t KeepInHistory(const Catalogue& catalogue, const Digests& digests, bool inStore,
@@ -152,7 +161,7 @@ std::uint64_t KeepInHistory(const Catalogue& catalogue, const Digests& digests, 
   }
   try {
     ReadCatalogueDocument(document, "its document");
-  } catch (const CommandError& failure) {  // what cannot be read again is not kept
+  } catch (const DocumentError& failure) {  // what cannot be read again is not kept
     throw CommandError(ExitStatus::kStore, failure.what());
   }
   return HostPlatform::AddNumberedFile(

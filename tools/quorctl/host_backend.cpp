@@ -7,9 +7,9 @@
 
 #include <cerrno>
 
+#include "catalogue/text/terminal_text.h"
 #include "exit_status.h"
 #include "platform/feature_list.h"
-#include "text/terminal_text.h"
 
 namespace Quorctl {
 

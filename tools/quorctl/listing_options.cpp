@@ -9,7 +9,7 @@
 #include <array>
 #include <utility>
 
-#include "text/terminal_text.h"
+#include "catalogue/text/terminal_text.h"
 
 namespace Quorctl {
 namespace {

@@ -10,7 +10,7 @@
 #include <algorithm>
 #include <cerrno>
 
-#include "text/terminal_text.h"
+#include "catalogue/text/terminal_text.h"
 
 namespace Quorctl {
 namespace {

@@ -8,7 +8,7 @@
 #include <unordered_map>
 
 #include "catalogue/duplicates.h"
-#include "text/terminal_text.h"
+#include "catalogue/text/terminal_text.h"
 
 namespace Quorctl {
 

@@ -4,11 +4,11 @@
 #include <cstdlib>
 #include <memory>
 
+#include "catalogue/text/terminal_text.h"
 #include "check/stored_content.h"
 #include "platform/admin.h"
 #include "platform/base64.h"
 #include "stored_layout.h"
-#include "text/terminal_text.h"
 #include "zynctl/config_file.h"
 
 namespace Quorctl {

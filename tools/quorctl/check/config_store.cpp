@@ -3,11 +3,11 @@
 
 #include <memory>
 
+#include "catalogue/text/terminal_text.h"
 #include "check/stored_content.h"
 #include "platform/admin.h"
 #include "stored_layout.h"
 #include "tavconfigstore/config_store.h"
-#include "text/terminal_text.h"
 
 namespace Quorctl {
 

@@ -5,11 +5,11 @@
 #include "backend_choice.h"
 #include "catalogue/document_reader.h"
 #include "catalogue/document_rules.h"
-#include "catalogue/input_file.h"
-#include "catalogue/store_limits.h"
 #include "catalogue_change.h"
 #include "command_table.h"
 #include "host_backend.h"
+#include "input_file.h"
+#include "store_limits.h"
 
 namespace Quorctl {
 namespace {
@@ -18,8 +18,13 @@ Catalogue ReadAndCheck(const std::string& path) {
   const std::string source = InputName(path);
   Catalogue catalogue = ReadCatalogueDocument(ReadInput(path), source);
   const bool inStore = BackendSwitch().on;
-  ExpectUniqueKeys(inStore, catalogue, source);
-  if (inStore) ExpectBlobNamespaces(catalogue, source);
+  ExpectUniqueKeys(catalogue, source,
+                   inStore ? "only one of the two would be kept"
+                           : "only the first of the two would be found by it");
+  if (inStore) {
+    ExpectBlobNamespaces(catalogue, source,
+                         "the configuration store keeps no blob without a namespace");
+  }
   const std::vector<std::string> losses = LostIn(inStore, catalogue);
   if (losses.empty()) return catalogue;
   throw CommandError(ExitStatus::kBadInput, source + ": " + losses.front() + "; the " +

@@ -4,13 +4,13 @@
 #include <unistd.h>
 
 #include "argument.h"
+#include "catalogue/text/terminal_text.h"
 #include "command_table.h"
 #include "host_backend.h"
 #include "output_file.h"
 #include "platform/admin.h"
 #include "quor/quor_lib.h"
 #include "text/hex_view.h"
-#include "text/terminal_text.h"
 
 namespace Quorctl {
 

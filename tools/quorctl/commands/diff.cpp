@@ -3,12 +3,12 @@
 
 #include "argument.h"
 #include "backend_choice.h"
-#include "catalogue/comparison.h"
 #include "catalogue/document_reader.h"
-#include "catalogue/input_file.h"
-#include "catalogue/live_catalogue.h"
 #include "command_table.h"
+#include "difference_layout.h"
+#include "input_file.h"
 #include "listing_options.h"
+#include "live_catalogue.h"
 
 namespace Quorctl {
 namespace {

@@ -4,12 +4,12 @@
 #include <utility>
 
 #include "argument.h"
+#include "catalogue/text/json_text.h"
+#include "catalogue/text/terminal_text.h"
 #include "command_table.h"
 #include "quor/quor_lib.h"
 #include "stored_records.h"
-#include "text/json_text.h"
 #include "text/table.h"
-#include "text/terminal_text.h"
 
 namespace Quorctl {
 

@@ -4,8 +4,8 @@
 #include "backend_choice.h"
 #include "catalogue/canonical_order.h"
 #include "catalogue/document_writer.h"
-#include "catalogue/live_catalogue.h"
 #include "command_table.h"
+#include "live_catalogue.h"
 
 namespace Quorctl {
 namespace {

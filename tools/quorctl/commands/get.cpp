@@ -3,12 +3,12 @@
 
 #include "argument.h"
 #include "backend_choice.h"
-#include "catalogue/record_layouts.h"
+#include "catalogue/text/terminal_text.h"
 #include "command_table.h"
 #include "listing_options.h"
 #include "quor/quor_lib.h"
+#include "record_layouts.h"
 #include "stored_records.h"
-#include "text/terminal_text.h"
 
 namespace Quorctl {
 

@@ -2,13 +2,13 @@
 // SPDX-License-Identifier: Apache-2.0
 
 #include "argument.h"
-#include "catalogue/live_catalogue.h"
-#include "catalogue/store_limits.h"
 #include "catalogue_change.h"
 #include "command_table.h"
 #include "history.h"
 #include "host_backend.h"
+#include "live_catalogue.h"
 #include "quor/quor_lib.h"
+#include "store_limits.h"
 
 namespace Quorctl {
 

@@ -5,13 +5,13 @@
 
 #include "argument.h"
 #include "backend_choice.h"
-#include "catalogue/store_limits.h"
+#include "catalogue/text/terminal_text.h"
 #include "catalogue_change.h"
 #include "command_table.h"
 #include "history.h"
 #include "host_backend.h"
 #include "quor/quor_lib.h"
-#include "text/terminal_text.h"
+#include "store_limits.h"
 
 namespace Quorctl {
 namespace {

@@ -15,12 +15,12 @@
 #include <utility>
 
 #include "argument.h"
+#include "catalogue/text/terminal_text.h"
 #include "command_table.h"
 #include "platform/admin.h"
 #include "quor/quor_lib.h"
 #include "standard_streams.h"
 #include "stop_signals.h"
-#include "text/terminal_text.h"
 #include "text/utc_time.h"
 
 namespace Quorctl {

@@ -6,8 +6,8 @@
 #include <algorithm>
 #include <iterator>
 
+#include "catalogue/text/utf8.h"
 #include "text/character_widths.h"
-#include "text/utf8.h"
 
 namespace Quorctl {
 namespace {

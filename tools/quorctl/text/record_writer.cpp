@@ -6,9 +6,9 @@
 #include <algorithm>
 #include <utility>
 
+#include "catalogue/text/json_text.h"
+#include "catalogue/text/terminal_text.h"
 #include "exit_status.h"
-#include "text/json_text.h"
-#include "text/terminal_text.h"
 
 namespace Quorctl {
 

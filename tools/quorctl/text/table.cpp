@@ -5,8 +5,8 @@
 
 #include <algorithm>
 
+#include "catalogue/text/terminal_text.h"
 #include "text/display_width.h"
-#include "text/terminal_text.h"
 
 namespace Quorctl {
 namespace {

@@ -1,0 +1,21 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
+// The whole catalogue, as an input document carries it.
+#ifndef TOOLS_CATALOGUE_CATALOGUE_H_
+#define TOOLS_CATALOGUE_CATALOGUE_H_
+
+#include <vector>
+
+#include "quor/quor_lib.h"
+
+namespace Quorctl {
+
+struct Catalogue {
+  std::vector<TavQuor::QuorPolicyInfo> policies;
+  std::vector<TavQuor::QuorDatastoreInfo> datastores;
+};
+
+}  // namespace Quorctl
+
+#endif  // TOOLS_CATALOGUE_CATALOGUE_H_

@@ -1,0 +1,197 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
+#include "catalogue/document_reader.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <limits>
+#include <optional>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "catalogue/document_error.h"
+#include "catalogue/json_tree.h"
+#include "catalogue/record_fields.h"
+#include "catalogue/text/base64_text.h"
+#include "catalogue/text/terminal_text.h"
+
+namespace Quorctl {
+
+using nlohmann::json;
+using TavQuor::QuorDatastoreInfo;
+using TavQuor::QuorPolicyInfo;
+
+namespace {
+
+using Keys = std::vector<const char*>;
+
+std::string WithArticle(const json& value) {
+  switch (value.type()) {
+    case json::value_t::null:
+      return "null";
+    case json::value_t::object:
+      return "an object";
+    case json::value_t::array:
+      return "an array";
+    case json::value_t::string:
+      return "a string";
+    case json::value_t::boolean:
+      return "a boolean";
+    default:
+      return "a number";
+  }
+}
+
+// Moves the strings out of the tree while it goes, so that a large document is not held twice.
+class DocumentReader {
+ public:
+  explicit DocumentReader(const std::string& source) : source_(source) {}
+
+  Catalogue Read(json& document) {
+    ExpectObject(document, "");
+    ExpectFormat(document);  // first: another format may well have other keys
+    ExpectKeys(document, "", {"format", "policies", "datastores"});
+    Catalogue catalogue;
+    catalogue.policies = ReadRecords<QuorPolicyInfo>(document, "policies");
+    catalogue.datastores = ReadRecords<QuorDatastoreInfo>(document, "datastores");
+    return catalogue;
+  }
+
+ private:
+  template <typename Record>
+  std::vector<Record> ReadRecords(json& document, const char* key) {
+    Keys keys;
+    for (const Field<Record>& field : kFields<Record>)
+      keys.push_back(field.key);
+    json& values = ExpectArray(document, "", key);
+    std::vector<Record> records(values.size());
+    for (std::size_t i = 0; i < values.size(); ++i) {
+      const std::string path = ElementPath(key, i);
+      ExpectKeys(values[i], path, keys);
+      for (const Field<Record>& field : kFields<Record>) {
+        field.Visit([&](auto& member) { ReadValue(values[i], path, field.key, &member); },
+                    records[i]);
+      }
+    }
+    return records;
+  }
+
+  void ReadValue(json& object, const std::string& path, const char* key, std::string* value) {
+    *value = ReadBytes(object, path, key);
+  }
+
+  void ReadValue(json& object, const std::string& path, const char* key, std::int64_t* value) {
+    *value = ReadInteger(object[key], MemberPath(path, key));
+  }
+
+  void ReadValue(json& object, const std::string& path, const char* key, Blobs* value) {
+    json& blobs = ExpectArray(object, path, key);
+    for (std::size_t i = 0; i < blobs.size(); ++i)
+      value->push_back(ReadBlob(blobs[i], ElementPath(MemberPath(path, key), i)));
+  }
+
+  std::pair<std::string, std::string> ReadBlob(json& value, const std::string& path) {
+    ExpectObject(value, path);
+    const bool isText = value.contains("text");
+    if (isText == value.contains("base64")) {
+      Fail(path, isText ? "has both \"base64\" and \"text\"; one of them is to be there"
+                        : "has neither \"base64\" nor \"text\"; one of them is to be there");
+    }
+    ExpectKeys(value, path, {"namespace", isText ? "text" : "base64"});
+    std::string blobNamespace = ReadBytes(value, path, "namespace");
+    std::string blob = isText ? TakeString(value, path, "text") : ReadBase64(value, path);
+    return {std::move(blob), std::move(blobNamespace)};
+  }
+
+  // A byte string: a JSON string, or {"base64": "..."} for one that is not UTF-8.
+  std::string ReadBytes(json& object, const std::string& path, const char* key) {
+    json& value = object[key];
+    const std::string valuePath = MemberPath(path, key);
+    if (value.is_string()) return TakeString(object, path, key);
+    if (!value.is_object()) {
+      Fail(valuePath, "expected a string or {\"base64\": \"...\"}, found " + WithArticle(value));
+    }
+    ExpectKeys(value, valuePath, {"base64"});
+    return ReadBase64(value, valuePath);
+  }
+
+  std::string ReadBase64(json& object, const std::string& path) {
+    std::optional<std::string> bytes = DecodeBase64(TakeString(object, path, "base64"));
+    if (!bytes) {
+      Fail(MemberPath(path, "base64"),
+           "not valid Base64 (RFC 4648: the standard alphabet, padded with \"=\", no line breaks)");
+    }
+    return std::move(*bytes);
+  }
+
+  std::string TakeString(json& object, const std::string& path, const char* key) {
+    json& value = object[key];
+    if (!value.is_string()) {
+      Fail(MemberPath(path, key), "expected a string, found " + WithArticle(value));
+    }
+    return std::move(value.get_ref<std::string&>());
+  }
+
+  std::int64_t ReadInteger(const json& value, const std::string& path) {
+    constexpr auto kLargest = std::numeric_limits<std::int64_t>::max();
+    const bool tooLarge = value.is_number_unsigned() && value.get<std::uint64_t>() > kLargest;
+    if (value.is_number_integer() && !tooLarge) return value.get<std::int64_t>();
+    Fail(path, "expected an integer from -9223372036854775808 to 9223372036854775807, found " +
+                   (value.is_number() ? "another number" : WithArticle(value)));
+  }
+
+  json& ExpectArray(json& object, const std::string& path, const char* key) {
+    json& value = object[key];
+    if (!value.is_array()) {
+      Fail(MemberPath(path, key), "expected an array, found " + WithArticle(value));
+    }
+    return value;
+  }
+
+  void ExpectObject(const json& value, const std::string& path) {
+    if (!value.is_object()) Fail(path, "expected an object, found " + WithArticle(value));
+  }
+
+  void ExpectFormat(json& document) {
+    if (!document.contains("format")) {
+      Fail("",
+           std::string("the key \"format\" is missing; it is to be \"") + kDocumentFormat + '"');
+    }
+    const std::string format = TakeString(document, "", "format");
+    if (format != kDocumentFormat) {
+      Fail("format",
+           "unknown format " + Quoted(format) + "; this version reads \"" + kDocumentFormat + '"');
+    }
+  }
+
+  // An object with exactly these keys.
+  void ExpectKeys(const json& value, const std::string& path, const Keys& keys) {
+    ExpectObject(value, path);
+    for (const auto& member : value.items()) {
+      const auto isMember = [&member](const char* key) { return member.key() == key; };
+      if (std::none_of(keys.begin(), keys.end(), isMember)) {
+        Fail(path, "unknown key " + Quoted(member.key()));
+      }
+    }
+    for (const char* key : keys) {
+      if (!value.contains(key)) Fail(path, std::string("the key \"") + key + "\" is missing");
+    }
+  }
+
+  [[noreturn]] void Fail(const std::string& path, const std::string& problem) {
+    throw DocumentError(source_, path, problem);
+  }
+
+  const std::string& source_;
+};
+
+}  // namespace
+
+Catalogue ReadCatalogueDocument(const std::string& text, const std::string& source) {
+  json document = ParseJson(text, source);
+  return DocumentReader(source).Read(document);
+}
+
+}  // namespace Quorctl

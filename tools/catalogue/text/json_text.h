@@ -1,0 +1,23 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
+// How quorctl writes JSON.
+#ifndef TOOLS_CATALOGUE_TEXT_JSON_TEXT_H_
+#define TOOLS_CATALOGUE_TEXT_JSON_TEXT_H_
+
+#include <nlohmann/json.hpp>
+#include <string>
+
+namespace Quorctl {
+
+// A byte string: a JSON string, or {"base64": "..."} for one that is not UTF-8.
+nlohmann::ordered_json BytesAsJson(const std::string& bytes);
+
+// The value as text that is safe to show on a terminal: indented over several lines, or on one
+// line. No line feed at the end. Strings in it must be UTF-8.
+std::string IndentedJson(const nlohmann::ordered_json& value);
+std::string JsonOnOneLine(const nlohmann::ordered_json& value);
+
+}  // namespace Quorctl
+
+#endif  // TOOLS_CATALOGUE_TEXT_JSON_TEXT_H_

@@ -1,0 +1,18 @@
+// Differences between catalogues for a RecordWriter.
+#ifndef TOOLS_QUORCTL_DIFFERENCE_LAYOUT_H_
+#define TOOLS_QUORCTL_DIFFERENCE_LAYOUT_H_
+
+#include <vector>
+
+#include "catalogue/difference.h"
+#include "text/record_writer.h"
+
+namespace Quorctl {
+
+// "change", "kind", "name", "id", "fields".
+const RecordLayout& DifferenceLayout();
+void AddDifferences(const std::vector<Difference>& differences, RecordWriter* writer);
+
+}  // namespace Quorctl
+
+#endif  // TOOLS_QUORCTL_DIFFERENCE_LAYOUT_H_
