@@ -94,6 +94,19 @@ class Entries(QuorctlCase):
         self.ask("restore", "--yes", "4")
         self.assertEqual(self.listed("datastores"), content["datastores"])
 
+    def test_ChangedDocumentIsFoundBeforeAnythingIsReplaced(self):
+        before = self.ask("export").text
+        path = self.path_kept(2)
+        for changed in (document([policy("A", generation=2)], self.content["datastores"]),
+                        document(self.content["policies"], [datastore(defaultPolicy="other")])):
+            self.add(path, changed)
+            for words in (["--dry-run"], ["--yes"]):
+                self.refuse(BAD_INPUT, "restore", "2", *words,
+                            message=f"{path}: its records do not have the digests in its name")
+                self.assertEqual(self.ask("export").text, before)
+            [found] = self.findings()
+            self.assertEqual((found["subject"], found["advice"]), (path, "move it away"))
+
     def test_DamagedEntryIsAdvisedToBeMovedAway(self):
         path = self.path_kept(2)
         self.add(path, [])

@@ -73,7 +73,8 @@ LAYERS = {
     "platform/include": Layer([PLATFORM_HEADERS], external=STANDARD_HEADERS),
     "platform/src": Layer([PLATFORM_HEADERS, "platform/src"]),
     "tools/catalogue": Layer(
-        ["include/quor", "tools/catalogue", "platform/include/platform/base64.h"],
+        ["include/quor", "tools/catalogue", "src/digest/catalogue_digest.h",
+         "platform/include/platform/base64.h"],
         external=STANDARD_HEADERS | {"nlohmann/json.hpp"}),
     "tools": Layer(["include/quor", PLATFORM_HEADERS, "tools"]),
 }
@@ -86,7 +87,7 @@ _OWN_ROOTS = {
     "include": ["include"],
     "src": ["include", "src", "platform/include"],
     "platform": ["platform/include", "platform/src"],
-    "tools": ["include", "platform/include", "tools", "tools/quorctl"],
+    "tools": ["include", "src", "platform/include", "tools", "tools/quorctl"],
 }
 
 _INCLUDE = re.compile(r"^\s*#\s*include\b\s*(.*)")

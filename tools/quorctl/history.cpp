@@ -148,6 +148,12 @@ Catalogue ReadHistoryEntry(const HistoryEntry& entry) {
                            " policies and " + std::to_string(catalogue.datastores.size()) +
                            " datastores, not as many as its name says: it was changed since");
   }
+  if (DigestsOf(catalogue) != entry.digests) {
+    throw CommandError(ExitStatus::kBadInput,
+                       entry.path +
+                           ": its records do not have the digests in its name: it was "
+                           "changed since");
+  }
   return catalogue;
 }
 

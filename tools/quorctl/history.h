@@ -14,16 +14,14 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "catalogue/catalogue.h"
+#include "catalogue/digests.h"
 
 namespace Quorctl {
 
 inline constexpr std::size_t kHistoryLength = 20;
-
-using Digests = std::pair<std::string, std::string>;  // of the policies, of the datastores
 
 struct HistoryEntry {
   std::uint64_t number = 0;
@@ -47,7 +45,7 @@ std::vector<HistoryEntry> ListHistory();
 HistoryEntry FindHistoryEntry(std::uint64_t number);
 
 // The catalogue of an entry. Raises CommandError when the document cannot be read, and as bad input
-// when it does not hold what its name says.
+// when it does not hold what its name says: as many records, with these digests.
 Catalogue ReadHistoryEntry(const HistoryEntry& entry);
 
 // Keeps the catalogue, durably; returns its number. Raises when it cannot be kept, and when the

@@ -1,0 +1,12 @@
+#include "catalogue/digests.h"
+
+#include "digest/catalogue_digest.h"
+
+namespace Quorctl {
+
+Digests DigestsOf(const Catalogue& catalogue) {
+  return {TavQuor::Digest::PolicyDbHash(catalogue.policies),
+          TavQuor::Digest::DatastoreDbHash(catalogue.datastores)};
+}
+
+}  // namespace Quorctl
