@@ -72,7 +72,7 @@ class Writers(ChangeCase):
         self.apply(document([policy("First")]))
         lock = self.lock_history()
         terminal = Terminal(self, "apply", "--yes", self.write("mine.json", json.dumps(mine)))
-        terminal.wait_for("keeping the present catalogue ... 1 s")
+        terminal.wait_for("waiting for another quorctl ... 1 s")
         self.ask("apply", "--yes", "--no-history", "-", given=json.dumps(other).encode())
         lock.close()
         self.assertEqual(terminal.finish().status, DONE)
@@ -208,19 +208,58 @@ class Signals(ChangeCase):
             process = self.start("apply", "--yes", self.path)
             self.wait_until(lambda: self.store() != first)
             process.send_signal(number)
-            status, _, _ = self.end_of(process)
+            status, output, _ = self.end_of(process)
             self.assertEqual(status, -number)
+            self.assertIn("applied 1 policy (1 blob) and 20000 datastores to ", output)
             self.assertTrue(self.listed_document() == self.after, number)
 
-    def test_SignalOfATerminalIsNotTakenByTheProgressLine(self):
-        lock = self.lock_store()
-        terminal = Terminal(self, "apply", "--yes", self.path)
-        terminal.wait_for("replacing 1 policy ... ")
-        terminal.process.send_signal(signal.SIGTERM)
-        terminal.wait_for(" ... 2 s")
+    def end_by_signal(self, number, shown, *words):
+        """Sends the signal when the terminal has shown something; what it shows at the end."""
+        kept = self.kept_documents()
+        terminal = Terminal(self, *words)
+        terminal.wait_for(shown)
+        terminal.process.send_signal(number)
+        result = terminal.finish()
+        self.assertEqual(result.status, -number)
+        self.assertEqual(self.kept_documents(), kept)
+        return result.errors
+
+    def test_SignalEndsTheWaitForALockWithNothingChanged(self):
+        lock = self.lock_store()  # until the end: who does not give up waits for 30 s
+        for number in (signal.SIGINT, signal.SIGTERM):
+            for words in (["apply", "--yes", self.path], ["reset", "--yes"]):
+                shown = self.end_by_signal(number, "waiting for ", *words)
+                self.assertIn("quorctl: interrupted while waiting for another process, which holds "
+                              f"{lock.name}; nothing was changed", shown)
+                self.assertEqual(self.listed_document(), self.before)
+
+    def test_SignalEndsTheWaitForTheHistoryWithNothingChanged(self):
+        self.lock_history()
+        shown = self.end_by_signal(signal.SIGINT, "waiting for ", "reset", "--yes")
+        self.assertIn("interrupted while waiting for another quorctl", shown)
+        self.assertEqual(self.listed_document(), self.before)
+
+    def test_SignalBeforeTheChangeTellsThatNothingWasChanged(self):
+        shown = self.end_by_signal(signal.SIGINT, "[y/N] ", "apply", self.path)
+        self.assertIn("quorctl: interrupted; nothing was changed", shown)
+        self.assertEqual(self.listed_document(), self.before)
+        self.ask("switch", "--yes", "file")
+        self.apply(self.before)
+        lock = self.lock_of(os.path.join(self.host, "host-config.lock"))
+        shown = self.end_by_signal(signal.SIGTERM, "catalogue ... 1 s", "apply", "--yes", self.path)
+        self.assertIn("quorctl: interrupted; nothing was changed", shown)
         lock.close()
-        self.assertEqual(terminal.finish().status, -signal.SIGTERM)
-        self.assertTrue(self.listed_document() == self.after)
+        self.assertEqual(self.listed_document(), self.before)
+
+    def test_WaitNamesTheHolderUnlessItIsGone(self):
+        lock = self.lock_store()
+        process = f"process {os.getpid()} (the holder)"
+        for written, told in ((process, process), ("process 4194305 (gone)", "another process")):
+            lock.seek(0)
+            lock.truncate()
+            lock.write(written.encode() + b"\n")
+            lock.flush()
+            self.end_by_signal(signal.SIGINT, f"waiting for {told} ... 1 s", "reset", "--yes")
 
 
 class Terminals(ChangeCase):
@@ -233,7 +272,7 @@ class Terminals(ChangeCase):
     def test_StoppedTerminalDoesNotHoldTheChange(self):
         lock = self.lock_store()
         terminal = Terminal(self, "apply", "--yes", self.path)
-        terminal.wait_for("replacing 1 policy ... ")
+        terminal.wait_for("waiting for another process ... 1 s")
         termios.tcflow(terminal.master, termios.TCOOFF)
         time.sleep(1)  # several times as long as between two writes of the line
         lock.close()
@@ -243,11 +282,11 @@ class Terminals(ChangeCase):
 
     def test_SwitchThatIsChangedDuringTheQuestionIsTold(self):
         for words in (["apply", self.path], ["reset"]):
-            self.ask("switch", "store")
+            self.ask("switch", "--yes", "store")
             self.apply(document([policy("Old")], [datastore("ds:///old/")]))
             terminal = Terminal(self, *words)
             terminal.wait_for("[y/N] ")
-            self.ask("switch", "file")
+            self.ask("switch", "--yes", "file")
             terminal.type("y\n")
             result = terminal.finish()
             self.assertEqual(result.status, DONE)
@@ -261,13 +300,13 @@ class Advice(ChangeCase):
         self.lock_history()
         result = self.run_quorctl("reset", "--yes", environment={"QUOR_LOCK_TIMEOUT_MS": "100"})
         self.assertEqual(result.status, STORE)
-        self.assertIn("nothing was changed: ", result.errors)
-        self.assertIn("still locked", result.errors)
+        self.assertIn("still locked after 100 ms by another quorctl; nothing was changed",
+                      result.errors)
         self.assertNotIn("--no-history", result.errors)
 
     def test_UnreadableSwitchRefusesEveryChange(self):
         self.apply(document([policy("A")]))
-        self.ask("switch", "file")
+        self.ask("switch", "--yes", "file")
         with open(os.path.join(self.host, "features"), "wb") as file:
             file.write(b"short")
         given = json.dumps(document([policy("B")])).encode()

@@ -20,7 +20,9 @@
 #include "difference_layout.h"
 #include "history.h"
 #include "host_backend.h"
+#include "interrupt_notice.h"
 #include "live_catalogue.h"
+#include "lock_wait.h"
 #include "signal_block.h"
 #include "standard_streams.h"
 #include "stored_records.h"
@@ -93,10 +95,15 @@ bool HelpsToKeepNothing(const std::exception_ptr& failure) {
 // The present catalogue in the history, for as long as the change may need it.
 class KeptCatalogue {
  public:
-  KeptCatalogue(const Present& present, const std::string& verb, const ChangeOptions& options) {
+  KeptCatalogue(const Present& present, const std::string& verb, const ChangeOptions& options,
+                LockWait* wait) {
     if (options.noHistory()) return;
     try {
-      number_ = KeepInHistory(present.catalogue, present.digests, BackendSwitch().on, verb);
+      wait->Do("keeping the present catalogue", [&] {
+        number_ = KeepInHistory(present.catalogue, present.digests, BackendSwitch().on, verb);
+      });
+    } catch (const WaitEnded&) {
+      throw;
     } catch (...) {
       const Failure failure = DescribeCurrentException();
       throw CommandError(
@@ -227,18 +234,23 @@ class Replacement {
     return present_.Lost() > 0 ? present_.LostInWords() : loss;
   }
 
-  void Run(ProgressLine* progress, const KeptCatalogue& kept) const {
+  // Up to the first replacement a signal may end it.
+  void Run(LockWait* wait, ProgressLine* progress, const KeptCatalogue& kept) const {
     if (MustDeleteFirst()) {
-      DeleteAndWrite(progress);
+      DeleteAndWrite(wait, progress);
       return;
     }
-    if (policies_) WritePolicies(progress);
+    if (policies_) wait->Do(PoliciesStep(), [this] { WritePolicies(); });
     if (!datastores_) return;
-    const std::string written = policies_ ? QuorLib::GetDbHash().first : std::string();
+    if (!policies_) {
+      wait->Do(DatastoresStep(), [this] { WriteDatastores(); });
+      return;
+    }
+    const std::string written = QuorLib::GetDbHash().first;
     try {
-      WriteDatastores(progress);
+      progress->Begin(DatastoresStep());
+      WriteDatastores();
     } catch (...) {
-      if (!policies_) throw;
       const Failure failure = DescribeCurrentException();
       PutPoliciesBack(present_, written, failure, kept);
     }
@@ -267,12 +279,13 @@ class Replacement {
     return present_.lostDatastores > 0 && policies_ && datastores_ && BackendSwitch().on;
   }
 
-  void DeleteAndWrite(ProgressLine* progress) const {
-    progress->Begin("deleting what cannot be read");
-    QuorLib::Reset();
+  void DeleteAndWrite(LockWait* wait, ProgressLine* progress) const {
+    wait->Do("deleting what cannot be read", [] { QuorLib::Reset(); });
     try {
-      WritePolicies(progress);
-      WriteDatastores(progress);
+      progress->Begin(PoliciesStep());
+      WritePolicies();
+      progress->Begin(DatastoresStep());
+      WriteDatastores();
     } catch (...) {
       const Failure failure = DescribeCurrentException();
       throw CommandError(failure.status,
@@ -282,15 +295,14 @@ class Replacement {
     }
   }
 
-  void WritePolicies(ProgressLine* progress) const {
-    progress->Begin("replacing " + Counted(next_.policies.size(), "policy", "policies"));
-    QuorLib::AddPolicyInfo(next_.policies);
+  std::string PoliciesStep() const {
+    return "replacing " + Counted(next_.policies.size(), "policy", "policies");
   }
-
-  void WriteDatastores(ProgressLine* progress) const {
-    progress->Begin("replacing " + Counted(next_.datastores.size(), "datastore", "datastores"));
-    QuorLib::AddDatastoreInfo(next_.datastores);
+  std::string DatastoresStep() const {
+    return "replacing " + Counted(next_.datastores.size(), "datastore", "datastores");
   }
+  void WritePolicies() const { QuorLib::AddPolicyInfo(next_.policies); }
+  void WriteDatastores() const { QuorLib::AddDatastoreInfo(next_.datastores); }
 
   bool Differs(RecordKind kind) const {
     return CountOf(differences_, Change::kDeleted, kind) > 0 ||
@@ -324,13 +336,19 @@ class Replacement {
 template <typename Change>
 bool CarryOut(const std::string& verb, const ChangeOptions& options, const Present& present,
               ProgressLine* progress, CommandOutput* output, const Change& change) {
-  const SignalBlock block;  // until policies and datastores are of one catalogue
-  progress->Begin("keeping the present catalogue");
-  KeptCatalogue kept(present, verb, options);
-  const ChangeTurn turn;
-  if (!IsUnchanged(present)) return false;  // to keep it took its time
+  SignalBlock block;  // until policies and datastores are of one catalogue
+  block.Keep(true);   // and what was done is told
+  LockWait wait(progress);
+  KeptCatalogue kept(present, verb, options, &wait);
+  const ChangeTurn turn(&wait);
+  bool unchanged = false;  // to keep it took its time
+  wait.Do("comparing with the present catalogue", [&] { unchanged = IsUnchanged(present); });
+  if (!unchanged) {
+    block.Keep(false);
+    return false;
+  }
   try {
-    change(kept);
+    change(&wait, kept);
   } catch (...) {
     kept.StayUnlessUnchanged(present);
     throw;
@@ -338,6 +356,18 @@ bool CarryOut(const std::string& verb, const ChangeOptions& options, const Prese
   output->changedHost = true;
   kept.Stay();
   return true;
+}
+
+// In the configuration file these are two replacements, and only before the first one a signal may
+// end them: its lock was free a moment ago.
+void DeleteAll(LockWait* wait, ProgressLine* progress) {
+  const std::string step = "deleting all policies and datastores";
+  if (BackendSwitch().on) {
+    wait->Do(step, [] { QuorLib::Reset(); });
+  } else {
+    progress->Begin(step);
+    QuorLib::Reset();
+  }
 }
 
 [[noreturn]] void RaiseQuarrel() {
@@ -362,6 +392,7 @@ std::string CountedRecords(std::size_t policies, std::size_t datastores) {
 
 ChangeResult ChangeCatalogue(const ChangeRequest& request, const ChangeOptions& options,
                              Catalogue next, ProgressLine* progress, CommandOutput* output) {
+  const InterruptNotice notice;
   const std::string shownBefore = output->text;
   for (int attempt = 0; attempt < kAttempts; ++attempt) {
     progress->Begin("reading the present catalogue");
@@ -373,8 +404,9 @@ ChangeResult ChangeCatalogue(const ChangeRequest& request, const ChangeOptions& 
     const std::string loss = replacement.Loss();
     if (!loss.empty() && !options.confirmed()) Confirm(request, loss, progress, output);
     if (!IsUnchanged(present)) continue;
-    const bool done = CarryOut(request.verb, options, present, progress, output,
-                               [&](const KeptCatalogue& kept) { replacement.Run(progress, kept); });
+    const bool done = CarryOut(
+        request.verb, options, present, progress, output,
+        [&](LockWait* wait, const KeptCatalogue& kept) { replacement.Run(wait, progress, kept); });
     if (done) return ChangeResult::kDone;
   }
   RaiseQuarrel();
@@ -382,6 +414,7 @@ ChangeResult ChangeCatalogue(const ChangeRequest& request, const ChangeOptions& 
 
 ChangeResult EmptyCatalogue(const ChangeOptions& options, ProgressLine* progress,
                             CommandOutput* output) {
+  const InterruptNotice notice;
   const ChangeRequest request{"reset"};
   for (int attempt = 0; attempt < kAttempts; ++attempt) {
     progress->Begin("reading the present catalogue");
@@ -400,10 +433,8 @@ ChangeResult EmptyCatalogue(const ChangeOptions& options, ProgressLine* progress
       return ChangeResult::kNothingDiffers;
     }
     const bool done =
-        CarryOut(request.verb, options, present, progress, output, [&](const KeptCatalogue&) {
-          progress->Begin("deleting all policies and datastores");
-          QuorLib::Reset();
-        });
+        CarryOut(request.verb, options, present, progress, output,
+                 [progress](LockWait* wait, const KeptCatalogue&) { DeleteAll(wait, progress); });
     if (done) return ChangeResult::kDone;
   }
   RaiseQuarrel();

@@ -5,16 +5,18 @@
 #ifndef TOOLS_QUORCTL_CHANGE_TURN_H_
 #define TOOLS_QUORCTL_CHANGE_TURN_H_
 
+#include "lock_wait.h"
+
 namespace Quorctl {
 
 // Held from the last look at the catalogue to the end of its replacement, which are several calls
 // of the library: between them another quorctl would replace what nobody has kept.
 class ChangeTurn {
  public:
-  // Waits as long as for the host's locks; raises CommandError (kStore) then. Without the lock file
+  // Waits with `wait`, and raises what it does. Without the lock file
   // of the history, which only the owner can open, there is nothing to take turns by, and every
   // change goes on at once.
-  ChangeTurn();
+  explicit ChangeTurn(LockWait* wait);
   ChangeTurn(const ChangeTurn&) = delete;
   ChangeTurn& operator=(const ChangeTurn&) = delete;
   ~ChangeTurn();

@@ -11,6 +11,7 @@
 #include <system_error>
 
 #include "command_line.h"
+#include "signal_block.h"
 #include "standard_streams.h"
 
 namespace Quorctl {
@@ -74,7 +75,9 @@ int main(int argc, char** argv) {
     std::vector<std::string> words;
     for (int i = 1; i < argc; ++i)
       words.emplace_back(argv[i]);
-    return static_cast<int>(Quorctl::RunAndReport(words));
+    const Quorctl::ExitStatus status = Quorctl::RunAndReport(words);
+    Quorctl::SignalBlock::ReleaseKept();
+    return static_cast<int>(status);
   } catch (...) {  // no memory left even for a message
     return static_cast<int>(Quorctl::ExitStatus::kInternal);
   }

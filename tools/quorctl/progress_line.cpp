@@ -37,7 +37,9 @@ ProgressLine::~ProgressLine() {
 
 void ProgressLine::Begin(const std::string& step) {
   const std::lock_guard<std::mutex> guard(mutex_);
+  if (step == step_) return;
   step_ = step;
+  stepBegan_ = Clock::now();
 }
 
 void ProgressLine::Hide() {
@@ -73,12 +75,14 @@ void ProgressLine::Run() {
 void ProgressLine::Draw() {
   const std::lock_guard<std::mutex> guard(terminal_);
   std::string line;
+  Clock::time_point began;
   {
     const std::lock_guard<std::mutex> guardOfStep(mutex_);
     line = step_;
+    began = stepBegan_;
   }
   if (line.empty()) return;
-  const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(Clock::now() - started_);
+  const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(Clock::now() - began);
   line += " ... " + std::to_string(seconds.count()) + " s";
   Erase();
   WriteTerminal(line);

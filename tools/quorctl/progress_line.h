@@ -15,7 +15,8 @@ namespace Quorctl {
 
 // Shown on standard error from one second after the construction on, where that is a terminal;
 // erased at the end. What is under way is a call of the library, which reports nothing by itself:
-// the line tells which step it is and for how long it has been going on. A terminal that takes no
+// the line tells which step it is and for how long it has been going on; to begin the step that is
+// under way changes nothing. A terminal that takes no
 // output holds up the line, not the steps. Without a thread to be had there is no line.
 class ProgressLine {
  public:
@@ -38,11 +39,12 @@ class ProgressLine {
   void Draw();
   void Erase();
 
-  Clock::time_point started_ = Clock::now();
+  const Clock::time_point started_ = Clock::now();
   std::mutex mutex_;  // of what follows; never held while something is written
   std::condition_variable ended_;
   bool end_ = false;
-  std::string step_;       // empty: nothing to show
+  std::string step_;  // empty: nothing to show
+  Clock::time_point stepBegan_ = started_;
   std::mutex terminal_;    // of what is written; taken before the other one
   std::size_t shown_ = 0;  // columns of what stands on the terminal
   std::thread thread_;     // runs only on a terminal

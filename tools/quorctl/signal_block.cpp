@@ -4,8 +4,21 @@
 #include "signal_block.h"
 
 #include <initializer_list>
+#include <optional>
 
 namespace Quorctl {
+
+namespace {
+
+// Before the block that was kept.
+std::optional<sigset_t> maskToRelease;
+
+bool IsIgnored(int signal) {
+  struct sigaction action = {};
+  return sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
+}
+
+}  // namespace
 
 SignalBlock::SignalBlock() noexcept {
   sigset_t blocked;
@@ -16,7 +29,24 @@ SignalBlock::SignalBlock() noexcept {
 }
 
 SignalBlock::~SignalBlock() {
-  pthread_sigmask(SIG_SETMASK, &originalMask_, nullptr);
+  if (kept_) {
+    maskToRelease = originalMask_;
+  } else {
+    pthread_sigmask(SIG_SETMASK, &originalMask_, nullptr);
+  }
+}
+
+void SignalBlock::ReleaseKept() {
+  if (maskToRelease) pthread_sigmask(SIG_SETMASK, &*maskToRelease, nullptr);
+}
+
+int SignalBlock::PendingSignal() {
+  sigset_t pending;
+  if (sigpending(&pending) != 0) return 0;
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) {
+    if (sigismember(&pending, signal) == 1 && !IsIgnored(signal)) return signal;
+  }
+  return 0;
 }
 
 }  // namespace Quorctl

@@ -10,8 +10,9 @@
 namespace Quorctl {
 
 // While there is one, the signals by which terminals and services end or stop a process wait. What
-// has come meanwhile is delivered by the destructor. For the calling thread alone: every other
-// thread has to block them too (those made meanwhile do), or it would take them.
+// has come meanwhile is delivered by the destructor, or by ReleaseKept() after Keep(). For the
+// calling thread alone: every other thread has to block them too (those made meanwhile do), or it
+// would take them.
 class SignalBlock {
  public:
   SignalBlock() noexcept;
@@ -19,7 +20,16 @@ class SignalBlock {
   SignalBlock& operator=(const SignalBlock&) = delete;
   ~SignalBlock();
 
+  // With true, leaves the signals to ReleaseKept(): what was done is to be told before one of them
+  // ends the process.
+  void Keep(bool kept) { kept_ = kept; }
+  static void ReleaseKept();
+
+  // One of those that wait and would end the process; 0 for none.
+  static int PendingSignal();
+
  private:
+  bool kept_ = false;
   sigset_t originalMask_;
 };
 

@@ -1,0 +1,36 @@
+#include "interrupt_notice.h"
+
+#include <unistd.h>
+
+#include <string_view>
+
+namespace Quorctl {
+namespace {
+
+// The signal is back at its default action then, which ends the process with the handler.
+extern "C" void TellThatNothingWasChanged(int signal) {
+  constexpr std::string_view kOnTerminal = "\nquorctl: interrupted; nothing was changed\n";
+  const std::string_view line = isatty(STDERR_FILENO) == 1 ? kOnTerminal : kOnTerminal.substr(1);
+  const ssize_t ignored = write(STDERR_FILENO, line.data(), line.size());
+  static_cast<void>(ignored);
+  raise(signal);
+}
+
+}  // namespace
+
+InterruptNotice::InterruptNotice() noexcept {
+  struct sigaction action = {};
+  action.sa_handler = TellThatNothingWasChanged;
+  action.sa_flags = SA_RESETHAND | SA_RESTART;
+  for (std::size_t i = 0; i < kSignals.size(); ++i) {
+    sigaction(kSignals[i], nullptr, &original_[i]);
+    if (original_[i].sa_handler == SIG_DFL) sigaction(kSignals[i], &action, nullptr);
+  }
+}
+
+InterruptNotice::~InterruptNotice() {
+  for (std::size_t i = 0; i < kSignals.size(); ++i)
+    sigaction(kSignals[i], &original_[i], nullptr);
+}
+
+}  // namespace Quorctl

@@ -1,0 +1,117 @@
+#include "lock_wait.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstdint>
+#include <cstdio>
+#include <exception>
+#include <optional>
+#include <system_error>
+#include <thread>
+#include <utility>
+
+#include "history.h"
+#include "platform/admin.h"
+#include "signal_block.h"
+
+namespace Quorctl {
+namespace {
+
+constexpr std::uint32_t kTurn = 100;  // milliseconds: a signal is to be obeyed within 200
+constexpr auto kPause = std::chrono::milliseconds(5);
+
+// The deadline of the platform's own waiting, shortened for one call.
+class ShortTurn {
+ public:
+  ShortTurn() { HostPlatform::UseLockTimeout(std::min(timeout_, kTurn)); }
+  ShortTurn(const ShortTurn&) = delete;
+  ShortTurn& operator=(const ShortTurn&) = delete;
+  ~ShortTurn() { HostPlatform::UseLockTimeout(timeout_); }
+
+ private:
+  const std::uint32_t timeout_ = HostPlatform::LockTimeout();
+};
+
+struct HeldLock {
+  std::string path;
+  std::string holder;
+};
+
+// The name in a lock file stays there when its process is gone.
+std::string LivingHolder(const std::string& holder) {
+  long process = 0;
+  const bool named = std::sscanf(holder.c_str(), "process %ld", &process) == 1;
+  const bool gone = named && kill(static_cast<pid_t>(process), 0) != 0 && errno == ESRCH;
+  return named && !gone ? holder : "another process";
+}
+
+std::optional<HeldLock> FindHeldLock() {
+  for (const HostPlatform::LockState& lock : HostPlatform::GetLockStates()) {
+    if (lock.held) return HeldLock{lock.path, LivingHolder(lock.holder)};
+  }
+  return std::nullopt;
+}
+
+// The lock of those who give numbers in the history is none of the host's two.
+bool IsHistoryBusy(const std::exception_ptr& failure) {
+  try {
+    std::rethrow_exception(failure);
+  } catch (const std::system_error& error) {
+    return error.code() == std::errc::device_or_resource_busy;
+  } catch (...) {
+    return false;
+  }
+}
+
+}  // namespace
+
+void LockWait::Do(const std::string& step, const std::function<void()>& call) {
+  bool wasFree = false;
+  progress_->Begin(step);
+  for (;;) {
+    const auto turnBegan = Clock::now();
+    try {
+      const ShortTurn shortened;
+      return call();
+    } catch (...) {
+      // A call that failed within its turn did not wait in vain. One that did may find the lock
+      // free by now.
+      if (Clock::now() - turnBegan <
+          std::chrono::milliseconds(std::min(HostPlatform::LockTimeout(), kTurn))) {
+        throw;
+      }
+      if (IsHistoryBusy(std::current_exception())) {
+        GoOn(HistoryDirectory() + "/.lock", "another quorctl");
+        continue;
+      }
+      std::optional<HeldLock> lock = FindHeldLock();
+      if (!lock && std::exchange(wasFree, true)) throw;
+      for (; lock; lock = FindHeldLock())
+        Pause(lock->path, lock->holder);
+      progress_->Begin(step);
+    }
+  }
+}
+
+void LockWait::Pause(const std::string& lock, const std::string& holder) {
+  GoOn(lock, holder);
+  std::this_thread::sleep_for(kPause);
+}
+
+void LockWait::GoOn(const std::string& lock, const std::string& holder) {
+  if (SignalBlock::PendingSignal() != 0) {
+    throw WaitEnded(ExitStatus::kNotConfirmed, "interrupted while waiting for " + holder +
+                                                   ", which holds " + lock +
+                                                   "; nothing was changed");
+  }
+  const std::uint32_t timeout = HostPlatform::LockTimeout();
+  if (Clock::now() - began_ >= std::chrono::milliseconds(timeout)) {
+    throw WaitEnded(ExitStatus::kStore,
+                    lock + ": still locked after " + std::to_string(timeout) + " ms by " + holder +
+                        "; nothing was changed; try again when that one is done");
+  }
+  progress_->Begin("waiting for " + holder);
+}
+
+}  // namespace Quorctl
