@@ -82,7 +82,7 @@ def store(quorctl, host, name, text):
     with open(document, "w", encoding="utf-8") as file:
         file.write(text)
     for backend in ["store", "file"]:
-        subprocess.run([quorctl, "switch", backend], check=True, env=environment,
+        subprocess.run([quorctl, "switch", "--yes", backend], check=True, env=environment,
                        stdout=subprocess.DEVNULL)
         subprocess.run([quorctl, "apply", document, "--yes"], check=True, env=environment,
                        stdout=subprocess.DEVNULL)

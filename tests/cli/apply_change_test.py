@@ -108,7 +108,7 @@ class Shown(ApplyChange):
         self.assertNotIn("\x1b", text)
 
     def test_GenerationNumberThatTheFileWouldNotKeepIsRefused(self):
-        self.ask("switch", "file")
+        self.ask("switch", "--yes", "file")
         for number in (2**31, -2**31 - 1):
             self.refuse(4, "apply", "-", message=f"generation number {number} does not fit 32 bits",
                         given=json.dumps(document([policy(generation=number)])).encode())

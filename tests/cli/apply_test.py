@@ -134,7 +134,7 @@ class RefusedApply(QuorctlCase):
 
     def test_PoliciesArePutBackWhenTheDatastoresCannotBeReplaced(self):
         for choice in ("store", "file"):
-            self.ask("switch", choice)
+            self.ask("switch", "--yes", choice)
             before = document([policy("A"), policy("C")], [datastore("ds:///kept/")])
             self.apply(before)
             digest = self.ask("digest").text

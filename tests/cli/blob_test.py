@@ -103,7 +103,7 @@ class Blob(QuorctlCase):
             self.refuse(ABSENT, "blob", *options, message="no blob: ")
 
     def test_BlobThatDoesNotDecodeIsNamed(self):
-        self.ask("switch", "file")
+        self.ask("switch", "--yes", "file")
         self.apply(document([policy("Gold", id="g", blobs=[blob(text="find me in the file")])],
                             [datastore("ds:///v/", defaultPolicy="g")]))
         path = f"{self.host}/host-config.json"

@@ -115,11 +115,11 @@ class Store(AdviceCase):
     def test_StoreThatIsNotInUse(self):
         for fault, options in (("moved", ""), ("typed", " --no-history")):
             self.odd(fault)
-            self.ask("switch", "file")
+            self.ask("switch", "--yes", "file")
             self.apply(self.content)
             self.expect_to_heal("replace its catalogue by the one in use: migrate --to store" +
                                 options)
-            self.ask("switch", "store")
+            self.ask("switch", "--yes", "store")
 
 
 class File(AdviceCase):
@@ -127,7 +127,7 @@ class File(AdviceCase):
 
     def setUp(self):
         super().setUp()
-        self.ask("switch", "file")
+        self.ask("switch", "--yes", "file")
         self.apply(self.content)
 
     def damage(self):
@@ -169,7 +169,7 @@ class File(AdviceCase):
 
     def test_FileThatIsNotInUse(self):
         self.damage()
-        self.ask("switch", "store")
+        self.ask("switch", "--yes", "store")
         self.expect_to_heal("correct the file by hand, or replace its catalogue by the one in use: "
                             "migrate --to file --no-history")
 

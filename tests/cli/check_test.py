@@ -28,7 +28,7 @@ class Sound(CheckCase):
     def test_BothStoresAndTheHistoryMayBeThere(self):
         self.ask("migrate", "--to", "file")
         for choice in ("file", "store"):
-            self.ask("switch", choice)
+            self.ask("switch", "--yes", choice)
             self.expect_nothing()
 
     def test_NothingIsWritten(self):
@@ -57,7 +57,7 @@ class DamagedStore(CheckCase):
 
     def test_DamageIsFoundInTheStoreThatIsNotInUse(self):
         self.ask("migrate", "--to", "file")
-        self.ask("switch", "file")
+        self.ask("switch", "--yes", "file")
         self.replace(self.store, b"find me in the file", b"FIND me in the file")
         self.expect("error", self.store, "the checksum of the record at byte")
 
@@ -94,7 +94,7 @@ class DamagedStore(CheckCase):
 class DamagedFile(CheckCase):
     def setUp(self):
         super().setUp()
-        self.ask("switch", "file")
+        self.ask("switch", "--yes", "file")
         self.apply(self.content)
 
     def test_TextThatIsNoJson(self):
@@ -192,9 +192,9 @@ class Catalogue(CheckCase):
         self.expect_nothing()
 
     def test_CatalogueOfTheStoreThatIsNotInUseIsNotJudged(self):
-        self.ask("switch", "file")
+        self.ask("switch", "--yes", "file")
         self.apply(document([], [datastore(defaultPolicy="none")]))
-        self.ask("switch", "store")
+        self.ask("switch", "--yes", "store")
         self.expect_nothing()
 
 
@@ -216,7 +216,7 @@ class Files(CheckCase):
 
     def test_ModesOfFiles(self):
         self.ask("migrate", "--to", "file")
-        self.ask("switch", "store")
+        self.ask("switch", "--yes", "store")
         kept = os.path.join("history", sorted(os.listdir(os.path.join(self.host, "history")))[-1])
         for name in ("config-store.cdb", "host-config.json", "features", kept):
             self.expect_mode(name, 0o666, "error", "others than its owner may change it")

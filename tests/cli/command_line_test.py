@@ -46,7 +46,7 @@ class Root(QuorctlCase):
                          ["Of the option"])
 
     def test_SwitchIsThatOfTheOption(self):
-        self.ask("switch", "file", "--root", self.other)
+        self.ask("switch", "--yes", "file", "--root", self.other)
         self.assertEqual(self.ask("switch", "--root", self.other).text, "file\n")
         self.assertEqual(self.ask("switch").text, "store\n")
         self.assertEqual(self.names("list", "policies", "--root", self.other), [])

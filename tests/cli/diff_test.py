@@ -102,7 +102,7 @@ class Diff(QuorctlCase):
             [("changed", "policy", "Gold", ["blobs R"])])
 
     def test_RepeatedRecordsOfTheFileAreComparedOneByOne(self):
-        self.ask("switch", "file")
+        self.ask("switch", "--yes", "file")
         one, other = plain_policy(1), plain_policy(1, generation=9)
         subprocess.run([PUT_CATALOGUE], env=self.environment(), timeout=TIMEOUT, check=True,
                        input=as_records([one, one, other], [plain_datastore(1)] * 2))

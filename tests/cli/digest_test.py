@@ -146,7 +146,7 @@ class DigestCase(QuorctlCase):
 class Digest(DigestCase):
     def test_GeneratedCataloguesAgreeOnBothStores(self):
         for store in ("store", "file"):
-            self.ask("switch", store)
+            self.ask("switch", "--yes", store)
             generator = Generator(SEED)
             for _ in range(CATALOGUES):
                 self.check(*generator.catalogue())
@@ -154,7 +154,7 @@ class Digest(DigestCase):
     def test_OrderOfRecordsAndBlobsDoesNotCount(self):
         source = random.Random(SEED)
         for store in ("store", "file"):
-            self.ask("switch", store)
+            self.ask("switch", "--yes", store)
             generator = Generator(SEED)
             for _ in range(10):
                 policies, datastores = generator.catalogue()
@@ -257,7 +257,7 @@ class Duplicates(DigestCase):
     """Records that are equal in every field."""
 
     def test_FileKeepsAndDigestsEachOfThem(self):
-        self.ask("switch", "file")
+        self.ask("switch", "--yes", "file")
         for times in (2, 3, 20):  # from seventeen elements on the sort is another one
             self.check_records([plain_policy(1)] * times, [])
             self.check_records([], [plain_datastore(1)] * times)
@@ -272,7 +272,7 @@ class Duplicates(DigestCase):
                                      [plain_datastore(1), plain_datastore(2)]))
 
     def test_OneMoreOfThemChangesTheDigestOfTheFile(self):
-        self.ask("switch", "file")
+        self.ask("switch", "--yes", "file")
         seen = set()
         for times in (1, 2, 3):
             self.check_records([plain_policy(1)] * times, [plain_datastore(1)] * times)
@@ -283,11 +283,11 @@ class Duplicates(DigestCase):
         twice = plain_policy(1, blobs=[(b"RILK", b"same")] * 2)
         once = plain_policy(1, blobs=[(b"RILK", b"same")])
         self.check_records([twice], [], kept=([once], []))
-        self.ask("switch", "file")
+        self.ask("switch", "--yes", "file")
         self.check_records([twice], [])
 
     def test_GeneratedCataloguesWithDuplicatesAgreeInTheFile(self):
-        self.ask("switch", "file")
+        self.ask("switch", "--yes", "file")
         source = random.Random(SEED)
         generator = Generator(SEED)
         for _ in range(20):
@@ -302,10 +302,10 @@ class Duplicates(DigestCase):
         empty_policy = plain_policy(0, id=b"", name=b"", description=b"", blobs=[])
         empty_datastore = plain_datastore(0, url=b"", namespace=b"", defaultPolicy=b"")
         for times in (1, 3):
-            self.ask("switch", "store")
+            self.ask("switch", "--yes", "store")
             self.check_records([empty_policy] * times, [empty_datastore] * times,
                                kept=([empty_policy], [empty_datastore]))
-            self.ask("switch", "file")
+            self.ask("switch", "--yes", "file")
             self.check_records([empty_policy] * times, [empty_datastore] * times)
             self.assertEqual(self.digests()[1], "")
 

@@ -210,7 +210,7 @@ class Duplicates(ContentCase):
                                      f'two would be kept')
 
     def test_TheConfigurationFileWouldKeepBothButFindOne(self):
-        self.ask("switch", "file")
+        self.ask("switch", "--yes", "file")
         self.refuse(BAD_INPUT, "apply", "-",
                     given=json.dumps(document([policy("A"), policy("A", id="other")])).encode(),
                     message='policies[1].name: "A" stands at policies[0].name too; only the first '

@@ -18,7 +18,7 @@ class ExitStatus(QuorctlCase):
 
     def on_each_store(self):
         for choice in ("store", "file"):
-            self.ask("switch", choice)
+            self.ask("switch", "--yes", choice)
             self.ask("apply", "--yes", self.path)
             yield choice
 
@@ -66,16 +66,16 @@ class ExitStatus(QuorctlCase):
             os.remove(os.path.join(self.host, name))
 
     def test_SwitchOnADamagedFileOfSwitches(self):
-        self.ask("switch", "file")
+        self.ask("switch", "--yes", "file")
         path = os.path.join(self.host, "features")
         with open(path, "w", encoding="utf-8") as file:
             file.write("short")
-        for words in (["switch", "store"], ["switch", "file"], ["switch"]):
+        for words in (["switch", "--yes", "store"], ["switch", "--yes", "file"], ["switch"]):
             self.refuse(STORE, *words, message=path)
         with open(path, encoding="utf-8") as file:
             self.assertEqual(file.read(), "short")
         os.remove(path)
-        self.ask("switch", "file")
+        self.ask("switch", "--yes", "file")
 
     def test_PermissionOfADirectoryThatEverybodyMayWriteTo(self):
         for _ in self.on_each_store():
@@ -90,7 +90,7 @@ class ExitStatus(QuorctlCase):
             other = "file" if choice == "store" else "store"
             for words in (["reset"], ["apply", self.empty], ["restore", "1"]):
                 self.assertEqual(self.status(*words), NOT_CONFIRMED, words)
-            self.ask("switch", other)
+            self.ask("switch", "--yes", other)
             self.ask("reset", "--yes")
             self.assertEqual(self.status("migrate", "--to", choice), NOT_CONFIRMED)
 

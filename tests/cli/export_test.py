@@ -33,7 +33,7 @@ class Export(QuorctlCase):
 
     def test_GeneratedCataloguesComeBackFromBothStores(self):
         for store in ("store", "file"):
-            self.ask("switch", store)
+            self.ask("switch", "--yes", store)
             generator = Generator(SEED)
             for i in range(CATALOGUES):
                 self.apply(as_document(*generator.catalogue()))
@@ -41,10 +41,10 @@ class Export(QuorctlCase):
 
     def test_OneStoreTakesWhatTheOtherExports(self):
         for first, second in (("store", "file"), ("file", "store")):
-            self.ask("switch", first)
+            self.ask("switch", "--yes", first)
             self.apply(as_document(*Generator(SEED).catalogue()))
             exported, digests = self.export(), self.digests()
-            self.ask("switch", second)
+            self.ask("switch", "--yes", second)
             self.apply_export(exported)
             self.assertEqual((self.export(), self.digests()), (exported, digests))
 

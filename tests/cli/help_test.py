@@ -19,7 +19,7 @@ OPTIONS = {"status": [], "list": ["KIND", *OUTPUT_OPTIONS],
            "diff": ["FILE", *OUTPUT_OPTIONS], "check": ["--verbose", *OUTPUT_OPTIONS],
            "apply": ["FILE", "--policies-only", "--datastores-only", *CHANGE_OPTIONS],
            "reset": CHANGE_OPTIONS, "history": OUTPUT_OPTIONS,
-           "restore": ["NUMBER", *CHANGE_OPTIONS], "switch": ["CHOICE"],
+           "restore": ["NUMBER", *CHANGE_OPTIONS], "switch": ["CHOICE", "--yes"],
            "migrate": ["--to CHOICE", *CHANGE_OPTIONS], "help": ["COMMAND"]}
 GLOBAL_OPTIONS = ["--root DIR", "-h, --help", "--version"]
 STATUSES = ["0", "1", "2", "3", "4", "5", "7", "8", "70"]

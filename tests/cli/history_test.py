@@ -141,7 +141,7 @@ class History(HistoryCase):
         self.assertEqual(len(self.entries()), 1)
 
     def test_CatalogueWithDamagedRecordsIsNotKeptAsIfItWereWhole(self):
-        self.ask("switch", "file")
+        self.ask("switch", "--yes", "file")
         self.apply(document([policy("A"), policy("B", blobs=[blob(text="find me")])]))
         path = os.path.join(self.host, "host-config.json")
         with open(path, "rb") as file:
@@ -176,7 +176,7 @@ class Restore(HistoryCase):
         self.assertEqual(self.ask("digest").text, self.digest)
 
     def test_RepeatedKeysArePutBackThoughApplyRefusesThem(self):
-        self.ask("switch", "file")
+        self.ask("switch", "--yes", "file")
         self.apply(document([policy("a")], [datastore()]))
         path = os.path.join(self.host, "host-config.json")
         with open(path, encoding="utf-8") as file:
@@ -221,12 +221,12 @@ class Restore(HistoryCase):
         self.assertEqual(entries_of(self.host), before)
 
     def test_CatalogueGoesBackToTheStoreThatItIsFrom(self):
-        self.ask("switch", "file")
+        self.ask("switch", "--yes", "file")
         text = self.ask("restore", "2", "--yes").text
         self.assertIn("the switch selects the configuration file: programs do not see this one",
                       text)
         self.assertEqual(self.listed_document(), document())
-        self.ask("switch", "store")
+        self.ask("switch", "--yes", "store")
         self.assertEqual(self.listed_document(), self.old)
 
     def test_UnknownNumberIsAbsent(self):

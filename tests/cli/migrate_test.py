@@ -24,34 +24,34 @@ class Migrate(QuorctlCase):
         copied = self.ask("migrate", "--to", "file").text
         self.assertIn("copied 2 policies and 2 datastores to the configuration file", copied)
         self.assertEqual(self.ask("switch").text, "store\n")
-        self.ask("switch", "file")
+        self.ask("switch", "--yes", "file")
         self.assertEqual(self.listed_document(), content)
         self.assertEqual(self.ask("digest").text, digest)
 
     def test_WayBackGivesTheSameCatalogue(self):
-        self.ask("switch", "file")
+        self.ask("switch", "--yes", "file")
         content = document([policy("Gold")], [datastore()])
         self.apply(content)
         self.ask("migrate", "--to", "store")
-        self.ask("switch", "store")
+        self.ask("switch", "--yes", "store")
         self.assertEqual(self.listed_document(), content)
 
     def test_WhatTheTargetHeldIsReplaced(self):
-        self.ask("switch", "file")
+        self.ask("switch", "--yes", "file")
         self.apply(document([policy("Old")], [datastore()]))
-        self.ask("switch", "store")
+        self.ask("switch", "--yes", "store")
         content = document([policy("New")])
         self.apply(content)
         self.ask("migrate", "--to", "file", "--yes")
-        self.ask("switch", "file")
+        self.ask("switch", "--yes", "file")
         self.assertEqual(self.listed_document(), content)
         self.assertEqual(self.ask("history", "--fields", "reason,store,policies",
                                   "--no-headings").text.split()[:3], ["migrate", "file", "1"])
 
     def test_DeletionsNeedAConfirmation(self):
-        self.ask("switch", "file")
+        self.ask("switch", "--yes", "file")
         self.apply(document([policy("Old")], [datastore()]))
-        self.ask("switch", "store")
+        self.ask("switch", "--yes", "store")
         self.apply(document([policy("New")]))
         before = without_lock_files(entries_of(self.host))
         result = self.run_quorctl("migrate", "--to", "file")
@@ -87,7 +87,7 @@ class Migrate(QuorctlCase):
         self.assertEqual(entries_of(self.host), before)
 
     def test_BlobWithoutNamespaceIsNamedBeforeAnythingIsWritten(self):
-        self.ask("switch", "file")
+        self.ask("switch", "--yes", "file")
         self.apply(document([policy("Gold", blobs=[blob(namespace="")])]))
         self.assertEqual(self.losses("--to", "store"), 'policy "Gold": a blob has no namespace\n')
         self.assertFalse(os.path.exists(os.path.join(self.host, "config-store.cdb")))

@@ -50,7 +50,7 @@ class Output(QuorctlCase):
     def test_ChangeThatCouldNotBeToldIsSaidToBeMade(self):
         empty = self.write("empty.json",
                            '{"format": "quor-catalogue/1", "policies": [], "datastores": []}')
-        for words in (["apply", "--yes", empty], ["reset", "--yes"], ["switch", "store"]):
+        for words in (["apply", "--yes", empty], ["reset", "--yes"], ["switch", "--yes", "store"]):
             self.apply(document([policy()], [datastore()]))
             with open("/dev/full", "wb") as full:
                 self.assertEqual(

@@ -49,7 +49,7 @@ class Stranger(QuorctlCase):
     def test_ChangingIsRefused(self):
         self.lose_permission()
         given = json.dumps(document([policy("New")])).encode()
-        for words in (["apply", "-"], ["reset", "--yes"], ["switch", "file"], ["switch", "store"],
+        for words in (["apply", "-"], ["reset", "--yes"], ["switch", "--yes", "file"], ["switch", "--yes", "store"],
                       ["migrate", "--to", "file"], ["restore", "1", "--yes"], ["history"]):
             self.refuse(PERMISSION, *words, given=given, message=self.host)
         self.expect_unchanged()
@@ -69,7 +69,7 @@ class Stranger(QuorctlCase):
         self.lose_permission()
         inside = os.path.join(self.host, "new")
         self.refuse(PERMISSION, "--root", inside, "reset", "--yes", message=inside)
-        self.refuse(PERMISSION, "--root", inside, "switch", "file", message=inside)
+        self.refuse(PERMISSION, "--root", inside, "switch", "--yes", "file", message=inside)
         self.expect_unchanged()
 
     def test_InputWithoutPermissionIsAnInputThatCannotBeRead(self):
@@ -85,7 +85,7 @@ class StrangerAtTheFile(QuorctlCase):
 
     def setUp(self):
         super().setUp()
-        self.ask("switch", "file")
+        self.ask("switch", "--yes", "file")
         self.apply(document([policy("Gold")], [datastore()]))
         self.mode = os.stat(self.host).st_mode
         self.file = os.path.join(self.host, "host-config.json")

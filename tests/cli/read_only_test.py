@@ -31,7 +31,7 @@ class ReadOnly(QuorctlCase):
     def test_CatalogueAndFeaturesFileStayAsTheyAre(self):
         self.apply(document([policy("Gold")], [datastore()]))
         for choice in ("file", "store"):
-            self.ask("switch", choice)
+            self.ask("switch", "--yes", choice)
             self.look_at_everything()
 
     def test_EmptyDirectoryStaysEmpty(self):

@@ -80,10 +80,10 @@ class Status(StatusCase):
             self.assertEqual(self.lines()[0]["readable by"], expected)
 
     def test_StoreThatIsNotInUseIsShown(self):
-        self.ask("switch", "file")
+        self.ask("switch", "--yes", "file")
         self.apply(document([policy()]))
         size = os.path.getsize(f"{self.host}/host-config.json")
-        self.ask("switch", "store")
+        self.ask("switch", "--yes", "store")
         self.assertEqual(self.lines()[0]["not in use"],
                          f"{self.host}/host-config.json ({size} bytes)")
 
@@ -93,13 +93,13 @@ class Status(StatusCase):
         self.assertEqual(shown["lock deadline"], "250 ms")
 
     def test_SwitchInTheFeaturesFile(self):
-        self.ask("switch", "store")
+        self.ask("switch", "--yes", "store")
         shown, errors = self.lines()
         self.assertEqual(errors, "")
         self.assertEqual(shown["chosen by"], f"feature switch 62 is on in {self.host}/features")
 
     def test_ConfigurationFileIsShownAsSelected(self):
-        self.ask("switch", "file")
+        self.ask("switch", "--yes", "file")
         self.apply(document([policy()]))
         shown, errors = self.lines()
         self.assertEqual(errors, "")
@@ -110,7 +110,7 @@ class Status(StatusCase):
         self.assertTrue(shown["policies"].startswith("1, digest "))
 
     def test_ConfigurationFileThatDoesNotParseIsTold(self):
-        self.ask("switch", "file")
+        self.ask("switch", "--yes", "file")
         with open(f"{self.host}/host-config.json", "w") as file:
             file.write('{\n  "Quor": {},\n}\n')
         shown, errors = self.lines(STORE)

@@ -18,41 +18,80 @@ class Switch(QuorctlCase):
         self.assertEqual(self.selected(), "store\n")
         self.assertFalse(os.path.exists(self.host))
 
+    def last_line(self, *words):
+        return self.ask(*words).text.splitlines()[-1]
+
     def test_ChoiceHoldsForLaterCommands(self):
-        self.assertEqual(self.ask("switch", "file").text,
-                         f"selected the configuration file in {self.host}\n")
+        self.assertEqual(self.last_line("switch", "file"),
+                         f"selected the configuration file in {self.host}")
         self.assertEqual(self.selected(), "file\n")
-        self.assertEqual(self.ask("switch", "store").text,
-                         f"selected the configuration store in {self.host}\n")
+        self.assertEqual(self.last_line("switch", "store"),
+                         f"selected the configuration store in {self.host}")
         self.assertEqual(self.selected(), "store\n")
 
     def test_ChoosingTwiceIsChoosingOnce(self):
         for choice in ("file", "file", "store", "store"):
-            self.ask("switch", choice)
+            self.ask("switch", "--yes", choice)
             self.assertEqual(self.selected(), choice + "\n")
 
     def test_EachChoiceHasACatalogueOfItsOwn(self):
         in_store = document([policy("Of the store")], [datastore()])
         in_file = document([policy("Of the file")], [datastore(url="ds:///file/")])
         self.apply(in_store)
-        self.ask("switch", "file")
+        self.ask("switch", "--yes", "file")
         self.assertEqual(self.listed_document(), document([], []))
         self.apply(in_file)
         self.assertEqual(self.listed_document(), in_file)
-        self.ask("switch", "store")
+        self.ask("switch", "--yes", "store")
         self.assertEqual(self.listed_document(), in_store)
-        self.ask("switch", "file")
+        self.ask("switch", "--yes", "file")
         self.ask("reset", "--yes")
         self.assertEqual(self.listed_document(), document([], []))
-        self.ask("switch", "store")
+        self.ask("switch", "--yes", "store")
         self.assertEqual(self.listed_document(), in_store)
 
+    def refused(self, message, shown):
+        result = self.run_quorctl("switch", "file")
+        self.assertEqual(result.status, NOT_CONFIRMED, result.errors)
+        self.assertIn(message, result.errors)
+        self.assertIn('nothing was changed; "quorctl migrate --to file" copies the catalogue first',
+                      result.errors)
+        self.assertIn(shown, result.text)
+        self.assertEqual(self.selected(), "store\n")
+
+    def test_StoreWithOtherAnswersHasToBeConfirmed(self):
+        self.apply(document([policy()], [datastore()]))
+        digests = ":".join(json.loads(self.ask("digest", "-o", "json").text).values())
+        self.refused("the configuration file holds another catalogue",
+                     f"configuration store:  1 policy and 1 datastore, digests {digests}\n"
+                     "configuration file:   0 policies and 0 datastores\n")
+        self.ask("migrate", "--to", "file")
+        self.assertEqual(self.last_line("switch", "file"),
+                         f"selected the configuration file in {self.host}")
+        self.ask("switch", "store")
+        self.apply(document([policy(generation=2)], [datastore()]))
+        self.refused("the configuration file holds another catalogue", "1 policy and 1 datastore")
+        with open(os.path.join(self.host, "host-config.json"), "w", encoding="utf-8") as file:
+            file.write("{")
+        self.refused("the configuration file cannot be read", "configuration file:   cannot be read")
+        self.ask("switch", "--yes", "file")
+        self.assertEqual(self.selected(), "file\n")
+
+    def test_TerminalIsAskedBeforeOtherAnswersAreSelected(self):
+        self.apply(document([policy()]))
+        for answer, status, selected in (("n", NOT_CONFIRMED, "store\n"), ("y", DONE, "file\n")):
+            terminal = Terminal(self, "switch", "file")
+            terminal.wait_for("Select it? [y/N] ")
+            terminal.type(answer + "\n")
+            self.assertEqual(terminal.finish().status, status)
+            self.assertEqual(self.selected(), selected)
+
     def test_DocumentIsReadBeforeTheStoreIsAsked(self):
-        self.ask("switch", "file")
+        self.ask("switch", "--yes", "file")
         self.refuse(4, "apply", "-", given=b"[]")
 
     def test_FileKeepsABlobWithoutNamespace(self):
-        self.ask("switch", "file")
+        self.ask("switch", "--yes", "file")
         content = document([policy(blobs=[blob(namespace="")])])
         self.apply(content)
         self.assertEqual(self.listed("policies"), content["policies"])
@@ -61,7 +100,7 @@ class Switch(QuorctlCase):
         for word in ("files", "STORE", "", "1"):
             self.refuse(USAGE, "switch", word,
                         message=f'unknown choice "{word}"; choose store or file')
-        self.refuse(USAGE, "switch", "store", "file", message='unexpected argument "file"')
+        self.refuse(USAGE, "switch", "--yes", "store", "file", message='unexpected argument "file"')
         self.assertFalse(os.path.exists(self.host))
 
 
@@ -110,7 +149,7 @@ class Reset(QuorctlCase):
 
     def test_WhatIsDeletedIsKeptAndCanBeRestored(self):
         for choice in ("store", "file"):
-            self.ask("switch", choice)
+            self.ask("switch", "--yes", choice)
             content = document([policy("B"), policy("A")], [datastore()])
             self.apply(content)
             self.ask("reset", "--yes")

@@ -129,7 +129,7 @@ class Watch(WatchCase):
     def test_SwitchToAnotherStoreIsAChange(self):
         process = self.watch()
         self.wait_until_asleep(process)
-        self.ask("switch", "file")
+        self.ask("switch", "--yes", "file")
         self.expect_both(process)
         self.expect_end(process, by=signal.SIGTERM)
 

@@ -150,6 +150,7 @@ _quorctl_options() {
     apply) echo "--policies-only --datastores-only $change" ;;
     reset | restore) echo "$change" ;;
     migrate) echo "--to $change" ;;
+    switch) echo '--yes' ;;
   esac
   echo '--root -h --help --version'
 }
