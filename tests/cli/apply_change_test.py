@@ -218,8 +218,8 @@ class Progress(ApplyChange):
     def test_LongReplacementIsShownOnATerminalAndErased(self):
         lock = self.lock()
         terminal = Terminal(self, "apply", self.larger)
-        terminal.wait_for("replacing 2 policies ... 1 s")
-        terminal.wait_for("replacing 2 policies ... 2 s")
+        terminal.wait_for("waiting for another process ... 1 s")
+        terminal.wait_for("waiting for another process ... 2 s")
         lock.close()
         result = terminal.finish()
         self.assertEqual(result.status, DONE, result.errors)

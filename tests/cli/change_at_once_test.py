@@ -240,7 +240,7 @@ class Signals(ChangeCase):
         self.assertEqual(self.listed_document(), self.before)
 
     def test_SignalBeforeTheChangeTellsThatNothingWasChanged(self):
-        shown = self.end_by_signal(signal.SIGINT, "[y/N] ", "apply", self.path)
+        shown = self.end_by_signal(signal.SIGINT, "[y/N] ", "reset")
         self.assertIn("quorctl: interrupted; nothing was changed", shown)
         self.assertEqual(self.listed_document(), self.before)
         self.ask("switch", "--yes", "file")

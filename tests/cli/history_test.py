@@ -9,7 +9,7 @@ import re
 import stat
 import unittest
 
-from quorctl_case import (ABSENT, BAD_INPUT, DONE, NO, NOT_CONFIRMED, STORE, USAGE, QuorctlCase,
+from quorctl_case import (ABSENT, BAD_INPUT, DONE, NO, NOT_CONFIRMED, USAGE, QuorctlCase,
                           base64_of, blob, datastore, document, entries_of, policy)
 from terminal import Terminal
 
@@ -254,9 +254,8 @@ class Restore(HistoryCase):
             text = file.read()
         with open(path, "w", encoding="utf-8") as file:
             file.write(re.sub(r'"description": ""', '"description": "edited"', text, count=1))
-        result = self.run_quorctl("restore", "2", "--yes")
-        self.assertEqual(result.status, STORE)
-        self.assertIn("the digests are not those that the catalogue had", result.errors)
+        self.refuse(BAD_INPUT, "restore", "2", "--yes",
+                    message="its records do not have the digests in its name")
 
 
 if __name__ == "__main__":

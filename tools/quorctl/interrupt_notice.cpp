@@ -7,10 +7,13 @@
 namespace Quorctl {
 namespace {
 
+constexpr std::string_view kLine = "quorctl: interrupted; nothing was changed\n";
+constexpr std::string_view kLineOnTerminal = "\nquorctl: interrupted; nothing was changed\n";
+
+std::string_view line;  // set before there is a handler
+
 // The signal is back at its default action then, which ends the process with the handler.
 extern "C" void TellThatNothingWasChanged(int signal) {
-  constexpr std::string_view kOnTerminal = "\nquorctl: interrupted; nothing was changed\n";
-  const std::string_view line = isatty(STDERR_FILENO) == 1 ? kOnTerminal : kOnTerminal.substr(1);
   const ssize_t ignored = write(STDERR_FILENO, line.data(), line.size());
   static_cast<void>(ignored);
   raise(signal);
@@ -19,6 +22,7 @@ extern "C" void TellThatNothingWasChanged(int signal) {
 }  // namespace
 
 InterruptNotice::InterruptNotice() noexcept {
+  line = isatty(STDERR_FILENO) == 1 ? kLineOnTerminal : kLine;
   struct sigaction action = {};
   action.sa_handler = TellThatNothingWasChanged;
   action.sa_flags = SA_RESETHAND | SA_RESTART;

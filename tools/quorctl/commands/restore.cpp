@@ -84,11 +84,10 @@ class RestoreCommand final : public Command {
 
   static void ExpectDigests(ChangeResult result, const HistoryEntry& entry) {
     if (result == ChangeResult::kDryRun || TavQuor::QuorLib::GetDbHash() == entry.digests) return;
-    throw CommandError(
-        ExitStatus::kStore,
-        "the digests are not those that the catalogue had when it was kept: " + entry.path +
-            " was changed since, or another process changed the catalogue "
-            "meanwhile");
+    throw CommandError(ExitStatus::kStore,
+                       "the digests are not those that the catalogue had when it was kept: another "
+                       "process changed "
+                       "the catalogue meanwhile");
   }
 
   Argument number_;
