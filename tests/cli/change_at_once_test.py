@@ -118,8 +118,8 @@ class Turns(ChangeCase):
         result = self.run_quorctl("apply", "--yes", self.path,
                                   environment={"QUOR_LOCK_TIMEOUT_MS": "100"})
         self.assertEqual(result.status, STORE)
-        self.assertIn("another quorctl is still changing the catalogue after 100 ms; nothing was "
-                      "changed", result.errors)
+        self.assertIn("still locked after 100 ms by another quorctl that changes the catalogue; "
+                      "nothing was changed", result.errors)
         self.assertEqual(self.listed_document(), self.before)
         self.assertEqual(self.kept_documents(), kept)
 
@@ -163,7 +163,7 @@ class HalfMade(ChangeCase):
         lock = self.lock_store()
         terminal = Terminal(self, "apply", "--yes",
                             self.write("after.json", json.dumps(document([policy("New")]))))
-        terminal.wait_for("replacing 1 policy ... ")
+        terminal.wait_for("waiting for another process ... ")
         with open(snapshot + ".new", "wb") as file:
             file.write(b"no snapshot")
         os.rename(snapshot + ".new", snapshot)
@@ -178,7 +178,7 @@ class HalfMade(ChangeCase):
         self.apply(document([policy("Old")]))
         lock = self.lock_store()
         terminal = Terminal(self, "migrate", "--to", "store")
-        terminal.wait_for("replacing 1 policy ... ")
+        terminal.wait_for("waiting for another process ... ")
         subprocess.run([PUT_CATALOGUE], env=self.environment(), timeout=TIMEOUT, check=True,
                        input=b"policy x41 x42 x 1\n")
         lock.close()
