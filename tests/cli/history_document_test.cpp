@@ -7,11 +7,12 @@
 
 #include <string>
 
+#include "catalogue/document_error.h"
 #include "catalogue/document_reader.h"
 #include "catalogue/document_writer.h"
-#include "catalogue/input_file.h"
 #include "exit_status.h"
 #include "history.h"
+#include "input_file.h"
 #include "platform/admin.h"
 #include "support/temporary_directory.h"
 
@@ -27,7 +28,7 @@ std::string CatalogueAsDocument(const Catalogue& /*catalogue*/) {
 }
 
 Catalogue ReadCatalogueDocument(const std::string& /*text*/, const std::string& source) {
-  if (!readable) throw CommandError(ExitStatus::kBadInput, source + ": cannot be read");
+  if (!readable) throw DocumentError(source, "", "cannot be read");
   return {};
 }
 
