@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The digests of a catalogue that no store keeps: of one in a document.
 #ifndef TOOLS_CATALOGUE_DIGESTS_H_
 #define TOOLS_CATALOGUE_DIGESTS_H_

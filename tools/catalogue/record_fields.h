@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // The members of a record, in one table for each kind: whatever reads, writes, compares or shows
 // records walks it, so that no field can be forgotten in one of these places.
 #ifndef TOOLS_CATALOGUE_RECORD_FIELDS_H_

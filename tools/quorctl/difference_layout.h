@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Differences between catalogues for a RecordWriter.
 #ifndef TOOLS_QUORCTL_DIFFERENCE_LAYOUT_H_
 #define TOOLS_QUORCTL_DIFFERENCE_LAYOUT_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Says that nothing was changed when a signal ends a command before its change.
 #ifndef TOOLS_QUORCTL_INTERRUPT_NOTICE_H_
 #define TOOLS_QUORCTL_INTERRUPT_NOTICE_H_

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // Waiting for the host's locks, and for other quorctl, in a way that a signal ends.
 #ifndef TOOLS_QUORCTL_LOCK_WAIT_H_
 #define TOOLS_QUORCTL_LOCK_WAIT_H_
