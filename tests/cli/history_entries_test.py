@@ -1,6 +1,7 @@
 # SPDX-FileCopyrightText: 2026 libquor developers
 # SPDX-License-Identifier: Apache-2.0
 """Entries of the history that are not what quorctl wrote, and those that a user may not read."""
+import hashlib
 import json
 import os
 import re
@@ -79,7 +80,8 @@ class Entries(QuorctlCase):
 
     def test_CatalogueThatItsStoreWouldNotKeepIsRefusedBeforeAnythingIsReplaced(self):
         before = self.ask("export").text
-        path = self.add(self.path_of(9, f"{DIGEST}.-", 1),
+        own = hashlib.md5(b"Aid-A1x").hexdigest().encode()  # name, identifier, generation, blob
+        path = self.add(self.path_of(9, hashlib.md5(own).hexdigest() + ".-", 1),
                         document([policy("A", blobs=[blob(namespace="")])]))
         self.refuse(BAD_INPUT, "restore", "9", "--yes",
                     message=f'{path}: policy "A": a blob has no namespace; the configuration store '
