@@ -176,7 +176,7 @@ class RefusedApply(QuorctlCase):
         with open(path, "wb") as file:
             file.write(content.replace(b"ds:///find/", b"ds:///FIND/"))
         larger = document([policy(f"B{i}") for i in range(1000)], [datastore()])
-        self.apply_with_room(larger, 8192, "--no-history",
+        self.apply_with_room(larger, 16384, "--no-history",
                              message="what was stored is deleted, because of the records that "
                                      "cannot be read, but not all could be written anew: ")
         self.assertEqual(self.listed_document(), document())
@@ -201,7 +201,7 @@ class RefusedApply(QuorctlCase):
         self.apply(given)
         larger = document([policy(f"B{i}") for i in range(1000)], [])
 
-        self.apply_with_room(larger, 8192, message="config-store.cdb")
+        self.apply_with_room(larger, 16384, message="config-store.cdb")
         self.assertEqual(self.run_quorctl("status").status, DONE)
         self.assertEqual(self.listed_document(), given)
 

@@ -9,7 +9,7 @@ import re
 import stat
 import unittest
 
-from quorctl_case import (ABSENT, BAD_INPUT, DONE, NO, NOT_CONFIRMED, USAGE, QuorctlCase,
+from quorctl_case import (ABSENT, BAD_INPUT, DONE, NO, NOT_CONFIRMED, STORE, USAGE, QuorctlCase,
                           base64_of, blob, datastore, document, entries_of, policy)
 from terminal import Terminal
 
