@@ -140,6 +140,7 @@ class Histories {
 
   void StartOnAnEmptyHost() {
     std::filesystem::remove_all(host_);
+    HostPlatform::UseHostDirectory(host_);  // as processes that never saw the one before
     stored_ = StoredSets();
   }
 

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 
 // Another host directory for the whole process.
+#include "configfile/document.h"
 #include "configstore/snapshot_cache.h"
 #include "features/feature_page.h"
 #include "io/host_paths.h"
@@ -12,6 +13,7 @@ namespace HostPlatform {
 void UseHostDirectory(const std::string& path) {
   Io::SetHostDirectory(path);
   TavConfigStore::ForgetNewestSnapshot();
+  ZynCtl::Config::ForgetNewestDocument();
   ReloadFeatures();
 }
 

@@ -58,6 +58,15 @@ std::uint64_t ChecksumOf(const FileDescriptor& file, std::size_t size, const std
   return checksum.Value();
 }
 
+// Mostly to a volume that is not mounted.
+void RefuseDanglingLink(const std::string& path) {
+  struct stat status;
+  if (lstat(path.c_str(), &status) != 0 || !S_ISLNK(status.st_mode)) return;
+  RaiseConfigFile(path +
+                  ": it is a symbolic link to a file that is not there; mount what it leads to, or "
+                  "remove the link");
+}
+
 }  // namespace
 
 // Symbolic links are followed: administrators keep such files elsewhere. A FIFO would block without
@@ -65,8 +74,10 @@ std::uint64_t ChecksumOf(const FileDescriptor& file, std::size_t size, const std
 std::shared_ptr<const Document> Document::Read(const std::string& path, const Document* known) try {
   const FileDescriptor file(AT_FDCWD, path.c_str(), O_RDONLY | O_NONBLOCK);
   if (!file) {
-    if (errno == ENOENT) return nullptr;
-    HostPlatform::Io::RaiseSystemError(errno, path, "open the configuration file");
+    if (errno != ENOENT)
+      HostPlatform::Io::RaiseSystemError(errno, path, "open the configuration file");
+    RefuseDanglingLink(path);
+    return nullptr;
   }
   return std::shared_ptr<const Document>(new Document(file, path, known));
 } catch (const HostPlatform::Io::Error& error) {
@@ -123,6 +134,7 @@ std::shared_ptr<const Document> NewestDocument() {
   struct stat status;
   if (known && stat(path, &status) == 0 && known->IsOf(status)) return known;
   std::shared_ptr<const Document> read = Document::Read(path, known.get());
+  if (!read && known) RaiseConfigFile(std::string(path) + HostPlatform::Io::kGone);
   newest.Set(read);
   return read;
 }

@@ -19,8 +19,8 @@ namespace ZynCtl::Config {
 
 class Document {
  public:
-  // Reads and parses the file; null when there is none. It is not parsed again when it holds what
-  // `known`, which may be null, was read from. Raises ConfigFileException.
+  // Reads and parses the file; null when there is none, nor a link to one. It is not parsed again
+  // when it holds what `known`, which may be null, was read from. Raises ConfigFileException.
   static std::shared_ptr<const Document> Read(const std::string& path, const Document* known);
 
   // What was written to a file that is not in place yet: the tree, which is in the store, and the
@@ -58,7 +58,8 @@ class Document {
 };
 
 // The newest document of the host directory; null when there is no file. Costs one stat() while
-// the file is the one that the process has parsed already. Raises like Document::Read().
+// the file is the one that the process has parsed already. Raises like Document::Read(), and where
+// a file that was there is gone.
 std::shared_ptr<const Document> NewestDocument();
 
 // Keeps the document as the newest one for as long as it is that of the file.

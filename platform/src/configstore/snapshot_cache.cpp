@@ -3,7 +3,11 @@
 
 #include "configstore/snapshot_cache.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
+
 #include <atomic>
+#include <string>
 #include <utility>
 
 #include "configstore/change_notice.h"
@@ -12,6 +16,7 @@
 #include "io/coarse_clock.h"
 #include "io/host_paths.h"
 #include "io/newest.h"
+#include "tavconfigstore/exception.h"
 
 namespace TavConfigStore {
 namespace {
@@ -36,18 +41,44 @@ void Follow(void (*features)()) try { features(); } catch (const HostPlatform::I
   Raise(error);
 }
 
+// A bind mount of the single file shows the one that was there when it was mounted. Without a name
+// is also, for a moment within each commit, the file that it replaces; but that is no mount.
+void RefuseNamelessMount(const char* path) {
+  struct statx status;
+  if (statx(AT_FDCWD, path, AT_SYMLINK_NOFOLLOW, STATX_NLINK, &status) != 0) return;
+  if (status.stx_nlink != 0 || (status.stx_attributes & STATX_ATTR_MOUNT_ROOT) == 0) return;
+  throw ConfigStoreException(std::string(path) +
+                                 ": it was replaced or removed where this process does not see it; "
+                                 "mount the host directory here and not this file alone",
+                             kIoError);
+}
+
+// That a damaged file is moved away is the way to begin with an empty store: its absence is no
+// surprise to a process that has met the damage.
+Pointer Open(const char* path) try {
+  return Snapshot::Open(path);
+} catch (const ConfigStoreException& failure) {
+  if (failure.code() == kCorrupt) newest.Set(nullptr);
+  throw;
+}
+
 Pointer LookFor(std::shared_ptr<const Known> known) {
   const char* const path = HostPlatform::Io::ConfigStorePath();
   const Look look;
   struct stat status;
-  if (known && lstat(path, &status) == 0 && known->snapshot->IsOf(status)) {
+  const bool isThere = lstat(path, &status) == 0;
+  if (isThere && status.st_nlink == 0) RefuseNamelessMount(path);
+  if (known && isThere && known->snapshot->IsOf(status)) {
     Follow(&HostPlatform::FollowFeatures);
     if (look.Lasts(HostPlatform::Io::Nanoseconds(status.st_ctim))) {
       known->tick.store(look.tick(), std::memory_order_relaxed);
     }
     return Share(std::move(known));
   }
-  const Pointer opened = Snapshot::Open(path);
+  const Pointer opened = Open(path);
+  if (!opened && known) {
+    throw ConfigStoreException(path + std::string(HostPlatform::Io::kGone), kIoError);
+  }
   known = opened ? std::make_shared<const Known>(opened) : nullptr;
   newest.Set(known);
   Follow(&HostPlatform::FollowFeaturesNow);  // where one file was replaced the other may be too

@@ -14,8 +14,9 @@ namespace TavConfigStore {
 // The newest snapshot of the host directory; null when nothing was ever written. Costs a look at
 // the file in each tick of the coarse clock while the file is the one that the process has mapped,
 // and at each call for 100 ms after a commit; see change_notice.h. A file that somebody else than a
-// commit put in place is seen at the next tick. Raises like Snapshot::Open(), and where the
-// switches that choose the store cannot be followed; see feature_page.h.
+// commit put in place is seen at the next tick. One that was there and is gone is raised
+// (kIoError). Raises like Snapshot::Open(), and where the switches that choose the store cannot be
+// followed; see feature_page.h.
 std::shared_ptr<const Snapshot> NewestSnapshot();
 
 // Looks at the file in any case: for who will replace it.

@@ -40,7 +40,7 @@ constexpr mode_t kSnapshotMode = 0640;
 class Transaction {
  public:
   Transaction()
-      : directory_(HostPlatform::Io::HostDirectoryPath()),
+      : directory_(PathOfTheDirectory()),
         lock_(directory_, HostPlatform::Io::kConfigStoreLockName, HostPlatform::Io::LockDeadline()),
         overlay_(LookForNewestSnapshot()) {}
 
@@ -67,6 +67,13 @@ class Transaction {
   bool IsInPlace() const { return inPlace_; }
 
  private:
+  // Before the directory is created: where a store that was there is gone, one would be in the way
+  // of the one that is put back.
+  static const char* PathOfTheDirectory() {
+    LookForNewestSnapshot();
+    return HostPlatform::Io::HostDirectoryPath();
+  }
+
   // The lock keeps other writers out, unless somebody removed its file: then what was committed
   // meanwhile must not be overwritten.
   void CheckBase(const std::string& path) const {

@@ -16,6 +16,14 @@
 
 namespace HostPlatform::Io {
 
+// Of a stored file that the process has read before and that is not there any more, behind its
+// path. A restore is under way, a volume is not mounted, or the root directory is another one: to
+// answer that nothing is stored could make the caller act on it.
+inline constexpr char kGone[] =
+    ": it is gone, and it was there before; nothing was changed. Put it back; to go on without "
+    "what it "
+    "held, fill the store by quorctl, or start this program again";
+
 // Shared by all threads. Never destroyed, only emptied: threads that still run while the program
 // ends may come by.
 //

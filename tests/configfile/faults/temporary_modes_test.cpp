@@ -61,6 +61,7 @@ TEST_F(TemporaryModes, AreTheOwnersAloneWhileTheyAreWritten) {
       EXPECT_EQ(NamesIn(HostPath()).size(), 5U);
     });
     std::filesystem::remove_all(HostPath());
+    HostPlatform::UseHostDirectory(HostPath());
   }
 }
 

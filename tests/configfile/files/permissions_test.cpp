@@ -139,6 +139,7 @@ TEST_F(Permissions, GroupMemberCannotReplaceOrRemoveAnything) {
 TEST_F(Permissions, GroupMemberIsRefusedOnAHostWithoutAnything) {
   ASSERT_EQ(unlink(FilePath().c_str()), 0);
   ASSERT_EQ(unlink(LockPath().c_str()), 0);
+  HostPlatform::UseHostDirectory(HostPath());
   RunAs(kReaders, [] {
     EXPECT_EQ(Get("key"), std::nullopt);
     EXPECT_NE(MessageOf([] { Put("key", "new"); }), kNothingRaised);
@@ -179,6 +180,7 @@ TEST_F(Permissions, RootThatWritesFirstDoesNotLockTheOwnerOut) {
   GiveHostTo(kOwner);
   ASSERT_EQ(unlink(FilePath().c_str()), 0);
   ASSERT_EQ(unlink(LockPath().c_str()), 0);
+  HostPlatform::UseHostDirectory(HostPath());
   Put("key", "of root");
   RunInChild([] {
     BecomeUser(kOwner, {kOwner});

@@ -146,6 +146,7 @@ TEST_F(RefusedCalls, OfLooksAtLocksAreTold) {
 
 TEST_F(RefusedCalls, OfADirectoryThatIsGoneAgainAreRaised) {
   std::filesystem::remove_all(HostPath());
+  HostPlatform::UseHostDirectory(HostPath());
   RunInChild([] {
     Refuse(SYS_mkdir, EEXIST);
     EXPECT_NE(MessageOf([] { Put("key", "new"); }), kNothingRaised);

@@ -205,11 +205,13 @@ TEST_F(Cache, FollowsAnotherProcess) {
   EXPECT_TRUE(OpensTheFile([] { EXPECT_EQ(Get("key"), "new"); }));
 }
 
-TEST_F(Cache, FollowsTheFilesRemovalAndReturn) {
+TEST_F(Cache, RaisesWhereTheFileIsGoneUntilItReturns) {
   const std::string document = Document();
   ASSERT_EQ(unlink(FilePath().c_str()), 0);
-  EXPECT_EQ(Get("key"), std::nullopt);
-  EXPECT_EQ(NewestDocument(), nullptr);
+  for (int i = 0; i < 2; ++i)
+    EXPECT_TRUE(Contains(MessageOf([] { Get("key"); }), FilePath() + ": it is gone"));
+  EXPECT_TRUE(Contains(MessageOf([] { Put("key", "new"); }), FilePath() + ": it is gone"));
+  EXPECT_FALSE(Exists(FilePath()));
   WriteFile(FilePath(), document);
   EXPECT_EQ(Get("key"), "old");
 }

@@ -64,6 +64,7 @@ TEST_F(Counter, OfProcessesThatStartOnAnEmptyHostLosesNothing) {
 TEST_F(Counter, StartsRightOnAnEmptyHostTimeAfterTime) {
   for (int i = 0; i < 10; ++i) {
     std::filesystem::remove_all(HostPath());
+    HostPlatform::UseHostDirectory(HostPath());
     Run(6, 2, &AddOneTryingAgain);
   }
 }

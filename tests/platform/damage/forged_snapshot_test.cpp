@@ -101,6 +101,7 @@ TEST_F(ForgedSnapshot, WithAWrongNumberOfKindsIsRefused) {
 // Its records would be lost at the next commit.
 TEST_F(ForgedSnapshot, WithOneKindTwiceIsRefused) {
   std::filesystem::remove(SnapshotPath());
+  HostPlatform::UseHostDirectory(HostPath());
   Put(OpenStore(), "a", "1", "one");
   Put(OpenStore(), "b", "2", "two");
   bytes_ = ReadFile(SnapshotPath());

@@ -119,6 +119,7 @@ TEST_F(StoredFormat, HasTheSameRecordsWhoeverWritesThem) {
   store();
   const auto first = Records();
   ASSERT_EQ(unlink(SnapshotPath().c_str()), 0);
+  HostPlatform::UseHostDirectory(HostPath());
   RunInChild(store);
   EXPECT_TRUE(Records() == first);
 }

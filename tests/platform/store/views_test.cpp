@@ -117,16 +117,6 @@ TEST_F(Views, ObjectMayBeWrittenThroughAnotherHandle) {
   EXPECT_EQ(Get(OpenStore(), "a"), "1");
 }
 
-TEST_F(Views, StoreThatIsRemovedReadsAsEmptyFromTheNextHandleOn) {
-  Put(OpenStore(), "a", "1");
-  const Store store = OpenStore();
-  ASSERT_EQ(unlink(SnapshotPath().c_str()), 0);
-  EXPECT_EQ(Get(store, "a"), "1") << "the handle keeps what it reads";
-  EXPECT_EQ(Get(OpenStore(), "a"), std::nullopt);
-  Put(OpenStore(), "b", "2");
-  EXPECT_EQ(List(OpenStore()), Texts{"2"});
-}
-
 TEST_F(Views, AnotherHostDirectoryIsAnotherStore) {
   Put(OpenStore(), "a", "1");
   HostPlatform::UseHostDirectory(temporary_.PathOf("second"));
