@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
 // That a store is gone is not that nothing is stored.
 #include <gtest/gtest.h>
 #include <sched.h>
