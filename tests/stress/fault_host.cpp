@@ -136,6 +136,8 @@ void FaultHost::Prepare(Start start) {
   if (start == Start::kKnown) {
     WaitUntilSettled(DataPath());
     StoredCatalogue();
+    // Each call looks at the file: without the notice it would do so once in a tick of the clock.
+    if (!inFile_) PlatformTest::WriteFile(PathOf(".config-store.changing"), "");
   } else if (!isFresh) {
     Touch();
   }

@@ -5,12 +5,14 @@
 #include "configfile/document.h"
 #include "configstore/snapshot_cache.h"
 #include "features/feature_page.h"
+#include "io/error.h"
 #include "io/host_paths.h"
 #include "platform/admin.h"
 
 namespace HostPlatform {
 
 void UseHostDirectory(const std::string& path) {
+  const Io::ErrnoKeeper keeper;
   Io::SetHostDirectory(path);
   TavConfigStore::ForgetNewestSnapshot();
   ZynCtl::Config::ForgetNewestDocument();
