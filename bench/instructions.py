@@ -12,8 +12,8 @@ times would be none.
 Two counts a call: `own` are the instructions in the library and its platform alone, `all` those of
 the other libraries too: a copy too many shows there only. What would make them differ from machine
 to machine is taken out: the C library is told to use none of the instructions that a newer
-processor has, and simdjson its portable code; valgrind's processor is its own. System calls count
-nothing but what enters them.
+processor has, and simdjson its portable code; valgrind's processor is its own; the store's clock
+stands still (standing_clock.cpp). System calls count nothing but what enters them.
 """
 from __future__ import annotations
 
@@ -47,6 +47,15 @@ ENVIRONMENT = {"GLIBC_TUNABLES": TUNABLES, "SIMDJSON_FORCE_IMPLEMENTATION": "fal
 Counts = dict[str, dict[str, int]]
 
 
+def standing_clock(program: str) -> str:
+    """The library beside the program; without it each run would count other looks at the files."""
+    path = os.path.join(os.path.dirname(os.path.dirname(os.path.abspath(program))), "lib",
+                        "libstanding_clock.so")
+    if not os.path.exists(path):
+        sys.exit(f"instructions.py: there is no {path}; build the benchmark anew")
+    return path
+
+
 def profiles(program: str) -> list[str]:
     """The text of a profile of each call. On one processor: what is kept for another one would have
     to be fetched again."""
@@ -58,7 +67,7 @@ def profiles(program: str) -> list[str]:
              "--compress-strings=no", "--compress-pos=no", f"--callgrind-out-file={output}",
              program, "calls", f"--directory={directory}"],
             capture_output=True, text=True, errors="replace", check=False,
-            env={"PATH": os.environ["PATH"], **ENVIRONMENT})
+            env={"PATH": os.environ["PATH"], "LD_PRELOAD": standing_clock(program), **ENVIRONMENT})
         if finished.returncode != 0:
             sys.exit(f"instructions.py: the run failed:\n{finished.stderr}")
         texts = []
