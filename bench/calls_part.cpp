@@ -27,6 +27,7 @@ constexpr int kCallsBefore = 2;
 struct CountedCall {
   const char* name;
   std::function<void()> call;
+  bool changes = false;
 };
 
 // Of every case a profile is written, which bears its name.
@@ -51,8 +52,9 @@ std::vector<CountedCall> CallsOf(Catalogue* catalogue, const Workload& workload)
       {"list_policies", [=] { keep(catalogue->ListPolicies()); }},
       {"list_datastores", [=] { keep(catalogue->ListDatastores()); }},
       {"digest", [=] { keep(DigestsOf(catalogue)); }},
-      {"replace_policies", [=, &workload] { catalogue->ReplacePolicies(workload.policies); }},
-      {"replace_datastores", [=, &workload] { catalogue->ReplaceDatastores(workload.datastores); }},
+      {"replace_policies", [=, &workload] { catalogue->ReplacePolicies(workload.policies); }, true},
+      {"replace_datastores", [=, &workload] { catalogue->ReplaceDatastores(workload.datastores); },
+       true},
   };
 }
 
@@ -85,7 +87,10 @@ void CountCalls(const Options& options) {
     // of a catalogue that has been there for a while.
     std::this_thread::sleep_for(std::chrono::milliseconds(200));
     CALLGRIND_START_INSTRUMENTATION;
-    DigestsOf(catalogue.get());
+    // Of the catalogue that the last change left, everything was read before.
+    for (const CountedCall& counted : calls) {
+      if (!counted.changes) counted.call();
+    }
     for (const CountedCall& counted : calls)
       Count(contestant + "." + counted.name, counted.call);
     CountFirstCall(contestant, catalogue.get(), HostIn(directory.path()), workload);
