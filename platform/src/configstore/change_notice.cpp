@@ -66,7 +66,7 @@ void ChangeNotice::TakeDown() noexcept {
   isUp_ = false;
 }
 
-Look::Look() : tick_(PresentTick()), realTime_(CoarseRealTime()), noticeIsUp_(true) {
+Look::Look() : tick_(PresentTick()), realTime_(CoarseRealTime()) {
   struct stat status;
   noticeIsUp_ = lstat(HostPlatform::Io::ChangeNoticePath(), &status) == 0 || errno != ENOENT;
 }

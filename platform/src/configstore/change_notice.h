@@ -50,7 +50,7 @@ class Look {
  private:
   std::int64_t tick_;
   std::int64_t realTime_;
-  bool noticeIsUp_;
+  bool noticeIsUp_ = true;
 };
 
 }  // namespace TavConfigStore
