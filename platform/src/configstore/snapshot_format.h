@@ -4,21 +4,17 @@
 // The bytes of a snapshot, format 2.
 //
 //   records   in the order of their numbers: u32 length of the key, u32 length of the data, key
-//   (kind
-//             and instance, object_key.h), data: u8 version, u32 number, body (record_codec.h), u64
-//             checksum over the key and the data before it
+//             (kind and instance, object_key.h), data: u8 version, u32 number, body
+//             (record_codec.h), u64 checksum over the key and the data before it
 //   pages     of 4096 bytes, the last 8 a checksum of the others; its seed is the snapshot's key
-//   plus
-//             the page's number, so that a page of another place or file is not taken for this one.
-//             First the positions of the records, 1022 to a page; then the index of keys; then that
-//             of values
+//             plus the page's number, so that no page of another place or file passes. First the
+//             positions of the records, 1022 to a page; then the index of keys; then that of values
 //   kinds     for each kind: u32 length of its name, u32 number of its records, name. Numbers count
 //             on from kind to kind; no kind is without records
 //   root      u64 end of the records, u32 number of records, u32 home pages and u32 pages of the
 //             index of keys, both of the index of values, u32 0
-//   footer    u64 magic, u32 version, u32 number of kinds, u64 key, u64 start of the kinds, u64
-//   size
-//             of the file, u64 checksum over everything from the kinds up to here
+//   footer    u64 magic, u32 version, u32 number of kinds, u64 key, u64 start of the kinds,
+//             u64 size of the file, u64 checksum over everything from the kinds up to here
 //
 // A page of an index: u32 number of entries, u32 1 if they go on in the next page, 340 times u64
 // hash, 340 times u32 record number. Entries are in the order of their hashes; each is in its home
