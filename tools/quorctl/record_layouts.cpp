@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <iterator>
 #include <string>
 #include <utility>
 
@@ -40,6 +41,7 @@ std::string Shown(std::int64_t number) {
 template <typename Record>
 std::vector<RecordField> FieldsOf() {
   std::vector<RecordField> fields;
+  fields.reserve(std::size(kFields<Record>));
   for (const Field<Record>& field : kFields<Record>) {
     const bool isNumber = std::holds_alternative<std::int64_t Record::*>(field.member);
     fields.push_back(
@@ -51,6 +53,7 @@ std::vector<RecordField> FieldsOf() {
 template <typename Record>
 std::vector<FieldValue> ValuesOf(const Record& record) {
   std::vector<FieldValue> values;
+  values.reserve(std::size(kFields<Record>));
   for (const Field<Record>& field : kFields<Record>) {
     values.push_back(field.Visit(
         [](const auto& value) {
@@ -65,6 +68,7 @@ std::vector<FieldValue> ValuesOf(const Record& record) {
 template <typename Record>
 std::vector<std::string> KeysOf() {
   std::vector<std::string> keys;
+  keys.reserve(std::size(kFields<Record>));
   for (const Field<Record>& field : kFields<Record>)
     keys.emplace_back(field.key);
   return keys;
