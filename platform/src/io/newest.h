@@ -21,8 +21,7 @@ namespace HostPlatform::Io {
 // answer that nothing is stored could make the caller act on it.
 inline constexpr char kGone[] =
     ": it is gone, and it was there before; nothing was changed. Put it back; to go on without "
-    "what it "
-    "held, fill the store by quorctl, or start this program again";
+    "what it held, fill the store by quorctl, or start this program again";
 
 // Shared by all threads. Never destroyed, only emptied: threads that still run while the program
 // ends may come by.
