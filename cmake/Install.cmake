@@ -5,6 +5,8 @@
 #
 #   runtime               the two shared libraries; group and directory of the host
 #   development           public header with its manual page, package files for CMake and pkg-config
+#   c-runtime             the library for C
+#   c-development         its header with its manual page, package files for CMake and pkg-config
 #   platform-development  headers of the platform, for programs that bring or administer one
 #   tools                 quorctl, its manual pages and completions
 #   documentation         texts, examples, bill of materials
@@ -35,6 +37,9 @@ endfunction()
 # Libraries.
 install(TARGETS quor EXPORT quor-targets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development)
+install(TARGETS quorc EXPORT quor-c-targets
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT c-runtime
+          NAMELINK_COMPONENT c-development)
 if(NOT QUOR_PLATFORM_TARGET)
   install(TARGETS quor_platform EXPORT quor-targets
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime
@@ -44,16 +49,21 @@ install(FILES packaging/sysusers.d/quor.conf DESTINATION ${QUOR_SYSUSERSDIR} COM
 install(FILES packaging/tmpfiles.d/quor.conf DESTINATION ${QUOR_TMPFILESDIR} COMPONENT runtime)
 
 # Headers.
-install(DIRECTORY include/quor DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development
-        FILES_MATCHING PATTERN "*.h")
+install(FILES include/quor/quor_lib.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/quor
+        COMPONENT development)
+install(FILES include/quor/quor.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/quor
+        COMPONENT c-development)
 install(DIRECTORY platform/include/ DESTINATION ${QUOR_PLATFORM_INCLUDEDIR}
         COMPONENT platform-development FILES_MATCHING PATTERN "*.h")
 install(FILES docs/man/libquor.3 DESTINATION ${CMAKE_INSTALL_MANDIR}/man3 COMPONENT development)
+install(FILES docs/man/libquorc.3 DESTINATION ${CMAKE_INSTALL_MANDIR}/man3 COMPONENT c-development)
 
 # CMake package. A platform that the host brings is a part of the host's own build, so that there
 # is nothing to be found by others.
 if(NOT QUOR_PLATFORM_TARGET)
   install(EXPORT quor-targets NAMESPACE quor:: DESTINATION ${QUOR_CMAKEDIR} COMPONENT development)
+  install(EXPORT quor-c-targets NAMESPACE quor:: DESTINATION ${QUOR_CMAKEDIR}
+          COMPONENT c-development)
   configure_package_config_file(packaging/quor-config.cmake.in quor-config.cmake
     INSTALL_DESTINATION ${QUOR_CMAKEDIR}
     NO_SET_AND_CHECK_MACRO)
@@ -87,6 +97,7 @@ function(quor_install_pc name component)
     COMPONENT ${component})
 endfunction()
 quor_install_pc(quor development)
+quor_install_pc(quorc c-development)
 if(NOT QUOR_PLATFORM_TARGET)
   quor_install_pc(quor-platform platform-development)
 endif()

@@ -17,7 +17,7 @@ from quorctl_case import DONE, EXAMPLE, QUORCTL, QuorctlCase
 MANUAL = os.environ["QUOR_MANUAL"]
 HEADER = os.environ["QUOR_HEADER"]
 
-PAGES = ["libquor.3", "quor-catalogue.5", "quorctl-examples.7", "quorctl.8"]
+PAGES = ["libquor.3", "libquorc.3", "quor-catalogue.5", "quorctl-examples.7", "quorctl.8"]
 FOREIGN = {"fork.2", "sh.1"}  # pages of others that ours refer to
 
 # A watch that ends.
@@ -34,7 +34,7 @@ def page(name):
 class Pages(QuorctlCase):
     """What holds of each page."""
 
-    def test_ThereAreFour(self):
+    def test_ThereAreFive(self):
         self.assertEqual(sorted(os.listdir(MANUAL)), PAGES)
 
     def test_TheFormatterHasNothingToComplainOf(self):
@@ -189,6 +189,33 @@ class Library(QuorctlCase):
         include = os.path.dirname(os.path.dirname(HEADER))
         done = subprocess.run(["g++", "-std=c++11", "-fsyntax-only", "-Wall", "-Wextra", "-Werror",
                                "-I", include, example], check=False, capture_output=True, text=True)
+        self.assertEqual((done.returncode, done.stderr), (0, ""))
+
+
+class LibraryForC(QuorctlCase):
+    def setUp(self):
+        super().setUp()
+        self.page = page("libquorc.3")
+        self.include = os.path.dirname(os.path.dirname(HEADER))
+        with open(os.path.join(self.include, "quor", "quor.h"), encoding="utf-8") as file:
+            self.header = re.sub(r"/\*.*?\*/", "", file.read(), flags=re.DOTALL)
+
+    def test_EveryFunctionIsExplained(self):
+        names = re.findall(r"^QUOR_C_API [^;]*?\b(quor_\w+)\(", self.header, re.MULTILINE)
+        self.assertGreater(len(names), 40)
+        items = "\n".join(re.findall(r"^\.It (Fn .*)", self.page.source, re.MULTILINE))
+        self.assertEqual(sorted(re.findall(r"Fn (\w+)", items)), sorted(names))
+
+    def test_EveryStatusIsExplained(self):
+        names = re.findall(r"(QUOR_[A-Z_]+) = \d", self.header)
+        self.assertEqual(len(names), 10)
+        self.assertLessEqual(set(names), set(re.findall(r"Dv (QUOR_\w+)", self.page.source)))
+
+    def test_TheExampleIsAProgram(self):
+        example = self.write("example.c", self.page.literal()[-1])
+        done = subprocess.run(["gcc", "-std=c89", "-pedantic", "-fsyntax-only", "-Wall", "-Wextra",
+                               "-Werror", "-I", self.include, example],
+                              check=False, capture_output=True, text=True)
         self.assertEqual((done.returncode, done.stderr), (0, ""))
 
 

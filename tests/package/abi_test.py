@@ -28,6 +28,8 @@ _COMPARE = ["abidiff", "--harmless", "--no-show-locs"]
 
 def libraries():
     return {os.path.join(DUMPS, "libquor.abi"): LIBQUOR,
+            os.path.join(DUMPS, "libquorc.abi"): os.path.join(os.path.dirname(LIBQUOR),
+                                                               "libquorc.so.1"),
             os.path.join(DUMPS, "libquor-platform.abi"): PLATFORM}
 
 
@@ -64,6 +66,7 @@ class Abi(unittest.TestCase):
 
     def test_the_dumps_hold_symbols_and_layouts(self):
         for dump, record, member in (("libquor.abi", "QuorPolicyInfo", "generationNumber"),
+                                     ("libquorc.abi", "quor_bytes", "reserved"),
                                      ("libquor-platform.abi", "StoredFile", "modified")):
             tree = xml.etree.ElementTree.parse(os.path.join(DUMPS, dump))
             self.assertGreaterEqual(len(tree.findall(".//elf-symbol")), 11)

@@ -20,6 +20,7 @@ HERE = os.path.dirname(os.path.abspath(__file__))
 RELEASED = {"QUOR_1.0", "QUOR_PLATFORM_1.0"}  # version nodes; a release adds its own
 QUOR_LIST = os.path.join(HERE, "libquor.symbols")
 PLATFORM_LIST = os.path.join(HERE, "libquor-platform.symbols")
+C_LIST = os.path.join(HERE, "libquorc.symbols")
 
 # What an exported C++ symbol is a part of, once demangled, and the platform's C functions and data.
 QUOR_NAMES = r"TavQuor::QuorLib::\w+(\[abi:cxx11\])?\("
@@ -28,8 +29,11 @@ PLATFORM_NAMES = (
     r"(Brisk::(Lib|Misc)|TavConfigStore|ZynCtl::Config|HostPlatform)::"
     r"|(Base64_EasyEncode|Base64_EasyDecode|CryptoHash_ComputeMD5|Str_Sprintf|FeatureList)$")
 
+C_NAMES = r"quor_\w+$"
+
 RUNTIME = {"libstdc++.so.6", "libgcc_s.so.1", "libc.so.6"}
 QUOR_MAY_NEED = RUNTIME | {"libquor-platform.so.1"}
+C_MAY_NEED = RUNTIME | {"libquor.so.1"}
 PLATFORM_MAY_NEED = RUNTIME | {"libmd.so.0", "libsimdjson.so.14"}
 
 
@@ -44,6 +48,11 @@ def exported(library):
     kinds_and_names = (line.split()[-2:] for line in lines)
     # An absolute symbol names the version node itself.
     return sorted(name for kind, name in kinds_and_names if kind != "A")
+
+
+def beside(libquor):
+    """The library for C, which is built into the same directory."""
+    return os.path.join(os.path.dirname(libquor), "libquorc.so.1")
 
 
 def committed(path):
@@ -136,6 +145,17 @@ class LibQuorPlatform(BuiltLibrary, unittest.TestCase):
         self.library = PLATFORM
 
 
+class LibQuorC(BuiltLibrary, unittest.TestCase):
+    symbols, names, version, soname = C_LIST, C_NAMES, "QUORC_1.0", "libquorc.so.1"
+    may_need = C_MAY_NEED
+
+    def setUp(self):
+        self.library = beside(LIBQUOR)
+
+    def test_destroys_nothing_at_the_end_of_the_program(self):
+        self.assertNotIn("__cxa_atexit", output_of("nm", "-D", "--undefined-only", self.library))
+
+
 class ReleasedNodes(unittest.TestCase):
     def setUp(self):
         self.before = committed(PLATFORM_LIST)
@@ -160,7 +180,8 @@ def changed_releases(before, after):
 
 def write_lists():
     lists = {path: exported(library)
-             for library, path in ((LIBQUOR, QUOR_LIST), (PLATFORM, PLATFORM_LIST))}
+             for library, path in ((LIBQUOR, QUOR_LIST), (PLATFORM, PLATFORM_LIST),
+                                   (beside(LIBQUOR), C_LIST))}
     for path, names in lists.items():
         changed = changed_releases(committed(path), names)
         if changed:

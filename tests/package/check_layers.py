@@ -30,6 +30,10 @@ STANDARD_HEADERS = CXX11_HEADERS | C_HEADERS | set("""
     memory_resource numbers optional ranges semaphore shared_mutex source_location span stop_token
     string_view syncstream variant version""".split())
 
+# What the descriptor of changes asks of the system.
+SYSTEM_HEADERS = {"fcntl.h", "sys/epoll.h", "sys/inotify.h", "sys/stat.h", "sys/timerfd.h",
+                  "sys/vfs.h", "unistd.h"}
+
 PLATFORM_HEADERS = "platform/include"
 STORE_CLIENTS = ["platform/include/tavconfigstore", "platform/include/zynctl"]
 ADMINISTRATION = ["platform/include/platform/admin.h"]
@@ -56,6 +60,7 @@ BACKENDS_MAY_USE = ["include/quor", "src/api/backend.h", "src/api/identifier.h",
                     PLATFORM_HEADERS]
 
 LAYERS = {
+    "include/quor/quor.h": Layer([], external={"stddef.h", "stdint.h"}),
     "include/quor": Layer([], external=CXX11_HEADERS),
     "src/api": Layer(
         ["include/quor", "src/api", "src/configstore/backend.h", "src/configfile/backend.h",
@@ -70,6 +75,7 @@ LAYERS = {
     "src/digest": Layer(
         ["include/quor", "src/digest", PLATFORM_HEADERS],
         never=ADMINISTRATION + STORE_CLIENTS, external=STANDARD_HEADERS),
+    "c": Layer(["include/quor", "c/src"], external=STANDARD_HEADERS | SYSTEM_HEADERS),
     "platform/include": Layer([PLATFORM_HEADERS], external=STANDARD_HEADERS),
     "platform/src": Layer([PLATFORM_HEADERS, "platform/src"]),
     "tools/catalogue": Layer(
@@ -78,14 +84,15 @@ LAYERS = {
         external=STANDARD_HEADERS | {"nlohmann/json.hpp"}),
     "tools": Layer(["include/quor", PLATFORM_HEADERS, "tools"]),
 }
-FOLDERS = ["include", "src", "platform", "tools"]
+FOLDERS = ["include", "src", "c", "platform", "tools"]
 
 # Where a header is looked for. The folders of the file's own target come first, as they do for the
 # compiler; the others only serve to name what an include that must not be there reaches.
-_ALL_ROOTS = ["include", "src", "platform/include", "platform/src", "tools", "tools/quorctl"]
+_ALL_ROOTS = ["include", "src", "c/src", "platform/include", "platform/src", "tools", "tools/quorctl"]
 _OWN_ROOTS = {
     "include": ["include"],
     "src": ["include", "src", "platform/include"],
+    "c": ["include", "c/src"],
     "platform": ["platform/include", "platform/src"],
     "tools": ["include", "src", "platform/include", "tools", "tools/quorctl"],
 }

@@ -18,6 +18,7 @@ from installed_tree import run
 BUILD = CMAKE = ROOT = COMPILER = STANDARD = ""
 
 EXAMPLES = ("push_catalogue", "look_up_blob", "watch_catalogue")
+C_EXAMPLES = ("push_catalogue", "look_up_blob")
 STRICT = ["-Wall", "-Wextra", "-Wpedantic", "-Werror"]
 NOTHING = "none"
 
@@ -53,6 +54,37 @@ class Consumers(unittest.TestCase):
         with ThreadPoolExecutor(2) as pool:
             list(pool.map(compile_example, EXAMPLES))
         self.check_programs(build, {"LD_LIBRARY_PATH": self.library})
+
+    def test_in_c_built_by_cmake_and_by_pkg_config(self):
+        build = os.path.join(self.directory, "c")
+        run(CMAKE, "-S", os.path.join(ROOT, "examples"), "-B", build, "-G", "Ninja",
+            f"-DCMAKE_PREFIX_PATH={self.prefix}", f"-DCMAKE_CXX_COMPILER={COMPILER}",
+            environment={"CFLAGS": "", "CXXFLAGS": "", "LDFLAGS": ""})
+        run(CMAKE, "--build", build, "--target", *(name + "_c" for name in C_EXAMPLES))
+        self.check_c_programs(build, {"LD_LIBRARY_PATH": ""})
+        build = os.path.join(self.directory, "c-pkg-config")
+        os.mkdir(build)
+        flags = run("pkg-config", "--cflags", "--libs", "quorc",
+                    environment={"PKG_CONFIG_PATH": os.path.join(self.library, "pkgconfig")})
+        for name in C_EXAMPLES:
+            run("gcc", "-std=c89", *STRICT, "-o", os.path.join(build, name + "_c"),
+                os.path.join(ROOT, "examples", name + ".c"), *flags.split())
+        self.check_c_programs(build, {"LD_LIBRARY_PATH": self.library})
+
+    def check_c_programs(self, build, environment):
+        host = build + "-host"
+        os.mkdir(host)
+        os.chmod(host, 0o755)
+        environment = {**environment, "QUOR_HOST_DIR": host}
+        push, look_up = (os.path.join(build, name + "_c") for name in C_EXAMPLES)
+        self.assertEqual(run(push, environment=environment),
+                         "pushed 1 policy and 2 datastores\n")
+        self.assertEqual(run(look_up, "ds:///shares/mail/", environment=environment),
+                         '<rules copies="3"/>')
+        self.assertEqual(run(look_up, "ds:///volumes/a1/", "gold-01", environment=environment),
+                         "VOLB\0\1\2")
+        with self.assertRaisesRegex(installed_tree.Failed, "exit status 1"):
+            run(look_up, "ds:///unknown/", environment=environment)
 
     def check_programs(self, build, environment):
         host = build + "-host"

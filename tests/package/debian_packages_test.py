@@ -24,7 +24,8 @@ from clean_root import CleanRoot
 
 ROOT = ""
 
-NAMES = ["libquor-dev", "libquor-doc", "libquor-platform-dev", "libquor1", "quor-common", "quorctl"]
+NAMES = ["libquor-dev", "libquor-doc", "libquor-platform-dev", "libquor1",
+         "libquorc-dev", "libquorc1", "quor-common", "quorctl"]
 DOCUMENTATION = "/usr/share/doc/libquor-doc"
 CATALOGUE = DOCUMENTATION + "/examples/catalogue.json"
 HOST = "var/lib/quor"
@@ -131,6 +132,7 @@ class DebianPackages(unittest.TestCase):
                            check=True)
             with open(os.path.join(control, "symbols"), encoding="utf-8") as file:
                 text = file.read()
+        # That of the library for C is in a package of its own, checked by package.version_maps.
         for library in ("libquor", "libquor-platform"):
             [section] = re.findall(rf"^{library}\.so\.1 libquor1 #MINVER#\n((?:[* ].*\n)+)", text,
                                    re.MULTILINE)
@@ -150,6 +152,11 @@ class DebianPackages(unittest.TestCase):
                 ("libquor-dev", r"/usr/lib/[\w-]+/pkgconfig/quor\.pc"),
                 ("libquor-platform-dev", r"/usr/include/quor-platform/tavconfigstore/object\.h"),
                 ("libquor-dev", r"/usr/share/man/man3/libquor\.3\.gz"),
+                ("libquorc1", r"/usr/lib/[\w-]+/libquorc\.so\.1"),
+                ("libquorc-dev", r"/usr/include/quor/quor\.h"),
+                ("libquorc-dev", r"/usr/lib/[\w-]+/pkgconfig/quorc\.pc"),
+                ("libquorc-dev", r"/usr/lib/[\w-]+/cmake/quor/quor-c-targets\.cmake"),
+                ("libquorc-dev", r"/usr/share/man/man3/libquorc\.3\.gz"),
                 ("quorctl", "/usr/bin/quorctl"),
                 ("quorctl", r"/usr/share/man/man5/quor-catalogue\.5\.gz"),
                 ("quorctl", r"/usr/share/man/man7/quorctl-examples\.7\.gz"),
@@ -289,7 +296,7 @@ class DebianPackages(unittest.TestCase):
         commands = """
             mount -t tmpfs none "$1"; cp -a "$0/." "$1"; mkdir "$1/lost+found"
             mount -t tmpfs none "$1/history"; cp -a "$0/history/." "$1/history"
-            dpkg --root="$2" --purge quor-common quorctl libquor1 libquor-dev libquor-platform-dev >&2
+            dpkg --root="$2" --purge quor-common quorctl libquorc-dev libquorc1 libquor1 libquor-dev libquor-platform-dev >&2
             find "$1" -mindepth 1"""
         purged = subprocess.run(["unshare", "--mount", "sh", "-ec", commands, copy, host,
                                  self.root.path],

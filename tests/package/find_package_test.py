@@ -27,6 +27,7 @@ if(quor_FOUND)
 endif()
 """
 CATALOGUE = "#include <quor/quor_lib.h>\nint main() { TavQuor::QuorLib::Init(); }\n"
+FOR_C = "#include <quor/quor.h>\nint main() { quor_error_free(0); }\n"
 ADMINISTRATION = ("#include <platform/admin.h>\n"
                   "int main() { return HostPlatform::HostDirectory().empty() ? 1 : 0; }\n")
 
@@ -70,13 +71,23 @@ class FindPackage(unittest.TestCase):
         self.assert_built_as(17, self.configure(self.whole, "REQUIRED;COMPONENTS;platform",
                                                 "quor::platform", ADMINISTRATION))
 
+    def test_the_library_for_c_is_found(self):
+        folder = self.configure(self.whole, "REQUIRED;COMPONENTS;c", "quor::quorc", FOR_C)
+        run(CMAKE, "--build", folder)
+        run(os.path.join(folder, "user"))
+
+    def test_a_missing_library_for_c_is_told_with_what_to_install(self):
+        self.assert_missing("the library for C is not installed: install the component "
+                            "c-development, or the Debian package libquorc-dev",
+                            self.prefix, "REQUIRED;COMPONENTS;c")
+
     def test_a_missing_platform_is_told_with_what_to_install(self):
         self.assert_missing("the platform's headers are not installed: install the component "
                             "platform-development, or the Debian package libquor-platform-dev",
                             self.prefix, "REQUIRED;COMPONENTS;platform")
 
     def test_an_unknown_component_is_told(self):
-        self.assert_missing("there is no component planted, only platform",
+        self.assert_missing("there is no component planted, only c and platform",
                             self.whole, "REQUIRED;COMPONENTS;platform;planted")
 
     def test_components_that_are_missing_and_optional_are_no_failure(self):

@@ -79,6 +79,26 @@ class PublicHeader(HeadersTest):
                                  self.include)
 
 
+class HeaderForC(HeadersTest):
+    HEADER = "quor/quor.h"
+
+    def setUp(self):
+        self.include = "-I" + os.path.join(ROOT, "include")
+
+    def test_compiles_alone_as_each_c_and_each_cxx(self):
+        for c, cxx in (("gcc", "g++"), ("clang", "clang++")):
+            for standard in ("c89", "c99", "c11", "c17"):
+                self.assert_compiles(c, "c", self.HEADER, f"-std={standard}", *C_WARNINGS,
+                                     self.include)
+            for standard in ("11", "20"):
+                self.assert_compiles(cxx, "c++", self.HEADER, f"-std=c++{standard}", *WARNINGS,
+                                     self.include)
+
+    def test_needs_no_cxx_library(self):
+        self.assert_compiles("clang++", "c++", self.HEADER, "-stdlib=libc++", *WARNINGS,
+                             self.include)
+
+
 class PlatformHeaders(HeadersTest):
     def setUp(self):
         folder = os.path.join(ROOT, "platform", "include")
@@ -102,9 +122,10 @@ class PlatformHeaders(HeadersTest):
             self.assert_compiles("gcc", "c", header, "-std=c11", *C_WARNINGS, self.include)
 
     def test_no_type_depends_on_the_width_of_long_or_on_macros_for_large_files(self):
-        for header in self.headers + ["../../include/" + PublicHeader.HEADER]:
+        for header in self.headers + [
+                "../../include/" + header for header in (PublicHeader.HEADER, HeaderForC.HEADER)]:
             with open(os.path.join(self.include[len("-I"):], header), encoding="utf-8") as file:
-                code = re.sub(r"//.*", "", file.read())
+                code = re.sub(r"//[^\n]*|/\*.*?\*/", "", file.read(), flags=re.DOTALL)
             found = re.findall(r"\b(?:(?<!long )long(?! long)|off_t|time_t|ino_t|timespec|"
                                r"struct stat)\b", code)
             self.assertEqual(found, [], header)

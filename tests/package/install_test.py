@@ -28,6 +28,11 @@ COMPONENTS = {
         rf"{LIBRARY}/cmake/quor/quor-config-version\.cmake",
         rf"{LIBRARY}/cmake/quor/quor-targets\.cmake",
         rf"{LIBRARY}/cmake/quor/quor-targets-\w+\.cmake", r"share/man/man3/libquor\.3"],
+    "c-runtime": [rf"{LIBRARY}/libquorc\.so\.1", rf"{LIBRARY}/libquorc\.so\.VERSION"],
+    "c-development": [
+        r"include/quor/quor\.h", rf"{LIBRARY}/libquorc\.so", rf"{LIBRARY}/pkgconfig/quorc\.pc",
+        rf"{LIBRARY}/cmake/quor/quor-c-targets\.cmake",
+        rf"{LIBRARY}/cmake/quor/quor-c-targets-\w+\.cmake", r"share/man/man3/libquorc\.3"],
     "platform-development": [
         r"include/quor-platform/(platform|brisk|tavconfigstore|zynctl)/\w+\.h",
         rf"{LIBRARY}/libquor-platform\.so", rf"{LIBRARY}/pkgconfig/quor-platform\.pc",
@@ -79,15 +84,16 @@ class Components(unittest.TestCase):
         self.assertEqual(sorted(files), files_below(self.whole))
 
     def test_every_header_is_installed(self):
-        for source, component, target in (
-                ("include", "development", "include"),
-                ("platform/include", "platform-development", "include/quor-platform")):
-            self.assertEqual(files_below(os.path.join(ROOT, source)),
-                             files_below(os.path.join(self.prefixes[component], target)))
+        for source, components, target in (
+                ("include", ("development", "c-development"), "include"),
+                ("platform/include", ("platform-development",), "include/quor-platform")):
+            installed = [file for component in components
+                         for file in files_below(os.path.join(self.prefixes[component], target))]
+            self.assertEqual(files_below(os.path.join(ROOT, source)), sorted(installed))
 
     def test_the_links_name_files_beside_them(self):
         library = installed_tree.library_directory(self.whole)
-        for name in ("libquor", "libquor-platform"):
+        for name in ("libquor", "libquorc", "libquor-platform"):
             self.assertEqual(os.readlink(os.path.join(library, name + ".so")), name + ".so.1")
             self.assertEqual(os.readlink(os.path.join(library, name + ".so.1")),
                              f"{name}.so.{VERSION}")
@@ -162,7 +168,7 @@ class Interfaces(unittest.TestCase):
 
     def test_no_path_of_the_build_or_of_the_first_prefix_is_in_them(self):
         texts = list(self.texts())
-        self.assertEqual(len(texts), 7, [file for file, _ in texts])
+        self.assertEqual(len(texts), 10, [file for file, _ in texts])
         for file, text in texts:
             for path in (ROOT, BUILD, os.path.dirname(self.prefix)):
                 self.assertNotIn(path, text, file)
@@ -173,7 +179,7 @@ class Interfaces(unittest.TestCase):
                                 file)
 
     def test_the_libraries_and_the_tool_find_each_other_wherever_they_are(self):
-        for file in ("libquor.so.1", "libquor-platform.so.1"):
+        for file in ("libquor.so.1", "libquorc.so.1", "libquor-platform.so.1"):
             path = os.path.join(self.library, file)
             self.assertRegex(run("readelf", "-dW", path), r"RUNPATH.*\[\$ORIGIN\]")
         environment = {"LD_LIBRARY_PATH": "", "QUOR_HOST_DIR": os.path.join(self.prefix, "none")}
@@ -197,7 +203,7 @@ class Interfaces(unittest.TestCase):
         root = os.path.join(os.path.dirname(self.prefix), "system")
         run(CMAKE, "--install", BUILD, "--prefix", "/usr", environment={"DESTDIR": root})
         path = os.path.join(installed_tree.library_directory(root), "pkgconfig")
-        for name in ("quor", "quor-platform"):
+        for name in ("quor", "quorc", "quor-platform"):
             flags = run("pkg-config", "--cflags", "--libs", name,
                         environment={"PKG_CONFIG_PATH": path}).split()
             flags = [flag for flag in flags if flag != "-I/usr/include/quor-platform"]

@@ -17,7 +17,7 @@ from installed_tree import run
 
 BUILD = CMAKE = ROOT = VERSION = ""
 
-PACKAGES = ["libquor", "libquor-devel", "libquor-doc", "libquor-platform-devel", "quor-common",
+PACKAGES = ["libquor", "libquor-c", "libquor-c-devel", "libquor-devel", "libquor-doc", "libquor-platform-devel", "quor-common",
             "quorctl"]
 # Directories that a system with RPM packages defines.
 DIRECTORIES = {"_sysusersdir": "/usr/lib/sysusers.d", "_tmpfilesdir": "/usr/lib/tmpfiles.d"}

@@ -74,7 +74,7 @@ class Subproject(unittest.TestCase):
 
     def test_the_sources_of_the_libraries_and_no_others_are_compiled_once(self):
         wanted = [os.path.join("libquor", path)
-                  for path in source_tree.files(ROOT, "src", "platform/src")
+                  for path in source_tree.files(ROOT, "c", "src", "platform/src")
                   if path.endswith(".cpp")]
         self.assertGreater(len(wanted), 40)
         self.assertEqual(sorted(set(self.commands) - set(SOURCES)), sorted(wanted))
