@@ -16,8 +16,7 @@ using ClockFunction = int(clockid_t, timespec*);
 std::atomic<time_t> seconds{1000};
 
 ClockFunction* SystemClock() {
-  static auto* const function =
-      reinterpret_cast<ClockFunction*>(dlsym(RTLD_NEXT, "clock_gettime"));
+  static auto* const function = reinterpret_cast<ClockFunction*>(dlsym(RTLD_NEXT, "clock_gettime"));
   return function;
 }
 
