@@ -24,6 +24,8 @@ tests python3         tests of the source tree, the headers and the built files
 tests binutils        reads the exported symbols of the built libraries
 tests clang           second compiler for the public headers
 tests libc++-dev      C++ library that the public header refuses
+tests libjemalloc2    allocator of programs that fork beside calls
+tests libtcmalloc-minimal4 allocator of programs that fork beside calls
 tests libsqlite3-dev  oracle in differential tests
 tests libcdb-dev      second reader of the configuration store's snapshots
 tests abigail-tools   compares the libraries' binary interfaces with the committed ones

@@ -5,6 +5,7 @@
 #include "configfile/document.h"
 #include "configstore/snapshot_cache.h"
 #include "features/feature_page.h"
+#include "io/call_scope.h"
 #include "io/error.h"
 #include "io/host_paths.h"
 #include "platform/admin.h"
@@ -12,7 +13,7 @@
 namespace HostPlatform {
 
 void UseHostDirectory(const std::string& path) {
-  const Io::ErrnoKeeper keeper;
+  const Io::CallScope scope;
   Io::SetHostDirectory(path);
   TavConfigStore::ForgetNewestSnapshot();
   ZynCtl::Config::ForgetNewestDocument();

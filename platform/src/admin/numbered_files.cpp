@@ -10,6 +10,7 @@
 #include <charconv>
 #include <limits>
 
+#include "io/call_scope.h"
 #include "io/directory.h"
 #include "io/error.h"
 #include "io/file_lock.h"
@@ -87,7 +88,7 @@ std::uint64_t NextNumber(const Io::Directory& directory) {
 
 std::uint64_t AddNumberedFile(const std::string& folder, const std::string& suffix,
                               std::string_view content) {
-  const Io::ErrnoKeeper keeper;
+  const Io::CallScope scope;
   try {
     const Io::Directory host(Io::HostDirectoryPath());
     EnsureFolder(host, folder);

@@ -13,6 +13,7 @@
 
 #include "configfile/document.h"
 #include "configstore/snapshot.h"
+#include "io/call_scope.h"
 #include "io/error.h"
 #include "io/file_lock.h"
 #include "io/host_paths.h"
@@ -85,12 +86,12 @@ LockState LookAtLock(const char* path) {
 }  // namespace
 
 std::vector<LockState> GetLockStates() {
-  const Io::ErrnoKeeper keeper;
+  const Io::CallScope scope;
   return {LookAtLock(Io::ConfigStoreLockPath()), LookAtLock(Io::ConfigFileLockPath())};
 }
 
 ConfigStoreState GetConfigStoreState() {
-  const Io::ErrnoKeeper keeper;
+  const Io::CallScope scope;
   ConfigStoreState state;
   state.path = Io::ConfigStorePath();
   struct stat status;
@@ -107,7 +108,7 @@ ConfigStoreState GetConfigStoreState() {
 }
 
 StoredFile GetConfigFileState() {
-  const Io::ErrnoKeeper keeper;
+  const Io::CallScope scope;
   StoredFile state;
   state.path = Io::ConfigFilePath();
   struct stat status;

@@ -12,11 +12,11 @@
 #include "configfile/failure.h"
 #include "configfile/session.h"
 #include "configfile/stored_text.h"
-#include "io/error.h"
+#include "io/call_scope.h"
 
 namespace ZynCtl::Config {
 
-using HostPlatform::Io::ErrnoKeeper;
+using HostPlatform::Io::CallScope;
 
 namespace {
 
@@ -64,7 +64,7 @@ ConfigBranch::ConfigBranch(Session* session, const Place* array, std::size_t ind
 ConfigBranch::~ConfigBranch() = default;
 
 std::shared_ptr<ConfigArray> ConfigBranch::GetArray(const std::string& name) {
-  const ErrnoKeeper keeper;
+  const CallScope scope;
   Session& session = *place_.session;
   const Place place = Below(place_, session.KeepName(name));
   const Node* const present = session.Read(place);
@@ -111,17 +111,17 @@ void ConfigBranch::SetValue(const std::string& key, const std::string& value) {
 }
 
 void ConfigBranch::SetValue(const std::string& key, std::string&& value) {
-  const ErrnoKeeper keeper;
+  const CallScope scope;
   place_.session->ChangeText(Below(place_, key), EncodeText(std::move(value)));
 }
 
 void ConfigBranch::SetValue(const std::string& key, std::uint64_t value) {
-  const ErrnoKeeper keeper;
+  const CallScope scope;
   place_.session->ChangeText(Below(place_, key), std::to_string(value));
 }
 
 void ConfigBranch::RemoveAllChildren() {
-  const ErrnoKeeper keeper;
+  const CallScope scope;
   place_.session->Change(place_, Node::Type::kBranch).children.clear();
   place_.session->ForgetPlaces();
 }
@@ -133,7 +133,7 @@ ConfigArray::ConfigArray(const Place& place) : place_(place) {}
 ConfigArray::~ConfigArray() = default;
 
 std::shared_ptr<ConfigBranch> ConfigArray::NewInstance() {
-  const ErrnoKeeper keeper;
+  const CallScope scope;
   return place_.session->MakeBranch(Item(place_, place_.session->Append(place_)));
 }
 
@@ -178,12 +178,12 @@ std::shared_ptr<ConfigBranch> ConfigFile::GetBranch(const std::string& path) {
 }
 
 void ConfigFile::Write() {
-  const ErrnoKeeper keeper;
+  const CallScope scope;
   session_->Write();
 }
 
 void ConfigFile::Unlock() {
-  const ErrnoKeeper keeper;
+  const CallScope scope;
   session_->End();
   delete this;
 }
@@ -191,11 +191,12 @@ void ConfigFile::Unlock() {
 // SynchronizedConfigFile
 
 SynchronizedConfigFile::SynchronizedConfigFile() {
-  const ErrnoKeeper keeper;
+  const CallScope scope;
   file = new ConfigFile();
 }
 
 SynchronizedConfigFile::~SynchronizedConfigFile() {
+  const CallScope scope;
   file->Unlock();
 }
 

@@ -63,7 +63,6 @@ class ParserLock {
     if (shared.busy) shared.parser = std::exchange(shared.spare, nullptr);
     shared.busy = false;
     if (shared.parser == nullptr) {
-      const std::lock_guard making(HostPlatform::Io::MakingMutex());
       shared.parser = MakeParser();
       shared.spare = MakeParser();
     }
@@ -331,6 +330,12 @@ Node* ParseDocument(std::unique_ptr<char[]> text, std::size_t size, const std::s
   const simdjson::padded_string_view padded(text.get(), size, size + kTextPadding);
   store->Keep(std::move(text));
   return Parser(padded, path, store).Parse();
+}
+
+void PrepareParser() {
+  ondemand::parser parser;
+  const auto error = parser.allocate(0, 1);
+  static_cast<void>(error);  // of memory: it is asked for again at first use
 }
 
 }  // namespace ZynCtl::Config

@@ -25,6 +25,9 @@ inline constexpr std::size_t kTextPadding = 64;
 Node* ParseDocument(std::unique_ptr<char[]> text, std::size_t size, const std::string& path,
                     TreeStore* store);
 
+// Has the parser's library make what it makes on first use; called when the platform is loaded.
+void PrepareParser();
+
 }  // namespace ZynCtl::Config
 
 #endif  // PLATFORM_SRC_CONFIGFILE_DOCUMENT_PARSER_H_

@@ -20,6 +20,7 @@
 #include "configstore/record_codec.h"
 #include "configstore/snapshot_cache.h"
 #include "features/feature_page.h"
+#include "io/call_scope.h"
 #include "io/directory.h"
 #include "io/file_lock.h"
 #include "io/file_replacement.h"
@@ -29,8 +30,8 @@
 namespace TavConfigStore {
 namespace {
 
+using HostPlatform::Io::CallScope;
 using HostPlatform::Io::Directory;
-using HostPlatform::Io::ErrnoKeeper;
 using HostPlatform::Io::FileLock;
 using HostPlatform::Io::FileReplacement;
 
@@ -149,7 +150,6 @@ class HostConfigStore final : public ConfigStore, public ValueSearch {
 // a failure to read.
 const std::shared_ptr<const Snapshot>& HostConfigStore::Committed() {
   if (outdated_) {
-    const ErrnoKeeper keeper;
     snapshot_ = NewestSnapshot();
     outdated_ = false;
   }
@@ -164,6 +164,7 @@ std::shared_ptr<ConfigStoreObject> HostConfigStore::FetchCommitted(
 }
 
 std::shared_ptr<ConfigStoreObject> HostConfigStore::GetObject(const ConfigStoreObjectId& id) {
+  const CallScope scope;
   CheckTransaction();
   if (transaction_) return FetchFound(transaction_->overlay().Find(EncodeKind(id), id.instance));
   return Committed() ? FetchCommitted(snapshot_->FindKind(id), id.instance) : nullptr;
@@ -171,6 +172,7 @@ std::shared_ptr<ConfigStoreObject> HostConfigStore::GetObject(const ConfigStoreO
 
 std::vector<std::shared_ptr<ConfigStoreObject>> HostConfigStore::GetObjects(
     const std::shared_ptr<FilterSpecObject>& filter) {
+  const CallScope scope;
   CheckTransaction();
   const ObjectContents& wanted = ObjectAccess::Contents(filter);
   std::vector<std::shared_ptr<ConfigStoreObject>> objects;
@@ -194,6 +196,7 @@ std::vector<std::shared_ptr<ConfigStoreObject>> HostConfigStore::GetObjects(
 std::shared_ptr<ConfigStoreObject> HostConfigStore::FindFirst(const ConfigStoreObjectId& kindId,
                                                               const char* name,
                                                               const std::string& value) {
+  const CallScope scope;
   CheckTransaction();
   if (transaction_) {
     for (const FoundRecord& found : transaction_->overlay().List(EncodeKind(kindId))) {
@@ -239,6 +242,7 @@ void HostConfigStore::DeleteObjects(const std::shared_ptr<FilterSpecObject>& fil
 // A change outside of a transaction is one of its own.
 template <typename Change>
 void HostConfigStore::Apply(Change change) {
+  const CallScope scope;
   CheckTransaction();
   if (transaction_) {
     change(transaction_->overlay());
@@ -263,7 +267,7 @@ void HostConfigStore::CheckTransaction() const {
 }
 
 void HostConfigStore::BeginTransaction() {
-  const ErrnoKeeper keeper;
+  const CallScope scope;
   CheckTransaction();
   if (transaction_) RaiseUsage("this handle has a transaction open already");
   try {
@@ -274,7 +278,7 @@ void HostConfigStore::BeginTransaction() {
 }
 
 void HostConfigStore::CommitTransaction() {
-  const ErrnoKeeper keeper;
+  const CallScope scope;
   CheckTransaction();
   if (!transaction_) RaiseUsage("this handle has no transaction open");
   if (transaction_->IsInPlace()) {
@@ -292,7 +296,7 @@ void HostConfigStore::CommitTransaction() {
 // What the transaction has seen is what the handle sees from then on: it has read the newest state,
 // and a commit that failed may be in place.
 void HostConfigStore::RollbackTransaction() {
-  const ErrnoKeeper keeper;
+  const CallScope scope;
   if (transaction_) outdated_ = true;
   transaction_.reset();
 }
@@ -305,7 +309,7 @@ std::shared_ptr<ConfigStore> ConfigStore::GetStore(const std::string& storeNames
   if (storeNamespace != sGlobalNamespace) {
     RaiseUsage("the configuration store has no namespace but sGlobalNamespace");
   }
-  const ErrnoKeeper keeper;
+  const CallScope scope;
   return std::make_shared<HostConfigStore>(NewestSnapshot());
 }
 

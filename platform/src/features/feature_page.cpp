@@ -16,6 +16,7 @@
 #include <mutex>
 #include <stdexcept>
 
+#include "io/call_scope.h"
 #include "io/coarse_clock.h"
 #include "io/directory.h"
 #include "io/error.h"
@@ -27,15 +28,10 @@
 #include "io/newest.h"
 #include "platform/admin.h"
 #include "platform/feature_list.h"
+#include "util/page_size.h"
 
 namespace HostPlatform {
 namespace {
-
-#if defined(__x86_64__) || defined(__i386__)
-constexpr std::size_t kPageSize = 4096;
-#else
-constexpr std::size_t kPageSize = 65536;  // the largest that the system may be built with
-#endif
 
 using Switches = std::array<unsigned char, kFeatureCount>;
 
@@ -162,7 +158,7 @@ void CheckIndex(int index) {
 }  // namespace
 
 void LoadFeatures() {
-  const Io::ErrnoKeeper keeper;
+  const Io::CallScope scope;
   try {
     FollowFile();
   } catch (const std::exception&) {
@@ -199,7 +195,7 @@ void EnsureFeaturesFile(const Io::Directory& directory) {
 
 void OverrideFeature(int index, bool on) {
   CheckIndex(index);
-  const Io::ErrnoKeeper keeper;
+  const Io::CallScope scope;
   const Switches present = page.switches;
   Unmap();
   page.switches = present;
@@ -210,7 +206,7 @@ void OverrideFeature(int index, bool on) {
 
 FeatureState GetFeature(int index) {
   CheckIndex(index);
-  const Io::ErrnoKeeper keeper;
+  const Io::CallScope scope;
   FeatureState state;
   state.path = Io::FeaturesPath();
   try {
@@ -226,7 +222,7 @@ FeatureState GetFeature(int index) {
 
 void SetFeature(int index, bool on) {
   CheckIndex(index);
-  const Io::ErrnoKeeper keeper;
+  const Io::CallScope scope;
   try {
     const Io::Directory directory(Io::HostDirectoryPath());
     {

@@ -7,14 +7,59 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <memory>
+#include <mutex>
 
 #include "io/error.h"
 #include "io/fork.h"
 
+// The leak sanitizer's, in programs that have it.
+extern "C" [[gnu::weak]] void __lsan_ignore_object(const void* object);  // NOLINT: its name
+
 namespace HostPlatform::Io {
 namespace {
 
-FileDescriptor* firstOpen = nullptr;  // guarded by DescriptorMutex()
+constexpr int kFreeSlot = 0;  // no descriptor of ours has the number
+constexpr int kNoFile = -1;
+constexpr std::size_t kSlots = 64;
+constexpr int kAttempts = 5;
+
+// More are added where threads have more files open at one time; those stay.
+struct SlotBlock {
+  std::atomic<int> slots[kSlots] = {};
+  std::atomic<SlotBlock*> next{nullptr};
+};
+constinit SlotBlock firstBlock;
+
+SlotBlock* NextOf(SlotBlock* block) {
+  if (SlotBlock* const next = block->next.load()) return next;
+  auto added = std::make_unique<SlotBlock>();
+  SlotBlock* next = nullptr;
+  if (!block->next.compare_exchange_strong(next, added.get())) return next;
+  if (&__lsan_ignore_object != nullptr) __lsan_ignore_object(added.get());
+  return added.release();
+}
+
+std::atomic<int>* TakeSlot() {
+  for (SlotBlock* block = &firstBlock;; block = NextOf(block)) {
+    for (std::atomic<int>& slot : block->slots) {
+      int expected = kFreeSlot;
+      if (slot.load(std::memory_order_relaxed) == kFreeSlot &&
+          slot.compare_exchange_strong(expected, kNoFile)) {
+        return &slot;
+      }
+    }
+  }
+}
+
+template <typename Visit>
+void ForEachOpen(Visit visit) {
+  for (SlotBlock* block = &firstBlock; block != nullptr; block = block->next.load()) {
+    for (std::atomic<int>& slot : block->slots) {
+      if (slot.load() > STDERR_FILENO) visit(slot.exchange(kNoFile));
+    }
+  }
+}
 
 bool IsClosed(int fd) {
   return fcntl(fd, F_GETFD) < 0;
@@ -51,46 +96,48 @@ int MoveUp(int fd) {
   return above;
 }
 
+int Open(int directory, const char* path, int flags, mode_t mode) {
+  const std::lock_guard lock(OpeningMutex());
+  const StandardStreamsHolder holder;
+  const int fd = RetryInterrupted([&] { return openat(directory, path, flags | O_CLOEXEC, mode); });
+  // Where the number could not be held, or another thread has closed it just now.
+  return fd >= 0 && fd <= STDERR_FILENO ? MoveUp(fd) : fd;
+}
+
 }  // namespace
 
-FileDescriptor::FileDescriptor(int directory, const char* path, int flags, mode_t mode) {
-  // Opening and listing are one step: a fork between the two would leave the child a copy.
-  const std::lock_guard lock(DescriptorMutex());
-  const StandardStreamsHolder holder;
-  fd_ = RetryInterrupted([&] { return openat(directory, path, flags | O_CLOEXEC, mode); });
-  // Where the number could not be held, or another thread has closed it just now.
-  if (fd_ >= 0 && fd_ <= STDERR_FILENO) fd_ = MoveUp(fd_);
-  if (fd_ < 0) return;
-  next_ = firstOpen;
-  if (next_ != nullptr) next_->previous_ = this;
-  firstOpen = this;
+FileDescriptor::FileDescriptor(int directory, const char* path, int flags, mode_t mode)
+    : slot_(TakeSlot()) {
+  for (int attempt = 1;; ++attempt) {
+    const ForkWatch watch;
+    slot_->store(Open(directory, path, flags, mode));
+    if (get() < 0 || !watch.SawFork() || (flags & O_EXCL) != 0 || attempt == kAttempts) return;
+    Close();
+    WaitForForks();
+  }
 }
 
 FileDescriptor::~FileDescriptor() {
+  if (slot_ == nullptr) return;
   const ErrnoKeeper keeper;
   Close();
+  slot_->store(kFreeSlot);
 }
 
 int FileDescriptor::Close() {
-  const std::lock_guard lock(DescriptorMutex());
-  if (fd_ < 0) return 0;
-  (previous_ != nullptr ? previous_->next_ : firstOpen) = next_;
-  if (next_ != nullptr) next_->previous_ = previous_;
-  const int result = close(fd_);  // never repeated: the descriptor is gone whatever it says
-  fd_ = -1;
+  const int fd = slot_ == nullptr ? kNoFile : slot_->exchange(kNoFile);
+  if (fd < 0) return 0;
+  const int result = close(fd);  // never repeated: the descriptor is gone whatever it says
   return result == 0 || errno == EINTR ? 0 : errno;
 }
 
 void FileDescriptor::CloseAllInChild() {
   const ErrnoKeeper keeper;
-  for (FileDescriptor* open = firstOpen; open != nullptr;) {
-    FileDescriptor* const next = open->next_;
-    close(open->fd_);
-    open->fd_ = -1;
-    open->previous_ = open->next_ = nullptr;
-    open = next;
-  }
-  firstOpen = nullptr;
+  ForEachOpen([](int fd) { close(fd); });
+}
+
+void FileDescriptor::ForgetAllInChild() {
+  ForEachOpen([](int) {});
 }
 
 struct stat StatOf(const FileDescriptor& file, const std::string& path) {

@@ -5,13 +5,16 @@
 //
 // Above 2, so that a program whose standard streams are closed cannot write its messages into a
 // store; close-on-exec; and closed in a forked child, so that a child neither keeps its parent's
-// lock alive nor can release it.
+// lock alive nor can release it. All are listed in slots that a child can read whenever it was
+// forked: one that is listed is open. A file that is opened while another thread forks is opened
+// again, for the child may have a copy of it that it does not know.
 #ifndef PLATFORM_SRC_IO_FILE_DESCRIPTOR_H_
 #define PLATFORM_SRC_IO_FILE_DESCRIPTOR_H_
 
 #include <sys/stat.h>
 #include <sys/types.h>
 
+#include <atomic>
 #include <string>
 #include <string_view>
 
@@ -27,20 +30,19 @@ class FileDescriptor {
   ~FileDescriptor();
 
   // -1 when the open failed, or in a child of the process that opened it.
-  int get() const { return fd_; }
-  explicit operator bool() const { return fd_ >= 0; }
+  int get() const { return slot_ == nullptr ? -1 : slot_->load(std::memory_order_relaxed); }
+  explicit operator bool() const { return get() >= 0; }
 
   // Closes and reports what close() says: 0 or an errno value. Does nothing the second time.
   int Close();
 
-  // Closes every descriptor of the parent in a child that was just forked, whose only thread calls
-  // this with DescriptorMutex() held.
+  // Closes every descriptor of the parent in a child that was just forked.
   static void CloseAllInChild();
+  // The same without closing, for a child that may have closed them all, and have others by now.
+  static void ForgetAllInChild();
 
  private:
-  int fd_ = -1;
-  FileDescriptor* previous_ = nullptr;
-  FileDescriptor* next_ = nullptr;
+  std::atomic<int>* slot_ = nullptr;
 };
 
 // fstat(); raises Error naming `path`.

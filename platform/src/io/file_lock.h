@@ -20,6 +20,7 @@
 
 #include "io/directory.h"
 #include "io/file_descriptor.h"
+#include "io/fork.h"
 
 namespace HostPlatform::Io {
 
@@ -43,7 +44,10 @@ class FileLock {
   ~FileLock();
 
   // False when nothing is held, as in a child of the process that took the lock.
-  bool HeldByThisProcess() const { return file_.has_value() && *file_; }
+  bool HeldByThisProcess() const {
+    FollowFork();
+    return file_.has_value() && *file_;
+  }
 
  private:
   using Clock = std::chrono::steady_clock;

@@ -5,82 +5,144 @@
 
 #include <pthread.h>
 #include <sched.h>
+#include <sys/mman.h>
+#include <time.h>
 
-#include <atomic>
 #include <memory>
 
+#include "io/call_scope.h"
 #include "io/file_descriptor.h"
+#include "util/page_size.h"
 
 namespace HostPlatform::Io {
 namespace {
 
-constinit std::mutex parserMutex;
-constinit std::mutex makingMutex;
+enum State : unsigned { kForked, kRebuilding, kCurrent };
+
+// A page of zeros that nothing else lies in.
+struct alignas(kPageSize) WipedPage {
+  std::atomic<unsigned> state{kForked};
+  unsigned char rest[kPageSize - sizeof(std::atomic<unsigned>)] = {};
+};
+constinit WipedPage wiped;
+
 constinit std::atomic<unsigned> generation{0};
+constinit std::atomic<unsigned> forksBegun{0};
+constinit std::atomic<unsigned> forksEnded{0};
+
+constinit std::mutex parserMutex;
 constinit std::mutex featuresMutex;
-constinit std::mutex descriptorMutex;
+constinit std::mutex openingMutex;
 
 struct alignas(64) CacheLock {
   std::mutex mutex;
 };
 constinit CacheLock cacheLocks[kCachePlaces];
 
+constexpr int kPauses = 1000;
+constexpr long kPause = 100'000;  // ns
+
 void BeforeFork() {
-  makingMutex.lock();
-  featuresMutex.lock();
-  descriptorMutex.lock();
-  for (CacheLock& lock : cacheLocks)
-    lock.mutex.lock();
+  ++forksBegun;
 }
 
 void AfterForkInParent() {
-  for (CacheLock& lock : cacheLocks)
-    lock.mutex.unlock();
-  descriptorMutex.unlock();
-  featuresMutex.unlock();
-  makingMutex.unlock();
+  ++forksEnded;
 }
 
+// The state is written too: a system that does not know how to wipe has left it as it was.
 void AfterForkInChild() {
-  ++generation;
-  std::construct_at(&parserMutex);  // whoever held it is not in this process
+  const CallScope scope;
   FileDescriptor::CloseAllInChild();
-  AfterForkInParent();
+  wiped.state.store(kForked);
+}
+
+// Whoever holds it is not in this process, or is a call of this thread that a signal interrupted
+// and that unlocks it once more, which does no harm.
+void MakeAnewIfHeld(std::mutex* mutex) {
+  if (mutex->try_lock()) {
+    mutex->unlock();
+  } else {
+    std::construct_at(mutex);
+  }
+}
+
+void Rebuild() {
+  unsigned expected = kForked;
+  if (!wiped.state.compare_exchange_strong(expected, kRebuilding)) {
+    while (wiped.state.load() == kRebuilding)
+      sched_yield();  // another thread of the child was faster
+    return;
+  }
+  FileDescriptor::ForgetAllInChild();
+  MakeAnewIfHeld(&parserMutex);
+  MakeAnewIfHeld(&featuresMutex);
+  MakeAnewIfHeld(&openingMutex);
+  for (CacheLock& lock : cacheLocks)
+    MakeAnewIfHeld(&lock.mutex);
+  forksEnded.store(forksBegun.load());
+  ++generation;
+  wiped.state.store(kCurrent);
 }
 
 }  // namespace
 
 void RegisterForkHandlers() {
+  FollowFork();
   pthread_atfork(&BeforeFork, &AfterForkInParent, &AfterForkInChild);
+  // Systems before Linux 4.14 refuse it: there children of _Fork() and clone() must not call.
+  madvise(&wiped, sizeof wiped, MADV_WIPEONFORK);
 }
 
-std::mutex& ParserMutex() {
-  return parserMutex;
-}
-
-std::mutex& MakingMutex() {
-  return makingMutex;
+void FollowFork() {
+  if (wiped.state.load(std::memory_order_acquire) != kCurrent) [[unlikely]]
+    Rebuild();
 }
 
 unsigned Generation() {
   return generation.load();
 }
 
+std::mutex& ParserMutex() {
+  FollowFork();
+  return parserMutex;
+}
+
 std::mutex& FeaturesMutex() {
+  FollowFork();
   return featuresMutex;
 }
 
-std::mutex& DescriptorMutex() {
-  return descriptorMutex;
+std::mutex& OpeningMutex() {
+  FollowFork();
+  return openingMutex;
 }
 
 std::mutex& CacheMutex(unsigned place) {
+  FollowFork();
   return cacheLocks[place].mutex;
 }
 
 unsigned CachePlace() {
   const int processor = sched_getcpu();
   return processor < 0 ? 0 : static_cast<unsigned>(processor) % kCachePlaces;
+}
+
+ForkWatch::ForkWatch() {
+  FollowFork();
+  begun_ = forksBegun.load();
+  quiet_ = forksEnded.load() == begun_;
+}
+
+bool ForkWatch::SawFork() const {
+  return !quiet_ || forksBegun.load() != begun_;
+}
+
+void WaitForForks() {
+  for (int i = 0; i < kPauses && forksEnded.load() != forksBegun.load(); ++i) {
+    const struct timespec pause = {0, kPause};
+    nanosleep(&pause, nullptr);
+  }
 }
 
 }  // namespace HostPlatform::Io

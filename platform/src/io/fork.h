@@ -1,20 +1,17 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// Fork at any moment: the mutexes that a child must find free.
+// Fork at any moment, also in a signal handler that has interrupted one of our own calls.
 //
-// A mutex that another thread holds at the fork would stay locked in the child for ever. Those here
-// are taken around every fork, so they are held for a few instructions and system calls only, and
-// nothing is allocated or given back meanwhile: a program's own allocator may have a lock, and take
-// it around forks too. Order: descriptors first, then the places of the caches as they are
-// numbered.
-//
-// The parser's mutex is held for as long as a document takes. It is left alone, and a child gets a
-// new one. Only while the parser is made, once, do forks wait: what its library makes on first use
-// would never be finished in a child that was forked meanwhile.
+// Nothing is locked around a fork. The child finds mutexes locked by threads that it does not have,
+// and what they guard half changed. It makes the mutexes anew at its first call, and each owner of
+// guarded state tells by itself whether a change of it was under way (newest.h,
+// document_parser.cpp). That the process is another one is told by a page that the system wipes at
+// a fork, so that also a child of _Fork() or clone(), which run no fork handlers, knows it.
 #ifndef PLATFORM_SRC_IO_FORK_H_
 #define PLATFORM_SRC_IO_FORK_H_
 
+#include <atomic>
 #include <mutex>
 
 namespace HostPlatform::Io {
@@ -22,26 +19,44 @@ namespace HostPlatform::Io {
 // Called once, when the platform is loaded; the C library forgets the handlers when it is unloaded.
 void RegisterForkHandlers();
 
-// Guards the parser of the configuration file; see document_parser.cpp.
-std::mutex& ParserMutex();
-// Held while the first parser is made; taken before the others.
-std::mutex& MakingMutex();
+// Makes the mutexes anew when the process was forked since the last call. Mostly one load. The
+// functions below that return a mutex call it.
+void FollowFork();
 
-// How many forks there are between the process and the one that loaded the platform.
+// How many forks there are between the process and the one that loaded the platform; only those
+// that FollowFork() has noticed.
 unsigned Generation();
 
+// Guards the parser of the configuration file; see document_parser.cpp.
+std::mutex& ParserMutex();
+
 // Guards what is known of the file in the page of switches; see feature_page.cpp. Taken before the
-// one of descriptors.
+// one of opening.
 std::mutex& FeaturesMutex();
 
-// Guards the list of open descriptors; see FileDescriptor.
-std::mutex& DescriptorMutex();
+// Held while a file is opened; see FileDescriptor.
+std::mutex& OpeningMutex();
 
 // Each guards one place of what the process keeps of the newest stored files; see newest.h.
 inline constexpr unsigned kCachePlaces = 8;
 std::mutex& CacheMutex(unsigned place);
 // The place of the processor that the caller runs on, as far as that is known.
 unsigned CachePlace();
+
+// Tells whether a fork() was under way at any time of its life: a child may have a copy of what was
+// opened meanwhile.
+class ForkWatch {
+ public:
+  ForkWatch();
+  bool SawFork() const;
+
+ private:
+  unsigned begun_;
+  bool quiet_;
+};
+
+// Returns when no fork() is under way, or after a tenth of a second.
+void WaitForForks();
 
 }  // namespace HostPlatform::Io
 

@@ -8,6 +8,7 @@
 #include <sys/stat.h>
 
 #include <array>
+#include <atomic>
 #include <memory>
 #include <mutex>
 #include <utility>
@@ -49,9 +50,9 @@ class Newest {
     Pointer counted(std::make_shared<Pointer>(version), version.get());
     Pointer former(counted);  // released outside of the locks
     const std::lock_guard lock(CacheMutex(0));
-    if (places_[0].version != version) return version;  // there is a newer one by now
+    if (places_[0].Share() != version) return version;  // there is a newer one by now
     const std::lock_guard lockOfPlace(CacheMutex(number));
-    former.swap(places_[number].version);
+    places_[number].Exchange(&former);
     return counted;
   }
 
@@ -59,21 +60,44 @@ class Newest {
   void Set(Pointer version) {
     std::array<Pointer, kCachePlaces> former;
     const std::lock_guard lock(CacheMutex(0));
-    former[0] = std::exchange(places_[0].version, std::move(version));
+    former[0] = std::move(version);
+    places_[0].Exchange(&former[0]);
     for (unsigned i = 1; i < kCachePlaces; ++i) {
       const std::lock_guard lockOfPlace(CacheMutex(i));
-      former[i].swap(places_[i].version);
+      places_[i].Exchange(&former[i]);
     }
   }
 
  private:
-  struct alignas(64) Place {
-    Pointer version;
+  class alignas(64) Place {
+   public:
+    Pointer Share() {
+      ForgetTheHalfChanged();
+      return version_;
+    }
+    void Exchange(Pointer* other) {
+      ForgetTheHalfChanged();
+      isChanging_.store(true, std::memory_order_relaxed);
+      std::atomic_thread_fence(std::memory_order_release);
+      version_.swap(*other);
+      isChanging_.store(false, std::memory_order_release);
+    }
+
+   private:
+    // A fork has caught it: what is there is no pointer, and what it led to stays behind.
+    void ForgetTheHalfChanged() {
+      if (!isChanging_.load(std::memory_order_relaxed)) return;
+      std::construct_at(&version_);
+      isChanging_.store(false, std::memory_order_relaxed);
+    }
+
+    Pointer version_;
+    std::atomic<bool> isChanging_{false};
   };
 
   Pointer Take(unsigned number) {
     const std::lock_guard lock(CacheMutex(number));
-    return places_[number].version;
+    return places_[number].Share();
   }
 
   union {

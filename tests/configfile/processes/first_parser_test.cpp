@@ -33,7 +33,7 @@ bool LookUpAndForkAt(int allocation) {
                                       });
                                       done = true;
                                     });
-                                    // The fork waits for this thread, or is done by then.
+                                    // A fork that waited for this thread would not be done by then.
                                     for (int i = 0; i < 50 && !done; ++i)
                                       std::this_thread::sleep_for(std::chrono::milliseconds(1));
                                   }});
