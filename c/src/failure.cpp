@@ -49,18 +49,6 @@ quor_status Fail(quor_status kind, const std::string& message, const std::string
   }
 }
 
-quor_status FailSystem(int systemError, const std::string& path, const char* action,
-                       quor_error** error) noexcept {
-  try {
-    const bool refused = systemError == EACCES || systemError == EPERM;
-    return Fail(refused ? QUOR_PERMISSION : QUOR_SYSTEM,
-                path + ": cannot " + action + ": " + std::generic_category().message(systemError),
-                path, error);
-  } catch (...) {
-    return FailForMemory(error);
-  }
-}
-
 quor_status FailCurrentException(quor_error** error) noexcept {
   try {
     throw;
@@ -70,6 +58,8 @@ quor_status FailCurrentException(quor_error** error) noexcept {
     return FailForMemory(error);
   } catch (const std::invalid_argument& misuse) {
     return Fail(QUOR_USAGE, misuse.what(), "", error);
+  } catch (const std::system_error& refusal) {  // of this library: libquor raises none
+    return Fail(QUOR_SYSTEM, refusal.what(), "", error);
   } catch (const std::exception& failure) {
     try {
       const FailureKind found = KindOf(failure);

@@ -19,10 +19,6 @@ namespace QuorC {
 quor_status Fail(quor_status kind, const std::string& message, const std::string& file,
                  quor_error** error) noexcept;
 
-// The same for a refused system call: "PATH: cannot ACTION: reason".
-quor_status FailSystem(int systemError, const std::string& path, const char* action,
-                       quor_error** error) noexcept;
-
 // The same for the exception that is being handled. To be called in a catch block.
 quor_status FailCurrentException(quor_error** error) noexcept;
 

@@ -222,6 +222,61 @@ QUOR_C_API quor_status quor_datastores_list(quor_datastores** list, quor_error**
 /** Replaces all datastores, durably; an empty list or NULL deletes them all. */
 QUOR_C_API quor_status quor_datastores_replace(const quor_datastores* list, quor_error** error);
 
+/** Stands for one state of the catalogue, without having read it. Compared, and nothing else. */
+typedef struct quor_revision {
+  uint64_t opaque[24]; /**< the library's own */
+} quor_revision;
+
+/** Looks at the files that the catalogue depends on: some system calls, no reading, no hashing. */
+QUOR_C_API quor_status quor_revision_get(quor_revision* revision, quor_error** error);
+
+/** 1 when nothing has changed between the two; 0 when something may have. A token that was taken
+    within 100 ms of a change (2 s where files keep whole seconds) equals no other one: it cannot
+    be known whether there was one more change. */
+QUOR_C_API int quor_revision_equal(const quor_revision* one, const quor_revision* other);
+
+/** Notices changes for an event loop: epoll, sd-event, libuv, poll. No thread; nothing of the host
+    directory is written. One thread at a time uses it; after a fork the child closes its copy. */
+typedef struct quor_changes quor_changes;
+
+#define QUOR_CHANGED_STORE 1U     /**< the configuration store's file */
+#define QUOR_CHANGED_FILE 2U      /**< the configuration file */
+#define QUOR_CHANGED_SWITCH 4U    /**< the switches, one of which selects the store */
+#define QUOR_CHANGED_DIRECTORY 8U /**< another directory is the host directory now */
+#define QUOR_CHANGED_LOST 16U     /**< there were more changes than the system keeps: all of it */
+
+/** Begins to notice changes in `directory`, an absolute path, or in this process's host directory
+    for NULL. Neither has to be there yet. */
+QUOR_C_API quor_status quor_changes_open(const char* directory, quor_changes** changes,
+                                         quor_error** error);
+
+/** Ends it and closes the descriptor; NULL is fine. */
+QUOR_C_API void quor_changes_close(quor_changes* changes);
+
+/** The descriptor, which is readable when the catalogue may have changed. It belongs to `changes`,
+    and is the same one for its whole life. */
+QUOR_C_API int quor_changes_descriptor(const quor_changes* changes);
+
+/** Makes the descriptor unreadable until the next change, and stores the QUOR_CHANGED_ bits of what
+    may have changed since the last time; 0 when it was readable for nothing. A commit makes it
+    readable once; changes by hand, and the first commit of a host, a few times. After one by hand
+    it is readable once more within some seconds, for what may still have come. Never blocks. */
+QUOR_C_API quor_status quor_changes_read(quor_changes* changes, unsigned* changed,
+                                         quor_error** error);
+
+/** Why changes are looked for once a second, by a timer behind the same descriptor: a limit of
+    inotify, missing permission, a file system that other hosts change. "" while they are notified.
+    Ends by itself when the reason does. Valid until the next quor_changes_read(). */
+QUOR_C_API const char* quor_changes_fallback(const quor_changes* changes);
+
+#define QUOR_DIFFERENT_POLICIES 1U   /**< the digest of the policies is another one */
+#define QUOR_DIFFERENT_DATASTORES 2U /**< the digest of the datastores is another one */
+
+/** Reads and digests the catalogue, and stores which digests differ from those of the last time;
+    none does the first time. */
+QUOR_C_API quor_status quor_changes_digests(quor_changes* changes, unsigned* which,
+                                            quor_error** error);
+
 #ifdef __cplusplus
 }
 #endif

@@ -34,6 +34,7 @@ tests pkg-config      builds programs against the installed library
 tests groff-base      checks the manual pages
 tests uidmap          users for the tests that an ordinary user runs
 tests zsh             checks the completion of quorctl in zsh
+tests libsystemd-dev event loop of an example
 tests reuse           finds files without copyright and licence
 reference doxygen     makes the reference of the headers
 packages build-essential what every build of a Debian package takes for granted

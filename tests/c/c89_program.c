@@ -54,7 +54,15 @@ static volatile any_function functions[] = {
     (any_function)quor_datastores_at,
     (any_function)quor_datastores_add,
     (any_function)quor_datastores_list,
-    (any_function)quor_datastores_replace};
+    (any_function)quor_datastores_replace,
+    (any_function)quor_revision_get,
+    (any_function)quor_revision_equal,
+    (any_function)quor_changes_open,
+    (any_function)quor_changes_close,
+    (any_function)quor_changes_descriptor,
+    (any_function)quor_changes_read,
+    (any_function)quor_changes_fallback,
+    (any_function)quor_changes_digests};
 
 static int answers_nothing(void) {
   quor_bytes blob;

@@ -60,8 +60,12 @@ class Consumers(unittest.TestCase):
         run(CMAKE, "-S", os.path.join(ROOT, "examples"), "-B", build, "-G", "Ninja",
             f"-DCMAKE_PREFIX_PATH={self.prefix}", f"-DCMAKE_CXX_COMPILER={COMPILER}",
             environment={"CFLAGS": "", "CXXFLAGS": "", "LDFLAGS": ""})
-        run(CMAKE, "--build", build, "--target", *(name + "_c" for name in C_EXAMPLES))
+        run(CMAKE, "--build", build, "--target", *(name + "_c" for name in C_EXAMPLES),
+            "watch_epoll", "watch_sd_event")
         self.check_c_programs(build, {"LD_LIBRARY_PATH": ""})
+        self.check_loop(build, ["watch_epoll", "1"],
+                        "policies changed, datastores changed\n|policies changed, datastores as before\n")
+        self.check_loop(build, ["watch_sd_event"], "changed\n")
         build = os.path.join(self.directory, "c-pkg-config")
         os.mkdir(build)
         flags = run("pkg-config", "--cflags", "--libs", "quorc",
@@ -70,6 +74,24 @@ class Consumers(unittest.TestCase):
             run("gcc", "-std=c89", *STRICT, "-o", os.path.join(build, name + "_c"),
                 os.path.join(ROOT, "examples", name + ".c"), *flags.split())
         self.check_c_programs(build, {"LD_LIBRARY_PATH": self.library})
+
+    def check_loop(self, build, command, shown):
+        """An event loop ends with the first change, which is of the policies."""
+        host = f"{build}-{command[0]}-host"
+        os.mkdir(host)
+        os.chmod(host, 0o755)
+        environment = {**os.environ, "LD_LIBRARY_PATH": "", "QUOR_HOST_DIR": host}
+        watching = subprocess.Popen([os.path.join(build, command[0]), *command[1:]],
+                                    stdout=subprocess.PIPE, text=True, env=environment)
+        try:
+            self.assertEqual(watching.stdout.readline(), "watching\n")
+            run(os.path.join(build, "push_catalogue_c"), environment=environment)
+            seen, _ = watching.communicate(timeout=60)
+        finally:
+            watching.kill()
+            watching.wait()
+        self.assertRegex(seen, f"^({shown})$")
+        self.assertEqual(watching.returncode, 0)
 
     def check_c_programs(self, build, environment):
         host = build + "-host"

@@ -1,0 +1,228 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
+#include "changes/watches.h"
+
+#include <fcntl.h>
+#include <sys/inotify.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <system_error>
+
+namespace QuorC {
+namespace {
+
+constexpr std::uint32_t kSelf = IN_MOVE_SELF | IN_DELETE_SELF;
+constexpr std::uint32_t kLink = kSelf | IN_ATTRIB | IN_DONT_FOLLOW;
+constexpr std::uint32_t kNewName = IN_CREATE | IN_MOVED_TO;
+constexpr std::uint32_t kInPlace = kSelf | IN_MODIFY | IN_ATTRIB;
+
+constexpr int kStoreSwitch = 62;
+constexpr int kMostRounds = 16;   // of arming, while the path changes meanwhile
+constexpr int kMostReads = 4096;  // more than a full queue needs
+
+std::string Parent(const std::string& path) {
+  const std::size_t slash = path.rfind('/');
+  return slash == 0 ? "/" : path.substr(0, slash);
+}
+
+std::string NameIn(const std::string& path) {
+  return path.substr(path.rfind('/') + 1);
+}
+
+std::string Problem(const std::string& path, int error) {
+  std::string text = path + ": cannot be watched: " + std::generic_category().message(error);
+  if (error == ENOSPC) text += " (fs.inotify.max_user_watches)";
+  return text;
+}
+
+}  // namespace
+
+bool Events::Any() const {
+  const auto set = [](bool one) { return one; };
+  return structure || lost || std::any_of(moved.begin(), moved.end(), set) ||
+         std::any_of(edited.begin(), edited.end(), set);
+}
+
+std::string Watches::Arm() {
+  if (!inotify_) {
+    inotify_ = Descriptor(inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
+    if (!inotify_) {
+      return "inotify: " + std::generic_category().message(errno) +
+             (errno == EMFILE ? " (fs.inotify.max_user_instances)" : "");
+    }
+  }
+  std::string problem;
+  for (int round = 0; round < kMostRounds; ++round) {
+    Forget();
+    const PathWalk walk = Walk(directory_);
+    waitsForFiles_ = SelectedIsMissing();
+    if (!AddPath(walk, &problem)) break;
+    if (walk.error == 0 && !AddFiles(&problem)) break;
+    // What was swapped while it was being watched is watched anew.
+    if (Walk(directory_) == walk) return "";
+  }
+  Forget();
+  return problem.empty() ? directory_ + ": cannot be watched: it changes all the time" : problem;
+}
+
+void Watches::Forget() {
+  for (const auto& [number, watched] : watched_) {
+    inotify_rm_watch(inotify_.get(), number);
+  }
+  watched_.clear();
+  Events events;
+  bool any = true;
+  while (any) {
+    Read(&events, &any);
+  }
+}
+
+// One that this process may not read cannot be watched, which is no obstacle for a step of the path
+// or for a file: what becomes of their names is seen in the directory.
+bool Watches::Add(const std::string& path, std::uint32_t mask, Watched watched,
+                  std::string* problem) {
+  const int number = inotify_add_watch(inotify_.get(), path.c_str(), mask | IN_MASK_ADD);
+  if (number >= 0) {
+    watched_.emplace(number, std::move(watched));
+    return true;
+  }
+  const bool needed = watched.role == Watched::kHost || watched.role == Watched::kTarget;
+  if (!needed && (errno == EACCES || errno == ENOENT)) return true;
+  *problem = Problem(path, errno);
+  return false;
+}
+
+bool Watches::AddPath(const PathWalk& walk, std::string* problem) {
+  std::string last = "/";
+  for (const PathStep& step : walk.steps) {
+    const bool isEnd = step.kind == PathStep::kEnd;
+    const bool isLink = step.kind == PathStep::kLink;
+    if (!isLink) last = step.path;
+    if (isEnd) continue;  // below
+    const std::uint32_t mask = isLink ? kLink : kSelf | IN_DONT_FOLLOW;
+    if (!Add(step.path, mask, {Watched::kPath, kStore, ""}, problem)) return false;
+  }
+  if (walk.error == 0) {
+    const std::uint32_t mask = kSelf | IN_MOVED_TO | (waitsForFiles_ ? IN_CREATE : 0U);
+    return Add(last, mask | IN_ONLYDIR, {Watched::kHost, kStore, ""}, problem);
+  }
+  if (walk.error != ENOENT) {
+    *problem = Problem(directory_, walk.error);
+    return false;
+  }
+  // A link that leads nowhere waits for its target where the walk has ended.
+  return Add(last, kSelf | kNewName, {Watched::kPath, kStore, ""}, problem);
+}
+
+bool Watches::AddFiles(std::string* problem) {
+  for (const Place place : kPlaces) {
+    const std::string path = directory_ + '/' + NameOf(place);
+    for (const PathStep& step : Walk(path).steps) {
+      const std::string parent = Parent(step.path);
+      if (step.kind == PathStep::kLink && parent != "/" && step.path.ends_with(NameOf(place))) {
+        if (!Add(step.path, kLink, {Watched::kPath, kStore, ""}, problem)) return false;
+      }
+      if (step.kind != PathStep::kEnd) continue;
+      if (!Add(step.path, kInPlace, {Watched::kFile, place, ""}, problem)) return false;
+      // Behind a link the file is replaced where the link leads to.
+      Watched target = {Watched::kTarget, place, NameIn(step.path)};
+      if (!Add(parent, kSelf | IN_MOVED_TO, std::move(target), problem)) return false;
+    }
+  }
+  return true;
+}
+
+// Watches the file that has the name now. The watch on the one before goes first: the end of a
+// replaced file, whenever its last reader goes, must wake nobody.
+void Watches::Follow(Place place) {
+  for (auto at = watched_.begin(); at != watched_.end();) {
+    if (at->second.role == Watched::kFile && at->second.place == place) {
+      inotify_rm_watch(inotify_.get(), at->first);
+      at = watched_.erase(at);
+    } else {
+      ++at;
+    }
+  }
+  std::string problem;
+  Add(directory_ + '/' + NameOf(place), kInPlace, {Watched::kFile, place, ""}, &problem);
+}
+
+Events Watches::Drain() {
+  Events all;
+  for (int round = 0; round < kMostReads && inotify_; ++round) {
+    Events events;
+    bool any = false;
+    Read(&events, &any);
+    if (!any) break;
+    for (const Place place : kPlaces) {
+      if (events.moved[place] || events.edited[place]) Follow(place);
+      all.moved[place] |= events.moved[place];
+      all.edited[place] |= events.edited[place];
+    }
+    all.structure |= events.structure;
+    all.lost |= events.lost;
+  }
+  if (all.Any() && waitsForFiles_ != SelectedIsMissing()) all.structure = true;
+  return all;
+}
+
+void Watches::Read(Events* events, bool* any) {
+  alignas(inotify_event) char buffer[4096];
+  ssize_t got;
+  do {
+    got = read(inotify_.get(), buffer, sizeof buffer);
+  } while (got < 0 && errno == EINTR);
+  *any = got > 0;
+  for (const char* at = buffer; at < buffer + got;) {
+    inotify_event event;
+    std::memcpy(&event, at, sizeof event);
+    const char* const name = event.len == 0 ? "" : at + sizeof event;
+    if ((event.mask & IN_Q_OVERFLOW) != 0) {
+      events->lost = true;
+    } else {
+      Take(event.wd, event.mask, name, events);
+    }
+    at += sizeof event + event.len;
+  }
+}
+
+void Watches::Take(int number, std::uint32_t mask, const char* name, Events* events) const {
+  const auto [begin, end] = watched_.equal_range(number);
+  for (auto at = begin; at != end; ++at) {
+    const Watched& watched = at->second;
+    if (watched.role == Watched::kFile) {
+      if ((mask & IN_IGNORED) == 0) events->edited[watched.place] = true;
+      continue;
+    }
+    if (watched.role == Watched::kPath || (mask & (kSelf | IN_UNMOUNT)) != 0) {
+      events->structure = true;
+      continue;
+    }
+    if (watched.role == Watched::kTarget && watched.name == name) {
+      events->moved[watched.place] = true;
+    }
+    for (const Place place : kPlaces) {
+      if (watched.role == Watched::kHost && std::strcmp(name, NameOf(place)) == 0) {
+        events->moved[place] = true;
+      }
+    }
+  }
+}
+
+// The file of the store that the host's switch selects. While it is not there it may be put there
+// in any way, and not by a commit alone.
+bool Watches::SelectedIsMissing() const {
+  const auto exists = [this](Place place) {
+    return access((directory_ + '/' + NameOf(place)).c_str(), F_OK) == 0;
+  };
+  const Descriptor file(
+      open((directory_ + '/' + NameOf(kSwitches)).c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+  char value = 1;  // as without the file
+  if (file && pread(file.get(), &value, 1, kStoreSwitch) != 1) value = 1;
+  return !exists(value != 0 ? kStore : kFile);
+}
+
+}  // namespace QuorC

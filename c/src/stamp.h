@@ -1,0 +1,46 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
+// What tells a file from another one of the same name, without reading either.
+#ifndef C_SRC_STAMP_H_
+#define C_SRC_STAMP_H_
+
+#include <cstdint>
+#include <string>
+
+#include "host_paths.h"
+
+namespace QuorC {
+
+// All zero for a file that is not there or cannot be looked at.
+struct Stamp {
+  std::uint64_t device = 0;
+  std::uint64_t inode = 0;
+  std::uint64_t size = 0;
+  std::int64_t changed = 0;   // nanoseconds since the epoch
+  std::int64_t modified = 0;  // nanoseconds since the epoch
+
+  bool operator==(const Stamp&) const = default;
+};
+
+// Follows symbolic links.
+Stamp StampOf(const std::string& path);
+
+// Of the host directory and of what the catalogue depends on in it.
+struct HostStamp {
+  std::uint64_t device = 0;
+  std::uint64_t inode = 0;
+  std::array<Stamp, kPlaces.size()> places;
+
+  bool operator==(const HostStamp&) const = default;
+};
+
+HostStamp StampOfHost(const std::string& directory);
+
+// Whether a file of it was changed so recently that one more change may leave the same stamp: the
+// clocks of file systems tick, and inodes are used again.
+bool IsYoung(const HostStamp& stamp);
+
+}  // namespace QuorC
+
+#endif  // C_SRC_STAMP_H_
