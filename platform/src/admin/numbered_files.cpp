@@ -29,9 +29,11 @@ constexpr mode_t kFileMode = 0640;
 
 void EnsureFolder(const Io::Directory& host, const std::string& folder) {
   const std::string path = host.PathOf(folder.c_str());
-  if (mkdirat(host.get(), folder.c_str(), 0700) != 0) {
-    if (errno == EEXIST) return;
-    Io::RaiseSystemError(errno, path, "create the directory");
+  if (mkdirat(host.get(), folder.c_str(), Io::kUnfinishedMode) != 0) {
+    if (errno != EEXIST) Io::RaiseSystemError(errno, path, "create the directory");
+    struct stat status;
+    if (fstatat(host.get(), folder.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) return;
+    if (!Io::IsUnfinished(status)) return;
   }
   try {
     const Io::FileDescriptor created(host.get(), folder.c_str(),

@@ -260,7 +260,10 @@ void Session::Write() {
     auto written = std::make_shared<Document>(store_, tree_, checksum.Value());
     auto nextStore = std::make_shared<TreeStore>();
     next.Flush();
-    CheckPresent();
+    if (!IsUntouched()) {
+      CheckPresent();
+      next.Flush();  // with the owner and the mode that the file has now
+    }
     next.Commit();
     NoteWritten(std::move(written), next.file());
     // What was written is not changed any more: later changes start from copies, elsewhere.
@@ -291,10 +294,17 @@ void Session::NoteWritten(std::shared_ptr<Document> written, const FileDescripto
 
 // The lock keeps other writers out, unless somebody removed its file: then what they wrote must not
 // be overwritten.
-void Session::CheckPresent() const {
+bool Session::IsUntouched() const {
   struct stat status;
-  const bool isKnown = base_ ? base_->IsAt(path_) : stat(path_.c_str(), &status) != 0;
-  if (isKnown) return;
+  return base_ ? base_->IsAt(path_) : stat(path_.c_str(), &status) != 0;
+}
+
+// Its owner, mode or times may have been changed, which alone is no reason to refuse.
+void Session::CheckPresent() const {
+  if (base_) {
+    const std::shared_ptr<const Document> present = Document::Read(path_, nullptr);
+    if (present && present->Equals(*base_)) return;
+  }
   RaiseConfigFile(path_ +
                   ": another process changed it while it was locked, since the lock file "
                   "was removed or the file was changed by hand; nothing was changed. Try "

@@ -72,6 +72,7 @@ class Session : public std::enable_shared_from_this<Session> {
   void LockForChange();
   void UseDocument(std::shared_ptr<const Document> document);
   void NoteWritten(std::shared_ptr<Document> written, const HostPlatform::Io::FileDescriptor& file);
+  bool IsUntouched() const;
   void CheckPresent() const;
   Node*& SlotOf(const Place& place, Node::Type type);
   void CopyRest(Node*& slot);

@@ -139,6 +139,7 @@ void WriteSwitch(const Io::Directory& directory, int index, bool on) {
                                                   " bytes, one per feature switch; remove it");
   }
   const unsigned char value = on ? 1 : 0;
+  Io::CheckFileSize(static_cast<std::uint64_t>(index), path);
   // In place: the processes that have the file mapped must see it.
   if (Io::RetryInterrupted([&] { return pwrite(file.get(), &value, 1, index); }) != 1) {
     Io::RaiseSystemError(errno, path, "write");

@@ -18,6 +18,7 @@ namespace HostPlatform::Io {
 namespace {
 
 constexpr mode_t kDirectoryMode = 02750;
+constexpr mode_t kModeBits = 07777;
 constexpr char kGroup[] = "quor";
 constexpr std::size_t kUsualGroupEntry = std::size_t{16} << 10;
 constexpr std::size_t kLargestGroupEntry = std::size_t{16} << 20;
@@ -75,7 +76,7 @@ void FinishDirectory(const std::string& path, std::optional<gid_t> group) {
 void CreateDirectory(const std::string& path) {
   // Before: it can take long, and others cannot enter the new directory until it is finished.
   const std::optional<gid_t> group = GroupToGive(path);
-  if (mkdir(path.c_str(), 0700) != 0) {
+  if (mkdir(path.c_str(), kUnfinishedMode) != 0) {
     if (errno == EEXIST) return;  // another process was faster
     RaiseSystemError(errno, path, "create the host directory");
   }
@@ -90,7 +91,11 @@ void CreateDirectory(const std::string& path) {
 // Returns the path, so that the directory is there before the descriptor's initialiser opens it.
 const std::string& EnsureExists(const std::string& path) {
   struct stat status;
-  if (stat(path.c_str(), &status) != 0 && errno == ENOENT) CreateDirectory(path);
+  if (stat(path.c_str(), &status) != 0) {
+    if (errno == ENOENT) CreateDirectory(path);
+  } else if (IsUnfinished(status)) {
+    FinishDirectory(path, GroupToGive(path));
+  }
   return path;
 }
 
@@ -116,6 +121,11 @@ void RefuseWhenEverybodyMayWrite(const struct stat& status, const std::string& p
 }
 
 }  // namespace
+
+bool IsUnfinished(const struct stat& status) {
+  return S_ISDIR(status.st_mode) && (status.st_uid == geteuid() || geteuid() == 0) &&
+         (status.st_mode & kModeBits & ~static_cast<mode_t>(S_ISGID)) == kUnfinishedMode;
+}
 
 Directory::Directory(const std::string& path)
     : path_(path), descriptor_(AT_FDCWD, EnsureExists(path_).c_str(), O_RDONLY | O_DIRECTORY) {
@@ -145,8 +155,14 @@ Directory::Directory(const Directory& parent, const char* name)
 }
 
 void Directory::Adopt(const FileDescriptor& file, mode_t mode, const std::string& path) const {
+  const auto isTheirs = [&](const struct stat& own) {
+    return own.st_uid == status_.st_uid && own.st_gid == status_.st_gid;
+  };
+  // Without CAP_CHOWN root may not, and need not where the file has them already.
   if (geteuid() == 0 && fchown(file.get(), status_.st_uid, status_.st_gid) != 0) {
-    RaiseSystemError(errno, path, "set the owner");
+    const int error = errno;
+    if (error != EPERM || !isTheirs(StatOf(file, path)))
+      RaiseSystemError(error, path, "set the owner");
   }
   if (fchmod(file.get(), mode) != 0) RaiseSystemError(errno, path, "set the mode");
 }

@@ -14,6 +14,12 @@
 
 namespace HostPlatform::Io {
 
+// The mode of a directory between mkdir() and the end of its making, which nobody else would
+// choose: one that a killed writer left in between is told by it, and finished by the next.
+inline constexpr mode_t kUnfinishedMode = 01700;
+// Whether it has that mode, and may be finished by this process.
+bool IsUnfinished(const struct stat& status);
+
 // Everything that a writer does goes through the one descriptor, so that a path component that is
 // replaced meanwhile leads it nowhere else.
 class Directory {

@@ -4,9 +4,11 @@
 #include "io/file_descriptor.h"
 
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <limits>
 #include <memory>
 #include <mutex>
 
@@ -146,13 +148,29 @@ struct stat StatOf(const FileDescriptor& file, const std::string& path) {
   return status;
 }
 
+std::uint64_t LargestFile() {
+  struct rlimit limit;
+  const bool isLimited = getrlimit(RLIMIT_FSIZE, &limit) == 0 && limit.rlim_cur != RLIM_INFINITY;
+  return isLimited ? limit.rlim_cur : std::numeric_limits<std::uint64_t>::max();
+}
+
+void CheckFileSize(std::uint64_t position, const std::string& path) {
+  if (position < LargestFile()) return;
+  throw Error(
+      ErrorKind::kNoSpace, path + ": cannot write", EFBIG,
+      "the process may not make files so large (RLIMIT_FSIZE); start it with a higher limit");
+}
+
 void WriteAll(const FileDescriptor& file, std::string_view bytes, const std::string& path) {
-  while (!bytes.empty()) {
+  const off_t start = lseek(file.get(), 0, SEEK_CUR);
+  for (auto position = static_cast<std::uint64_t>(start < 0 ? 0 : start); !bytes.empty();) {
+    CheckFileSize(position, path);
     const ssize_t written =
         RetryInterrupted([&] { return write(file.get(), bytes.data(), bytes.size()); });
     if (written < 0) RaiseSystemError(errno, path, "write");
     if (written == 0) RaiseSystemError(EIO, path, "write");  // never to loop for nothing
     bytes.remove_prefix(static_cast<std::size_t>(written));
+    position += static_cast<std::uint64_t>(written);
   }
 }
 

@@ -15,6 +15,7 @@
 #include <sys/types.h>
 
 #include <atomic>
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -50,6 +51,12 @@ struct stat StatOf(const FileDescriptor& file, const std::string& path);
 
 // Writes all of `bytes` at the end of what was written so far. Raises Error naming `path`.
 void WriteAll(const FileDescriptor& file, std::string_view bytes, const std::string& path);
+
+// The size beyond which a write would not fail but raise SIGXFSZ, which ends the program.
+std::uint64_t LargestFile();
+
+// Raises Error (kNoSpace) when that is reached, so that the write is not made.
+void CheckFileSize(std::uint64_t position, const std::string& path);
 
 // Has the disk begin with what was written so far, while the rest is still being made: the flush at
 // the end then finds less to do. Promises nothing, and reports nothing: that is the flush's part.

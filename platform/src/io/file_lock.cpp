@@ -72,9 +72,11 @@ FileLock::FileLock(const Directory& directory, const char* name, std::chrono::mi
   const Clock::time_point giveUp = Clock::now() + deadline;
   do {
     if (OpenExisting(directory.get())) continue;
+    if (errno == EACCES && MakeAccessible(directory)) continue;
     if (errno != ENOENT) RaiseSystemError(errno, path_, "open the lock file for writing");
     Create(directory);
   } while (!Lock(directory.get(), giveUp, deadline));
+  Finish(directory);
 }
 
 FileLock::FileLock(const std::string& path, std::chrono::milliseconds deadline)
@@ -99,6 +101,7 @@ bool FileLock::OpenExisting(int directory) {
 }
 
 void FileLock::Create(const Directory& directory) {
+  const ForkWatch watch;
   file_.reset();
   file_.emplace(directory.get(), name_.c_str(), kOpenFlags | O_CREAT | O_EXCL, kLockFileMode);
   if (*file_) {
@@ -113,9 +116,34 @@ void FileLock::Create(const Directory& directory) {
       }
       throw;
     }
+    // A child may have a copy of it that it does not know.
+    if (watch.SawFork() && !OpenExisting(directory.get()))
+      RaiseSystemError(errno, path_, "open the lock file for writing");
   } else if (errno != EEXIST || !OpenExisting(directory.get())) {  // another writer was faster
     RaiseSystemError(errno, path_, "create the lock file");
   }
+}
+
+// A writer was killed between the file's making and the end of it: the umask has left its owner
+// nothing. True when it is open now.
+bool FileLock::MakeAccessible(const Directory& directory) {
+  const FileDescriptor file(directory.get(), name_.c_str(), O_PATH | O_NOFOLLOW);
+  struct stat status;
+  const bool isLeft = file && fstat(file.get(), &status) == 0 && S_ISREG(status.st_mode) &&
+                      status.st_uid == geteuid() && (status.st_mode & kLockFileMode) == 0;
+  const std::string link = "/proc/self/fd/" + std::to_string(file.get());
+  if (isLeft && chmod(link.c_str(), kLockFileMode) == 0 && OpenExisting(directory.get())) {
+    return true;
+  }
+  errno = EACCES;
+  return false;
+}
+
+// The same between the making and the change of the owner, which would be kept out for good.
+void FileLock::Finish(const Directory& directory) const {
+  const struct stat& parent = directory.status();
+  if (geteuid() != 0 || parent.st_uid == 0) return;
+  if (StatOf(*file_, path_).st_uid == 0) directory.Adopt(*file_, kLockFileMode, path_);
 }
 
 // False when the file that was locked is not the one of that name any more: somebody removed or
@@ -162,18 +190,23 @@ bool FileLock::IsNamed(int directory, const struct stat& held) const {
 }
 
 void FileLock::CheckLockFile(const struct stat& status) const {
-  const auto isOurs = [&] {
-    if (status.st_uid == geteuid() || status.st_uid == 0) return true;
-    struct stat parent;
-    const std::string directory = path_.substr(0, path_.rfind('/'));
-    return stat(directory.c_str(), &parent) == 0 && status.st_uid == parent.st_uid;
-  };
-  if (!S_ISREG(status.st_mode) || status.st_nlink > 1 || !isOurs()) {
-    throw Error(ErrorKind::kInsecure,
-                path_ +
-                    ": not a plain lock file of the host directory's owner (it has another "
-                    "owner, another type or a second name); remove it");
+  const bool isOfUs = status.st_uid == geteuid() || status.st_uid == 0;
+  if (S_ISREG(status.st_mode) && status.st_nlink <= 1 && isOfUs) return;
+  struct stat parent;
+  const std::string directory = path_.substr(0, path_.rfind('/'));
+  const bool isOfTheOwner = stat(directory.c_str(), &parent) == 0 && status.st_uid == parent.st_uid;
+  // A backup by hard links gives it a second name. Nobody but the directory's owner can have put
+  // it there as a name of another file, and of none but his own.
+  const bool mayHaveNames = isOfTheOwner && (parent.st_mode & (S_IWGRP | S_IWOTH)) == 0;
+  if (S_ISREG(status.st_mode) && (status.st_nlink <= 1 || mayHaveNames) &&
+      (isOfUs || isOfTheOwner)) {
+    return;
   }
+  throw Error(ErrorKind::kInsecure,
+              path_ +
+                  ": not a plain lock file of the host directory's owner (it has another owner or "
+                  "type, or a second name where others may write to the directory); stop all "
+                  "writers and remove it");
 }
 
 bool FileLock::TryLock(off_t byte, off_t count) {
@@ -211,6 +244,7 @@ void FileLock::WriteHolder() {
   const int fd = file_->get();
   const ssize_t got = RetryInterrupted([&] { return pread(fd, present, sizeof present, 0); });
   if (got == length && std::memcmp(text, present, size) == 0) return;
+  if (LargestFile() < kHolderSize) return;
   if (RetryInterrupted([&] { return pwrite(fd, text, size, 0); }) == length) {
     RetryInterrupted([&] { return ftruncate(fd, length); });
   }

@@ -55,6 +55,8 @@ class FileLock {
   // `directory` is what `name_` is relative to.
   bool OpenExisting(int directory);
   void Create(const Directory& directory);
+  bool MakeAccessible(const Directory& directory);
+  void Finish(const Directory& directory) const;
   bool Lock(int directory, Clock::time_point giveUp, std::chrono::milliseconds deadline);
   void CheckLockFile(const struct stat& status) const;
   void TakeTurn(Clock::time_point giveUp, std::chrono::milliseconds deadline);

@@ -22,16 +22,19 @@ namespace HostPlatform::Io {
 namespace {
 
 constexpr std::size_t kRandomDigits = 16;
+constexpr int kMostAttempts = 100;
 constexpr char kAccessList[] = "system.posix_acl_access";
 
 std::string TemporaryPrefix(const char* name) {
   return std::string(".").append(name).append(".new-");
 }
 
-std::string MakeTemporaryName(const char* name) {
+// Without random numbers the process's own does: nobody else writes while the lock is held, and a
+// name that is taken is passed over.
+std::string MakeTemporaryName(const char* name, int attempt) {
   std::uint64_t random = 0;
   if (getrandom(&random, sizeof random, GRND_NONBLOCK) != sizeof random) {
-    random = static_cast<std::uint64_t>(getpid());  // unique enough: the lock is held
+    random = static_cast<std::uint64_t>(getpid()) + (static_cast<std::uint64_t>(attempt) << 32);
   }
   char digits[kRandomDigits + 1];
   std::snprintf(digits, sizeof digits, "%016" PRIx64, random);
@@ -55,11 +58,13 @@ bool IsNoneOfOurs(int error) {
   return error == ENOTSUP || error == EPERM || error == EACCES;
 }
 
-// A new file inherits the directory's default access list.
+// A new file inherits the directory's default access list. Where a filter of system calls refuses
+// the removal, it does no harm but where there is a list.
 void RemoveAccessList(int file, const std::string& path) {
-  if (fremovexattr(file, kAccessList) != 0 && errno != ENODATA && errno != ENOTSUP) {
-    RaiseSystemError(errno, path, "leave out the access list of the directory");
-  }
+  if (fremovexattr(file, kAccessList) == 0 || errno == ENODATA || errno == ENOTSUP) return;
+  const int error = errno;
+  if (IsNoneOfOurs(error) && fgetxattr(file, kAccessList, nullptr, 0) < 0) return;
+  RaiseSystemError(error, path, "leave out the access list of the directory");
 }
 
 // False when it is none of ours.
@@ -97,33 +102,31 @@ bool CopyAttributes(int from, int to, const std::string& path) {
 }  // namespace
 
 FileReplacement::FileReplacement(const Directory& directory, const char* name, mode_t mode)
-    : directory_(directory),
-      name_(name),
-      mode_(mode),
-      path_(directory.PathOf(name)),
-      temporaryName_(MakeTemporaryName(name)),
-      file_(directory.get(), temporaryName_.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW, 0600) {
-  if (!file_) RaiseSystemError(errno, directory.PathOf(temporaryName_.c_str()), "create");
-  try {
-    SweepStale();
-  } catch (...) {
-    unlinkat(directory_.get(), temporaryName_.c_str(), 0);  // the destructor will not do it
-    throw;
+    : directory_(directory), name_(name), mode_(mode), path_(directory.PathOf(name)) {
+  SweepStale();  // first: those that are left over keep their space and their names
+  for (int attempt = 0; !file_; ++attempt) {
+    temporaryName_ = MakeTemporaryName(name, attempt);
+    file_.emplace(directory.get(), temporaryName_.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW,
+                  0600);
+    if (*file_) break;
+    const int error = errno;
+    file_.reset();
+    if (error != EEXIST || attempt == kMostAttempts) {
+      RaiseSystemError(error, directory.PathOf(temporaryName_.c_str()), "create");
+    }
   }
 }
 
 FileReplacement::~FileReplacement() {
   const ErrnoKeeper keeper;
   // In a forked child the temporary is the parent's, and the descriptor is closed already.
-  if (!committed_ && file_) unlinkat(directory_.get(), temporaryName_.c_str(), 0);
+  if (!committed_ && file_ && *file_) unlinkat(directory_.get(), temporaryName_.c_str(), 0);
 }
 
 // Names that cannot be listed are left: what is left over does no harm but for its size.
 void FileReplacement::SweepStale() const {
   ForEachName(directory_, [this](const char* name) {
-    if (IsTemporaryOf(name_, name) && name != temporaryName_) {
-      unlinkat(directory_.get(), name, 0);
-    }
+    if (IsTemporaryOf(name_, name)) unlinkat(directory_.get(), name, 0);
   });
 }
 
@@ -131,30 +134,38 @@ void FileReplacement::CarryOverAttributes() {
   const FileDescriptor old(directory_.get(), name_, O_RDONLY | O_NOFOLLOW | O_NONBLOCK);
   if (!old) {
     if (errno != ENOENT) RaiseSystemError(errno, path_, "open");
-    directory_.Adopt(file_, mode_, path_);
+    directory_.Adopt(*file_, mode_, path_);
     return;
   }
   const struct stat status = StatOf(old, path_);
-  RemoveAccessList(file_.get(), path_);
+  RemoveAccessList(file_->get(), path_);
   // Only root can give a file away: the directory's owner keeps what root made before, in a group
   // that it is in or else in the directory's.
-  const uid_t owner = geteuid() == 0 ? status.st_uid : static_cast<uid_t>(-1);
-  if (fchown(file_.get(), owner, status.st_gid) != 0 && errno != EPERM) {
+  const bool isRoot = geteuid() == 0;
+  const uid_t owner = isRoot ? status.st_uid : static_cast<uid_t>(-1);
+  if (fchown(file_->get(), owner, status.st_gid) != 0 &&
+      (errno != EPERM || (isRoot && !HasOwnerOf(status)))) {
     RaiseSystemError(errno, path_, "carry over the owner");
   }
   // With an access list the group's bits of the mode are the list's mask, and open nothing to the
   // group by themselves: so they are set behind the list, and left out where it could not be kept.
-  const bool keepsList = CopyAttributes(old.get(), file_.get(), path_);
+  const bool keepsList = CopyAttributes(old.get(), file_->get(), path_);
   const mode_t kept = keepsList ? 0777 : 0707;
-  if (fchmod(file_.get(), status.st_mode & kept) != 0) {
+  if (fchmod(file_->get(), status.st_mode & kept) != 0) {
     RaiseSystemError(errno, path_, "carry over the mode");
   }
+}
+
+// Root without the right to give files away (CAP_CHOWN) would keep the file from its owner.
+bool FileReplacement::HasOwnerOf(const struct stat& status) const {
+  const struct stat own = StatOf(*file_, path_);
+  return own.st_uid == status.st_uid && own.st_gid == status.st_gid;
 }
 
 void FileReplacement::Flush() {
   CarryOverAttributes();
   // Never repeated after a failure: a second fsync() reports success for pages that were lost.
-  if (RetryInterrupted([&] { return fsync(file_.get()); }) != 0) {
+  if (RetryInterrupted([&] { return fsync(file_->get()); }) != 0) {
     RaiseSystemError(errno, path_, "flush the new content");
   }
   flushed_ = true;

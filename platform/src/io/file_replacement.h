@@ -14,6 +14,7 @@
 
 #include <sys/types.h>
 
+#include <optional>
 #include <string>
 
 #include "io/directory.h"
@@ -23,7 +24,7 @@ namespace HostPlatform::Io {
 
 class FileReplacement {
  public:
-  // Creates the temporary and removes those that killed writers left. `mode` is for a file
+  // Removes the temporaries that killed writers left, and creates one. `mode` is for a file
   // that does not exist yet. Raises Error.
   FileReplacement(const Directory& directory, const char* name, mode_t mode);
   FileReplacement(const FileReplacement&) = delete;
@@ -31,7 +32,7 @@ class FileReplacement {
   // Removes the temporary when it was not committed.
   ~FileReplacement();
 
-  const FileDescriptor& file() const { return file_; }
+  const FileDescriptor& file() const { return *file_; }
   const std::string& path() const { return path_; }  // of the file that is replaced
 
   // Carries over the owner, mode and extended attributes of the file that is replaced, and flushes.
@@ -47,13 +48,14 @@ class FileReplacement {
  private:
   void SweepStale() const;
   void CarryOverAttributes();
+  bool HasOwnerOf(const struct stat& status) const;
 
   const Directory& directory_;
   const char* name_;
   mode_t mode_;
   std::string path_;
   std::string temporaryName_;
-  FileDescriptor file_;
+  std::optional<FileDescriptor> file_;  // always there once it is made
   bool flushed_ = false;
   bool committed_ = false;
 };

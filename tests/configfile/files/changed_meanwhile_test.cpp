@@ -3,6 +3,7 @@
 
 // The file while somebody changes it past the lock, and the owners that a link to it may have.
 #include <gtest/gtest.h>
+#include <sys/time.h>
 #include <unistd.h>
 
 #include <functional>
@@ -40,6 +41,19 @@ TEST_F(ChangedMeanwhile, FileThatIsEditedInPlaceIsNotOverwritten) {
   Put("key", "new");
   EXPECT_EQ(Get("key"), "new");
   EXPECT_EQ(Get("other", "/"), "kept");
+}
+
+// Which changes nothing of what is stored.
+TEST_F(ChangedMeanwhile, ModeOrTimesOfTheFileAreNoReasonToRefuseAndTheModeIsKept) {
+  Put("key", "old");
+  EXPECT_EQ(WriteAfter([&] { Check(chmod(FilePath().c_str(), 0604) == 0, FilePath()); }),
+            kNothingRaised);
+  EXPECT_EQ(Get("key"), "new");
+  EXPECT_EQ(ModeOf(FilePath()), 0604U);
+  Put("key", "old");
+  EXPECT_EQ(WriteAfter([&] { Check(utimes(FilePath().c_str(), nullptr) == 0, FilePath()); }),
+            kNothingRaised);
+  EXPECT_EQ(Get("key"), "new");
 }
 
 TEST_F(ChangedMeanwhile, SecondWriteOfASessionDoesNotOverwriteOthersEither) {

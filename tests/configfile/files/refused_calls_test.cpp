@@ -17,6 +17,7 @@
 #include <functional>
 #include <string>
 
+#include "access_list.h"
 #include "support.h"
 
 namespace ConfigFileTest {
@@ -104,11 +105,16 @@ TEST_F(RefusedCalls, OfAnAccessListOpenTheFileToNobody) {
   EXPECT_EQ(ModeOf(FilePath()), 0600U);
 }
 
-// It could be one that the file has from its directory.
+// A filter of system calls refuses the removal also where there is nothing to remove.
 TEST_F(RefusedCalls, OfTakingAnAccessListAwayAreRaisedUnlessThereIsNone) {
-  for (const int error : {ENODATA, ENOTSUP})
+  for (const int error : {ENODATA, ENOTSUP, EPERM, EACCES})
     EXPECT_TRUE(IsWritten(SYS_fremovexattr, error)) << error;
-  for (const int error : {EPERM, EIO})
+  EXPECT_FALSE(IsWritten(SYS_fremovexattr, EIO));
+}
+
+TEST_F(RefusedCalls, OfTakingTheDirectorysAccessListAwayAreRaised) {
+  Check(SetList(HostPath(), kDefaultList, ListFor(kStranger, 0)), HostPath());
+  for (const int error : {EPERM, EACCES, EIO})
     EXPECT_FALSE(IsWritten(SYS_fremovexattr, error)) << error;
 }
 

@@ -13,7 +13,9 @@
 
 #include "faults/failing_allocations.h"
 #include "faults/system_calls.h"
+#include "support/child_process.h"
 #include "support/host_test.h"
+#include "support/needs.h"
 
 namespace PlatformTest {
 namespace {
@@ -55,6 +57,69 @@ TEST_F(HalfMade, HostDirectoryWhoseModeCannotBeSetIsTakenAway) {
   EXPECT_FALSE(Exists(HostPath()));
   EXPECT_EQ(WriteCode(), kNothing);
   EXPECT_EQ(ModeOf(HostPath()), 02750U);
+}
+
+// Kills a process with that body at its first such call.
+template <typename Body>
+void KillAt(const char* call, const char* path, Body body) {
+  ChildProcess writer([&] {
+    Watch([&](const SystemCall& made) {
+      if (made.name == call && made.path == path) kill(getpid(), SIGKILL);
+      return 0;
+    });
+    body();
+  });
+  EXPECT_FALSE(writer.Succeeds()) << call << ' ' << path << " is never called";
+}
+
+TEST_F(HalfMade, HostDirectoryOfAKilledWriterIsFinishedByTheNext) {
+  umask(0077);
+  KillAt("fchmod", "host", [] { WriteCode(); });
+  umask(0022);
+  EXPECT_NE(ModeOf(HostPath()), 02750U);
+  EXPECT_EQ(WriteCode(), kNothing);
+  EXPECT_EQ(ModeOf(HostPath()), 02750U);
+}
+
+TEST_F(HalfMade, HostDirectoryWithAModeOfItsOwnKeepsIt) {
+  ASSERT_EQ(mkdir(HostPath().c_str(), 0700), 0);
+  EXPECT_EQ(WriteCode(), kNothing);
+  EXPECT_EQ(ModeOf(HostPath()) & 0777, 0700U);
+}
+
+TEST_F(HalfMade, LockFileOfAKilledWriterIsFinishedByTheNext) {
+  Machine::NeedRoot();
+  Put(OpenStore(), "a", "old");
+  ASSERT_EQ(chown(HostPath().c_str(), kStranger, kReaders), 0);
+  ASSERT_EQ(unlink(LockPath().c_str()), 0);
+  KillAt("fchown", "config-store.lock", [] { WriteCode(); });
+  EXPECT_EQ(StatusOf(LockPath()).st_uid, 0U);
+  EXPECT_EQ(WriteCode(), kNothing);
+  EXPECT_EQ(StatusOf(LockPath()).st_uid, kStranger);
+}
+
+TEST_F(HalfMade, LockFileOfAKilledWriterWithoutAnyModeIsFinishedByTheNext) {
+  Machine::NeedRoot();
+  Put(OpenStore(), "a", "old");
+  ASSERT_EQ(chmod(temporary_.path().c_str(), 0755), 0);
+  for (const char* name : {"", "config-store.cdb", "features"})
+    ASSERT_EQ(chown(PathOf(name).c_str(), kStranger, kReaders), 0);
+  ASSERT_EQ(unlink(LockPath().c_str()), 0);
+  RunInChild([this] {
+    BecomeUser(kStranger, {kReaders});
+    umask(0777);
+    KillAt("fchmod", "config-store.lock", [] { WriteCode(); });
+    EXPECT_EQ(ModeOf(LockPath()), 0U);
+    EXPECT_EQ(WriteCode(), kNothing);
+    EXPECT_EQ(ModeOf(LockPath()), 0600U);
+  });
+}
+
+TEST_F(HalfMade, FolderOfNumberedFilesOfAKilledWriterIsFinishedByTheNext) {
+  Put(OpenStore(), "a", "old");
+  KillAt("fchmod", "folder", [] { HostPlatform::AddNumberedFile("folder", ".txt", "content"); });
+  EXPECT_EQ(HostPlatform::AddNumberedFile("folder", ".txt", "content"), 1U);
+  EXPECT_EQ(ModeOf(PathOf("folder")), 02750U);
 }
 
 // A caller may go on with the handle.

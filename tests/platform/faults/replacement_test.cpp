@@ -17,6 +17,7 @@
 #include "io/file_replacement.h"
 #include "support/child_process.h"
 #include "support/host_test.h"
+#include "support/needs.h"
 
 namespace PlatformTest {
 namespace {
@@ -95,15 +96,77 @@ TEST_F(Replacement, WritesThroughNoLinkThatWasPlantedAtAForeseeableName) {
   const std::string planted = PathOf(std::string(".some.file.new-") + digits);
   for (const auto plant : {&symlink, &link}) {
     ASSERT_EQ(plant(victim.c_str(), planted.c_str()), 0);
-    Watch([](const SystemCall& call) { return call.name == "getrandom" ? EAGAIN : 0; });
-    EXPECT_THROW(Write(FileReplacement(directory_, kName, 0640)), HostPlatform::Io::Error);
+    Watch([](const SystemCall& call) {
+      if (call.name == "getdents64") return EIO;  // so that it is not swept
+      return call.name == "getrandom" ? EAGAIN : 0;
+    });
+    {
+      FileReplacement next(directory_, kName, 0640);
+      Write(next);
+      next.Commit();
+    }
     Stop();
+    EXPECT_EQ(ReadFile(PathOf(kName)), "new");
     EXPECT_EQ(ReadFile(victim), "untouched");
     ASSERT_EQ(unlink(planted.c_str()), 0);
   }
 }
 
-// Not at those that are made with one of the library's mutexes held, which a fork waits for.
+// A process of the same number was killed.
+TEST_F(Replacement, IsNotKeptFromItsNameByATemporaryThatIsLeftOver) {
+  char digits[17];
+  std::snprintf(digits, sizeof digits, "%016lx", static_cast<unsigned long>(getpid()));
+  WriteFile(PathOf(std::string(".some.file.new-") + digits), "left over");
+  Watch([](const SystemCall& call) { return call.name == "getrandom" ? ENOSYS : 0; });
+  {
+    FileReplacement next(directory_, kName, 0640);
+    Write(next);
+    next.Commit();
+  }
+  Stop();
+  EXPECT_EQ(ReadFile(PathOf(kName)), "new");
+  EXPECT_EQ(NamesIn(HostPath()), Texts{kName});
+}
+
+// A filter of system calls refuses what would change nothing.
+TEST_F(Replacement, GoesOnWhereAFilterRefusesTheRemovalOfAnAccessListThatIsNotThere) {
+  for (const int error : {EPERM, EACCES}) {
+    Watch([&](const SystemCall& call) { return call.name == "fremovexattr" ? error : 0; });
+    FileReplacement next(directory_, kName, 0640);
+    Write(next);
+    EXPECT_NO_THROW(next.Commit());
+    Stop();
+  }
+  EXPECT_EQ(ReadFile(PathOf(kName)), "new");
+}
+
+// Root without CAP_CHOWN, in a container say.
+TEST_F(Replacement, GoesOnWithoutTheRightToGiveFilesAwayWhereNoneIsGivenAway) {
+  for (const char* name : {kName, "another.file"}) {
+    Watch([](const SystemCall& call) { return call.name == "fchown" ? EPERM : 0; });
+    FileReplacement next(directory_, name, 0640);
+    Write(next);
+    EXPECT_NO_THROW(next.Commit());
+    Stop();
+    EXPECT_EQ(ReadFile(PathOf(name)), "new");
+  }
+}
+
+TEST_F(Replacement, RefusesToTakeAFileFromItsOwnerWithoutTheRightToGiveFilesAway) {
+  Machine::NeedRoot();
+  ASSERT_EQ(chown(PathOf(kName).c_str(), kStranger, kReaders), 0);
+  Watch([](const SystemCall& call) { return call.name == "fchown" ? EPERM : 0; });
+  {
+    FileReplacement next(directory_, kName, 0640);
+    Write(next);
+    EXPECT_THROW(next.Commit(), HostPlatform::Io::Error);
+  }
+  Stop();
+  EXPECT_EQ(ReadFile(PathOf(kName)), "old");
+  EXPECT_EQ(NamesIn(HostPath()), Texts{kName});
+}
+
+// Not while a file is opened, of which the child may have a copy.
 bool MayForkAt(const SystemCall& call) {
   return call.name != "open" && call.name != "fstat" && call.name != "access";
 }

@@ -320,8 +320,17 @@ TEST_F(LockFile, ThatIsASymbolicLinkToNothingIsRefusedAndCreatesNothing) {
   EXPECT_FALSE(Exists(temporary_.PathOf("absent")));
 }
 
-TEST_F(LockFile, WithASecondNameIsRefusedAndLeftAlone) {
+// A backup by hard links, as cp -al makes it.
+TEST_F(LockFile, WithASecondNameIsUsedWhereNobodyElseMayWriteToTheDirectory) {
+  WriteFile(LockPath(), "");
+  ASSERT_EQ(link(LockPath().c_str(), temporary_.PathOf("backup").c_str()), 0);
+  EXPECT_EQ(WriteCode(), kNothing);
+  EXPECT_EQ(WriteCode(), kNothing);
+}
+
+TEST_F(LockFile, WithASecondNameIsRefusedAndLeftAloneWhereAGroupMayWriteToTheDirectory) {
   const std::string target = PathOf("target");
+  ASSERT_EQ(chmod(HostPath().c_str(), 0770), 0);
   WriteFile(target, "precious");
   ASSERT_EQ(link(target.c_str(), LockPath().c_str()), 0);
   ExpectRefused();
