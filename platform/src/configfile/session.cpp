@@ -261,8 +261,8 @@ void Session::Write() {
     auto nextStore = std::make_shared<TreeStore>();
     next.Flush();
     if (!IsUntouched()) {
-      CheckPresent();
       next.Flush();  // with the owner and the mode that the file has now
+      CheckPresent();
     }
     next.Commit();
     NoteWritten(std::move(written), next.file());
