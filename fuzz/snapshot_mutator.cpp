@@ -8,6 +8,7 @@
 
 #include "configstore/index_page.h"
 #include "configstore/snapshot_format.h"
+#include "configstore/snapshot_record.h"
 #include "util/bytes.h"
 #include "util/checksum.h"
 
@@ -44,13 +45,13 @@ class Sealer {
     std::uint32_t number = 0;
     for (; end - pages >= kPageSize; pages += kPageSize, ++number) {
       for (std::uint32_t i = 0; i < kPositionsPerPage && left > 0; ++i, --left)
-        SealRecord(LoadInteger<std::uint32_t>(bytes_ + pages + std::size_t{4} * i));
+        SealRecord(LoadInteger<std::uint32_t>(bytes_ + pages + std::size_t{4} * i), key);
       StoreInteger(TavConfigStore::ChecksumOfPage(bytes_ + pages, key, number),
                    bytes_ + pages + kPageContent);
     }
   }
 
-  void SealRecord(std::uint64_t position) {
+  void SealRecord(std::uint64_t position, std::uint64_t snapshotKey) {
     if (position + kRecordHead > size_ - kFooterSize) return;
     const std::uint64_t keySize = LoadInteger<std::uint32_t>(bytes_ + position);
     const std::uint64_t dataSize = LoadInteger<std::uint32_t>(bytes_ + position + 4);
@@ -58,7 +59,8 @@ class Sealer {
     if (dataSize < kDataHead + kChecksumSize) return;
     if (key + keySize + dataSize > size_ - kFooterSize) return;
     const std::uint64_t covered = keySize + dataSize - kChecksumSize;
-    StoreInteger(Checksum({bytes_ + key, covered}, keySize), bytes_ + key + covered);
+    StoreInteger(TavConfigStore::ChecksumOfRecord({bytes_ + key, covered}, keySize, snapshotKey),
+                 bytes_ + key + covered);
   }
 
   char* bytes_;

@@ -118,11 +118,19 @@ void Overlay::DeleteAll(const std::string& kind) {
   changes_[kind] = std::move(cleared);
 }
 
+// What is carried over is read many records at once.
+void Overlay::LoadBase(const std::string& kind) const {
+  const Changes* const changes = ChangesOf(kind);
+  const Snapshot::Kind* const stored = base_ ? base_->FindKind(kind) : nullptr;
+  if (stored != nullptr && (changes == nullptr || !changes->baseDeleted)) base_->LoadAll(*stored);
+}
+
 void Overlay::Write(const HostPlatform::Io::FileDescriptor& file, const std::string& path) const {
   SnapshotWriter writer(file, path, NewIndexKey());
   const auto writeKind = [&](const std::string& kind) {
     const std::vector<FoundRecord> records = List(kind);
     if (records.empty()) return;
+    LoadBase(kind);
     writer.BeginKind(kind);
     for (const FoundRecord& found : records) {
       const RecordSource::Record record = found.source->Read(found.number);

@@ -59,6 +59,7 @@ class Overlay {
 
   std::optional<std::uint32_t> FindInBase(std::string_view kind, std::string_view instance,
                                           const Changes* changes) const;
+  void LoadBase(const std::string& kind) const;
   FoundRecord BaseRecord(std::uint32_t number, const Changes* changes) const;
   const Changes* ChangesOf(const std::string& kind) const;
 

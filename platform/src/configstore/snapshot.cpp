@@ -100,8 +100,7 @@ std::shared_ptr<const Snapshot> Snapshot::Open(const std::string& path) try {
 Snapshot::Snapshot(const std::string& path, const FileDescriptor& file, const struct stat& status)
     : path_(path),
       status_(status),
-      mapping_(file, static_cast<std::size_t>(status.st_size), path),
-      file_(mapping_.bytes()) {
+      bytes_(file, static_cast<std::uint64_t>(status.st_size), path_) {
   ReadFooter();
 }
 
@@ -110,24 +109,25 @@ bool Snapshot::IsOf(const struct stat& status) const {
 }
 
 void Snapshot::ReadFooter() {
-  const char* footer = file_.data() + file_.size() - kFooterSize;
+  SnapshotBytes::Part last = bytes_.Read(bytes_.size() - kFooterSize, kFooterSize);
+  const char* footer = last.bytes().data();
   if (LoadInteger<std::uint64_t>(footer) != kMagic) {
     RaiseCorrupt(path_, "it is cut short, or no configuration store at all");
   }
   const std::uint32_t version = LoadLength(footer + 8);
   if (version == 1) {
-    ConvertedSnapshot converted = ConvertFormat1(file_, path_);
-    converted_ = std::move(converted.bytes);
+    ConvertedSnapshot converted = ConvertFormat1(bytes_.Read(0, bytes_.size()).bytes(), path_);
+    bytes_.Replace(std::move(converted.bytes));
     unreadable_ = std::move(converted.unreadable);
-    file_ = converted_;
-    footer = file_.data() + file_.size() - kFooterSize;
+    last = bytes_.Read(bytes_.size() - kFooterSize, kFooterSize);
+    footer = last.bytes().data();
   } else if (version != kVersion) {
     throw ConfigStoreException(path_ + ": written in format " + std::to_string(version) +
                                    ", which this version of the platform does not know; use the "
                                    "version that wrote it, or a newer one",
                                kUnsupported);
   }
-  const std::uint64_t size = file_.size();
+  const std::uint64_t size = bytes_.size();
   key_ = LoadInteger<std::uint64_t>(footer + 16);
   const auto kinds = LoadInteger<std::uint64_t>(footer + 24);
   const auto promised = LoadInteger<std::uint64_t>(footer + 32);
@@ -138,13 +138,17 @@ void Snapshot::ReadFooter() {
   if (size < kSmallestFile || kinds > size - kFooterSize - kRootSize) {
     RaiseCorrupt(path_, "its footer points outside of it");
   }
-  if (LoadInteger<std::uint64_t>(footer + 40) !=
-      Checksum(Bytes(kinds, size - kChecksumSize - kinds))) {
+  const std::uint32_t kindCount = LoadLength(footer + 12);
+  // From here on all is of one copy, which the kinds' names stay in.
+  std::string_view end(bytes_.Keep(bytes_.Read(kinds, size - kinds)), CheckedSize(size - kinds));
+  if (LoadInteger<std::uint64_t>(end.data() + end.size() - kChecksumSize) !=
+      Checksum(end.substr(0, end.size() - kChecksumSize))) {
     RaiseCorrupt(path_, "the checksum over its footer is wrong");
   }
-  const std::uint64_t root = size - kFooterSize - kRootSize;
-  ReadRoot(Bytes(root, kRootSize), kinds);
-  ReadKinds(Bytes(kinds, root - kinds), LoadLength(footer + 12));
+  end.remove_suffix(kFooterSize);
+  const std::size_t root = end.size() - kRootSize;
+  ReadRoot(end.substr(root), kinds);
+  ReadKinds(end.substr(0, root), kindCount);
 }
 
 void Snapshot::ReadRoot(std::string_view root, std::uint64_t kindsStart) {
@@ -215,13 +219,6 @@ void Snapshot::IndexKinds() {
   }
 }
 
-std::string_view Snapshot::Bytes(std::uint64_t position, std::uint64_t size) const {
-  if (size > file_.size() || position > file_.size() - size) {
-    RaiseCorrupt(path_, "it points outside of itself");
-  }
-  return std::string_view(file_.data() + position, CheckedSize(size));
-}
-
 const Snapshot::Kind* Snapshot::FindKind(std::string_view name) const {
   const std::pair<std::uint64_t, std::uint32_t> wanted(HashOfKind(name, key_), 0);
   const auto found = std::lower_bound(kindsByHash_.begin(), kindsByHash_.end(), wanted);
@@ -244,12 +241,13 @@ const Snapshot::Kind* Snapshot::FindKind(const ConfigStoreObjectId& id) const {
 const char* Snapshot::Page(std::uint32_t number) const {
   if (const char* const known = pages_.Get(number)) return known;
   const std::uint64_t position = recordsEnd_ + std::uint64_t{kPageSize} * number;
-  const char* const page = Bytes(position, kPageSize).data();
+  SnapshotBytes::Part part = bytes_.Read(position, kPageSize);
+  const char* const page = part.bytes().data();
   if (LoadInteger<std::uint64_t>(page + kPageContent) != ChecksumOfPage(page, key_, number)) {
     RaiseCorrupt(path_, "the checksum of the page of its index at byte " +
                             std::to_string(position) + " is wrong");
   }
-  pages_.Set(number, page);
+  pages_.Set(number, bytes_.Keep(std::move(part)));
   return page;
 }
 
@@ -273,23 +271,77 @@ const Snapshot::Kind& Snapshot::KindOf(std::uint32_t number) const {
 
 // A record ends where the next one starts. None overlaps another then, and what it costs to read
 // all of them is bounded by the size of the file, whoever made it.
-RecordSource::Record Snapshot::Split(std::uint32_t number, const Kind& kind) const {
-  const std::uint32_t position = Position(number);
+std::uint32_t Snapshot::EndOf(std::uint32_t number) const {
   const std::uint64_t end = number + 1 == recordCount_ ? recordsEnd_ : Position(number + 1);
-  if (position >= end || end > recordsEnd_) {
+  if (Position(number) >= end || end > recordsEnd_) {
     RaiseCorrupt(path_, "its records are not in the order of their numbers");
   }
-  return SplitRecord(Bytes(position, end - position), kind.name, {path_, position});
+  return static_cast<std::uint32_t>(end);
+}
+
+SnapshotBytes::Part Snapshot::ReadRecord(std::uint32_t number) const {
+  const std::uint32_t position = Position(number);
+  return bytes_.Read(position, EndOf(number) - position);
+}
+
+RecordSource::Record Snapshot::Split(std::string_view bytes, std::uint32_t number,
+                                     const Kind& kind) const {
+  return SplitRecord(bytes, kind.name, {path_, Position(number)});
 }
 
 // Where the record is, checked.
 const char* Snapshot::Load(std::uint32_t number) const {
   if (const char* const known = records_.Get(number)) return known;
-  const Record record = Split(number, KindOf(number));
-  CheckRecord(record, number, {path_, Position(number)});
-  const char* const start = record.instance.data() - record.kind.size() - kRecordHead;
+  return Accept(ReadRecord(number), number, KindOf(number));
+}
+
+const char* Snapshot::Accept(SnapshotBytes::Part part, std::uint32_t number,
+                             const Kind& kind) const {
+  CheckRecord(Split(part.bytes(), number, kind), number, key_, {path_, Position(number)});
+  const char* const start = bytes_.Keep(std::move(part));
   records_.Set(number, start);
   return start;
+}
+
+void Snapshot::LoadAll(const Kind& kind) const {
+  const std::uint32_t end = kind.first + kind.count;
+  bool any = false;
+  for (std::uint32_t number = kind.first; number < end;) {
+    if (records_.Get(number) != nullptr) {
+      ++number;
+      continue;
+    }
+    try {
+      number = LoadRun(number, end, kind);
+      any = true;
+    } catch (const ConfigStoreException&) {
+      ++number;  // whoever asks for it is told
+    }
+  }
+  if (any) bytes_.ReleasePages();
+}
+
+// Records that were not read yet, from `first` on, in one copy. Returns the number of the one that
+// follows them.
+std::uint32_t Snapshot::LoadRun(std::uint32_t first, std::uint32_t end, const Kind& kind) const {
+  constexpr std::uint32_t kRunSize = 256 << 10;
+  const std::uint32_t start = Position(first);
+  std::uint32_t next = first + 1, stop = EndOf(first);
+  for (; next < end && records_.Get(next) == nullptr && EndOf(next) - start <= kRunSize; ++next)
+    stop = EndOf(next);
+  SnapshotBytes::Part part = bytes_.Read(start, stop - start);
+  const std::string_view run = part.bytes();
+  bytes_.Keep(std::move(part));
+  for (std::uint32_t number = first; number < next; ++number) {
+    const std::uint32_t position = Position(number);
+    const std::string_view bytes = run.substr(position - start, EndOf(number) - position);
+    try {
+      CheckRecord(Split(bytes, number, kind), number, key_, {path_, position});
+      records_.Set(number, bytes.data());
+    } catch (const ConfigStoreException&) {  // whoever asks for it is told
+    }
+  }
+  return next;
 }
 
 RecordSource::Record Snapshot::Read(std::uint32_t number) const {
@@ -305,9 +357,14 @@ bool Snapshot::HasInstance(std::uint32_t number, const Kind& kind,
   if (const char* const known = records_.Get(number)) {
     return KeyOfRecord(known).substr(kind.name.size()) == instance;
   }
-  if (Split(number, kind).instance == instance) return true;
-  Load(number);
-  return false;
+  SnapshotBytes::Part part = ReadRecord(number);
+  const bool isSame = Split(part.bytes(), number, kind).instance == instance;
+  try {
+    Accept(std::move(part), number, kind);
+  } catch (const ConfigStoreException&) {
+    if (!isSame) throw;
+  }
+  return isSame;
 }
 
 std::optional<std::uint32_t> Snapshot::Find(const Kind& kind, std::string_view instance) const {

@@ -1,11 +1,11 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// One committed state of the store: a mapped, immutable file.
+// One committed state of the store: an immutable file.
 //
-// Shared by all threads; nothing in it changes but the notes of pages and records that were found
-// good. The mapping stays valid when the file is renamed over, for as long as anything refers to
-// it.
+// Shared by all threads; nothing in it changes but the copies of pages and records that were read
+// and found good. It stays readable when the file is renamed over, for as long as anything refers
+// to it.
 #ifndef PLATFORM_SRC_CONFIGSTORE_SNAPSHOT_H_
 #define PLATFORM_SRC_CONFIGSTORE_SNAPSHOT_H_
 
@@ -20,16 +20,16 @@
 
 #include "configstore/object_contents.h"
 #include "configstore/object_key.h"
+#include "configstore/snapshot_bytes.h"
 #include "configstore/snapshot_record.h"
 #include "io/file_descriptor.h"
-#include "io/file_mapping.h"
 #include "util/published.h"
 
 namespace TavConfigStore {
 
 class Snapshot final : public RecordSource {
  public:
-  // Maps the file and checks what opening needs; what that costs does not depend on the number of
+  // Checks what opening needs; what that costs does not depend on the number of
   // records. Null when there is no file. Raises ConfigStoreException: kCorrupt, kUnsupported,
   // kPermissionDenied, kInsecure, kIoError.
   static std::shared_ptr<const Snapshot> Open(const std::string& path);
@@ -37,8 +37,8 @@ class Snapshot final : public RecordSource {
   Snapshot(const Snapshot&) = delete;
   Snapshot& operator=(const Snapshot&) = delete;
 
-  // Whether `status` is that of the mapped file, unchanged. A mapping pins its inode, so the
-  // numbers cannot have passed to another file.
+  // Whether `status` is that of the file, unchanged. Its mapping pins the inode, so the numbers
+  // cannot have passed to another file; of a file that was read whole the times tell it.
   bool IsOf(const struct stat& status) const;
   // Whether it is that file, whatever became of its owner and mode.
   bool IsFile(const struct stat& status) const {
@@ -77,7 +77,11 @@ class Snapshot final : public RecordSource {
     return record != nullptr ? BodyOfRecord(record) : std::string_view();
   }
 
-  // Reads all pages; raises kCorrupt when one is damaged.
+  // Reads many records at once, where a listing will ask for all of the kind. Those that are
+  // damaged or unreadable are left to Read() and Body().
+  void LoadAll(const Kind& kind) const;
+
+  // Reads all pages; raises kCorrupt when one is damaged, kIoError when one cannot be read.
   void CheckPages() const;
 
  private:
@@ -96,12 +100,15 @@ class Snapshot final : public RecordSource {
   void ReadRoot(std::string_view root, std::uint64_t kindsStart);
   void ReadKinds(std::string_view kinds, std::uint32_t kindCount);
   void IndexKinds();
-  std::string_view Bytes(std::uint64_t position, std::uint64_t size) const;
   const char* Page(std::uint32_t number) const;
   std::uint32_t Position(std::uint32_t number) const;
+  std::uint32_t EndOf(std::uint32_t number) const;
   const Kind& KindOf(std::uint32_t number) const;
-  Record Split(std::uint32_t number, const Kind& kind) const;
+  SnapshotBytes::Part ReadRecord(std::uint32_t number) const;
+  Record Split(std::string_view bytes, std::uint32_t number, const Kind& kind) const;
   const char* Load(std::uint32_t number) const;
+  const char* Accept(SnapshotBytes::Part part, std::uint32_t number, const Kind& kind) const;
+  std::uint32_t LoadRun(std::uint32_t first, std::uint32_t end, const Kind& kind) const;
   bool HasInstance(std::uint32_t number, const Kind& kind, std::string_view instance) const;
   std::optional<std::uint32_t> Walk(const Kind& kind, std::string_view name,
                                     std::string_view value) const;
@@ -109,10 +116,8 @@ class Snapshot final : public RecordSource {
 
   std::string path_;
   struct stat status_;
-  HostPlatform::Io::FileMapping mapping_;
-  std::string converted_;                  // what is used in place of a file of format 1
-  std::vector<std::uint32_t> unreadable_;  // records of such a file that no index leads to
-  std::string_view file_;                  // the whole of it
+  SnapshotBytes bytes_;
+  std::vector<std::uint32_t> unreadable_;  // records of a file of format 1 that no index leads to
   std::uint64_t key_ = 0;
   std::uint64_t recordsEnd_ = 0;  // where the pages start
   std::uint32_t recordCount_ = 0;
@@ -121,7 +126,7 @@ class Snapshot final : public RecordSource {
   Index values_;
   std::vector<Kind> kinds_;
   std::vector<std::pair<std::uint64_t, std::uint32_t>> kindsByHash_;
-  // Where the pages and records are that were found good; null when not yet looked at.
+  // The copies of pages and records that were found good; null when not yet read.
   HostPlatform::Published<const char> pages_;
   HostPlatform::Published<const char> records_;
 };

@@ -5,7 +5,8 @@
 //
 //   records   in the order of their numbers: u32 length of the key, u32 length of the data, key
 //             (kind and instance, object_key.h), data: u8 version, u32 number, body
-//             (record_codec.h), u64 checksum over the key and the data before it
+//             (record_codec.h), u64 checksum over the key and the data before it, whose seed is
+//             the snapshot's key plus the length of the record's
 //   pages     of 4096 bytes, the last 8 a checksum of the others; its seed is the snapshot's key
 //             plus the page's number, so that no page of another place or file passes. First the
 //             positions of the records, 1022 to a page; then the index of keys; then that of values

@@ -16,6 +16,7 @@ namespace TavConfigStore {
 using HostPlatform::CheckedSize;
 using HostPlatform::Checksum;
 using HostPlatform::LoadInteger;
+using HostPlatform::StoreInteger;
 using namespace SnapshotFormat;
 
 namespace {
@@ -87,6 +88,16 @@ void ReadDirectory(const Parts& parts, const std::string& path, std::vector<Stor
   if (!directory.empty()) RaiseCorrupt(path, "its directory is too long");
 }
 
+// Gives the copy of a good record the checksum that the snapshot's key makes.
+void Seal(const RecordSource::Record& record, std::uint64_t key, std::string_view file,
+          std::string* bytes) {
+  const char* const start = record.instance.data() - record.kind.size();
+  const char* const end = record.body.data() + record.body.size();
+  const std::string_view covered(start, static_cast<std::size_t>(end - start));
+  StoreInteger(ChecksumOfRecord(covered, record.kind.size() + record.instance.size(), key),
+               bytes->data() + (end - file.data()));
+}
+
 }  // namespace
 
 ConvertedSnapshot ConvertFormat1(std::string_view file, const std::string& path) {
@@ -95,7 +106,9 @@ ConvertedSnapshot ConvertFormat1(std::string_view file, const std::string& path)
   std::vector<std::uint32_t> positions;
   ReadDirectory(parts, path, &kinds, &positions);
   ConvertedSnapshot converted;
-  SnapshotIndex index(NewIndexKey());
+  converted.bytes.assign(file.substr(0, CheckedSize(parts.recordsEnd)));
+  const std::uint64_t key = NewIndexKey();
+  SnapshotIndex index(key);
   std::uint32_t number = 0;
   for (const StoredKind& kind : kinds) {
     index.BeginKind(kind.name);
@@ -110,15 +123,15 @@ ConvertedSnapshot ConvertFormat1(std::string_view file, const std::string& path)
         }
         const auto record =
             SplitRecord(file.substr(position, CheckedSize(next - position)), kind.name, place);
-        CheckRecord(record, number, place);
+        CheckRecord(record, number, 0, place);
         index.Add(position, record.instance, record.body);
+        Seal(record, key, file, &converted.bytes);
       } catch (const ConfigStoreException&) {
         converted.unreadable.push_back(number);
         index.AddUnreadable(position);
       }
     }
   }
-  converted.bytes.assign(file.substr(0, CheckedSize(parts.recordsEnd)));
   converted.bytes.append(index.Finish(parts.recordsEnd));
   return converted;
 }

@@ -5,7 +5,6 @@
 
 #include "configstore/failure.h"
 #include "configstore/record_codec.h"
-#include "util/checksum.h"
 
 namespace TavConfigStore {
 
@@ -29,14 +28,14 @@ RecordSource::Record SplitRecord(std::string_view bytes, std::string_view kind,
           bytes.substr(key + kDataHead, data - kDataHead - kChecksumSize)};
 }
 
-void CheckRecord(const RecordSource::Record& record, std::uint32_t number,
+void CheckRecord(const RecordSource::Record& record, std::uint32_t number, std::uint64_t key,
                  const RecordPlace& place) {
   const char* const start = record.instance.data() - record.kind.size();
   const char* const data = record.instance.data() + record.instance.size();
   const char* const tail = record.body.data() + record.body.size();
   const auto keySize = static_cast<std::uint64_t>(data - start);
   const std::string_view covered(start, static_cast<std::size_t>(tail - start));
-  const bool good = LoadInteger<std::uint64_t>(tail) == HostPlatform::Checksum(covered, keySize) &&
+  const bool good = LoadInteger<std::uint64_t>(tail) == ChecksumOfRecord(covered, keySize, key) &&
                     static_cast<unsigned char>(data[0]) == kRecordVersion &&
                     LoadInteger<std::uint32_t>(data + 1) == number &&
                     covered.starts_with(record.kind);

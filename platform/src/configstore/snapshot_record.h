@@ -12,6 +12,7 @@
 #include "configstore/object_contents.h"
 #include "configstore/snapshot_format.h"
 #include "util/bytes.h"
+#include "util/checksum.h"
 
 namespace TavConfigStore {
 
@@ -21,11 +22,19 @@ struct RecordPlace {
   std::uint64_t position;
 };
 
+// Of the record's key and what of its data stands before the checksum. With the snapshot's key, so
+// that no record of another file passes; format 1 has none: 0.
+inline std::uint64_t ChecksumOfRecord(std::string_view covered, std::uint64_t keySize,
+                                      std::uint64_t key) {
+  return HostPlatform::Checksum(covered, key + keySize);
+}
+
 // The parts of the record that `bytes` start with; they may go on behind it. Only lengths are
 // checked here: what they enclose is only good once CheckRecord() has said so. Both raise kCorrupt.
 RecordSource::Record SplitRecord(std::string_view bytes, std::string_view kind,
                                  const RecordPlace& place);
-void CheckRecord(const RecordSource::Record& record, std::uint32_t number,
+// `key` is the snapshot's.
+void CheckRecord(const RecordSource::Record& record, std::uint32_t number, std::uint64_t key,
                  const RecordPlace& place);
 
 // The parts of a record that was found good before.

@@ -5,13 +5,12 @@
 
 #include "configstore/failure.h"
 #include "configstore/snapshot_format.h"
+#include "configstore/snapshot_record.h"
 #include "util/bytes.h"
-#include "util/checksum.h"
 
 namespace TavConfigStore {
 
 using HostPlatform::CheckedSize;
-using HostPlatform::Checksum;
 using HostPlatform::PutBytes;
 using HostPlatform::PutInteger;
 using namespace SnapshotFormat;
@@ -33,6 +32,7 @@ SnapshotWriter::SnapshotWriter(const HostPlatform::Io::FileDescriptor& file,
                                const std::string& path, std::uint64_t key)
     : file_(file),
       path_(path),
+      key_(key),
       index_(key),
       capacity_(kWriteSize),
       buffer_(std::make_unique_for_overwrite<char[]>(kWriteSize)) {}
@@ -56,7 +56,8 @@ void SnapshotWriter::Add(std::string_view instance, std::string_view body) {
   *at++ = static_cast<char>(kRecordVersion);
   at = PutInteger(index_.recordCount(), at);
   at = PutBytes(body, at);
-  PutInteger(Checksum({covered, static_cast<std::size_t>(at - covered)}, keySize), at);
+  PutInteger(ChecksumOfRecord({covered, static_cast<std::size_t>(at - covered)}, keySize, key_),
+             at);
   index_.Add(static_cast<std::uint32_t>(position_), instance, body);
   position_ += kRecordHead + keySize + dataSize;
 }

@@ -38,6 +38,7 @@ class SnapshotWriter {
   const std::string& path_;
   std::uint64_t position_ = 0;  // of the next record
   std::string kind_;
+  std::uint64_t key_;
   SnapshotIndex index_;
   std::size_t capacity_;
   std::unique_ptr<char[]> buffer_;

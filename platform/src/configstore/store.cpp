@@ -100,6 +100,7 @@ std::vector<std::shared_ptr<ConfigStoreObject>> FetchAll(
     const std::shared_ptr<const Snapshot>& snapshot, const std::string& kindName) {
   const Snapshot::Kind* const kind = snapshot->FindKind(kindName);
   if (kind == nullptr) return {};
+  snapshot->LoadAll(*kind);
   ObjectBatch<ConfigStoreObject> objects(snapshot, kind->count);
   for (std::uint32_t i = 0; i < kind->count; ++i) {
     const std::string_view body = snapshot->CheckedBody(kind->first + i);

@@ -8,6 +8,7 @@
 
 #include "configstore/index_page.h"
 #include "configstore/snapshot_format.h"
+#include "configstore/snapshot_record.h"
 #include "util/bytes.h"
 #include "util/checksum.h"
 
@@ -59,11 +60,12 @@ void Forgery::SetByte(std::size_t place, unsigned char value) {
 
 const std::string& Forgery::Sealed() {
   const std::string_view all = bytes_;
-  for (const Record& record : records_) {
-    Set64(record.checksum,
-          Checksum(all.substr(record.key, record.checksum - record.key), record.data - record.key));
-  }
   const std::uint64_t key = Get64(footer_ + 16);
+  for (const Record& record : records_) {
+    const std::string_view covered = all.substr(record.key, record.checksum - record.key);
+    Set64(record.checksum,
+          TavConfigStore::ChecksumOfRecord(covered, record.data - record.key, key));
+  }
   for (std::uint32_t i = 0; i < pageCount(); ++i)
     Set64(page(i) + kPageContent, TavConfigStore::ChecksumOfPage(&bytes_[page(i)], key, i));
   const std::size_t end = bytes_.size() - kChecksumSize;

@@ -1,0 +1,116 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
+#include "configstore/snapshot_bytes.h"
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/uio.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <new>
+#include <utility>
+
+#include "configstore/failure.h"
+#include "io/error.h"
+#include "util/bytes.h"
+
+namespace TavConfigStore {
+
+using HostPlatform::CheckedSize;
+using HostPlatform::Io::ErrnoKeeper;
+using HostPlatform::Io::FileDescriptor;
+
+SnapshotBytes::SnapshotBytes(const FileDescriptor& file, std::uint64_t size,
+                             const std::string& path)
+    : path_(path),
+      size_(size),
+      mapping_(mmap(nullptr, CheckedSize(size), PROT_READ, MAP_SHARED, file.get(), 0)),
+      mappedSize_(CheckedSize(size)) {
+  if (mapping_ == MAP_FAILED) mapping_ = nullptr;
+  char probe;
+  if (mapping_ != nullptr && CopyOut(size - 1, 1, &probe)) return;
+  // The call is refused, or the file cannot be read: then this raises, with the reason.
+  Unmap();
+  ReadWhole(file);
+}
+
+SnapshotBytes::~SnapshotBytes() {
+  const ErrnoKeeper keeper;
+  Unmap();
+  for (Copy* copy = kept_.load(std::memory_order_relaxed); copy != nullptr;)
+    Free()(std::exchange(copy, copy->next));
+}
+
+void SnapshotBytes::Unmap() noexcept {
+  if (mapping_ != nullptr) munmap(std::exchange(mapping_, nullptr), mappedSize_);
+}
+
+void SnapshotBytes::ReadWhole(const FileDescriptor& file) {
+  whole_.resize(CheckedSize(size_));
+  HostPlatform::Io::ReadAt(file, 0, whole_.data(), whole_.size(), path_);
+}
+
+void SnapshotBytes::Replace(std::string bytes) {
+  whole_ = std::move(bytes);
+  size_ = whole_.size();
+  Unmap();
+}
+
+// A copy that stops at an unreadable page has copied what is before it.
+bool SnapshotBytes::CopyOut(std::uint64_t position, std::size_t size, char* to) const noexcept {
+  const iovec into{to, size};
+  const iovec from{static_cast<char*>(mapping_) + position, size};
+  return process_vm_readv(getpid(), &into, 1, &from, 1, 0) == static_cast<ssize_t>(size);
+}
+
+SnapshotBytes::Part SnapshotBytes::Read(std::uint64_t position, std::uint64_t size) const {
+  if (size > size_ || position > size_ - size) {
+    RaiseCorrupt(path_, "it points outside of itself");
+  }
+  Part part;
+  const std::size_t count = CheckedSize(size);
+  if (mapping_ == nullptr) {
+    part.bytes_ = std::string_view(whole_).substr(CheckedSize(position), count);
+    return part;
+  }
+  part.copy_.reset(new (::operator new(sizeof(Copy) + count)) Copy{nullptr});
+  char* const bytes = reinterpret_cast<char*>(part.copy_.get() + 1);
+  const ErrnoKeeper keeper;
+  if (!CopyOut(position, count, bytes)) RaiseUnreadable(position, count);
+  part.bytes_ = {bytes, count};
+  return part;
+}
+
+const char* SnapshotBytes::Keep(Part part) const noexcept {
+  if (Copy* const copy = part.copy_.release()) {
+    copy->next = kept_.load(std::memory_order_relaxed);
+    while (!kept_.compare_exchange_weak(copy->next, copy, std::memory_order_release,
+                                        std::memory_order_relaxed)) {
+    }
+  }
+  return part.bytes_.data();
+}
+
+void SnapshotBytes::ReleasePages() const noexcept {
+  const ErrnoKeeper keeper;
+  if (mapping_ != nullptr) madvise(mapping_, mappedSize_, MADV_DONTNEED);
+}
+
+// The kernel does not say why; reading the file does.
+void SnapshotBytes::RaiseUnreadable(std::uint64_t position, std::size_t size) const try {
+  const std::string range =
+      path_ + ", bytes " + std::to_string(position) + " to " + std::to_string(position + size - 1);
+  const FileDescriptor file(AT_FDCWD, path_.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK);
+  std::string ignored(size, '\0');
+  if (file) HostPlatform::Io::ReadAt(file, CheckedSize(position), ignored.data(), size, range);
+  throw ConfigStoreException(range +
+                                 ": cannot read: the file was cut or overwritten while it was in "
+                                 "use; move a file that is put back into its place",
+                             kIoError);
+} catch (const HostPlatform::Io::Error& error) {
+  Raise(error);
+}
+
+}  // namespace TavConfigStore
