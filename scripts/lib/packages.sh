@@ -4,7 +4,7 @@
 # shellcheck shell=bash
 # The Debian packages that the scripts need, and their installation. To be sourced by bash.
 #
-#   ensure_packages GROUP...     groups: build tests reference packages lint fuzz bench
+#   ensure_packages GROUP...     groups: build tests compilers cross reference packages lint fuzz bench
 #
 # Nothing is run but a look into dpkg's database when all packages are there.
 
@@ -51,6 +51,11 @@ lint  clang-tidy      static checks of the sources
 lint  shellcheck      static checks of the scripts
 fuzz  clang-14         compiler of the fuzz targets
 fuzz  libclang-rt-14-dev libFuzzer and the sanitizers of clang
+compilers g++-11 other compiler of the libraries and the tool
+compilers g++-12 other compiler of the libraries and the tool
+compilers clang-14 other compiler of the libraries and the tool
+compilers clang-15 other compiler of the libraries and the tool
+compilers clang-16 other compiler of the libraries and the tool
 cross python3         runs the tests of files and digests
 cross qemu-user       runs programs of other architectures
 cross-arm64 g++-aarch64-linux-gnu compiler
