@@ -7,6 +7,7 @@
 #   development           public header with its manual page, package files for CMake and pkg-config
 #   c-runtime             the library for C
 #   c-development         its header with its manual page, package files for CMake and pkg-config
+#   python                the Python package
 #   platform-development  headers of the platform, for programs that bring or administer one
 #   tools                 quorctl, its manual pages and completions
 #   documentation         texts, examples, bill of materials
@@ -144,7 +145,7 @@ set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS README.md)
 quor_write_installed_readme()
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/documentation/README.md CHANGELOG.md LICENSE SECURITY.md
         DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation)
-install(FILES docs/formats.md docs/platform.md DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs
+install(FILES docs/formats.md docs/platform.md docs/python.md DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs
         COMPONENT documentation)
 install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation)
 if(TARGET quorctl AND TARGET quor_platform)

@@ -4,7 +4,7 @@
 # shellcheck shell=bash
 # The Debian packages that the scripts need, and their installation. To be sourced by bash.
 #
-#   ensure_packages GROUP...     groups: build tests compilers cross reference packages lint fuzz bench
+#   ensure_packages GROUP...     groups: build tests compilers cross reference packages lint fuzz bench wheel
 #
 # Nothing is run but a look into dpkg's database when all packages are there.
 
@@ -35,11 +35,18 @@ tests groff-base      checks the manual pages
 tests uidmap          users for the tests that an ordinary user runs
 tests zsh             checks the completion of quorctl in zsh
 tests libsystemd-dev event loop of an example
+tests libpython3-dev headers of the Python package's module
+tests python3-cffi  makes the Python package's module
+tests python3-pytest tests of the Python package
+tests python3-hypothesis tests of the Python package with made-up records
 tests reuse           finds files without copyright and licence
 reference doxygen     makes the reference of the headers
 packages build-essential what every build of a Debian package takes for granted
 packages dpkg-dev     builds the Debian packages
 packages debhelper    rules of the Debian packages
+packages dh-python    rules of the Debian package for Python
+packages libpython3-dev headers of the Python package's module
+packages python3-cffi makes the Python package's module
 packages lintian      finds mistakes in the Debian packages
 packages debootstrap  makes the root where the packages are tried
 packages systemd      does in the root where the packages are tried what a start does
@@ -48,6 +55,9 @@ packages rpmlint      finds mistakes in the description of the RPM packages
 lint  clang           parses for clang-tidy
 lint  clang-format    layout of the sources
 lint  clang-tidy      static checks of the sources
+lint  mypy          checks the types of the Python package
+wheel python3-setuptools builds the Python package as a wheel
+wheel python3-wheel builds the Python package as a wheel
 lint  shellcheck      static checks of the scripts
 fuzz  clang-14         compiler of the fuzz targets
 fuzz  libclang-rt-14-dev libFuzzer and the sanitizers of clang

@@ -25,7 +25,7 @@ from clean_root import CleanRoot
 ROOT = ""
 
 NAMES = ["libquor-dev", "libquor-doc", "libquor-platform-dev", "libquor1",
-         "libquorc-dev", "libquorc1", "quor-common", "quorctl"]
+         "libquorc-dev", "libquorc1", "python3-quor", "quor-common", "quorctl"]
 DOCUMENTATION = "/usr/share/doc/libquor-doc"
 CATALOGUE = DOCUMENTATION + "/examples/catalogue.json"
 HOST = "var/lib/quor"
@@ -157,6 +157,7 @@ class DebianPackages(unittest.TestCase):
                 ("libquorc-dev", r"/usr/lib/[\w-]+/pkgconfig/quorc\.pc"),
                 ("libquorc-dev", r"/usr/lib/[\w-]+/cmake/quor/quor-c-targets\.cmake"),
                 ("libquorc-dev", r"/usr/share/man/man3/libquorc\.3\.gz"),
+                ("python3-quor", "/usr/lib/python3/dist-packages/quor/_quor.abi3.so"),
                 ("quorctl", "/usr/bin/quorctl"),
                 ("quorctl", r"/usr/share/man/man5/quor-catalogue\.5\.gz"),
                 ("quorctl", r"/usr/share/man/man7/quorctl-examples\.7\.gz"),
@@ -296,7 +297,7 @@ class DebianPackages(unittest.TestCase):
         commands = """
             mount -t tmpfs none "$1"; cp -a "$0/." "$1"; mkdir "$1/lost+found"
             mount -t tmpfs none "$1/history"; cp -a "$0/history/." "$1/history"
-            dpkg --root="$2" --purge quor-common quorctl libquorc-dev libquorc1 libquor1 libquor-dev libquor-platform-dev >&2
+            dpkg --root="$2" --purge quor-common quorctl python3-quor libquorc-dev libquorc1 libquor1 libquor-dev libquor-platform-dev >&2
             find "$1" -mindepth 1"""
         purged = subprocess.run(["unshare", "--mount", "sh", "-ec", commands, copy, host,
                                  self.root.path],

@@ -33,6 +33,8 @@ COMPONENTS = {
         r"include/quor/quor\.h", rf"{LIBRARY}/libquorc\.so", rf"{LIBRARY}/pkgconfig/quorc\.pc",
         rf"{LIBRARY}/cmake/quor/quor-c-targets\.cmake",
         rf"{LIBRARY}/cmake/quor/quor-c-targets-\w+\.cmake", r"share/man/man3/libquorc\.3"],
+    "python": [r"lib/python3/dist-packages/quor/\w+\.py",
+               r"lib/python3/dist-packages/quor/(py\.typed|_quor\.abi3\.so)"],
     "platform-development": [
         r"include/quor-platform/(platform|brisk|tavconfigstore|zynctl)/\w+\.h",
         rf"{LIBRARY}/libquor-platform\.so", rf"{LIBRARY}/pkgconfig/quor-platform\.pc",
@@ -43,7 +45,7 @@ COMPONENTS = {
               r"share/zsh/(site-functions|vendor-completions)/_quorctl"],
     "documentation": [
         r"share/doc/[\w-]+/(README|CHANGELOG|SECURITY)\.md", r"share/doc/[\w-]+/LICENSE",
-        r"share/doc/[\w-]+/docs/(formats|platform)\.md", r"share/doc/[\w-]+/quor\.cdx\.json",
+        r"share/doc/[\w-]+/docs/(formats|platform|python)\.md", r"share/doc/[\w-]+/quor\.cdx\.json",
         r"share/doc/[\w-]+/examples/[\w./-]+"],
 }
 

@@ -6,6 +6,7 @@
 """
 import os
 import re
+import select
 import shutil
 import subprocess
 import sys
@@ -53,6 +54,24 @@ class Programs(unittest.TestCase):
         self.run_program("gcc", "-std=c89", "-pedantic", "-Wall", "-Wextra", "-Werror",
                          "-I", os.path.join(ROOT, "include"), "-o", program, program + ".c", LIBQUORC)
         self.assertEqual(self.run_program(program), BLOB + "\n")
+
+
+    def test_the_five_lines_of_python_print_the_blob_and_a_change(self):
+        lines = lines_of("python")
+        self.assertEqual(len(lines.splitlines()), 5)
+        environment = {**self.environment, "PYTHONPATH": os.path.join(
+            os.path.dirname(os.path.dirname(LIBQUORC)), "python")}
+        with subprocess.Popen(["/usr/bin/python3", "-u", "-c", lines], stdout=subprocess.PIPE,
+                              text=True, env=environment) as program:
+            self.assertEqual(program.stdout.readline(), BLOB + "\n")
+            # Until it watches there is nothing to be noticed: the change is made again and again.
+            for number in range(100):
+                changed = CATALOGUE.replace('"generation": 1', f'"generation": {number + 2}')
+                self.run_program(QUORCTL, "apply", "-", given=changed)
+                if select.select([program.stdout], [], [], 0.2)[0]:
+                    break
+            self.assertEqual(program.stdout.readline(), "True False\n")
+            program.kill()
 
 
 if __name__ == "__main__":
