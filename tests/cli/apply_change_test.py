@@ -40,7 +40,8 @@ class Shown(ApplyChange):
 
     def test_ChangedFieldsAreNamed(self):
         text = self.apply_text(self.after, "--yes")
-        self.assertRegex(text, r"(?m)^changed +policy +Turns +id-Turns +generation, blobs RILK$")
+        self.assertRegex(text, r"(?m)^changed +policy +Turns +id-Turns +generation 1 -> 2; "
+                               r"blobs RILK other content, 1 bytes$")
 
     def test_CountsAreShown(self):
         self.assertIn("1 policy and 1 datastore to delete, 1 policy and 0 datastores to add, "

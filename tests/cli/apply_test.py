@@ -140,7 +140,7 @@ class RefusedApply(QuorctlCase):
             digest = self.ask("digest").text
             room = os.path.getsize(self.snapshot_path()) + 4000
             larger = document([policy("B")], [datastore(f"ds:///{i}/") for i in range(1000)])
-            result = self.apply_with_room(larger, room,
+            result = self.apply_with_room(larger, room, "--no-history",
                                           message="the datastores could not be replaced: ")
             self.assertIn("were put back: the catalogue is as it was before", result.errors)
             self.assertEqual(self.listed_document(), before)
@@ -184,11 +184,17 @@ class RefusedApply(QuorctlCase):
         self.assertEqual(self.listed_document(), larger)
 
     def test_ReplacementThatDidNotHappenLeavesNoTraceInTheHistory(self):
+        self.ask("switch", "--yes", "file")
         self.apply(document([policy("A")], []))
+        path = self.snapshot_path()
+        with open(path, encoding="utf-8") as file:
+            tree = json.load(file)
+        tree["Other"] = "x" * 200_000  # of another program: the store is larger than what is kept
+        with open(path, "w", encoding="utf-8") as file:
+            json.dump(tree, file)
         kept = self.ask("history", "-o", "json").text
         larger = document([policy("B")], [datastore(f"ds:///{i}/") for i in range(1000)])
-        self.apply_with_room(larger, os.path.getsize(self.snapshot_path()) + 4000,
-                             message="were put back")
+        self.apply_with_room(larger, os.path.getsize(path) + 4000, message="were put back")
         self.assertEqual(self.ask("history", "-o", "json").text, kept)
 
     def test_FullDiskIsAReasonToKeepNothing(self):
@@ -201,7 +207,7 @@ class RefusedApply(QuorctlCase):
         self.apply(given)
         larger = document([policy(f"B{i}") for i in range(1000)], [])
 
-        self.apply_with_room(larger, 16384, message="config-store.cdb")
+        self.apply_with_room(larger, 16384, "--no-history", message="config-store.cdb")
         self.assertEqual(self.run_quorctl("status").status, DONE)
         self.assertEqual(self.listed_document(), given)
 

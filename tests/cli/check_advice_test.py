@@ -225,7 +225,7 @@ class WrittenAnew(AdviceCase):
         changed = json.loads(self.ask("export").text)
         changed["policies"][0]["generation"] += 1
         text = self.apply(changed).text
-        self.assertIn("to change\nall records are to be written anew: ", text)
+        self.assertIn("generation 1 -> 2\nall records are to be written anew: ", text)
         self.expect_nothing()
 
     def test_RestoreHealsToo(self):

@@ -283,7 +283,7 @@ class Files(CheckCase):
 
     def test_KeptCatalogueThatCannotBeRestored(self):
         folder = os.path.join(self.host, "history")
-        [name] = [n for n in os.listdir(folder) if n.endswith(".json")]
+        name = min(n for n in os.listdir(folder) if n.endswith(".json"))
         path = os.path.join(folder, name)
         with open(path, "w") as file:
             file.write("{")

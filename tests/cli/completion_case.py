@@ -89,7 +89,7 @@ class CompletionCase:
                      "quorctl blob --policy-id gold-01 --datastore "):
             self.expect_offer(line, [record["url"] for record in example["datastores"]])
         self.assertEqual(len(self.shell.offered("quorctl blob --policy-name ")), 16)
-        self.expect_offer("quorctl restore ", ["1"])
+        self.expect_offer("quorctl restore ", ["1", "2"])
 
     def test_IdentifiersThatWouldBeTakenForOptionsAreNotOffered(self):
         self.apply(document([policy("a", id="-dash"), policy("b", id="plain")]))

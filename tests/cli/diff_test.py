@@ -55,8 +55,9 @@ class Diff(QuorctlCase):
         self.assertEqual(result.text,
                          "CHANGE   KIND       NAME  ID      FIELDS\n"
                          "deleted  policy     Old   id-Old  -\n"
-                         "changed  policy     Gold  g       description, blobs RILK, blobs VOLB\n"
-                         "changed  datastore  u     -       defaultPolicy\n")
+                         "changed  policy     Gold  g       description \"\" -> d; "
+                         "blobs RILK other content, 1 bytes; blobs VOLB added, 1 bytes\n"
+                         "changed  datastore  u     -       defaultPolicy id-Gold -> g\n")
 
     def test_EveryChangedFieldIsNamed(self):
         base = policy("Gold", id="g", description="d", generation=1,

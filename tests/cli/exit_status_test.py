@@ -6,7 +6,7 @@ import json
 import os
 import unittest
 
-from quorctl_case import (ABSENT, BAD_INPUT, DONE, NO, NOT_CONFIRMED, PERMISSION, STORE, USAGE,
+from quorctl_case import (ABSENT, BAD_INPUT, DONE, MOVED, NO, NOT_CONFIRMED, PERMISSION, STORE, USAGE,
                           QuorctlCase, datastore, document, policy)
 
 
@@ -34,7 +34,7 @@ class ExitStatus(QuorctlCase):
     def test_TheAnswerIsNo(self):
         for _ in self.on_each_store():
             self.assertEqual(self.status("digest", "--expect", "a:b"), NO)
-            self.ask("apply", self.write("dangling.json", json.dumps(
+            self.ask("apply", "--yes", self.write("dangling.json", json.dumps(
                 document([policy()], [datastore(defaultPolicy="none")]))))
             self.assertEqual(self.status("check"), NO)
 
@@ -84,6 +84,11 @@ class ExitStatus(QuorctlCase):
                           ["reset", "--yes", "--no-history"]):
                 self.assertEqual(self.status(*words), PERMISSION, words)
             os.chmod(self.host, 0o2750)
+
+    def test_Moved(self):
+        for _ in self.on_each_store():
+            for words in (["apply", self.empty], ["reset"], ["restore", "1"]):
+                self.assertEqual(self.status(*words, "--yes", "--expect", "a:b"), MOVED, words)
 
     def test_NotConfirmed(self):
         for choice in self.on_each_store():

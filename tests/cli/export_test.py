@@ -49,16 +49,19 @@ class Export(QuorctlCase):
             self.assertEqual((self.export(), self.digests()), (exported, digests))
 
     def test_EmptyCatalogueIsADocumentToo(self):
-        self.assertEqual(self.export(), b'{\n  "format": "quor-catalogue/1",\n  "policies": [],\n'
-                                        b'  "datastores": []\n}\n')
+        self.assertEqual(self.export(), b'{\n  "format": "quor-catalogue/1",\n  "basis": ":",\n'
+                                        b'  "policies": [],\n  "datastores": []\n}\n')
         self.expect_round_trip()
 
     def test_LayoutOfTheDocument(self):
         self.apply(document([policy("Gold", id="g", blobs=[blob("R", text="x")])],
                             [datastore("u", namespace="R", defaultPolicy="g")]))
+        digests = self.digests()
+        basis = f"{digests['policies']}:{digests['datastores']}"
         self.assertEqual(self.export().decode(), """\
 {
   "format": "quor-catalogue/1",
+  "basis": "BASIS",
   "policies": [
     {
       "id": "g",
@@ -81,7 +84,7 @@ class Export(QuorctlCase):
     }
   ]
 }
-""")
+""".replace("BASIS", basis))
 
     def test_OrderOfStorageDoesNotShow(self):
         source = random.Random(SEED)

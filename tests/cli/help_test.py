@@ -9,7 +9,8 @@ from quorctl_case import USAGE, QuorctlCase
 VERBS = ["status", "list", "get", "blob", "digest", "watch", "export", "diff", "check", "apply",
          "reset", "history", "restore", "switch", "migrate", "help"]
 OUTPUT_OPTIONS = ["-o, --output FORMAT", "--fields NAMES", "--sort NAMES", "--no-headings"]
-CHANGE_OPTIONS = ["--yes", "--dry-run", "--no-history"]
+CHANGE_OPTIONS = ["-y, --yes", "--dry-run", "--no-history", "--replace-damaged",
+                  "--expect DIGESTS"]
 OPTIONS = {"status": [], "list": ["KIND", *OUTPUT_OPTIONS],
            "get": ["KIND", "KEY", "--name NAME", *OUTPUT_OPTIONS],
            "blob": ["--policy-id ID", "--policy-name NAME", "--datastore URL",
@@ -17,12 +18,13 @@ OPTIONS = {"status": [], "list": ["KIND", *OUTPUT_OPTIONS],
            "digest": ["-o, --output FORMAT", "--expect POLICIES:DATASTORES"],
            "watch": ["--period SECONDS", "--exec CMD"], "export": [],
            "diff": ["FILE", *OUTPUT_OPTIONS], "check": ["--verbose", *OUTPUT_OPTIONS],
-           "apply": ["FILE", "--policies-only", "--datastores-only", *CHANGE_OPTIONS],
+           "apply": ["FILE", "--policies-only", "--datastores-only", "--force", "--resume",
+                     *CHANGE_OPTIONS],
            "reset": CHANGE_OPTIONS, "history": OUTPUT_OPTIONS,
-           "restore": ["NUMBER", *CHANGE_OPTIONS], "switch": ["CHOICE", "--yes"],
+           "restore": ["NUMBER", "--last", *CHANGE_OPTIONS], "switch": ["CHOICE", "--yes"],
            "migrate": ["--to CHOICE", *CHANGE_OPTIONS], "help": ["COMMAND"]}
 GLOBAL_OPTIONS = ["--root DIR", "-h, --help", "--version"]
-STATUSES = ["0", "1", "2", "3", "4", "5", "7", "8", "70"]
+STATUSES = ["0", "1", "2", "3", "4", "5", "6", "7", "8", "9", "70"]
 
 
 class Help(QuorctlCase):

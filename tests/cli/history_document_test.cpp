@@ -50,7 +50,7 @@ TEST_F(HistoryDocument, ThatCannotBeReadAgainIsNotKept) {
   EXPECT_EQ(KeepInHistory({}, {}, true, "apply"), 1U);
   readable = false;
   try {
-    KeepInHistory({}, {}, true, "apply");
+    KeepInHistory({}, {"another", ""}, true, "apply");
     ADD_FAILURE() << "it was kept";
   } catch (const CommandError& failure) {
     EXPECT_EQ(failure.status(), ExitStatus::kStore);

@@ -7,12 +7,14 @@ import json
 import os
 import re
 import stat
+import subprocess
 import unittest
 
-from quorctl_case import (ABSENT, BAD_INPUT, DONE, NO, NOT_CONFIRMED, STORE, USAGE, QuorctlCase,
-                          base64_of, blob, datastore, document, entries_of, policy)
+from quorctl_case import (ABSENT, BAD_INPUT, DONE, NO, NOT_CONFIRMED, STORE, TIMEOUT, USAGE,
+                          QuorctlCase, base64_of, blob, datastore, document, entries_of, policy)
 from terminal import Terminal
 
+PUT_CATALOGUE = os.environ["QUOR_PUT_CATALOGUE"]
 KEPT = 20
 
 
@@ -37,12 +39,12 @@ class History(HistoryCase):
         digests = json.loads(self.ask("digest", "-o", "json").text)
         self.apply(second)
         self.ask("reset", "--yes")
-        newest, middle, oldest = self.entries()
-        self.assertEqual([e["number"] for e in (newest, middle, oldest)], [3, 2, 1])
-        self.assertEqual([e["reason"] for e in (newest, middle, oldest)],
-                         ["reset", "apply", "apply"])
-        self.assertEqual([self.document_of(e) for e in (newest, middle, oldest)],
-                         [second, first, document()])
+        entries = self.entries()
+        self.assertEqual([e["number"] for e in entries], [4, 3, 2, 1])
+        self.assertEqual([e["reason"] for e in entries], ["reset", "apply", "apply", "found"])
+        self.assertEqual([self.document_of(e) for e in entries],
+                         [document(), second, first, document()])
+        middle = entries[2]
         self.assertEqual((middle["policies"], middle["datastores"], middle["store"]),
                          (1, 1, "store"))
         if isinstance(digests, dict):
@@ -57,14 +59,14 @@ class History(HistoryCase):
                            [datastore()])
         self.apply(content)
         self.ask("reset", "--yes")
-        self.ask("apply", self.entries()[0]["path"])
+        self.ask("apply", self.entries()[1]["path"])
         self.assertEqual(self.listed_document(), content)
 
     def test_OrderIsKeptAsItWasStored(self):
         content = document([policy(name) for name in "zab"], [datastore(u) for u in "caz"])
         self.apply(content)
         self.ask("reset", "--yes")
-        self.assertEqual(self.document_of(self.entries()[0]), content)
+        self.assertEqual(self.document_of(self.entries()[1]), content)
 
     def test_ModesAreThoseOfTheHostsFiles(self):
         self.apply(document([policy()]))
@@ -77,7 +79,7 @@ class History(HistoryCase):
     def test_NewestTwentyAreKept(self):
         for i in range(KEPT + 5):
             self.apply(document([policy(generation=i)]))
-        self.assertEqual([e["number"] for e in self.entries()], list(range(KEPT + 5, 5, -1)))
+        self.assertEqual([e["number"] for e in self.entries()], list(range(KEPT + 6, 6, -1)))
         files = [n for n in os.listdir(os.path.join(self.host, "history")) if n[0] != "."]
         self.assertEqual(len(files), KEPT)
 
@@ -86,9 +88,19 @@ class History(HistoryCase):
         leftover = os.path.join(self.host, "history", ".7.x.json.new-0123456789abcdef")
         with open(leftover, "w") as file:
             file.write("half")
-        self.assertEqual(len(self.entries()), 1)
+        self.assertEqual(len(self.entries()), 2)
         self.apply(document([policy("B")]))
         self.assertFalse(os.path.exists(leftover))
+
+    def test_ChangeByAnotherProgramIsKeptAsFound(self):
+        self.apply(document([policy("A")]))
+        subprocess.run([PUT_CATALOGUE], env=self.environment(), timeout=TIMEOUT, check=True,
+                       input=b"policy x41 x42 x 1\n")
+        found = self.listed_document()
+        self.apply(document([policy("C")]))
+        self.assertEqual([(e["number"], e["reason"]) for e in self.entries()],
+                         [(4, "apply"), (3, "found"), (2, "apply"), (1, "found")])
+        self.assertEqual(self.document_of(self.entries()[1]), found)
 
     def test_FilesOfOtherNamesArePassedOver(self):
         self.apply(document([policy()]))
@@ -96,7 +108,7 @@ class History(HistoryCase):
                      "9.20260101T000000Z.apply.tape.1.1.-.-.json"):
             with open(os.path.join(self.host, "history", name), "w"):
                 pass
-        self.assertEqual([e["number"] for e in self.entries()], [1])
+        self.assertEqual([e["number"] for e in self.entries()], [2, 1])
 
     def test_AllFormatsCarryTheSame(self):
         self.apply(document([policy()]))
@@ -110,11 +122,11 @@ class History(HistoryCase):
         table = self.ask("history").text.splitlines()
         self.assertRegex(table[0], r"\ANUMBER +TIME +REASON +STORE +POLICIES +DATASTORES +"
                                    r"POLICY DIGEST +DATASTORE DIGEST\Z")
-        self.assertRegex(table[1], rf"\A +2 +\S+ +apply +store +1 +0 +{entries[0]['policyDigest']}"
+        self.assertRegex(table[1], rf"\A +3 +\S+ +apply +store +1 +0 +{entries[0]['policyDigest']}"
                                    r" +-\Z")
         self.assertIn(entries[0]["path"], self.ask("history", "-o", "wide").text)
         self.assertEqual(self.ask("history", "--fields", "number", "--sort", "number",
-                                  "--no-headings").text.split(), ["1", "2"])
+                                  "--no-headings").text.split(), ["1", "2", "3"])
 
     def test_ChangeStopsWhenTheCatalogueCannotBeKept(self):
         content = document([policy()], [datastore()])
@@ -138,7 +150,7 @@ class History(HistoryCase):
     def test_NoHistoryKeepsNothing(self):
         self.apply(document([policy()]))
         self.ask("reset", "--yes", "--no-history")
-        self.assertEqual(len(self.entries()), 1)
+        self.assertEqual(len(self.entries()), 2)
 
     def test_CatalogueWithDamagedRecordsIsNotKeptAsIfItWereWhole(self):
         self.ask("switch", "--yes", "file")
@@ -151,7 +163,7 @@ class History(HistoryCase):
         with open(path, "wb") as file:
             file.write(damaged)
         self.refuse(STORE, "reset", "--yes", message="1 of 2 policies cannot be read")
-        self.assertEqual(len(self.entries()), 1)
+        self.assertEqual(len(self.entries()), 2)
         given = json.dumps(document([policy("A")])).encode()
         refused = self.run_quorctl("apply", "--no-history", "-", given=given)
         self.assertEqual(refused.status, NOT_CONFIRMED)
@@ -186,7 +198,7 @@ class Restore(HistoryCase):
             json.dump(tree, file)
         twice = self.listed_document()
         self.ask("reset", "--yes")
-        kept = self.entries()[0]
+        kept = self.entries()[1]
         self.refuse(BAD_INPUT, "apply", kept["path"], message="too; only the first of the two")
         self.assertEqual(self.run_quorctl("diff", kept["path"]).status, NO)
         self.ask("restore", str(kept["number"]))
@@ -195,8 +207,9 @@ class Restore(HistoryCase):
 
     def test_WhatItReplacesIsKept(self):
         self.ask("restore", "2", "--yes")
-        newest = self.entries()[0]
-        self.assertEqual((newest["reason"], self.document_of(newest)), ("restore", self.new))
+        newest, replaced = self.entries()[:2]
+        self.assertEqual((newest["reason"], self.document_of(newest)), ("restore", self.old))
+        self.assertEqual(self.document_of(replaced), self.new)
         self.ask("restore", "3", "--yes")
         self.assertEqual(self.listed_document(), self.new)
 
@@ -240,7 +253,7 @@ class Restore(HistoryCase):
         self.refuse(USAGE, "restore", message="restore needs a NUMBER")
 
     def test_DamagedEntryIsRefused(self):
-        path = self.entries()[0]["path"]
+        path = self.entries()[1]["path"]
         before = self.listed_document()
         for content in (b"", b"{", json.dumps(document([policy("only one")])).encode()):
             with open(path, "wb") as file:
@@ -249,7 +262,7 @@ class Restore(HistoryCase):
         self.assertEqual(self.listed_document(), before)
 
     def test_EntryThatWasChangedIsToldByItsDigests(self):
-        path = self.entries()[0]["path"]
+        path = self.entries()[1]["path"]
         with open(path, encoding="utf-8") as file:
             text = file.read()
         with open(path, "w", encoding="utf-8") as file:

@@ -14,7 +14,7 @@ from list_json_test import HOSTILE, as_blob, as_string
 MANY = 25
 POLICY_FIELDS = ["id", "name", "description", "generation", "blobs"]
 DATASTORE_FIELDS = ["url", "namespace", "defaultPolicy"]
-DIFFERENCE_FIELDS = ["change", "kind", "name", "id", "fields"]
+DIFFERENCE_FIELDS = ["change", "kind", "name", "id", "fields", "values"]
 
 
 def some_policies(count):
@@ -115,9 +115,9 @@ class Formats(QuorctlCase):
                               json.dumps(document(some_policies(count), some_datastores(count))))
             self.apply(document())
             expected = [{"change": "added", "kind": "policy", "name": f"P{i}", "id": f"id-P{i}",
-                         "fields": []} for i in range(count)]
+                         "fields": [], "values": []} for i in range(count)]
             expected += [{"change": "added", "kind": "datastore", "name": f"ds:///{i}/,",
-                          "id": None, "fields": []} for i in range(count)]
+                          "id": None, "fields": [], "values": []} for i in range(count)]
             self.check(["diff", path], DIFFERENCE_FIELDS, expected, NO if count else DONE,
                        headings_when_empty=False)
 
@@ -148,7 +148,7 @@ class Formats(QuorctlCase):
         path = self.write("wanted.json", json.dumps(wanted))
         self.check(["diff", path], DIFFERENCE_FIELDS,
                    [{"change": "added", "kind": "policy", "name": as_string(raw),
-                     "id": as_string(b"i" + raw), "fields": []} for raw in HOSTILE], NO)
+                     "id": as_string(b"i" + raw), "fields": [], "values": []} for raw in HOSTILE], NO)
 
     def test_LinesOfCsvEndAsTheyMust(self):
         self.apply(document([], some_datastores(3)))

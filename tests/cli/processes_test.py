@@ -30,7 +30,7 @@ class Processes(QuorctlCase):
         contents = [catalogue(letter) for letter in "abcd"]
         for _ in range(5):
             paths = [self.write(f"{i}.json", json.dumps(c)) for i, c in enumerate(contents)]
-            for process in [self.start("apply", path, stdin=None) for path in paths]:
+            for process in [self.start("apply", "--yes", path, stdin=None) for path in paths]:
                 self.finish(process)
             self.assertIn(self.listed("policies"), [c["policies"] for c in contents])
             self.assertIn(self.listed("datastores"), [c["datastores"] for c in contents])
@@ -41,7 +41,7 @@ class Processes(QuorctlCase):
         self.ask("apply", paths[0])
         seen = set()
         for turn in range(20):
-            writer = self.start("apply", paths[turn % 2], stdin=None)
+            writer = self.start("apply", "--yes", paths[turn % 2], stdin=None)
             while writer.poll() is None:
                 policies = self.listed("policies")
                 self.assertIn(policies, [c["policies"] for c in contents])

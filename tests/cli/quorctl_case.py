@@ -23,8 +23,10 @@ USAGE = 2
 ABSENT = 3
 BAD_INPUT = 4
 STORE = 5
+NO_HOST = 6
 PERMISSION = 7
 NOT_CONFIRMED = 8
+MOVED = 9
 INTERNAL = 70
 
 STRANGER = 65534  # a user who owns nothing here
@@ -110,6 +112,10 @@ class QuorctlCase(unittest.TestCase):
         return subprocess.Popen([self.program, *arguments],
                                 env=self.environment(**(environment or {})),
                                 **{**pipes, **self.process_options, **options})
+
+    def start_shell(self, script):
+        """Starts a script of sh that finds the program as $Q."""
+        return subprocess.Popen(["sh", "-c", script], env=self.environment(Q=self.program))
 
     def run_quorctl(self, *arguments, given=b"", environment=None, **options):
         with self.start(*arguments, environment=environment, **options) as process:

@@ -45,7 +45,7 @@ class Status(StatusCase):
         self.assertRegex(shown["owner"], r"\A[^:]+:[^:]+\Z")
         self.assertEqual(shown["not in use"],
                          f"{self.host}/host-config.json (nothing stored)")
-        self.assertEqual(shown["history"], f"1 catalogue in {self.host}/history")
+        self.assertEqual(shown["history"], f"2 catalogues in {self.host}/history")
         modified = time.strptime(shown["modified"], "%Y-%m-%d %H:%M:%S UTC")
         self.assertTrue(before <= time.mktime(modified) - time.timezone <= time.time() + 1)
         self.assertRegex(shown["policies"], r"\A2, digest [0-9a-f]{32}\Z")

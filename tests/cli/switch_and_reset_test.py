@@ -153,7 +153,7 @@ class Reset(QuorctlCase):
             content = document([policy("B"), policy("A")], [datastore()])
             self.apply(content)
             self.ask("reset", "--yes")
-            number = self.ask("history", "--fields", "number", "--no-headings").text.split()[0]
+            number = self.ask("history", "--fields", "number", "--no-headings").text.split()[1]
             self.ask("restore", number)
             self.assertEqual(self.listed_document(), content)
 
@@ -168,7 +168,7 @@ class Reset(QuorctlCase):
 
     def test_OtherConfirmationsAreRefused(self):
         self.apply(document([policy()]))
-        for words in (["yes"], ["-y"], ["--yes=no"], ["--yes=false"], ["--yes", "really"]):
+        for words in (["yes"], ["--yes=no"], ["--yes=false"], ["--yes", "really"]):
             self.refuse(USAGE, "reset", *words)
         self.assertEqual(len(self.listed("policies")), 1)
 

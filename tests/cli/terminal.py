@@ -5,6 +5,7 @@ import os
 import pty
 import select
 import subprocess
+import termios
 import time
 
 from quorctl_case import TIMEOUT, Result
@@ -14,9 +15,12 @@ class Terminal:
     """One command. Standard input and standard error are the terminal; standard output too, where
     that is asked for, otherwise a pipe."""
 
-    def __init__(self, case, *words, output_too=False, environment=None):
+    def __init__(self, case, *words, output_too=False, environment=None,
+                 size=None):
         self.case = case
         self.master, slave = pty.openpty()
+        if size:
+            termios.tcsetwinsize(slave, size)
         case.addCleanup(os.close, self.master)
         self.process = case.start(*words, stdin=slave, stderr=slave, environment=environment,
                                   stdout=slave if output_too else subprocess.PIPE)

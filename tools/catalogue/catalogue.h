@@ -5,6 +5,7 @@
 #ifndef TOOLS_CATALOGUE_CATALOGUE_H_
 #define TOOLS_CATALOGUE_CATALOGUE_H_
 
+#include <string>
 #include <vector>
 
 #include "quor/quor_lib.h"
@@ -14,6 +15,8 @@ namespace Quorctl {
 struct Catalogue {
   std::vector<TavQuor::QuorPolicyInfo> policies;
   std::vector<TavQuor::QuorDatastoreInfo> datastores;
+  std::string basis;  // "POLICIES:DATASTORES", the digests of what the document was made from; may
+                      // be empty
 };
 
 }  // namespace Quorctl

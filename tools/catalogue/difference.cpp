@@ -91,12 +91,13 @@ class FieldChanges {
   std::vector<FieldChange> changes_;
 };
 
-Difference Describe(const QuorPolicyInfo& policy, Change change) {
-  return {change, RecordKind::kPolicy, policy.name, policy.policyId, {}};
+Difference Describe(const QuorPolicyInfo& policy, Change change, std::size_t old, std::size_t now) {
+  return {change, RecordKind::kPolicy, policy.name, policy.policyId, {}, old, now};
 }
 
-Difference Describe(const QuorDatastoreInfo& datastore, Change change) {
-  return {change, RecordKind::kDatastore, datastore.url, "", {}};
+Difference Describe(const QuorDatastoreInfo& datastore, Change change, std::size_t old,
+                    std::size_t now) {
+  return {change, RecordKind::kDatastore, datastore.url, "", {}, old, now};
 }
 
 // Finds which records of two lists belong together, one key after the other.
@@ -136,7 +137,8 @@ class Pairing {
   void AddDifferences(Change change, std::vector<Difference>* differences) const {
     if (change == Change::kDeleted) {
       for (std::size_t i = 0; i < before_.size(); ++i) {
-        if (partnerOfOld_[i] == kNone) differences->push_back(Describe(before_[i], change));
+        if (partnerOfOld_[i] == kNone)
+          differences->push_back(Describe(before_[i], change, i, kNone));
       }
       return;
     }
@@ -144,7 +146,7 @@ class Pairing {
       const bool isNew = partnerOfNew_[i] == kNone;
       if (isNew != (change == Change::kAdded)) continue;
       if (!isNew && AreSame(before_[partnerOfNew_[i]], after_[i])) continue;
-      differences->push_back(Describe(after_[i], change));
+      differences->push_back(Describe(after_[i], change, partnerOfNew_[i], i));
       if (isNew) continue;
       differences->back().fields = FieldChanges::Between(before_[partnerOfNew_[i]], after_[i]);
     }
@@ -174,6 +176,17 @@ std::vector<Difference> CompareCatalogues(const Catalogue& before, const Catalog
     datastores.AddDifferences(change, &differences);
   }
   return differences;
+}
+
+bool AreSameRecords(const Catalogue& a, const Catalogue& b) {
+  const auto same = [](const auto& one, const auto& other) {
+    return Members(one) == Members(other);
+  };
+  const bool inOrder = std::equal(a.policies.begin(), a.policies.end(), b.policies.begin(),
+                                  b.policies.end(), same) &&
+                       std::equal(a.datastores.begin(), a.datastores.end(), b.datastores.begin(),
+                                  b.datastores.end(), same);
+  return inOrder || CompareCatalogues(a, b).empty();
 }
 
 std::size_t CountOf(const std::vector<Difference>& differences, Change change, RecordKind kind) {

@@ -33,6 +33,8 @@ struct Difference {
   std::string name;  // the policy's name or the datastore's URL; of a changed one the new one
   std::string id;    // the policy's identifier, the new one; empty for a datastore
   std::vector<FieldChange> fields;  // of a changed record
+  std::size_t indexBefore = 0;      // in the list of the one catalogue, unless it was added
+  std::size_t indexAfter = 0;       // in that of the other, unless it was deleted
 };
 
 // The differences that lead from `before` to `after`: deletions first, then additions, then
@@ -42,6 +44,9 @@ struct Difference {
 // Records belong together when they are equal, then when they have the same name or URL, then (of
 // policies) the same identifier, so that a renamed policy is changed, not deleted.
 std::vector<Difference> CompareCatalogues(const Catalogue& before, const Catalogue& after);
+
+// Whether both hold the same records, each as a whole, in whatever order.
+bool AreSameRecords(const Catalogue& a, const Catalogue& b);
 
 // How many of the differences are of this change and kind.
 std::size_t CountOf(const std::vector<Difference>& differences, Change change, RecordKind kind);

@@ -14,6 +14,11 @@ namespace Quorctl {
 
 using Digests = std::pair<std::string, std::string>;  // of the policies, of the datastores
 
+// "POLICIES:DATASTORES", as options and documents hold them.
+inline std::string Joined(const Digests& digests) {
+  return digests.first + ':' + digests.second;
+}
+
 // As QuorLib::GetDbHash() tells them of a host that lists these records in this order.
 Digests DigestsOf(const Catalogue& catalogue);
 

@@ -52,8 +52,10 @@ class DocumentReader {
   Catalogue Read(json& document) {
     ExpectObject(document, "");
     ExpectFormat(document);  // first: another format may well have other keys
-    ExpectKeys(document, "", {"format", "policies", "datastores"});
+    const bool hasBasis = document.contains("basis");
+    ExpectKeys(document, "", {"format", "policies", "datastores", hasBasis ? "basis" : "format"});
     Catalogue catalogue;
+    if (hasBasis) catalogue.basis = ReadBasis(document);
     catalogue.policies = ReadRecords<QuorPolicyInfo>(document, "policies");
     catalogue.datastores = ReadRecords<QuorDatastoreInfo>(document, "datastores");
     return catalogue;
@@ -164,6 +166,14 @@ class DocumentReader {
       Fail("format",
            "unknown format " + Quoted(format) + "; this version reads \"" + kDocumentFormat + '"');
     }
+  }
+
+  std::string ReadBasis(json& document) {
+    std::string basis = TakeString(document, "", "basis");
+    if (basis.find(':') == std::string::npos) {
+      Fail("basis", "expected two digests with a colon between them, as \"quorctl export\" writes");
+    }
+    return basis;
   }
 
   // An object with exactly these keys.

@@ -74,9 +74,10 @@ ordered_json ValueAsJson(const Blobs& value) {
 }
 
 std::string CatalogueAsDocument(const Catalogue& catalogue) {
-  const ordered_json document = {{"format", kDocumentFormat},
-                                 {"policies", RecordsAsJson(catalogue.policies)},
-                                 {"datastores", RecordsAsJson(catalogue.datastores)}};
+  ordered_json document = {{"format", kDocumentFormat}};
+  if (!catalogue.basis.empty()) document["basis"] = catalogue.basis;
+  document["policies"] = RecordsAsJson(catalogue.policies);
+  document["datastores"] = RecordsAsJson(catalogue.datastores);
   return IndentedJson(document) + '\n';
 }
 

@@ -3,29 +3,31 @@
 
 #include "catalogue_change.h"
 
+#include <sys/ioctl.h>
 #include <unistd.h>
 
-#include <cerrno>
-#include <exception>
-#include <optional>
+#include <algorithm>
 #include <system_error>
 #include <utility>
 
 #include "catalogue/difference.h"
 #include "catalogue/document_writer.h"
 #include "catalogue/duplicates.h"
+#include "catalogue/text/terminal_text.h"
+#include "change_record.h"
 #include "change_turn.h"
 #include "check/stored_content.h"
 #include "confirmation.h"
+#include "damaged_store.h"
 #include "difference_layout.h"
 #include "history.h"
 #include "host_backend.h"
 #include "interrupt_notice.h"
 #include "live_catalogue.h"
 #include "lock_wait.h"
+#include "replacement.h"
 #include "signal_block.h"
 #include "standard_streams.h"
-#include "stored_records.h"
 
 namespace Quorctl {
 
@@ -36,224 +38,140 @@ namespace {
 // Each attempt begins anew because another process was faster; more than a few means a quarrel.
 constexpr int kAttempts = 10;
 
-std::string Counted(std::size_t count, const std::string& singular, const std::string& plural) {
-  return std::to_string(count) + ' ' + (count == 1 ? singular : plural);
-}
+constexpr std::size_t kNamedChanges = 5;  // of those that somebody else made
 
 // What the host has before the change.
 struct Present {
-  Digests digests;  // from before the records were read
-  Catalogue catalogue;
-  std::size_t lostPolicies = 0;  // those that cannot be read
-  std::size_t lostDatastores = 0;
+  LiveCatalogue live;
+  Digests digests;
+  std::string damage;  // why the store's file is to be put aside; mostly empty
 
-  std::size_t Lost() const { return lostPolicies + lostDatastores; }
+  std::size_t Lost() const { return live.lostPolicies + live.lostDatastores; }
 
   std::string LostInWords() const {
-    return Counted(Lost(), "record", "records") + " that cannot be read";
+    if (!damage.empty()) return "the damaged file " + live.stamp.path();
+    return Lost() == 0 ? "" : Counted(Lost(), "record", "records") + " that cannot be read";
   }
 
   // To be put behind what else there is.
-  std::string AndLost() const { return Lost() > 0 ? " and " + LostInWords() : ""; }
+  std::string AndLost() const {
+    const std::string lost = LostInWords();
+    return lost.empty() ? "" : " and " + lost;
+  }
 };
 
 // What is to be kept has to be complete; without history the operator wants to be rid of it.
-Present ReadPresent(const ChangeOptions& options) {
+Present ReadPresent(bool replacesDamaged, bool noHistory) {
   Present present;
-  present.digests = QuorLib::GetDbHash();
-  if (!options.noHistory()) {
-    present.catalogue = ReadLiveCatalogue();
-    return present;
+  try {
+    present.live = ReadLiveCatalogue(!noHistory && !replacesDamaged);
+    if (replacesDamaged && present.Lost() > 0) {
+      present.damage = present.LostInWords();
+      present.live.lostPolicies = present.live.lostDatastores = 0;  // with the file put aside
+    }
+  } catch (...) {
+    if (replacesDamaged) present.damage = DamageOfTheStore();
+    if (present.damage.empty()) throw;
+    present.live.stamp = StoreStamp::Take();
   }
-  const StoredRecords stored;
-  present.catalogue.policies = QuorLib::ListPolicyInfo();
-  present.catalogue.datastores = QuorLib::ListDatastoreInfo();
-  present.lostPolicies = stored.LostPolicies(present.catalogue.policies.size());
-  present.lostDatastores = stored.LostDatastores(present.catalogue.datastores.size());
+  present.digests = DigestsOf(present.live.catalogue);
   return present;
 }
 
-bool IsUnchanged(const Present& present) {
-  return QuorLib::GetDbHash() == present.digests;
-}
-
-// Where the catalogue itself or the disk is what is in the way. Another process, a right that is
-// missing or a directory that is not safe would be in the way of the change too.
-bool HelpsToKeepNothing(const std::exception_ptr& failure) {
-  try {
-    std::rethrow_exception(failure);
-  } catch (const CommandError&) {
-    return true;
-  } catch (const std::system_error& error) {
-    const int code = error.code().value();
-    return code == ENOSPC || code == EDQUOT || code == EFBIG;
-  } catch (...) {
-    return false;
-  }
-}
-
-// The present catalogue in the history, for as long as the change may need it.
-class KeptCatalogue {
- public:
-  KeptCatalogue(const Present& present, const std::string& verb, const ChangeOptions& options,
-                LockWait* wait) {
-    if (options.noHistory()) return;
-    try {
-      wait->Do("keeping the present catalogue", [&] {
-        number_ = KeepInHistory(present.catalogue, present.digests, BackendSwitch().on, verb);
-      });
-    } catch (const WaitEnded&) {
-      throw;
-    } catch (...) {
-      const Failure failure = DescribeCurrentException();
-      throw CommandError(
-          failure.status,
-          "the present catalogue could not be kept in the history, so nothing was "
-          "changed: " +
-              failure.message +
-              (HelpsToKeepNothing(std::current_exception()) ? "; --no-history changes it without"
-                                                            : ""));
-    }
-  }
-  KeptCatalogue(const KeptCatalogue&) = delete;
-  KeptCatalogue& operator=(const KeptCatalogue&) = delete;
-  // A change that did not happen needs no way back.
-  ~KeptCatalogue() {
-    if (number_ && !needed_) RemoveFromHistory(*number_);
-  }
-
-  void StayUnlessUnchanged(const Present& present) noexcept {
-    try {
-      needed_ = !IsUnchanged(present);
-    } catch (...) {
-      needed_ = true;  // nobody knows, so it stays
-    }
-  }
-
-  void Stay() {
-    needed_ = true;
-    if (!number_) return;
-    try {
-      TrimHistory();
-    } catch (const std::system_error& failure) {
-      throw CommandError(ExitStatus::kStore,
-                         std::string("the change was made, but the oldest catalogues of the "
-                                     "history could not be removed: ") +
-                             failure.what());
-    }
-  }
-
-  std::string Advice() const {
-    return number_ ? "; the old catalogue is number " + std::to_string(*number_) +
-                         " of the history (\"quorctl restore " + std::to_string(*number_) + "\")"
-                   : "";
-  }
-
- private:
-  std::optional<std::uint64_t> number_;
-  bool needed_ = false;
-};
-
-// Shows what was found out so far and asks; raises CommandError for a no.
-void Confirm(const ChangeRequest& request, const std::string& loss, ProgressLine* progress,
-             CommandOutput* output) {
-  const std::string place = SelectedBackendPlace();
-  if (!request.mayAsk || !CanAsk()) {
-    throw CommandError(ExitStatus::kNotConfirmed, request.verb + " would delete " + loss +
-                                                      " from " + place +
-                                                      "; nothing was changed; confirm with --yes");
-  }
+void Write(CommandOutput* output, ProgressLine* progress) {
   progress->Hide();
   if (const int error = WriteStandardOutput(std::exchange(output->text, ""))) {
     throw CommandError(ExitStatus::kStore, "cannot write to standard output: " +
                                                std::generic_category().message(error) +
                                                "; nothing was changed");
   }
-  if (!Ask("Delete " + loss + " from " + place + '?')) {
+}
+
+// Shows what was found out so far and asks; raises CommandError for a no.
+void Confirm(const ChangeRequest& request, const std::string& loss, ProgressLine* progress,
+             CommandOutput* output) {
+  const std::string place = SelectedBackendPlace();
+  if (!CanAsk(!request.mayAsk)) {
+    throw CommandError(ExitStatus::kNotConfirmed, request.verb + " would delete " + loss +
+                                                      " from " + place +
+                                                      "; nothing was changed; confirm with --yes");
+  }
+  Write(output, progress);
+  if (!Ask("Delete " + loss + " from " + place + '?', !request.mayAsk)) {
     throw CommandError(ExitStatus::kNotConfirmed, "not confirmed; nothing was changed");
   }
 }
 
-// `written` is the digest of the policies that this process wrote: others are another writer's.
-void PutPoliciesBack(const Present& present, const std::string& written, const Failure& failure,
-                     const KeptCatalogue& kept) {
-  bool ofAnother = false;
-  try {
-    ofAnother = QuorLib::GetDbHash().first != written;
-    if (!ofAnother) QuorLib::AddPolicyInfo(present.catalogue.policies);
-  } catch (...) {
-    const Failure second = DescribeCurrentException();
-    throw CommandError(
-        failure.status,
-        "the policies were replaced but the datastores were not: " + failure.message +
-            "; the old policies could not be put back either: " + second.message + kept.Advice());
-  }
-  if (ofAnother) {
-    throw CommandError(
-        failure.status,
-        "the policies were replaced but the datastores were not: " + failure.message +
-            "; another process has changed the policies since, so the old ones were "
-            "not put back" +
-            kept.Advice());
-  }
-  throw CommandError(failure.status,
-                     "the datastores could not be replaced: " + failure.message +
-                         "; the policies, which had been, were put back: the catalogue is as it "
-                         "was before");
+std::string NameOf(const Difference& difference) {
+  const char* const done = difference.change == Change::kDeleted ? " deleted"
+                           : difference.change == Change::kAdded ? " added"
+                                                                 : " changed";
+  return (difference.kind == RecordKind::kPolicy ? "policy " : "datastore ") +
+         Quoted(difference.name) + done;
 }
 
-// A replacement of what differs.
-class Replacement {
+// What somebody changed since the catalogue had these digests, where the history has that one.
+std::string ChangedSince(const std::string& basis, const Present& present) {
+  std::string changes;
+  for (const HistoryEntry& entry : ListHistory()) {
+    if (Joined(entry.digests) != basis) continue;
+    const auto differences = CompareCatalogues(ReadHistoryEntry(entry), present.live.catalogue);
+    for (std::size_t i = 0; i < std::min(differences.size(), kNamedChanges); ++i)
+      changes += (i > 0 ? ", " : "") + NameOf(differences[i]);
+    if (differences.size() > kNamedChanges) {
+      changes += " and " + std::to_string(differences.size() - kNamedChanges) + " more";
+    }
+    if (!changes.empty()) return changes;
+  }
+  const bool policies = basis.substr(0, basis.find(':')) != present.digests.first;
+  const bool datastores = basis.substr(basis.find(':') + 1) != present.digests.second;
+  return policies && datastores ? "policies and datastores" : policies ? "policies" : "datastores";
+}
+
+void ExpectBasis(const std::string& basis, const Present& present, const std::string& advice) {
+  if (basis.empty() || basis == Joined(present.digests)) return;
+  throw CommandError(ExitStatus::kMoved,
+                     "the catalogue is not the one that this change is based "
+                     "on; changed since: " +
+                         ChangedSince(basis, present) + "; nothing was changed; " + advice);
+}
+
+// What is to be done, and what it means.
+class Plan {
  public:
-  Replacement(const ChangeRequest& request, const Present& present, Catalogue* next)
-      : present_(present), next_(*next) {
-    if (!request.replacesPolicies) next_.policies = present.catalogue.policies;
-    if (!request.replacesDatastores) next_.datastores = present.catalogue.datastores;
-    differences_ = CompareCatalogues(present.catalogue, next_);
+  Plan(const ChangeRequest& request, const Present& present, Catalogue* next)
+      : request_(request), present_(present), next_(*next) {
+    const Catalogue& old = present.live.catalogue;
+    if (!request.replacesPolicies) next_.policies = old.policies;
+    if (!request.replacesDatastores) next_.datastores = old.datastores;
+    differences_ = CompareCatalogues(old, next_);
+    losses_ = FindLosses(old, next_, differences_);
     const bool all = IsWantedWhole();
     policies_ = request.replacesPolicies && (all || Differs(RecordKind::kPolicy));
     datastores_ = request.replacesDatastores && (all || Differs(RecordKind::kDatastore));
     const bool allMayBe = request.replacesPolicies && request.replacesDatastores;
-    if (allMayBe && !(policies_ && datastores_)) LookAtWhatIsStored();
+    if (allMayBe && !(policies_ && datastores_) && !request.wipes) LookAtWhatIsStored();
   }
 
   bool IsNeeded() const { return policies_ || datastores_; }
+  bool policies() const { return policies_; }
+  bool datastores() const { return datastores_; }
+  const Catalogue& next() const { return next_; }
 
   std::string Text() const {
+    if (request_.wipes) {  // whatever it is
+      const Catalogue& old = present_.live.catalogue;
+      return CountedRecords(old.policies.size(), old.datastores.size()) + present_.AndLost() +
+             " to delete\n";
+    }
     return (differences_.empty() ? "" : Changes()) +
            (whyAnew_.empty() ? "" : "all records are to be written anew: " + whyAnew_ + '\n');
   }
 
-  // What is deleted, in words; empty when nothing is.
+  // What is taken away, in words; empty when nothing is.
   std::string Loss() const {
-    const std::size_t policies = CountOf(differences_, Change::kDeleted, RecordKind::kPolicy);
-    const std::size_t datastores = CountOf(differences_, Change::kDeleted, RecordKind::kDatastore);
-    std::string loss;
-    if (policies + datastores > 0) loss = CountedRecords(policies, datastores);
-    if (!loss.empty()) return loss + present_.AndLost();
-    return present_.Lost() > 0 ? present_.LostInWords() : loss;
-  }
-
-  // Up to the first replacement a signal may end it.
-  void Run(LockWait* wait, ProgressLine* progress, const KeptCatalogue& kept) const {
-    if (MustDeleteFirst()) {
-      DeleteAndWrite(wait, progress);
-      return;
-    }
-    if (policies_) wait->Do(PoliciesStep(), [this] { WritePolicies(); });
-    if (!datastores_) return;
-    if (!policies_) {
-      wait->Do(DatastoresStep(), [this] { WriteDatastores(); });
-      return;
-    }
-    const std::string written = QuorLib::GetDbHash().first;
-    try {
-      progress->Begin(DatastoresStep());
-      WriteDatastores();
-    } catch (...) {
-      const Failure failure = DescribeCurrentException();
-      PutPoliciesBack(present_, written, failure, kept);
-    }
+    if (request_.wipes) return "all policies and datastores" + present_.AndLost();
+    return losses_.Any() ? losses_.InWords() + present_.AndLost() : present_.LostInWords();
   }
 
  private:
@@ -262,9 +180,22 @@ class Replacement {
     choices.forTerminal = isatty(STDOUT_FILENO) == 1;
     choices.colour = StandardOutputTakesColour();
     RecordWriter writer(DifferenceLayout(), choices);
-    AddDifferences(differences_, &writer);
-    return writer.Text() + Counts(Change::kDeleted) + " to delete, " + Counts(Change::kAdded) +
-           " to add, " + Counts(Change::kChanged) + " to change\n";
+    const std::size_t most = choices.forTerminal ? RowsOnTerminal() : differences_.size();
+    AddDifferences(differences_, most, &writer);
+    std::string text = Counts(Change::kDeleted) + " to delete, " + Counts(Change::kAdded) +
+                       " to add, " + Counts(Change::kChanged) + " to change\n" + writer.Text();
+    if (most < differences_.size()) {
+      text += "... and " + std::to_string(differences_.size() - most) +
+              " more; with --dry-run and into a pager all are shown\n";
+    }
+    return text;
+  }
+
+  // The counts, the headings, the last line and the question are to be seen too.
+  static std::size_t RowsOnTerminal() {
+    winsize size = {};
+    if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_row == 0) return SIZE_MAX;
+    return static_cast<std::size_t>(std::max(size.ws_row - 5, 3));
   }
 
   // Records that are all the same can be stored in a way that the library would not have.
@@ -273,49 +204,17 @@ class Replacement {
     if (!whyAnew_.empty()) policies_ = datastores_ = true;
   }
 
-  // The configuration store verifies what a change keeps: with a damaged datastore the policies
-  // could not be replaced alone.
-  bool MustDeleteFirst() const {
-    return present_.lostDatastores > 0 && policies_ && datastores_ && BackendSwitch().on;
-  }
-
-  void DeleteAndWrite(LockWait* wait, ProgressLine* progress) const {
-    wait->Do("deleting what cannot be read", [] { QuorLib::Reset(); });
-    try {
-      progress->Begin(PoliciesStep());
-      WritePolicies();
-      progress->Begin(DatastoresStep());
-      WriteDatastores();
-    } catch (...) {
-      const Failure failure = DescribeCurrentException();
-      throw CommandError(failure.status,
-                         "what was stored is deleted, because of the records that cannot be read, "
-                         "but not all could be written anew: " +
-                             failure.message + "; do the same again");
-    }
-  }
-
-  std::string PoliciesStep() const {
-    return "replacing " + Counted(next_.policies.size(), "policy", "policies");
-  }
-  std::string DatastoresStep() const {
-    return "replacing " + Counted(next_.datastores.size(), "datastore", "datastores");
-  }
-  void WritePolicies() const { QuorLib::AddPolicyInfo(next_.policies); }
-  void WriteDatastores() const { QuorLib::AddDatastoreInfo(next_.datastores); }
-
   bool Differs(RecordKind kind) const {
-    return CountOf(differences_, Change::kDeleted, kind) > 0 ||
-           CountOf(differences_, Change::kAdded, kind) > 0 ||
-           CountOf(differences_, Change::kChanged, kind) > 0;
+    return std::any_of(differences_.begin(), differences_.end(),
+                       [kind](const Difference& difference) { return difference.kind == kind; });
   }
 
   // Also where no record differs: a replacement heals damage; and where keys repeat, lookups and
   // digests depend on the order of the records.
   bool IsWantedWhole() const {
-    if (present_.Lost() > 0) return true;
+    if (present_.Lost() > 0 || !present_.damage.empty()) return true;
     return differences_.empty() && !FindDuplicates(next_).empty() &&
-           CatalogueAsDocument(next_) != CatalogueAsDocument(present_.catalogue);
+           CatalogueAsDocument(next_) != CatalogueAsDocument(present_.live.catalogue);
   }
 
   std::string Counts(Change change) const {
@@ -323,66 +222,85 @@ class Replacement {
                           CountOf(differences_, change, RecordKind::kDatastore));
   }
 
+  const ChangeRequest& request_;
   const Present& present_;
   Catalogue& next_;
   std::vector<Difference> differences_;
+  Losses losses_;
   std::string whyAnew_;  // the problem that makes a replacement of all necessary; may be empty
   bool policies_ = false;
   bool datastores_ = false;
 };
 
-// Does `change` with the present catalogue kept. False, with nothing done, when another process was
-// faster.
-template <typename Change>
+// Whether the catalogue is the one from before, after a change that failed.
+bool IsAsBefore(const Present& present) noexcept {
+  try {
+    return present.live.stamp.IsCurrent() || QuorLib::GetDbHash() == present.digests;
+  } catch (...) {
+    return false;  // nobody knows
+  }
+}
+
+void ReadBack(const Plan& plan) {
+  const LiveCatalogue stored = ReadLiveCatalogue(/*complete=*/false);
+  if (AreSameRecords(stored.catalogue, plan.next())) return;
+  throw CommandError(ExitStatus::kStore,
+                     "the change was made, but what is stored now is another catalogue: another "
+                     "process has changed it since");
+}
+
+// False, with nothing done, when another process was faster.
 bool CarryOut(const std::string& verb, const ChangeOptions& options, const Present& present,
-              ProgressLine* progress, CommandOutput* output, const Change& change) {
+              const Plan& plan, ProgressLine* progress, CommandOutput* output) {
   SignalBlock block;  // until policies and datastores are of one catalogue
   block.Keep(true);   // and what was done is told
   LockWait wait(progress);
-  KeptCatalogue kept(present, verb, options, &wait);
+  ChangeRecord record(verb, BackendSwitch().on, &wait);
+  const bool kept = !options.noHistory();
+  // What is damaged is put aside instead.
+  if (kept && present.damage.empty()) record.KeepPresent(present.live.catalogue, present.digests);
   const ChangeTurn turn(&wait);
-  bool unchanged = false;  // to keep it took its time
-  wait.Do("comparing with the present catalogue", [&] { unchanged = IsUnchanged(present); });
-  if (!unchanged) {
+  if (kept) record.KeepNext(plan.next(), DigestsOf(plan.next()));
+  if (!present.live.stamp.IsCurrent()) {  // to keep them took its time
     block.Keep(false);
     return false;
   }
+  DamagedStore aside(present.damage.empty() ? "" : present.live.stamp.path());
   try {
-    change(&wait, kept);
+    Replacement(present.live, plan.next(), plan.policies(), plan.datastores())
+        .Run(&wait, progress, record);
   } catch (...) {
-    kept.StayUnlessUnchanged(present);
+    if (!aside.PutBack() && !IsAsBefore(present)) record.Stay();
     throw;
   }
   output->changedHost = true;
-  kept.Stay();
+  output->text += aside.Text();
+  record.Complete();
+  progress->Begin("reading the catalogue back");
+  ReadBack(plan);
   return true;
-}
-
-// In the configuration file these are two replacements, and only before the first one a signal may
-// end them: its lock was free a moment ago.
-void DeleteAll(LockWait* wait, ProgressLine* progress) {
-  const std::string step = "deleting all policies and datastores";
-  if (BackendSwitch().on) {
-    wait->Do(step, [] { QuorLib::Reset(); });
-  } else {
-    progress->Begin(step);
-    QuorLib::Reset();
-  }
-}
-
-[[noreturn]] void RaiseQuarrel() {
-  throw CommandError(ExitStatus::kStore,
-                     "other processes keep changing the catalogue; nothing was changed; try again");
 }
 
 }  // namespace
 
 void ChangeOptions::Declare(CLI::App& verb) {
-  verb.add_flag("--yes", confirmed_, "confirm that records are to be deleted");
+  verb.add_flag("-y,--yes", confirmed_, "confirm that something is to be deleted");
   verb.add_flag("--dry-run", dryRun_, "show what would be done and write nothing");
   verb.add_flag("--no-history", noHistory_,
-                "do not keep the present catalogue: for one that is\n"
-                "damaged, or a disk that is full");
+                "do not keep the present catalogue nor the new one: for\n"
+                "a catalogue that is damaged, or a disk that is full");
+  verb.add_flag("--replace-damaged", replaceDamaged_,
+                "put a store's file that is damaged aside, under a name\n"
+                "with the time, and begin with an empty one");
+  expected_.Declare(verb, "--expect", "DIGESTS",
+                    "change nothing unless the digests are these,\n"
+                    "POLICIES:DATASTORES");
+}
+
+void ChangeOptions::Check() const {
+  if (expected_.Given() && expected_.Value().find(':') == std::string::npos) {
+    throw UsageError("--expect needs the two digests with a colon between them");
+  }
 }
 
 std::string CountedRecords(std::size_t policies, std::size_t datastores) {
@@ -390,54 +308,58 @@ std::string CountedRecords(std::size_t policies, std::size_t datastores) {
          Counted(datastores, "datastore", "datastores");
 }
 
-ChangeResult ChangeCatalogue(const ChangeRequest& request, const ChangeOptions& options,
-                             Catalogue next, ProgressLine* progress, CommandOutput* output) {
+namespace {
+
+ChangeResult ChangeFrom(const ChangeRequest& request, const ChangeOptions& options,
+                        const MakeCatalogue& make, Catalogue next, ProgressLine* progress,
+                        CommandOutput* output) {
+  options.Check();
   const InterruptNotice notice;
   const std::string shownBefore = output->text;
   for (int attempt = 0; attempt < kAttempts; ++attempt) {
     progress->Begin("reading the present catalogue");
-    const Present present = ReadPresent(options);
-    const Replacement replacement(request, present, &next);
-    if (!replacement.IsNeeded()) return ChangeResult::kNothingDiffers;
-    output->text = shownBefore + replacement.Text();
+    const Present present =
+        ReadPresent(request.replacesDamaged || options.replaceDamaged(), options.noHistory());
+    make(present.live.catalogue, &next);
+    const bool isEmpty =
+        present.live.catalogue.policies.empty() && present.live.catalogue.datastores.empty();
+    // A host without a catalogue has nothing to lose.
+    const std::string basis = request.obeysBasis && !isEmpty ? next.basis : "";
+    const Plan plan(request, present, &next);
+    if (!plan.IsNeeded() && !request.wipes) return ChangeResult::kNothingDiffers;
+    ExpectBasis(options.expected(), present, "look at the catalogue, and change it anew");
+    ExpectBasis(basis, present, "export it and change it anew, or apply with --force");
+    if (!request.wipes || options.dryRun()) output->text = shownBefore + plan.Text();
     if (options.dryRun()) return ChangeResult::kDryRun;
-    const std::string loss = replacement.Loss();
-    if (!loss.empty() && !options.confirmed()) Confirm(request, loss, progress, output);
-    if (!IsUnchanged(present)) continue;
-    const bool done = CarryOut(
-        request.verb, options, present, progress, output,
-        [&](LockWait* wait, const KeptCatalogue& kept) { replacement.Run(wait, progress, kept); });
-    if (done) return ChangeResult::kDone;
+    const std::string loss = plan.Loss();
+    const bool asks = !loss.empty() && !options.confirmed();
+    if (asks) Confirm(request, loss, progress, output);
+    if (!plan.IsNeeded()) return ChangeResult::kNothingDiffers;
+    if (present.live.stamp.IsCurrent() &&
+        CarryOut(request.verb, options, present, plan, progress, output)) {
+      return ChangeResult::kDone;
+    }
+    if (asks) {
+      progress->Hide();
+      WriteErrorLine("another process has changed the catalogue meanwhile; what differs now:");
+    }
   }
-  RaiseQuarrel();
+  throw CommandError(ExitStatus::kStore,
+                     "other processes keep changing the catalogue; nothing was changed; try again");
 }
 
-ChangeResult EmptyCatalogue(const ChangeOptions& options, ProgressLine* progress,
-                            CommandOutput* output) {
-  const InterruptNotice notice;
-  const ChangeRequest request{"reset"};
-  for (int attempt = 0; attempt < kAttempts; ++attempt) {
-    progress->Begin("reading the present catalogue");
-    const Present present = ReadPresent(options);
-    const Catalogue& catalogue = present.catalogue;
-    if (options.dryRun()) {
-      output->text += CountedRecords(catalogue.policies.size(), catalogue.datastores.size()) +
-                      present.AndLost() + " to delete\n";
-      return ChangeResult::kDryRun;
-    }
-    if (!options.confirmed()) {
-      Confirm(request, "all policies and datastores" + present.AndLost(), progress, output);
-    }
-    if (!IsUnchanged(present)) continue;
-    if (catalogue.policies.empty() && catalogue.datastores.empty() && present.Lost() == 0) {
-      return ChangeResult::kNothingDiffers;
-    }
-    const bool done =
-        CarryOut(request.verb, options, present, progress, output,
-                 [progress](LockWait* wait, const KeptCatalogue&) { DeleteAll(wait, progress); });
-    if (done) return ChangeResult::kDone;
-  }
-  RaiseQuarrel();
+}  // namespace
+
+ChangeResult ChangeCatalogue(const ChangeRequest& request, const ChangeOptions& options,
+                             const MakeCatalogue& make, ProgressLine* progress,
+                             CommandOutput* output) {
+  return ChangeFrom(request, options, make, {}, progress, output);
+}
+
+ChangeResult ChangeCatalogue(const ChangeRequest& request, const ChangeOptions& options,
+                             Catalogue next, ProgressLine* progress, CommandOutput* output) {
+  const auto asItIs = [](const Catalogue&, Catalogue*) {};
+  return ChangeFrom(request, options, asItIs, std::move(next), progress, output);
 }
 
 }  // namespace Quorctl

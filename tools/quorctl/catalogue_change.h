@@ -3,17 +3,20 @@
 
 // Replacing the host's catalogue: the one path that every changing command takes.
 //
-// The differences are shown; what deletes something is confirmed; what there was is kept in the
-// history; then policies and datastores are replaced, and the policies are put back when the
-// datastores cannot be.
+// The present catalogue is read once. The differences are shown; what takes something away is
+// confirmed; what there was and what is to be are kept in the history; then policies and datastores
+// are replaced (replacement.h), and read back.
 #ifndef TOOLS_QUORCTL_CATALOGUE_CHANGE_H_
 #define TOOLS_QUORCTL_CATALOGUE_CHANGE_H_
 
 #include <CLI/CLI.hpp>
+#include <functional>
 #include <string>
-#include <vector>
 
+#include "argument.h"
 #include "catalogue/catalogue.h"
+#include "catalogue/digests.h"
+#include "catalogue/losses.h"
 #include "command.h"
 #include "progress_line.h"
 
@@ -26,36 +29,51 @@ class ChangeOptions {
 
   void Declare(CLI::App& verb);
 
+  // Raises UsageError for what makes no sense.
+  void Check() const;
+
   bool confirmed() const { return confirmed_; }
   bool dryRun() const { return dryRun_; }
   bool noHistory() const { return noHistory_; }
+  bool replaceDamaged() const { return replaceDamaged_; }
+  // The digests that the catalogue has to have; empty for any.
+  std::string expected() const { return expected_.Given() ? expected_.Value() : ""; }
 
  private:
   bool confirmed_ = false;
   bool dryRun_ = false;
   bool noHistory_ = false;
+  bool replaceDamaged_ = false;
+  Argument expected_;
 };
 
 struct ChangeRequest {
   std::string verb;  // for messages and the history
   bool replacesPolicies = true;
   bool replacesDatastores = true;
-  bool mayAsk = true;  // false: standard input is used up
+  bool mayAsk = true;            // false: standard input is used up
+  bool wipes = false;            // has to be confirmed whatever is stored, and shows counts alone
+  bool replacesDamaged = false;  // as with --replace-damaged
+  bool obeysBasis = false;       // of the new catalogue
 };
 
 enum class ChangeResult { kNothingDiffers, kDryRun, kDone };
 
-// Makes `next` the catalogue of the host store that this process uses, or those of its records that
-// the request names. Adds to `output` what differs and what was done with it; the last line, which
-// tells of success, is the caller's. Raises CommandError: kNotConfirmed; kStore and kPermission
-// with what has become of the host; others as the library.
+// Makes the catalogue that is to be of the present one. Called again when that has changed.
+using MakeCatalogue = std::function<void(const Catalogue& present, Catalogue* next)>;
+
+// Makes what `make` gives the catalogue of the host store that this process uses, or those of its
+// records that the request names. Adds to `output` what differs and what was done with it; the last
+// line, which tells of success, is the caller's. Raises CommandError: kNotConfirmed; kMoved when
+// the catalogue is not the one that the change is based on; kStore and kPermission with what has
+// become of the host; others as the library.
+ChangeResult ChangeCatalogue(const ChangeRequest& request, const ChangeOptions& options,
+                             const MakeCatalogue& make, ProgressLine* progress,
+                             CommandOutput* output);
+
+// The same for one that is there already.
 ChangeResult ChangeCatalogue(const ChangeRequest& request, const ChangeOptions& options,
                              Catalogue next, ProgressLine* progress, CommandOutput* output);
-
-// Deletes everything, under the same terms. Whatever is stored, it has to be confirmed. Nothing
-// differs when nothing is stored.
-ChangeResult EmptyCatalogue(const ChangeOptions& options, ProgressLine* progress,
-                            CommandOutput* output);
 
 // "16 policies and 1 datastore"
 std::string CountedRecords(std::size_t policies, std::size_t datastores);

@@ -3,7 +3,9 @@
 
 #include "confirmation.h"
 
+#include <fcntl.h>
 #include <strings.h>
+#include <termios.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -14,11 +16,11 @@ namespace Quorctl {
 namespace {
 
 // One byte at a time: what follows the line is for whoever reads the terminal next.
-std::string ReadLine() {
+std::string ReadLine(int input) {
   std::string line;
   char byte = 0;
   for (;;) {
-    const ssize_t count = read(STDIN_FILENO, &byte, 1);
+    const ssize_t count = read(input, &byte, 1);
     if (count < 0 && errno == EINTR) continue;
     if (count != 1) return std::string();
     if (byte == '\n') return line;
@@ -28,13 +30,16 @@ std::string ReadLine() {
 
 }  // namespace
 
-bool CanAsk() {
-  return isatty(STDIN_FILENO) == 1;
+bool CanAsk(bool inputIsUsed) {
+  if (!inputIsUsed) return isatty(STDIN_FILENO) == 1;
+  return isatty(STDERR_FILENO) == 1 && tcgetsid(STDERR_FILENO) == getsid(0);
 }
 
-bool Ask(const std::string& question) {
+bool Ask(const std::string& question, bool inputIsUsed) {
   WriteTerminal(question + " [y/N] ");
-  const std::string answer = ReadLine();
+  const int terminal = inputIsUsed ? open("/dev/tty", O_RDONLY | O_CLOEXEC) : STDIN_FILENO;
+  const std::string answer = ReadLine(terminal);
+  if (inputIsUsed && terminal != -1) close(terminal);
   return strcasecmp(answer.c_str(), "y") == 0 || strcasecmp(answer.c_str(), "yes") == 0;
 }
 

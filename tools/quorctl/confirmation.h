@@ -9,12 +9,14 @@
 
 namespace Quorctl {
 
-// Whether there is somebody to ask: standard input is a terminal.
-bool CanAsk();
+// Whether there is somebody to ask: standard input is a terminal; or, with `inputIsUsed`, standard
+// error is the terminal that this process is controlled from.
+bool CanAsk(bool inputIsUsed = false);
 
-// Asks on standard error and reads one line of standard input. True for "y" and "yes" in any case;
+// Asks on standard error and reads one line of standard input, or of the
+// controlling terminal. True for "y" and "yes" in any case;
 // anything else, the end of the input and a failure are a no.
-bool Ask(const std::string& question);
+bool Ask(const std::string& question, bool inputIsUsed = false);
 
 }  // namespace Quorctl
 

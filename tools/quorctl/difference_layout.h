@@ -12,9 +12,12 @@
 
 namespace Quorctl {
 
-// "change", "kind", "name", "id", "fields".
+// "change", "kind", "name", "id", "fields", "values"; the fields of a table tell the values too.
 const RecordLayout& DifferenceLayout();
-void AddDifferences(const std::vector<Difference>& differences, RecordWriter* writer);
+
+// Adds the first ones, `most` of them at most.
+void AddDifferences(const std::vector<Difference>& differences, std::size_t most,
+                    RecordWriter* writer);
 
 }  // namespace Quorctl
 

@@ -14,7 +14,7 @@ namespace Quorctl {
 
 using Brisk::Lib::BriskException;
 
-const std::array<ExitStatusMeaning, 9> kExitStatusMeanings = {{
+const std::array<ExitStatusMeaning, 11> kExitStatusMeanings = {{
     {ExitStatus::kDone, "done"},
     {ExitStatus::kNo, "the answer is \"no\""},
     {ExitStatus::kUsage, "the command line is wrong"},
@@ -23,8 +23,12 @@ const std::array<ExitStatusMeaning, 9> kExitStatusMeanings = {{
     {ExitStatus::kStore,
      "the store cannot be reached, is damaged or stayed locked,\n"
      "or standard output cannot be written"},
+    {ExitStatus::kNoHost, "there is no such host directory"},
     {ExitStatus::kPermission, "permission denied"},
     {ExitStatus::kNotConfirmed, "not confirmed, nothing was changed"},
+    {ExitStatus::kMoved,
+     "the catalogue is not the one that the change is based on,\n"
+     "nothing was changed"},
     {ExitStatus::kInternal, "internal error"},
 }};
 

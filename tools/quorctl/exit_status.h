@@ -18,8 +18,10 @@ enum class ExitStatus : int {
   kAbsent = 3,
   kBadInput = 4,
   kStore = 5,
+  kNoHost = 6,
   kPermission = 7,
   kNotConfirmed = 8,
+  kMoved = 9,
   kInternal = 70,
 };
 
@@ -29,7 +31,7 @@ struct ExitStatusMeaning {
 };
 
 // In rising order; what the help prints.
-extern const std::array<ExitStatusMeaning, 9> kExitStatusMeanings;
+extern const std::array<ExitStatusMeaning, 11> kExitStatusMeanings;
 
 // A failure that a command finds itself.
 class CommandError : public std::runtime_error {

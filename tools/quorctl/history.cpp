@@ -25,6 +25,7 @@ constexpr char kFolder[] = "history";
 constexpr char kInStore[] = "store";
 constexpr char kInFile[] = "file";
 constexpr char kNoDigest[] = "-";
+constexpr char kPending[] = ".pending";
 constexpr std::uint64_t kNumbersEnd = std::numeric_limits<std::int64_t>::max();
 constexpr std::size_t kDigestLength = 32;
 
@@ -53,8 +54,8 @@ std::string DigestInName(const std::string& digest) {
   return digest.empty() ? kNoDigest : digest;
 }
 
-std::optional<HistoryEntry> ParseName(const std::filesystem::path& path) {
-  const std::vector<std::string> parts = SplitAtDots(path.filename());
+std::optional<HistoryEntry> ParseName(const std::filesystem::path& path, const std::string& name) {
+  const std::vector<std::string> parts = SplitAtDots(name);
   if (parts.size() != 9 || parts[8] != "json") return std::nullopt;
   HistoryEntry entry;
   const std::optional<std::string> time = ExtendedUtcTime(parts[1]);
@@ -109,7 +110,10 @@ std::string HistoryDirectory() {
   return HostPlatform::HostDirectory() + '/' + kFolder;
 }
 
-std::vector<HistoryEntry> ListHistory() {
+namespace {
+
+// Those whose names end so.
+std::vector<HistoryEntry> ListEntries(const std::string& ending) {
   std::vector<HistoryEntry> entries;
   std::error_code error;
   std::filesystem::directory_iterator files(HistoryDirectory(), error);
@@ -117,11 +121,47 @@ std::vector<HistoryEntry> ListHistory() {
   if (error) throw std::filesystem::filesystem_error("cannot list", HistoryDirectory(), error);
   for (const auto& file : files) {
     if (!file.is_regular_file(error) || file.is_symlink(error)) continue;
-    if (const auto entry = ParseName(file.path())) entries.push_back(*entry);
+    const std::string name = file.path().filename();
+    if (name.size() < ending.size()) continue;
+    const std::size_t end = name.size() - ending.size();
+    if (name.compare(end, name.npos, ending) != 0) continue;
+    if (const auto entry = ParseName(file.path(), name.substr(0, end))) entries.push_back(*entry);
   }
   std::sort(entries.begin(), entries.end(),
             [](const auto& a, const auto& b) { return a.number > b.number; });
   return entries;
+}
+
+std::uint64_t Keep(const std::string& document, const std::string& name) {
+  if (document.size() > kLargestInput) {
+    throw CommandError(ExitStatus::kStore,
+                       "its document would be larger than 256 MiB, which could "
+                       "not be read again");
+  }
+  return HostPlatform::AddNumberedFile(kFolder, name, document);
+}
+
+bool IsNewest(const std::string& document, const Digests& digests, bool inStore) {
+  try {
+    const std::vector<HistoryEntry> entries = ListHistory();
+    const auto newest = std::find_if(entries.begin(), entries.end(), [inStore](const auto& entry) {
+      return entry.inStore == inStore;
+    });
+    return newest != entries.end() && newest->digests == digests &&
+           ReadKeptFile(newest->path) == document;
+  } catch (const std::runtime_error&) {
+    return false;  // who cannot read it keeps another one
+  }
+}
+
+}  // namespace
+
+std::vector<HistoryEntry> ListHistory() {
+  return ListEntries("");
+}
+
+std::vector<HistoryEntry> ListPending() {
+  return ListEntries(kPending);
 }
 
 HistoryEntry FindHistoryEntry(std::uint64_t number) {
@@ -160,23 +200,39 @@ Catalogue ReadHistoryEntry(const HistoryEntry& entry) {
 std::uint64_t KeepInHistory(const Catalogue& catalogue, const Digests& digests, bool inStore,
                             const std::string& reason) {
   const std::string document = CatalogueAsDocument(catalogue);
-  if (document.size() > kLargestInput) {
-    throw CommandError(ExitStatus::kStore,
-                       "its document would be larger than 256 MiB, which could "
-                       "not be read again");
-  }
+  if (IsNewest(document, digests, inStore)) return 0;
   try {
     ReadCatalogueDocument(document, "its document");
   } catch (const DocumentError& failure) {  // what cannot be read again is not kept
     throw CommandError(ExitStatus::kStore, failure.what());
   }
-  return HostPlatform::AddNumberedFile(
-      kFolder, NameBehindNumber(catalogue, digests, inStore, reason), document);
+  return Keep(document, NameBehindNumber(catalogue, digests, inStore, reason));
+}
+
+std::uint64_t KeepPending(const Catalogue& catalogue, const Digests& digests, bool inStore,
+                          const std::string& reason) {
+  return Keep(CatalogueAsDocument(catalogue),
+              NameBehindNumber(catalogue, digests, inStore, reason) + kPending);
+}
+
+void EndPending(std::uint64_t number, bool inStore) {
+  for (const HistoryEntry& entry : ListPending()) {
+    if (entry.number == number) {
+      const std::string name = entry.path.substr(0, entry.path.size() + 1 - sizeof kPending);
+      std::filesystem::rename(entry.path, name);
+    } else if (entry.inStore == inStore) {
+      std::filesystem::remove(entry.path);
+    }
+  }
 }
 
 void RemoveFromHistory(std::uint64_t number) noexcept {
   try {
-    std::filesystem::remove(FindHistoryEntry(number).path);
+    for (const auto& entries : {ListHistory(), ListPending()}) {
+      for (const HistoryEntry& entry : entries) {
+        if (entry.number == number) std::filesystem::remove(entry.path);
+      }
+    }
   } catch (const std::exception&) {
     // It stays: a kept catalogue more does no harm.
   }

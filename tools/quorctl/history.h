@@ -1,7 +1,11 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// The catalogues that changes replaced.
+// The catalogues that were in place, and those that changes put there.
+//
+// A change first keeps what there is, unless it is what the change before it left, then what is to
+// be, under a name that ends in ".pending" until the change is complete: one that is found later
+// tells of a change that was interrupted.
 //
 // Each is a complete catalogue document, the records in the order in which they were stored, in a
 // file of its own below history/ in the host directory. What else is known of it stands in the
@@ -22,11 +26,12 @@
 namespace Quorctl {
 
 inline constexpr std::size_t kHistoryLength = 20;
+inline constexpr char kFound[] = "found";  // as the reason: quorctl did not put it there
 
 struct HistoryEntry {
   std::uint64_t number = 0;
   std::string time;      // "2026-11-20T13:31:03Z"
-  std::string reason;    // the command that replaced it
+  std::string reason;    // the command that put it there; "found" for others' changes
   bool inStore = false;  // kept from the configuration store; otherwise from the file
   std::size_t policies = 0;
   std::size_t datastores = 0;
@@ -41,6 +46,9 @@ std::string HistoryDirectory();
 // when the directory cannot be read.
 std::vector<HistoryEntry> ListHistory();
 
+// Likewise what changes were to put in place that did not come to their end, or are going on.
+std::vector<HistoryEntry> ListPending();
+
 // The entry of that number. Raises CommandError (absent) when there is none.
 HistoryEntry FindHistoryEntry(std::uint64_t number);
 
@@ -48,10 +56,18 @@ HistoryEntry FindHistoryEntry(std::uint64_t number);
 // when it does not hold what its name says: as many records, with these digests.
 Catalogue ReadHistoryEntry(const HistoryEntry& entry);
 
-// Keeps the catalogue, durably; returns its number. Raises when it cannot be kept, and when the
-// document would be too large to be read again.
+// Keeps the catalogue, durably, unless the newest of that store is the same; returns its number,
+// or 0. Raises when it cannot be kept, and when the document would be too large to be read again.
 std::uint64_t KeepInHistory(const Catalogue& catalogue, const Digests& digests, bool inStore,
                             const std::string& reason);
+
+// Keeps what a change is to put in place, as pending.
+std::uint64_t KeepPending(const Catalogue& catalogue, const Digests& digests, bool inStore,
+                          const std::string& reason);
+
+// The change is complete: its entry is one as the others are, and those of changes of that store
+// that were interrupted before are removed. Raises std::system_error.
+void EndPending(std::uint64_t number, bool inStore);
 
 // Takes an entry back whose change did not happen. Raises nothing.
 void RemoveFromHistory(std::uint64_t number) noexcept;

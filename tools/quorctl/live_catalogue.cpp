@@ -14,24 +14,29 @@ namespace {
 
 constexpr int kAttempts = 10;  // more than a few changes in that time mean that they do not end
 
-Catalogue ReadOnce() {
+LiveCatalogue ReadOnce(bool complete) {
+  LiveCatalogue live;
+  live.stamp = StoreStamp::Take();
   const StoredRecords stored;
-  Catalogue catalogue;
+  Catalogue& catalogue = live.catalogue;
   catalogue.policies = QuorLib::ListPolicyInfo();
   catalogue.datastores = QuorLib::ListDatastoreInfo();
-  stored.ExpectPolicies(catalogue.policies.size());
-  stored.ExpectDatastores(catalogue.datastores.size());
-  return catalogue;
+  if (complete) {
+    stored.ExpectPolicies(catalogue.policies.size());
+    stored.ExpectDatastores(catalogue.datastores.size());
+  }
+  live.lostPolicies = stored.LostPolicies(catalogue.policies.size());
+  live.lostDatastores = stored.LostDatastores(catalogue.datastores.size());
+  return live;
 }
 
 }  // namespace
 
 // The two listings are two calls: a change between them would give a catalogue that never was.
-Catalogue ReadLiveCatalogue() {
+LiveCatalogue ReadLiveCatalogue(bool complete) {
   for (int attempt = 0; attempt < kAttempts; ++attempt) {
-    const auto before = QuorLib::GetDbHash();
-    Catalogue catalogue = ReadOnce();
-    if (QuorLib::GetDbHash() == before) return catalogue;
+    LiveCatalogue live = ReadOnce(complete);
+    if (live.stamp.IsCurrent()) return live;
   }
   throw CommandError(ExitStatus::kStore,
                      "other processes keep changing the catalogue while it is read; try again");

@@ -1,18 +1,25 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// The catalogue that the host has now.
+// The catalogue of the host store that this process uses, as one state.
 #ifndef TOOLS_QUORCTL_LIVE_CATALOGUE_H_
 #define TOOLS_QUORCTL_LIVE_CATALOGUE_H_
 
 #include "catalogue/catalogue.h"
+#include "store_stamp.h"
 
 namespace Quorctl {
 
-// All records, in the order in which they are stored. Raises CommandError when the store holds
-// records that cannot be read: what is made of the rest would pass for the whole. Raises it too
-// when the catalogue keeps changing meanwhile. A command that calls it stays with one store before.
-Catalogue ReadLiveCatalogue();
+struct LiveCatalogue {
+  Catalogue catalogue;
+  StoreStamp stamp;              // of the file that it was read from
+  std::size_t lostPolicies = 0;  // those that cannot be read
+  std::size_t lostDatastores = 0;
+};
+
+// Both kinds of records, of one moment, each read once. Raises CommandError when the catalogue does
+// not stay the same for that long, and with `complete` when a record cannot be read.
+LiveCatalogue ReadLiveCatalogue(bool complete = true);
 
 }  // namespace Quorctl
 

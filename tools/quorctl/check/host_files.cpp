@@ -14,6 +14,7 @@
 #include "exit_status.h"
 #include "history.h"
 #include "host_backend.h"
+#include "interrupted_change.h"
 #include "platform/admin.h"
 
 namespace Quorctl {
@@ -104,6 +105,13 @@ void CheckFreeSpace(Findings* findings) {
   if (system.f_files > 0 && system.f_ffree < 4) {
     findings->push_back({Severity::kWarning, directory, "no more files can be created on its disk",
                          "remove files there"});
+  }
+}
+
+void CheckInterrupted(Findings* findings) {
+  for (const HistoryEntry& entry : ListInterrupted()) {
+    findings->push_back(
+        {Severity::kError, entry.path, DescribeInterrupted(entry), AdviceOnInterrupted(entry)});
   }
 }
 

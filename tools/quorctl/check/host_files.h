@@ -23,6 +23,9 @@ void CheckFreeSpace(Findings* findings);
 // Whether each kept catalogue can be put back.
 void CheckHistory(Findings* findings);
 
+// Changes that did not come to their end.
+void CheckInterrupted(Findings* findings);
+
 }  // namespace Quorctl
 
 #endif  // TOOLS_QUORCTL_CHECK_HOST_FILES_H_

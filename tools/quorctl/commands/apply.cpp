@@ -7,8 +7,10 @@
 #include "catalogue/document_rules.h"
 #include "catalogue_change.h"
 #include "command_table.h"
+#include "history.h"
 #include "host_backend.h"
 #include "input_file.h"
+#include "interrupted_change.h"
 #include "store_limits.h"
 
 namespace Quorctl {
@@ -31,10 +33,6 @@ Catalogue ReadAndCheck(const std::string& path) {
                                                 BackendName(inStore) + " would not keep it");
 }
 
-std::string Counted(std::size_t count, const std::string& singular, const std::string& plural) {
-  return std::to_string(count) + ' ' + (count == 1 ? singular : plural);
-}
-
 std::string BlobCount(const Catalogue& catalogue) {
   std::size_t blobs = 0;
   for (const auto& policy : catalogue.policies)
@@ -47,17 +45,21 @@ class ApplyCommand final : public Command {
   const CommandInfo& Info() const override {
     static const CommandInfo info = {
         "apply",
-        {"[--policies-only | --datastores-only] [CHANGE OPTION]... FILE|-"},
+        {"[--policies-only | --datastores-only] [CHANGE OPTION]... FILE|-",
+         "--resume [CHANGE OPTION]..."},
         "replace the whole catalogue by that of a document",
         "Reads the document, from standard input for \"-\", and makes its contents the\n"
         "catalogue of this host: what is not in the document is deleted. Shows what is\n"
         "deleted, added and changed. What deletes something is asked for on a terminal and\n"
         "needs --yes elsewhere (exit status 8). The catalogue that was there is kept: see\n"
-        "\"quorctl help history\". Where the datastores cannot be replaced after the policies\n"
-        "were, the policies are put back. Where nothing differs nothing is written, unless\n"
-        "\"quorctl check\" tells of records that to write all anew would heal; nor is it\n"
-        "unless the whole document is right. With --no-history also records that cannot be\n"
-        "read are replaced. The document is JSON of this shape, all keys required:\n"
+        "\"quorctl help history\". A document that \"quorctl export\" wrote is refused, with exit\n"
+        "status 9, when the catalogue has become another one since. Where the datastores\n"
+        "cannot be replaced after the policies were, the policies are put back. Where nothing\n"
+        "differs nothing is written, unless \"quorctl check\" tells of records that to write\n"
+        "all anew would heal; nor is it unless the whole document is right. With --no-history\n"
+        "also records that cannot be read are replaced. A change that was killed half-way is\n"
+        "ended by --resume, or taken back by \"quorctl restore --last\". The document is\n"
+        "JSON of this shape, all keys required:\n"
         "\n"
         "  {\"format\": \"quor-catalogue/1\",\n"
         "   \"policies\": [{\"id\": \"gold-01\", \"name\": \"Gold\", \"description\": \"\",\n"
@@ -77,10 +79,13 @@ class ApplyCommand final : public Command {
     file_.Declare(verb, "FILE", "", "the document; - for standard input");
     verb.add_flag("--policies-only", policiesOnly_, "leave the datastores as they are");
     verb.add_flag("--datastores-only", datastoresOnly_, "leave the policies as they are");
+    verb.add_flag("--force", force_, "apply what is based on another catalogue too");
+    verb.add_flag("--resume", resume_, "end the change that was interrupted");
     options_.Declare(verb);
   }
 
   ExitStatus Run(CommandOutput* output) override {
+    if (resume_) return Resume(output);
     if (!file_.Given()) throw UsageError("apply needs a FILE, or - for standard input");
     if (policiesOnly_ && datastoresOnly_) {
       throw UsageError("--policies-only and --datastores-only exclude each other");
@@ -96,6 +101,7 @@ class ApplyCommand final : public Command {
     request.replacesPolicies = !datastoresOnly_;
     request.replacesDatastores = !policiesOnly_;
     request.mayAsk = file_.Value() != "-";
+    request.obeysBasis = !force_;
     const ChangeResult result =
         ChangeCatalogue(request, options_, std::move(catalogue), &progress, output);
     output->text += TextOf(result, summary) + '\n' + NoteOfAnotherBackend();
@@ -103,6 +109,24 @@ class ApplyCommand final : public Command {
   }
 
  private:
+  ExitStatus Resume(CommandOutput* output) {
+    if (file_.Given() || policiesOnly_ || datastoresOnly_ || force_) {
+      throw UsageError("--resume goes without a FILE and what tells how to apply it");
+    }
+    ExpectReadable(BackendSwitch());
+    const std::vector<HistoryEntry> interrupted = ListInterrupted();
+    if (interrupted.empty()) throw CommandError(ExitStatus::kAbsent, "no change was interrupted");
+    const HistoryEntry& entry = interrupted.front();
+    UseBackend(entry.inStore);
+    ProgressLine progress;
+    Catalogue catalogue = ReadHistoryEntry(entry);
+    const std::string summary = Summary(catalogue);
+    const ChangeResult result = ChangeCatalogue(ChangeRequest{entry.reason}, options_,
+                                                std::move(catalogue), &progress, output);
+    output->text += TextOf(result, summary) + '\n' + NoteOfAnotherBackend();
+    return ExitStatus::kDone;
+  }
+
   static std::string TextOf(ChangeResult result, const std::string& summary) {
     const std::string place = SelectedBackendPlace();
     switch (result) {
@@ -126,6 +150,8 @@ class ApplyCommand final : public Command {
   Argument file_;
   bool policiesOnly_ = false;
   bool datastoresOnly_ = false;
+  bool force_ = false;
+  bool resume_ = false;
   ChangeOptions options_;
 };
 

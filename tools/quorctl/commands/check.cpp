@@ -112,6 +112,7 @@ class CheckCommand final : public Command {
     CheckConfigStore(findings);
     CheckConfigFile(findings);
     CheckCatalogue(findings);
+    CheckInterrupted(findings);
     CheckHistory(findings);
   }
 

@@ -22,10 +22,11 @@ class DiffCommand final : public Command {
          std::string("- ") + ListingOptions::kSynopsis},
         "compare the catalogue with a document",
         "Tells what \"quorctl apply FILE\" would change: first what it would delete, then\n"
-        "what it would add, then what it would change and in which fields (for a blob its\n"
-        "namespace is named). Nothing is printed and the exit status is 0 when the\n"
-        "catalogue holds the same records already, in whatever order; it is 1 when there\n"
-        "are differences. A policy that got another name but kept its identifier is changed.\n",
+        "what it would add, then what it would change: which fields, from which value to\n"
+        "which (of a blob the namespace and the sizes). Nothing is printed and the exit status\n"
+        "is 0 when the catalogue holds the same records already, in whatever order; it is 1\n"
+        "when there are differences. A policy that got another name but kept its\n"
+        "identifier is changed.\n",
     };
     return info;
   }
@@ -41,8 +42,8 @@ class DiffCommand final : public Command {
     StayWithTheBackend();
     RecordWriter writer(DifferenceLayout(), options_.Choices());
     const Catalogue wanted = ReadCatalogueDocument(ReadInput(path), InputName(path));
-    const auto differences = CompareCatalogues(ReadLiveCatalogue(), wanted);
-    AddDifferences(differences, &writer);
+    const auto differences = CompareCatalogues(ReadLiveCatalogue().catalogue, wanted);
+    AddDifferences(differences, differences.size(), &writer);
     output->text += writer.Text();
     return differences.empty() ? ExitStatus::kDone : ExitStatus::kNo;
   }

@@ -3,6 +3,7 @@
 
 #include "backend_choice.h"
 #include "catalogue/canonical_order.h"
+#include "catalogue/digests.h"
 #include "catalogue/document_writer.h"
 #include "command_table.h"
 #include "live_catalogue.h"
@@ -23,7 +24,9 @@ class ExportCommand final : public Command {
         "repeats is written in the order in which it is stored, for the digests depend on\n"
         "that order then. Where it is a policy's name, a namespace or a URL that repeats, as\n"
         "the configuration file allows, \"quorctl apply\" refuses the document until each is\n"
-        "there once. Nothing is written when a record cannot be read.\n",
+        "there once. Nothing is written when a record cannot be read. The document tells on\n"
+        "which digests it is based: \"quorctl apply\" refuses it when the catalogue has become\n"
+        "another one since.\n",
     };
     return info;
   }
@@ -32,7 +35,8 @@ class ExportCommand final : public Command {
 
   ExitStatus Run(CommandOutput* output) override {
     StayWithTheBackend();
-    Catalogue catalogue = ReadLiveCatalogue();
+    Catalogue catalogue = ReadLiveCatalogue().catalogue;
+    catalogue.basis = Joined(DigestsOf(catalogue));
     PutInCanonicalOrder(&catalogue);
     output->text += CatalogueAsDocument(catalogue);
     return ExitStatus::kDone;

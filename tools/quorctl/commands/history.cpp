@@ -40,16 +40,17 @@ class HistoryCommand final : public Command {
     static const CommandInfo info = {
         "history",
         {ListingOptions::kSynopsis},
-        "list the catalogues that were replaced",
-        "Before apply, reset, migrate and restore change anything they keep the catalogue\n"
-        "that is there, the newest " +
+        "list the catalogues that were in place",
+        "Every change keeps the catalogue that it puts in place, and the one that it replaces\n"
+        "where another program had changed it: the newest " +
             std::to_string(kHistoryLength) +
-            ", in history/ in the host directory. Each is a whole\n"
-            "catalogue document. \"quorctl restore NUMBER\" puts one back; diff takes it too,\n"
-            "and so does apply, unless a name, namespace or URL repeats in it. Lists the newest\n"
-            "first. REASON is the command that replaced it, STORE where it was kept: store or\n"
-            "file. Not in the document, and so not kept, are keys that somebody wrote into a\n"
-            "record of the configuration file by hand.\n",
+            ", in history/ in the host\n"
+            "directory. Each is a whole catalogue document. \"quorctl restore NUMBER\" puts one\n"
+            "back; diff takes it too, and so does apply, unless a name, namespace or URL repeats\n"
+            "in it. Lists the newest first. REASON is the command that put it there, \"found\"\n"
+            "where it was none of quorctl; STORE where it was: store or file. Not in the\n"
+            "document, and so not kept, are keys that somebody wrote into a record of the\n"
+            "configuration file by hand.\n",
     };
     return info;
   }

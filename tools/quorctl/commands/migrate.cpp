@@ -46,8 +46,10 @@ class MigrateCommand final : public Command {
     ProgressLine progress;
     progress.Begin("reading the " + BackendName(!toStore));
     UseBackend(!toStore);
-    Catalogue catalogue = ReadLiveCatalogue();
+    LiveCatalogue source = ReadLiveCatalogue();
+    Catalogue& catalogue = source.catalogue;
     ExpectNoLosses(toStore, catalogue, output);
+    const Digests digests = DigestsOf(catalogue);
     const std::string summary =
         CountedRecords(catalogue.policies.size(), catalogue.datastores.size());
     UseBackend(toStore);
@@ -57,7 +59,7 @@ class MigrateCommand final : public Command {
       output->text += TextOf(result, summary) + '\n';
       return ExitStatus::kDone;
     }
-    const bool equal = AreEqual(toStore);
+    const bool equal = source.stamp.IsCurrent() || IsStill(toStore, digests);
     output->text += TextOf(result, summary);
     if (!equal) {
       output->text += '\n';
@@ -80,13 +82,12 @@ class MigrateCommand final : public Command {
                                             "written");
   }
 
-  // Both as they are now: the source too may have changed since it was read. The target stays in
-  // use.
-  static bool AreEqual(bool toStore) {
+  // Of the source, as it is now: it may have changed since it was read. The target stays in use.
+  static bool IsStill(bool toStore, const Digests& digests) {
     UseBackend(!toStore);
     const Digests source = QuorLib::GetDbHash();
     UseBackend(toStore);
-    return QuorLib::GetDbHash() == source;
+    return source == digests;
   }
 
   static std::string TextOf(ChangeResult result, const std::string& summary) {

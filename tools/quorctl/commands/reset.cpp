@@ -30,7 +30,9 @@ class ResetCommand final : public Command {
     ExpectReadable(BackendSwitch());
     StayWithTheBackend();
     ProgressLine progress;
-    const ChangeResult result = EmptyCatalogue(options_, &progress, output);
+    ChangeRequest request{"reset"};
+    request.wipes = true;
+    const ChangeResult result = ChangeCatalogue(request, options_, Catalogue(), &progress, output);
     output->text += TextOf(result) + '\n' + NoteOfAnotherBackend();
     return ExitStatus::kDone;
   }

@@ -10,7 +10,6 @@
 #include "command_table.h"
 #include "history.h"
 #include "host_backend.h"
-#include "quor/quor_lib.h"
 #include "store_limits.h"
 
 namespace Quorctl {
@@ -29,28 +28,34 @@ class RestoreCommand final : public Command {
   const CommandInfo& Info() const override {
     static const CommandInfo info = {
         "restore",
-        {std::string(ChangeOptions::kSynopsis) + " NUMBER"},
+        {std::string(ChangeOptions::kSynopsis) + " NUMBER",
+         std::string(ChangeOptions::kSynopsis) + " --last"},
         "put a catalogue of the history back",
         "Makes the kept catalogue of that number the catalogue of the host store that it was\n"
         "kept from, in the same order, under the terms of apply: shows what differs, asks or\n"
         "needs --yes where something is deleted, and keeps what is there now. \"quorctl\n"
-        "history\" lists the numbers.\n",
+        "history\" lists the numbers. With --last it is the catalogue that quorctl put last\n"
+        "into the store in use: after an interrupted change, after a change by another\n"
+        "program, and where the store's file is damaged, which is put aside then.\n",
     };
     return info;
   }
 
   void Declare(CLI::App& verb) override {
     number_.Declare(verb, "NUMBER", "", "which one, as \"quorctl history\" lists it");
+    verb.add_flag("--last", last_, "the catalogue that quorctl put there last");
     options_.Declare(verb);
   }
 
   ExitStatus Run(CommandOutput* output) override {
-    if (!number_.Given()) throw UsageError("restore needs a NUMBER of the history");
-    const std::uint64_t number = ReadNumber(number_.Value());
+    if (number_.Given() == last_) {
+      throw UsageError("restore needs a NUMBER of the history or --last, one of the two");
+    }
+    const std::uint64_t number = last_ ? 0 : ReadNumber(number_.Value());
     ExpectReadable(BackendSwitch());
     ProgressLine progress;
     progress.Begin("reading the history");
-    const HistoryEntry entry = FindHistoryEntry(number);
+    const HistoryEntry entry = last_ ? FindLast() : FindHistoryEntry(number);
     Catalogue catalogue = ReadHistoryEntry(entry);
     const std::vector<std::string> losses = LostIn(entry.inStore, catalogue);
     if (!losses.empty()) {
@@ -59,10 +64,11 @@ class RestoreCommand final : public Command {
                                                     " would not keep it");
     }
     UseBackend(entry.inStore);
-    const ChangeResult result = ChangeCatalogue(ChangeRequest{"restore"}, options_,
-                                                std::move(catalogue), &progress, output);
+    ChangeRequest request{"restore"};
+    request.replacesDamaged = last_;
+    const ChangeResult result =
+        ChangeCatalogue(request, options_, std::move(catalogue), &progress, output);
     output->text += TextOf(result, entry) + NoteOfAnotherBackend();
-    ExpectDigests(result, entry);
     return ExitStatus::kDone;
   }
 
@@ -82,15 +88,18 @@ class RestoreCommand final : public Command {
     }
   }
 
-  static void ExpectDigests(ChangeResult result, const HistoryEntry& entry) {
-    if (result == ChangeResult::kDryRun || TavQuor::QuorLib::GetDbHash() == entry.digests) return;
-    throw CommandError(ExitStatus::kStore,
-                       "the digests are not those that the catalogue had when it was kept: another "
-                       "process changed "
-                       "the catalogue meanwhile");
+  static HistoryEntry FindLast() {
+    const bool inStore = BackendSwitch().on;
+    for (const HistoryEntry& entry : ListHistory()) {
+      if (entry.inStore == inStore && entry.reason != kFound) return entry;
+    }
+    throw CommandError(
+        ExitStatus::kAbsent,
+        "the history holds no catalogue that quorctl put into the " + BackendName(inStore));
   }
 
   Argument number_;
+  bool last_ = false;
   ChangeOptions options_;
 };
 

@@ -10,6 +10,7 @@
 #include "command_table.h"
 #include "history.h"
 #include "host_backend.h"
+#include "interrupted_change.h"
 #include "platform/feature_list.h"
 #include "quor/quor_lib.h"
 #include "stored_records.h"
@@ -96,6 +97,10 @@ void AddHistory(LabelledLines* lines) {
     lines->Add("history:", std::to_string(kept) +
                                (kept == 1 ? " catalogue in " : " catalogues in ") +
                                HistoryDirectory());
+    for (const HistoryEntry& entry : ListInterrupted()) {
+      lines->Add("interrupted:", DescribeInterrupted(entry));
+      lines->Add("", AdviceOnInterrupted(entry));
+    }
   } catch (const std::system_error& failure) {
     lines->Add("history:", std::string("cannot be read: ") + failure.what());
   }

@@ -139,7 +139,7 @@ _quorctl_option_value() {
 
 # The options of a command; of every command without one.
 _quorctl_options() {
-  local output='-o --output --fields --sort --no-headings' change='--yes --dry-run --no-history'
+  local output='-o --output --fields --sort --no-headings' change='-y --yes --dry-run --no-history --replace-damaged --expect'
   case $1 in
     list | diff | history) echo "$output" ;;
     get) echo "--name $output" ;;
@@ -147,8 +147,9 @@ _quorctl_options() {
     blob) echo '--policy-id --policy-name --datastore --default-of --out --raw' ;;
     digest) echo '-o --output --expect' ;;
     watch) echo '--period --exec' ;;
-    apply) echo "--policies-only --datastores-only $change" ;;
-    reset | restore) echo "$change" ;;
+    apply) echo "--policies-only --datastores-only --force --resume $change" ;;
+    reset) echo "$change" ;;
+    restore) echo "--last $change" ;;
     migrate) echo "--to $change" ;;
     switch) echo '--yes' ;;
   esac
@@ -165,7 +166,7 @@ _quorctl_fields() {
       esac
       ;;
     check) echo severity subject problem advice ;;
-    diff) echo change kind name id fields ;;
+    diff) echo change kind name id fields values ;;
     history)
       echo number time reason store policies datastores policyDigest datastoreDigest path
       ;;
