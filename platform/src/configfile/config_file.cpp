@@ -154,7 +154,7 @@ ConfigFile::~ConfigFile() = default;
 std::shared_ptr<ConfigBranch> ConfigFile::GetBranch(const std::string& path) {
   const Place* place = &session_->Root();
   std::shared_ptr<ConfigBranch> branch;
-  int depth = 0;
+  std::size_t depth = 1;  // of the root
   for (std::size_t start = 0; start < path.size();) {
     const std::size_t end = std::min(path.find('/', start), path.size());
     if (end != start) {
@@ -162,7 +162,7 @@ std::shared_ptr<ConfigBranch> ConfigFile::GetBranch(const std::string& path) {
           Below(*place, session_->KeepName(std::string_view(path).substr(start, end - start)));
       if (++depth > kDeepestNesting) {
         RaiseConfigFile("the path of a branch cannot have more than " +
-                        std::to_string(kDeepestNesting) + " parts; nothing was changed");
+                        std::to_string(kDeepestNesting - 1) + " parts; nothing was changed");
       }
       const Node* const present = session_->Read(next);
       if (present != nullptr && present->type != Node::Type::kBranch &&

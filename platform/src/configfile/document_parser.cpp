@@ -13,9 +13,9 @@
 #include <memory>
 #include <mutex>
 #include <new>
+#include <set>
 #include <string>
 #include <string_view>
-#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -106,7 +106,8 @@ class Parser {
       if (error == simdjson::INCORRECT_TYPE) RaiseHere("the document is not a JSON object");
       Raise(error);
     }
-    Node* const root = ParseBranch(object, 1);
+    Node* const root = OpenBranch(object);
+    ParseOpen();
     const char* rest = nullptr;
     if (document_.current_location().get(rest) == simdjson::SUCCESS) {
       RaiseAt(rest, "there is more text behind the document's end");
@@ -117,20 +118,88 @@ class Parser {
  private:
   std::string_view Text() const { return std::string_view(padded_.data(), padded_.size()); }
 
-  Node* ParseValue(ondemand::value value, int depth) {
-    if (depth > kDeepestNesting) {
-      RaiseHere("it nests deeper than " + std::to_string(kDeepestNesting) + " levels");
+  // A branch or an array that is not at its end. They are kept here and not on the stack: threads
+  // may have a small one.
+  struct Container {
+    Node* node;
+    std::size_t first;  // of its children in children_
+    bool started = false;
+    simdjson::simdjson_result<ondemand::object_iterator> member, membersEnd;
+    simdjson::simdjson_result<ondemand::array_iterator> item, itemsEnd;
+    std::set<std::string_view> names = {};
+
+    bool IsArray() const { return node->type == Node::Type::kArray; }
+    // To the next child; false after the last one.
+    bool Advance() {
+      if (IsArray()) {
+        if (started) ++item;
+        return (started = true) && item != itemsEnd;
+      }
+      if (started) ++member;
+      return (started = true) && member != membersEnd;
     }
+  };
+
+  Node* OpenBranch(ondemand::object object) {
+    Node* const node = store_->Make(Node::Type::kBranch);
+    open_.push_back({node, children_.size(), false, object.begin(), object.end(), {}, {}});
+    return node;
+  }
+
+  Node* OpenArray(ondemand::array array) {
+    Node* const node = store_->Make(Node::Type::kArray);
+    open_.push_back({node, children_.size(), false, {}, {}, array.begin(), array.end()});
+    return node;
+  }
+
+  void CheckDepth() {
+    if (open_.size() < kDeepestNesting) return;
+    RaiseHere("it nests deeper than " + std::to_string(kDeepestNesting) + " levels");
+  }
+
+  void ParseOpen() {
+    while (!open_.empty()) {
+      if (open_.back().Advance()) {
+        ParseChild(&open_.back());
+      } else {
+        TakeChildren(open_.back().first, open_.back().node);
+        open_.pop_back();
+      }
+    }
+  }
+
+  // What the child is the parent of is left for later.
+  void ParseChild(Container* parent) {
+    ondemand::value value;
+    if (parent->IsArray()) {
+      if (const auto error = (*parent->item).get(value)) Raise(error);
+      children_.push_back({{}, nullptr});
+    } else {
+      ondemand::field field;
+      if (const auto error = (*parent->member).get(field)) Raise(error);
+      children_.push_back({ParseNewName(field.key(), parent), nullptr});
+      value = field.value();
+    }
+    const std::size_t own = children_.size() - 1;
+    children_[own].node = ParseValue(value);
+  }
+
+  Node* ParseValue(ondemand::value value) {
     ondemand::json_type type;
     if (const auto error = value.type().get(type)) Raise(error);
     switch (type) {
       case ondemand::json_type::object: {
+        CheckDepth();
         ondemand::object object;
         if (const auto error = value.get_object().get(object)) Raise(error);
-        return ParseBranch(object, depth + 1);
+        return OpenBranch(object);
       }
-      case ondemand::json_type::array:
-        return ParseArray(value, depth + 1);
+      case ondemand::json_type::array: {
+        CheckDepth();
+        ondemand::array array;
+        if (const auto error = value.get_array().get(array)) Raise(error);
+        return OpenArray(array);
+      }
       case ondemand::json_type::string:
         return ParseText(value);
       default:
@@ -179,19 +248,27 @@ class Parser {
   }
 
   // A name that stands twice has two meanings, and one of them would be lost at the next write.
-  // Few are compared with each other; `names` is for those of large branches.
-  bool IsNew(std::string_view name, std::size_t first,
-             std::unordered_set<std::string_view>* names) const {
-    const auto begin = children_.begin() + static_cast<std::ptrdiff_t>(first);
-    if (children_.size() - first < kFewMembers) {
+  // Few are compared with each other; the set is for those of large branches. It is no hash table:
+  // names that are made to collide cost no more than others.
+  bool IsNew(std::string_view name, Container* branch) const {
+    const auto begin = children_.begin() + static_cast<std::ptrdiff_t>(branch->first);
+    if (children_.size() - branch->first < kFewMembers) {
       return std::none_of(begin, children_.end(),
                           [&](const Child& member) { return member.name == name; });
     }
-    if (names->empty()) {
+    if (branch->names.empty()) {
       std::for_each(begin, children_.end(),
-                    [&](const Child& member) { names->insert(member.name); });
+                    [&](const Child& member) { branch->names.insert(member.name); });
     }
-    return names->insert(name).second;
+    return branch->names.insert(name).second;
+  }
+
+  std::string_view ParseNewName(ondemand::raw_json_string raw, Container* branch) {
+    const std::string_view name = ParseName(raw);
+    if (!IsNew(name, branch)) {
+      RaiseAt(raw.raw(), "the key \"" + std::string(name) + "\" stands twice in one object");
+    }
+    return name;
   }
 
   // The children that were found from `first` on become the node's, which then takes no more room
@@ -199,42 +276,6 @@ class Parser {
   void TakeChildren(std::size_t first, Node* node) {
     node->children.assign(children_.begin() + static_cast<std::ptrdiff_t>(first), children_.end());
     children_.resize(first);
-  }
-
-  Node* ParseBranch(ondemand::object object, int depth) {
-    Node* const node = store_->Make(Node::Type::kBranch);
-    const std::size_t first = children_.size();
-    std::unordered_set<std::string_view> names;
-    for (auto item : object) {
-      ondemand::field field;
-      if (const auto error = std::move(item).get(field)) Raise(error);
-      const char* const place = field.key().raw();
-      const std::string_view name = ParseName(field.key());
-      if (!IsNew(name, first, &names)) {
-        RaiseAt(place, "the key \"" + std::string(name) + "\" stands twice in one object");
-      }
-      children_.push_back({name, nullptr});
-      const std::size_t own = children_.size() - 1;
-      Node* const value = ParseValue(field.value(), depth);
-      children_[own].node = value;
-    }
-    TakeChildren(first, node);
-    return node;
-  }
-
-  Node* ParseArray(ondemand::value value, int depth) {
-    Node* const node = store_->Make(Node::Type::kArray);
-    const std::size_t first = children_.size();
-    ondemand::array array;
-    if (const auto error = value.get_array().get(array)) Raise(error);
-    for (auto item : array) {
-      ondemand::value element;
-      if (const auto error = item.get(element)) Raise(error);
-      Node* const child = ParseValue(element, depth);
-      children_.push_back({{}, child});
-    }
-    TakeChildren(first, node);
-    return node;
   }
 
   // Numbers are kept as they were written: no digit of somebody else's number is lost.
@@ -315,6 +356,7 @@ class Parser {
   const std::string& path_;
   simdjson::padded_string_view padded_;
   TreeStore* store_;
+  std::vector<Container> open_;  // each but the first in the one before
   std::vector<Child> children_;  // of the branches and arrays that are not at their end
   ParserLock held_;
   ondemand::parser& parser_;
@@ -327,6 +369,10 @@ class Parser {
 Node* ParseDocument(std::unique_ptr<char[]> text, std::size_t size, const std::string& path,
                     TreeStore* store) {
   static_assert(kTextPadding >= simdjson::SIMDJSON_PADDING);
+  if (size > kLargestDocument) {
+    RaiseConfigFile(path + ": it has more than " + std::to_string(kLargestDocument >> 20) +
+                    " MiB, the most that is read; nothing was changed. Restore it from a backup");
+  }
   const simdjson::padded_string_view padded(text.get(), size, size + kTextPadding);
   store->Keep(std::move(text));
   return Parser(padded, path, store).Parse();

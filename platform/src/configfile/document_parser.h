@@ -14,7 +14,10 @@
 namespace ZynCtl::Config {
 
 // Deeper documents are refused: nothing on a host nests like that, and recursion must end.
-inline constexpr int kDeepestNesting = 200;
+inline constexpr std::size_t kDeepestNesting = 200;
+
+// Larger documents are neither written nor read. Base64 of blobs makes a third more of them.
+inline constexpr std::size_t kLargestDocument = std::size_t{1} << 30;
 
 // So many bytes behind the text can be read, and mean nothing.
 inline constexpr std::size_t kTextPadding = 64;

@@ -8,6 +8,7 @@
 #include <cstring>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "configfile/document_parser.h"
 #include "configfile/failure.h"
@@ -66,7 +67,9 @@ class Writer {
       : take_(take), buffer_(std::make_unique_for_overwrite<char[]>(kPieceSize)) {}
 
   void WriteAll(const Node& root) {
-    PutNode(root, 0);
+    PutNode(root);
+    while (!open_.empty())
+      PutNext();
     Put("\n");
     HandOver();
   }
@@ -99,49 +102,41 @@ class Writer {
     Put("\"");
   }
 
-  void StartLine(int depth) {
+  void StartLine(std::size_t depth) {
     static constexpr std::string_view kIndent = "\n                                ";
-    std::size_t spaces = 2 * static_cast<std::size_t>(depth);
+    std::size_t spaces = 2 * depth;
     const std::size_t first = std::min(spaces, kIndent.size() - 1);
     Put(kIndent.substr(0, 1 + first));
     for (spaces -= first; spaces != 0; --spaces)
       Put(" ");
   }
 
-  void PutBranch(const Node& branch, int depth) {
-    Put("{");
-    for (const Child& member : branch.children) {
-      if (&member != &branch.children.front()) Put(",");
-      StartLine(depth + 1);
-      PutString(member.name);
+  // The next child of the innermost container, or its end.
+  void PutNext() {
+    const Node& node = *open_.back().node;
+    const std::size_t number = open_.back().next++;
+    const bool isBranch = node.type == Node::Type::kBranch;
+    if (number == node.children.size()) {
+      open_.pop_back();
+      if (number != 0) StartLine(open_.size());
+      return Put(isBranch ? "}" : "]");
+    }
+    if (number != 0) Put(",");
+    StartLine(open_.size());
+    const Child& child = node.children[number];
+    if (isBranch) {
+      PutString(child.name);
       Put(": ");
-      PutNode(*member.node, depth + 1);
     }
-    if (!branch.children.empty()) StartLine(depth);
-    Put("}");
+    PutNode(*child.node);
   }
 
-  void PutArray(const Node& array, int depth) {
-    Put("[");
-    for (const Child& item : array.children) {
-      if (&item != &array.children.front()) Put(",");
-      StartLine(depth + 1);
-      PutNode(*item.node, depth + 1);
-    }
-    if (!array.children.empty()) StartLine(depth);
-    Put("]");
-  }
-
-  void PutNode(const Node& node, int depth) {
-    if (depth > kDeepestNesting) {
-      RaiseConfigFile("the configuration file cannot nest deeper than " +
-                      std::to_string(kDeepestNesting) + " levels; nothing was changed");
-    }
+  void PutNode(const Node& node) {
     switch (node.type) {
       case Node::Type::kBranch:
-        return PutBranch(node, depth);
+        return Open(node, "{");
       case Node::Type::kArray:
-        return PutArray(node, depth);
+        return Open(node, "[");
       case Node::Type::kText:
         return PutString(node.text);
       case Node::Type::kLiteral:
@@ -151,9 +146,26 @@ class Writer {
     }
   }
 
+  void Open(const Node& node, std::string_view bracket) {
+    if (open_.size() == kDeepestNesting) {
+      RaiseConfigFile("the configuration file cannot nest deeper than " +
+                      std::to_string(kDeepestNesting) + " levels; nothing was changed");
+    }
+    Put(bracket);
+    open_.push_back({&node, 0});
+  }
+
+  // A branch or an array that is not at its end. They are kept here and not on the stack: threads
+  // may have a small one.
+  struct Container {
+    const Node* node;
+    std::size_t next;  // which child comes next
+  };
+
   const std::function<void(std::string_view)>& take_;
   std::unique_ptr<char[]> buffer_;
   std::size_t used_ = 0;
+  std::vector<Container> open_;  // each but the first in the one before
 };
 
 }  // namespace

@@ -14,6 +14,7 @@
 #include <system_error>
 #include <utility>
 
+#include "configfile/document_parser.h"
 #include "configfile/document_writer.h"
 #include "configfile/failure.h"
 #include "configfile/stored_text.h"
@@ -85,6 +86,13 @@ std::filesystem::path TargetIn(const Directory& host) {
   const auto target = std::filesystem::canonical(
       directory / std::string(link, static_cast<std::size_t>(size)), missing);
   return missing ? std::filesystem::path(path) : target;
+}
+
+[[noreturn]] void RaiseTooLarge(const std::string& path) {
+  RaiseConfigFile(path + ": the configuration file cannot have more than " +
+                  std::to_string(kLargestDocument >> 20) +
+                  " MiB, the most that is read again; nothing was changed. Remove policies, make "
+                  "their blobs smaller, or use the configuration store");
 }
 
 }  // namespace
@@ -250,7 +258,10 @@ void Session::Write() {
     const Directory directory(target.parent_path());
     FileReplacement next(directory, name.c_str(), kConfigFileMode);
     HostPlatform::ChecksumOfPieces checksum;
+    std::size_t size = 0;
     WriteDocument(*tree_, [&](std::string_view piece) {
+      size += piece.size();
+      if (size > kLargestDocument) RaiseTooLarge(next.path());
       HostPlatform::Io::WriteAll(next.file(), piece, next.path());
       HostPlatform::Io::StartFlush(next.file());
       checksum.Add(piece);

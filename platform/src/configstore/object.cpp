@@ -18,6 +18,7 @@ namespace TavConfigStore {
 namespace {
 
 constexpr std::size_t kUsualSubObjects = 4;
+constexpr std::size_t kFewSubObjects = 16;  // compared one by one
 
 std::string_view BodyOf(const StoredRecord& stored) {
   return stored.body.data() != nullptr ? stored.body : (*stored.source)->Body(stored.number);
@@ -29,11 +30,25 @@ bool Selects(const ObjectContents& filter, std::string_view name, std::string_vi
 
 std::shared_ptr<ConfigStoreSubObject> FindSubObject(const ObjectContents& contents,
                                                     const SubObjectId& id) {
-  for (const auto& subObject : contents.subObjects) {
+  const auto& subObjects = contents.subObjects;
+  if (contents.indexed != 0 && contents.indexed == subObjects.size()) {
+    const auto found = contents.subObjectAt.find({id.name, id.instance});
+    return found == contents.subObjectAt.end() ? nullptr : subObjects[found->second];
+  }
+  for (const auto& subObject : subObjects) {
     const ObjectContents& sub = *ObjectAccess::Contents(*subObject);
     if (sub.name == id.name && sub.instance == id.instance) return subObject;
   }
   return nullptr;
+}
+
+void IndexSubObjects(ObjectContents* contents) {
+  const auto& subObjects = contents->subObjects;
+  if (subObjects.size() <= kFewSubObjects) return;
+  for (; contents->indexed < subObjects.size(); ++contents->indexed) {
+    const ObjectContents& sub = *ObjectAccess::Contents(*subObjects[contents->indexed]);
+    contents->subObjectAt.try_emplace({sub.name, sub.instance}, contents->indexed);
+  }
 }
 
 }  // namespace
@@ -166,6 +181,7 @@ std::shared_ptr<const ConfigStoreSubObject> ConfigStoreObject::GetSubObject(
 
 std::shared_ptr<ConfigStoreSubObject> ConfigStoreObject::CreateSubObject(const SubObjectId& id) {
   ObjectContents& contents = MutableContents();
+  IndexSubObjects(&contents);
   if (auto existing = FindSubObject(contents, id)) return existing;
   if (contents.subObjects.empty()) contents.subObjects.reserve(kUsualSubObjects);
   return contents.subObjects.emplace_back(std::make_shared<ConfigStoreSubObject>(id));

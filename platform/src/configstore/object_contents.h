@@ -6,6 +6,7 @@
 #define PLATFORM_SRC_CONFIGSTORE_OBJECT_CONTENTS_H_
 
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -28,6 +29,11 @@ struct ObjectContents {
   std::string instance;  // empty in a filter: any
   EncodedValues values;  // in the order of setting
   std::vector<std::shared_ptr<ConfigStoreSubObject>> subObjects;  // in the order of creation
+  // Where the first `indexed` of them are, by name and instance; brought up to date before one is
+  // made. In order and not hashed: names that are made to collide cost no more than others.
+  using SubObjectName = std::pair<std::string_view, std::string_view>;
+  std::map<SubObjectName, std::size_t> subObjectAt;
+  std::size_t indexed = 0;
 };
 
 // Where the bytes of fetched objects are. Held by shared pointers, which the pointers to those

@@ -81,7 +81,7 @@ std::vector<FoundRecord> Overlay::List(const std::string& kind) const {
 void Overlay::Set(EncodedRecord encoded) {
   const std::string_view kind = encoded.kind();
   auto found = changes_.find(kind);
-  if (found == changes_.end()) found = changes_.emplace(kind, Changes()).first;
+  if (found == changes_.end()) found = changes_.emplace(kind, Changes(key_)).first;
   Changes& changes = found->second;
   auto record = std::make_shared<const WrittenRecord>(std::move(encoded));
   // Whatever cannot be done for lack of memory is tried before anything is changed.
@@ -100,7 +100,7 @@ void Overlay::Set(EncodedRecord encoded) {
 }
 
 void Overlay::Delete(const std::string& kind, const std::string& instance) {
-  Changes& changes = changes_[kind];
+  Changes& changes = changes_.try_emplace(kind, key_).first->second;
   const auto added = changes.addedAt.find(instance);
   if (added != changes.addedAt.end()) {
     const std::size_t place = added->second;
@@ -113,9 +113,9 @@ void Overlay::Delete(const std::string& kind, const std::string& instance) {
 }
 
 void Overlay::DeleteAll(const std::string& kind) {
-  Changes cleared;
+  Changes cleared(key_);
   cleared.baseDeleted = true;
-  changes_[kind] = std::move(cleared);
+  changes_.insert_or_assign(kind, std::move(cleared));
 }
 
 // What is carried over is read many records at once.
@@ -126,7 +126,7 @@ void Overlay::LoadBase(const std::string& kind) const {
 }
 
 void Overlay::Write(const HostPlatform::Io::FileDescriptor& file, const std::string& path) const {
-  SnapshotWriter writer(file, path, NewIndexKey());
+  SnapshotWriter writer(file, path, key_);
   const auto writeKind = [&](const std::string& kind) {
     const std::vector<FoundRecord> records = List(kind);
     if (records.empty()) return;

@@ -5,6 +5,7 @@
 #ifndef PLATFORM_SRC_CONFIGSTORE_OVERLAY_H_
 #define PLATFORM_SRC_CONFIGSTORE_OVERLAY_H_
 
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <memory>
@@ -15,6 +16,8 @@
 #include <vector>
 
 #include "configstore/snapshot.h"
+#include "configstore/snapshot_index.h"
+#include "util/checksum.h"
 
 namespace TavConfigStore {
 
@@ -27,7 +30,8 @@ struct FoundRecord {
 class Overlay {
  public:
   // `base` may be null: nothing is stored yet.
-  explicit Overlay(std::shared_ptr<const Snapshot> base) : base_(std::move(base)) {}
+  explicit Overlay(std::shared_ptr<const Snapshot> base)
+      : base_(std::move(base)), key_(NewIndexKey()) {}
 
   const std::shared_ptr<const Snapshot>& base() const { return base_; }
 
@@ -48,13 +52,23 @@ class Overlay {
  private:
   class WrittenRecord;
 
+  // With a key that nobody can know: instances that are made to collide cost no more than others.
+  struct InstanceHash {
+    std::uint64_t key;
+    std::size_t operator()(std::string_view instance) const {
+      return static_cast<std::size_t>(HostPlatform::Checksum(instance, key));
+    }
+  };
+
   // What the transaction did to one kind.
   struct Changes {
+    explicit Changes(std::uint64_t key) : addedAt(0, InstanceHash{key}) {}
+
     bool baseDeleted = false;                   // all of the snapshot's records
     std::unordered_set<std::uint32_t> deleted;  // some of them
     std::unordered_map<std::uint32_t, std::shared_ptr<const WrittenRecord>> replaced;
-    std::vector<std::shared_ptr<const WrittenRecord>> added;    // null where deleted again
-    std::unordered_map<std::string_view, std::size_t> addedAt;  // by instance
+    std::vector<std::shared_ptr<const WrittenRecord>> added;  // null where deleted again
+    std::unordered_map<std::string_view, std::size_t, InstanceHash> addedAt;
   };
 
   std::optional<std::uint32_t> FindInBase(std::string_view kind, std::string_view instance,
@@ -64,6 +78,7 @@ class Overlay {
   const Changes* ChangesOf(const std::string& kind) const;
 
   std::shared_ptr<const Snapshot> base_;
+  std::uint64_t key_;  // of this transaction, and of the snapshot that it writes
   std::map<std::string, Changes, std::less<>> changes_;
 };
 

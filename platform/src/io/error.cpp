@@ -10,6 +10,8 @@ namespace {
 
 ErrorKind KindOf(int error) {
   switch (error) {
+    case EAGAIN:
+      return ErrorKind::kBusy;
     case EACCES:
     case EPERM:
     case EROFS:
@@ -44,6 +46,9 @@ std::errc CodeOf(ErrorKind kind) {
 
 void RaiseSystemError(int error, const std::string& path, const char* action) {
   std::string reason = std::generic_category().message(error);
+  if (error == EAGAIN) {
+    reason = "another program, a file server perhaps, has a lease on it and keeps it; try again";
+  }
   if (error == ELOOP) reason = "it is a symbolic link, which is not followed here";
   throw Error(KindOf(error), path + ": cannot " + action, error, reason);
 }

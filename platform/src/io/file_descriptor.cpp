@@ -8,11 +8,14 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
+#include <ctime>
 #include <limits>
 #include <memory>
 #include <mutex>
 
 #include "io/error.h"
+#include "io/file_lock.h"
 #include "io/fork.h"
 
 // The leak sanitizer's, in programs that have it.
@@ -25,6 +28,7 @@ constexpr int kFreeSlot = 0;  // no descriptor of ours has the number
 constexpr int kNoFile = -1;
 constexpr std::size_t kSlots = 64;
 constexpr int kAttempts = 5;
+constexpr struct timespec kLeasePause = {0, 1'000'000};
 
 // More are added where threads have more files open at one time; those stay.
 struct SlotBlock {
@@ -106,13 +110,27 @@ int Open(int directory, const char* path, int flags, mode_t mode) {
   return fd >= 0 && fd <= STDERR_FILENO ? MoveUp(fd) : fd;
 }
 
+// The lease of a file server, which the system asks back of it at each attempt: with O_NONBLOCK an
+// opening does not wait for that.
+int OpenBehindLease(int directory, const char* path, int flags, mode_t mode) {
+  using Clock = std::chrono::steady_clock;
+  int fd = Open(directory, path, flags, mode);
+  if (fd >= 0 || errno != EAGAIN) return fd;
+  const Clock::time_point giveUp = Clock::now() + LockDeadline();
+  while (fd < 0 && errno == EAGAIN && Clock::now() < giveUp) {
+    nanosleep(&kLeasePause, nullptr);
+    fd = Open(directory, path, flags, mode);
+  }
+  return fd;
+}
+
 }  // namespace
 
 FileDescriptor::FileDescriptor(int directory, const char* path, int flags, mode_t mode)
     : slot_(TakeSlot()) {
   for (int attempt = 1;; ++attempt) {
     const ForkWatch watch;
-    slot_->store(Open(directory, path, flags, mode));
+    slot_->store(OpenBehindLease(directory, path, flags, mode));
     if (get() < 0 || !watch.SawFork() || (flags & O_EXCL) != 0 || attempt == kAttempts) return;
     Close();
     WaitForForks();

@@ -24,7 +24,8 @@ namespace HostPlatform::Io {
 class FileDescriptor {
  public:
   FileDescriptor() = default;
-  // As openat(), with O_CLOEXEC added. On failure get() is -1 and errno says why.
+  // As openat(), with O_CLOEXEC added. On failure get() is -1 and errno says why: EAGAIN when
+  // another program has a lease on the file and does not give it back within the locks' deadline.
   FileDescriptor(int directory, const char* path, int flags, mode_t mode = 0);
   FileDescriptor(const FileDescriptor&) = delete;
   FileDescriptor& operator=(const FileDescriptor&) = delete;
