@@ -4,7 +4,7 @@
 # shellcheck shell=bash
 # The Debian packages that the scripts need, and their installation. To be sourced by bash.
 #
-#   ensure_packages GROUP...     groups: build tests compilers cross reference packages lint fuzz bench wheel
+#   ensure_packages GROUP...     groups: build tests compilers cross reference packages lint fuzz bench wheel long
 #
 # Nothing is run but a look into dpkg's database when all packages are there.
 
@@ -39,6 +39,7 @@ tests libpython3-dev headers of the Python package's module
 tests python3-cffi  makes the Python package's module
 tests python3-pytest tests of the Python package
 tests python3-hypothesis tests of the Python package with made-up records
+tests python3-prometheus-client reads the metrics of quorctl
 tests reuse           finds files without copyright and licence
 reference doxygen     makes the reference of the headers
 packages build-essential what every build of a Debian package takes for granted
@@ -55,6 +56,7 @@ packages rpmlint      finds mistakes in the description of the RPM packages
 lint  clang           parses for clang-tidy
 lint  clang-format    layout of the sources
 lint  clang-tidy      static checks of the sources
+long  prometheus    its promtool reads the metrics of quorctl, in the older format
 lint  mypy          checks the types of the Python package
 wheel python3-setuptools builds the Python package as a wheel
 wheel python3-wheel builds the Python package as a wheel

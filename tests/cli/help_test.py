@@ -6,12 +6,12 @@ import unittest
 
 from quorctl_case import USAGE, QuorctlCase
 
-VERBS = ["status", "list", "get", "blob", "digest", "watch", "export", "diff", "check", "apply",
-         "reset", "history", "restore", "switch", "migrate", "help"]
+VERBS = ["status", "list", "get", "blob", "digest", "watch", "export", "diff", "check", "metrics",
+         "apply", "reset", "history", "restore", "switch", "migrate", "help"]
 OUTPUT_OPTIONS = ["-o, --output FORMAT", "--fields NAMES", "--sort NAMES", "--no-headings"]
 CHANGE_OPTIONS = ["-y, --yes", "--dry-run", "--no-history", "--replace-damaged",
                   "--expect DIGESTS"]
-OPTIONS = {"status": [], "list": ["KIND", *OUTPUT_OPTIONS],
+OPTIONS = {"status": [], "metrics": [], "list": ["KIND", *OUTPUT_OPTIONS],
            "get": ["KIND", "KEY", "--name NAME", *OUTPUT_OPTIONS],
            "blob": ["--policy-id ID", "--policy-name NAME", "--datastore URL",
                     "--default-of URL", "--out FILE", "--raw"],

@@ -27,7 +27,7 @@ STAND_INS = {
     "sudo": _LOG + '[[ ${SUDO_WORKS-} ]] || exit 1\n[[ $1 != -n ]] || shift\nexec "$@"\n',
     "id": '#!/bin/bash\necho "$USER_ID"\n',
 }
-GROUPS = ["build", "tests", "reference", "packages", "lint", "fuzz", "bench", "wheel", "compilers", "cross",
+GROUPS = ["build", "tests", "reference", "packages", "lint", "fuzz", "bench", "wheel", "long", "compilers", "cross",
           *(f"cross-{arch}" for arch in ("arm64", "armhf", "i386", "ppc64el", "riscv64", "s390x"))]
 
 

@@ -16,6 +16,7 @@ CommandTable MakeCommandTable() {
   table.push_back(MakeExportCommand());
   table.push_back(MakeDiffCommand());
   table.push_back(MakeCheckCommand());
+  table.push_back(MakeMetricsCommand());
   table.push_back(MakeApplyCommand());
   table.push_back(MakeResetCommand());
   table.push_back(MakeHistoryCommand());

@@ -26,6 +26,7 @@ std::unique_ptr<Command> MakeWatchCommand();
 std::unique_ptr<Command> MakeExportCommand();
 std::unique_ptr<Command> MakeDiffCommand();
 std::unique_ptr<Command> MakeCheckCommand();
+std::unique_ptr<Command> MakeMetricsCommand();
 std::unique_ptr<Command> MakeApplyCommand();
 std::unique_ptr<Command> MakeHistoryCommand();
 std::unique_ptr<Command> MakeRestoreCommand();

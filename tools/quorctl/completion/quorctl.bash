@@ -246,8 +246,8 @@ _quorctl_complete_argument() {
   esac
 }
 
-_quorctl_commands='status list get blob digest watch export diff check apply reset history restore
-  switch migrate help'
+_quorctl_commands='status list get blob digest watch export diff check metrics apply reset history
+  restore switch migrate help'
 
 _quorctl() {
   local _quorctl_quote _quorctl_text _quorctl_kept _quorctl_redirects
