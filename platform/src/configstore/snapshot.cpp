@@ -314,7 +314,8 @@ void Snapshot::LoadAll(const Kind& kind) const {
     try {
       number = LoadRun(number, end, kind);
       any = true;
-    } catch (const ConfigStoreException&) {
+    } catch (const ConfigStoreException& failure) {
+      if (failure.code() != kCorrupt) throw;
       ++number;  // whoever asks for it is told
     }
   }

@@ -78,7 +78,8 @@ class Snapshot final : public RecordSource {
   }
 
   // Reads many records at once, where a listing will ask for all of the kind. Those that are
-  // damaged or unreadable are left to Read() and Body().
+  // damaged are left to Read() and Body(). Raises kIoError where one cannot be read: a listing
+  // without it would not tell that anything is missing.
   void LoadAll(const Kind& kind) const;
 
   // Reads all pages; raises kCorrupt when one is damaged, kIoError when one cannot be read.

@@ -8,15 +8,23 @@
 #include <sys/uio.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <new>
 #include <utility>
 
 #include "configstore/failure.h"
+#include "io/call_scope.h"
 #include "io/error.h"
 #include "util/bytes.h"
 
 namespace TavConfigStore {
+
+namespace {
+
+constexpr std::uint64_t kEndSize = 1024;  // mostly all that opening looks at
+
+}  // namespace
 
 using HostPlatform::CheckedSize;
 using HostPlatform::Io::ErrnoKeeper;
@@ -26,11 +34,12 @@ SnapshotBytes::SnapshotBytes(const FileDescriptor& file, std::uint64_t size,
                              const std::string& path)
     : path_(path),
       size_(size),
+      memory_(CheckedSize(std::min(size, kEndSize)), '\0'),
+      start_(size - memory_.size()),
       mapping_(mmap(nullptr, CheckedSize(size), PROT_READ, MAP_SHARED, file.get(), 0)),
       mappedSize_(CheckedSize(size)) {
   if (mapping_ == MAP_FAILED) mapping_ = nullptr;
-  char probe;
-  if (mapping_ != nullptr && CopyOut(size - 1, 1, &probe)) return;
+  if (mapping_ != nullptr && CopyOut(start_, memory_.size(), memory_.data())) return;
   // The call is refused, or the file cannot be read: then this raises, with the reason.
   Unmap();
   ReadWhole(file);
@@ -48,13 +57,15 @@ void SnapshotBytes::Unmap() noexcept {
 }
 
 void SnapshotBytes::ReadWhole(const FileDescriptor& file) {
-  whole_.resize(CheckedSize(size_));
-  HostPlatform::Io::ReadAt(file, 0, whole_.data(), whole_.size(), path_);
+  memory_.resize(CheckedSize(size_));
+  start_ = 0;
+  HostPlatform::Io::ReadAt(file, 0, memory_.data(), memory_.size(), path_);
 }
 
 void SnapshotBytes::Replace(std::string bytes) {
-  whole_ = std::move(bytes);
-  size_ = whole_.size();
+  memory_ = std::move(bytes);
+  start_ = 0;
+  size_ = memory_.size();
   Unmap();
 }
 
@@ -71,8 +82,8 @@ SnapshotBytes::Part SnapshotBytes::Read(std::uint64_t position, std::uint64_t si
   }
   Part part;
   const std::size_t count = CheckedSize(size);
-  if (mapping_ == nullptr) {
-    part.bytes_ = std::string_view(whole_).substr(CheckedSize(position), count);
+  if (position >= start_) {
+    part.bytes_ = std::string_view(memory_).substr(CheckedSize(position - start_), count);
     return part;
   }
   part.copy_.reset(new (::operator new(sizeof(Copy) + count)) Copy{nullptr});
@@ -100,6 +111,7 @@ void SnapshotBytes::ReleasePages() const noexcept {
 
 // The kernel does not say why; reading the file does.
 void SnapshotBytes::RaiseUnreadable(std::uint64_t position, std::size_t size) const try {
+  const HostPlatform::Io::CallScope scope;
   const std::string range =
       path_ + ", bytes " + std::to_string(position) + " to " + std::to_string(position + size - 1);
   const FileDescriptor file(AT_FDCWD, path_.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK);

@@ -40,7 +40,7 @@ class SnapshotBytes {
    private:
     friend class SnapshotBytes;
     std::string_view bytes_;
-    std::unique_ptr<Copy, Free> copy_;  // null where they belong to the whole
+    std::unique_ptr<Copy, Free> copy_;  // null where they are in memory anyway
   };
 
   // Raises HostPlatform::Io::Error when a system call fails. `path` outlives this.
@@ -71,9 +71,10 @@ class SnapshotBytes {
 
   const std::string& path_;
   std::uint64_t size_;
-  void* mapping_;  // null: the whole file is in `whole_`
+  std::string memory_;   // the file
+  std::uint64_t start_;  // from there on
+  void* mapping_;        // of all of it; null: it is in memory from 0 on
   std::size_t mappedSize_;
-  std::string whole_;
   mutable std::atomic<Copy*> kept_{nullptr};
 };
 

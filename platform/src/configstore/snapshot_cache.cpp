@@ -13,6 +13,7 @@
 #include "configstore/change_notice.h"
 #include "configstore/failure.h"
 #include "features/feature_page.h"
+#include "io/call_scope.h"
 #include "io/coarse_clock.h"
 #include "io/host_paths.h"
 #include "io/newest.h"
@@ -63,6 +64,7 @@ Pointer Open(const char* path) try {
 }
 
 Pointer LookFor(std::shared_ptr<const Known> known) {
+  const HostPlatform::Io::CallScope scope;
   const char* const path = HostPlatform::Io::ConfigStorePath();
   const Look look;
   struct stat status;

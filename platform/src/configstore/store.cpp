@@ -165,7 +165,6 @@ std::shared_ptr<ConfigStoreObject> HostConfigStore::FetchCommitted(
 }
 
 std::shared_ptr<ConfigStoreObject> HostConfigStore::GetObject(const ConfigStoreObjectId& id) {
-  const CallScope scope;
   CheckTransaction();
   if (transaction_) return FetchFound(transaction_->overlay().Find(EncodeKind(id), id.instance));
   return Committed() ? FetchCommitted(snapshot_->FindKind(id), id.instance) : nullptr;
@@ -173,7 +172,6 @@ std::shared_ptr<ConfigStoreObject> HostConfigStore::GetObject(const ConfigStoreO
 
 std::vector<std::shared_ptr<ConfigStoreObject>> HostConfigStore::GetObjects(
     const std::shared_ptr<FilterSpecObject>& filter) {
-  const CallScope scope;
   CheckTransaction();
   const ObjectContents& wanted = ObjectAccess::Contents(filter);
   std::vector<std::shared_ptr<ConfigStoreObject>> objects;
@@ -197,7 +195,6 @@ std::vector<std::shared_ptr<ConfigStoreObject>> HostConfigStore::GetObjects(
 std::shared_ptr<ConfigStoreObject> HostConfigStore::FindFirst(const ConfigStoreObjectId& kindId,
                                                               const char* name,
                                                               const std::string& value) {
-  const CallScope scope;
   CheckTransaction();
   if (transaction_) {
     for (const FoundRecord& found : transaction_->overlay().List(EncodeKind(kindId))) {
@@ -297,8 +294,9 @@ void HostConfigStore::CommitTransaction() {
 // What the transaction has seen is what the handle sees from then on: it has read the newest state,
 // and a commit that failed may be in place.
 void HostConfigStore::RollbackTransaction() {
+  if (!transaction_) return;
   const CallScope scope;
-  if (transaction_) outdated_ = true;
+  outdated_ = true;
   transaction_.reset();
 }
 
@@ -310,7 +308,7 @@ std::shared_ptr<ConfigStore> ConfigStore::GetStore(const std::string& storeNames
   if (storeNamespace != sGlobalNamespace) {
     RaiseUsage("the configuration store has no namespace but sGlobalNamespace");
   }
-  const CallScope scope;
+  const HostPlatform::Io::ErrnoKeeper keeper;
   return std::make_shared<HostConfigStore>(NewestSnapshot());
 }
 

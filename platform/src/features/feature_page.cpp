@@ -173,7 +173,9 @@ void ReloadFeatures() {
 }
 
 void FollowFeatures() {
-  if (Io::PresentTick() >= nextLook.load(std::memory_order_relaxed)) FollowFile();
+  if (Io::PresentTick() < nextLook.load(std::memory_order_relaxed)) return;
+  const Io::CallScope scope;
+  FollowFile();
 }
 
 void FollowFeaturesNow() {

@@ -75,6 +75,15 @@ TEST_F(ChangedInPlace, CutOneRaisesWhatCannotBeReadAndKeepsWhatWas) {
   });
 }
 
+TEST_F(ChangedInPlace, ListingOfACutOneRaisesAndLeavesNothingOut) {
+  RunInChild([&] {
+    const auto store = OpenStore();
+    EXPECT_EQ(Get(store, "alpha"), "text of alpha");
+    Truncate(SnapshotPath(), 0);
+    EXPECT_THROW(store->GetObjects(All(kKind)), ConfigStoreException);
+  });
+}
+
 TEST_F(ChangedInPlace, CutAndGrownOneRaises) {
   RunInChild([&] {
     const auto store = OpenStore();

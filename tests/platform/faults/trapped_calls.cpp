@@ -228,6 +228,7 @@ std::string NameOfCall(long number) {
       {SYS_renameat, "renameat"},
       {SYS_renameat2, "renameat2"},
       {SYS_mmap, "mmap"},
+      {SYS_process_vm_readv, "process_vm_readv"},
       {SYS_munmap, "munmap"},
       {SYS_mremap, "mremap"},
       {SYS_brk, "brk"},
