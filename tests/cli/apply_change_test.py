@@ -59,7 +59,7 @@ class Shown(ApplyChange):
 
     def test_DryRunOnAnEmptyHostCreatesNothing(self):
         other = os.path.join(self.directory, "other")
-        self.apply_text(self.after, "--dry-run", "--root", other)
+        self.apply_text(self.after, "--dry-run", "--create", "--root", other)
         self.assertFalse(os.path.exists(other))
 
     def test_DryRunRefusesWhatApplyWould(self):

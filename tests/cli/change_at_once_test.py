@@ -131,7 +131,7 @@ class HalfMade(ChangeCase):
     def test_PoliciesThatAnotherHasReplacedSinceAreNotPutBack(self):
         self.apply(document([policy("Old")], [datastore()]))
         other = os.path.join(self.directory, "other")
-        self.ask("apply", "--root", other, "-",
+        self.ask("apply", "--create", "--root", other, "-",
                  given=json.dumps(document([policy("Other")])).encode())
         snapshot = self.snapshot_path()
         first = os.stat(snapshot).st_ino

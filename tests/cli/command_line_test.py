@@ -13,7 +13,7 @@ class Root(QuorctlCase):
         super().setUp()
         self.other = os.path.join(self.directory, "other")
         self.apply(document([policy("Of the environment")]))
-        self.ask("apply", "-", "--root", self.other,
+        self.ask("apply", "-", "--create", "--root", self.other,
                  given=json.dumps(document([policy("Of the option")])).encode())
 
     def names(self, *words, **options):
@@ -53,7 +53,7 @@ class Root(QuorctlCase):
         self.assertEqual(self.names("list", "policies"), ["Of the environment"])
 
     def test_NameWithADashIsTaken(self):
-        self.ask("apply", "-", "--root=-d", given=json.dumps(document([policy("Dash")])).encode(),
+        self.ask("apply", "-", "--create", "--root=-d", given=json.dumps(document([policy("Dash")])).encode(),
                  cwd=self.directory)
         self.assertTrue(os.path.isdir(os.path.join(self.directory, "-d")))
 

@@ -142,7 +142,7 @@ class CompletionCase:
     def test_TheTypedHostDirectoryIsAsked(self):
         other = os.path.join(self.directory, "other host")
         self.apply_names(["here"])
-        self.ask("--root", other, "apply", "--yes", "-",
+        self.ask("--root", other, "apply", "--create", "--yes", "-",
                  given=json.dumps(document([policy("there")], [datastore()])).encode())
         self.assertEqual(self.last_word("quorctl get policy --name "), "here")
         for line in (f"quorctl --root '{other}' get policy --name ",

@@ -6,7 +6,7 @@ import json
 import os
 import unittest
 
-from quorctl_case import (ABSENT, BAD_INPUT, DONE, MOVED, NO, NOT_CONFIRMED, PERMISSION, STORE, USAGE,
+from quorctl_case import (ABSENT, BAD_INPUT, DONE, MOVED, NO, NO_HOST, NOT_CONFIRMED, PERMISSION, STORE, USAGE,
                           QuorctlCase, datastore, document, policy)
 
 
@@ -84,6 +84,23 @@ class ExitStatus(QuorctlCase):
                           ["reset", "--yes", "--no-history"]):
                 self.assertEqual(self.status(*words), PERMISSION, words)
             os.chmod(self.host, 0o2750)
+
+    def test_NoSuchHostDirectory(self):
+        missing = os.path.join(self.directory, "mistyped")
+        for words in (["status"], ["list", "policies"], ["check"], ["digest", "--expect", ":"],
+                      ["watch"], ["export"], ["diff", self.path], ["history"], ["switch"],
+                      ["switch", "--yes", "file"], ["reset", "--yes"], ["restore", "--yes", "1"],
+                      ["apply", self.path], ["apply", "--dry-run", self.path]):
+            self.refuse(NO_HOST, *words, "--root", missing,
+                        message=f"{missing}: there is no such host directory; ")
+        self.assertFalse(os.path.exists(missing))
+        self.ask("apply", "--create", self.path, "--root", missing)
+        self.assertEqual(self.status("digest", "--expect", ":", "--root", missing), NO)
+
+    def test_LockDeadlineThatIsNoNumber(self):
+        for text in ("", "30s", "-1", "1e3", "99999999999"):
+            self.refuse(USAGE, "status", environment={"QUOR_LOCK_TIMEOUT_MS": text},
+                        message="QUOR_LOCK_TIMEOUT_MS is ")
 
     def test_Moved(self):
         for _ in self.on_each_store():

@@ -45,6 +45,10 @@ class Status(StatusCase):
         self.assertRegex(shown["owner"], r"\A[^:]+:[^:]+\Z")
         self.assertEqual(shown["not in use"],
                          f"{self.host}/host-config.json (nothing stored)")
+        self.ask("migrate", "--to", "file")
+        size = os.stat(os.path.join(self.host, "host-config.json")).st_size
+        self.assertIn(f"\nnot in use:      {self.host}/host-config.json ({size} bytes, 2 policies "
+                      "and 1 datastore)\n", self.ask("status").text)
         self.assertEqual(shown["history"], f"2 catalogues in {self.host}/history")
         modified = time.strptime(shown["modified"], "%Y-%m-%d %H:%M:%S UTC")
         self.assertTrue(before <= time.mktime(modified) - time.timezone <= time.time() + 1)
@@ -85,7 +89,8 @@ class Status(StatusCase):
         size = os.path.getsize(f"{self.host}/host-config.json")
         self.ask("switch", "--yes", "store")
         self.assertEqual(self.lines()[0]["not in use"],
-                         f"{self.host}/host-config.json ({size} bytes)")
+                         f"{self.host}/host-config.json ({size} bytes, 1 policy and 0 "
+                         "datastores)")
 
     def test_LockDeadline(self):
         self.assertEqual(self.lines()[0]["lock deadline"], "30000 ms")
@@ -119,6 +124,7 @@ class Status(StatusCase):
 
     def test_HostDirectoryOfAnyNameIsShownEscaped(self):
         odd = os.path.join(self.directory, "a\x1b[31m\nb")
+        os.mkdir(odd)
         result = self.ask("status", "--root", odd)
         self.assertIn("a\\x1b[31m\\x0ab", result.text)
         self.assertNotIn("\x1b", result.text)

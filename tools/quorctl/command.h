@@ -37,6 +37,9 @@ class Command {
   // Adds the command's options and words to its part of the parser.
   virtual void Declare(CLI::App& verb) = 0;
 
+  // Whether it may make a host directory that is named and not there.
+  virtual bool MakesHost() const { return false; }
+
   // Does the work. Failures are raised.
   virtual ExitStatus Run(CommandOutput* output) = 0;
 };

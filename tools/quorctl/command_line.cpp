@@ -31,7 +31,7 @@ ExitStatus CommandLine::Run(const std::vector<std::string>& words, CommandOutput
     return ExitStatus::kDone;
   }
   if (!command) throw UsageError("no command is given");
-  globalOptions_.Apply();
+  globalOptions_.Apply(command->MakesHost());
   return command->Run(output);
 }
 

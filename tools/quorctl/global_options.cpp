@@ -3,6 +3,15 @@
 
 #include "global_options.h"
 
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <charconv>
+#include <cstdint>
+#include <cstdlib>
+#include <system_error>
+
+#include "catalogue/text/terminal_text.h"
 #include "exit_status.h"
 #include "platform/admin.h"
 
@@ -17,9 +26,34 @@ void GlobalOptions::Declare(CLI::App& parser) {
                           "print the version and exit");
 }
 
-void GlobalOptions::Apply() const {
+namespace {
+
+// The platform would go on with its own deadline.
+void ExpectLockTimeout() {
+  const char* const text = std::getenv("QUOR_LOCK_TIMEOUT_MS");
+  if (!text) return;
+  const std::string given = text;
+  std::uint32_t milliseconds = 0;
+  const auto [stop, error] = std::from_chars(text, text + given.size(), milliseconds);
+  if (error == std::errc() && stop == text + given.size()) return;
+  throw UsageError("QUOR_LOCK_TIMEOUT_MS is " + Quoted(given) + ", which is no number of " +
+                   "milliseconds");
+}
+
+}  // namespace
+
+void GlobalOptions::Apply(bool mayMakeHost) const {
+  ExpectLockTimeout();
   if (!root_.Given()) return;
   if (root_.Value().empty()) throw UsageError("--root: the name of the directory is empty");
+  struct stat status;
+  const bool missing = stat(root_.Value().c_str(), &status) != 0 && errno == ENOENT;
+  if (missing && !mayMakeHost) {
+    throw CommandError(ExitStatus::kNoHost,
+                       root_.Value() +
+                           ": there is no such host directory; \"quorctl apply "
+                           "--create\" makes one");
+  }
   HostPlatform::UseHostDirectory(root_.Value());
 }
 

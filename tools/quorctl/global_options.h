@@ -16,7 +16,7 @@ class GlobalOptions {
   void Declare(CLI::App& parser);
 
   // Points the process at the host directory that was given, if one was.
-  void Apply() const;
+  void Apply(bool mayMakeHost) const;
 
  private:
   Argument root_;

@@ -80,9 +80,12 @@ class ApplyCommand final : public Command {
     verb.add_flag("--policies-only", policiesOnly_, "leave the datastores as they are");
     verb.add_flag("--datastores-only", datastoresOnly_, "leave the policies as they are");
     verb.add_flag("--force", force_, "apply what is based on another catalogue too");
+    verb.add_flag("--create", create_, "make the directory of --root where it is not there");
     verb.add_flag("--resume", resume_, "end the change that was interrupted");
     options_.Declare(verb);
   }
+
+  bool MakesHost() const override { return create_; }
 
   ExitStatus Run(CommandOutput* output) override {
     if (resume_) return Resume(output);
@@ -151,6 +154,7 @@ class ApplyCommand final : public Command {
   bool policiesOnly_ = false;
   bool datastoresOnly_ = false;
   bool force_ = false;
+  bool create_ = false;
   bool resume_ = false;
   ChangeOptions options_;
 };

@@ -3,10 +3,12 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <system_error>
 #include <tuple>
 
+#include "catalogue/losses.h"
 #include "command_table.h"
 #include "history.h"
 #include "host_backend.h"
@@ -82,11 +84,33 @@ void AddFile(const StoredFile& state, LabelledLines* lines) {
   if (!state.problem.empty()) lines->Add("  problem:", state.problem);
 }
 
+// "16 policies and 20 datastores". Nobody waits long for what is told by the way.
+std::string CountsOfStore(bool configStore) {
+  constexpr std::uint32_t kLongestWait = 2000;  // milliseconds
+  const bool used = BackendSwitch().on;
+  const std::uint32_t timeout = HostPlatform::LockTimeout();
+  UseBackend(configStore);
+  HostPlatform::UseLockTimeout(std::min(timeout, kLongestWait));
+  std::string counts = "its records cannot be counted";
+  try {
+    const std::size_t policies = QuorLib::ListPolicyInfo().size();
+    counts = Counted(policies, "policy", "policies") + " and " +
+             Counted(QuorLib::ListDatastoreInfo().size(), "datastore", "datastores");
+  } catch (const Brisk::Lib::BriskException&) {
+    // Its problem is told, or it is locked.
+  }
+  HostPlatform::UseLockTimeout(timeout);
+  UseBackend(used);
+  return counts;
+}
+
 // What the store that is not in use holds: after a switch it would be the catalogue.
 void AddOtherFile(bool usesConfigStore, LabelledLines* lines) {
   const StoredFile other = StateOf(!usesConfigStore);
   std::string size = "nothing stored";
-  if (other.exists) size = std::to_string(other.size) + " bytes";
+  if (other.exists) {
+    size = std::to_string(other.size) + " bytes, " + CountsOfStore(!usesConfigStore);
+  }
   if (!other.problem.empty()) size = "cannot be read: " + other.problem;
   lines->Add("not in use:", other.path + " (" + size + ")");
 }

@@ -147,7 +147,7 @@ _quorctl_options() {
     blob) echo '--policy-id --policy-name --datastore --default-of --out --raw' ;;
     digest) echo '-o --output --expect' ;;
     watch) echo '--period --exec' ;;
-    apply) echo "--policies-only --datastores-only --force --resume $change" ;;
+    apply) echo "--policies-only --datastores-only --force --create --resume $change" ;;
     reset) echo "$change" ;;
     restore) echo "--last $change" ;;
     migrate) echo "--to $change" ;;
