@@ -34,6 +34,7 @@ constexpr Reason kReasons[] = {
     {"Unable to Decode string", QUOR_CORRUPT},
     {"does not fit the store's 4 GiB", QUOR_NO_SPACE},
     {"holds no value of 4 GiB", QUOR_NO_SPACE},
+    {"(RLIMIT_FSIZE)", QUOR_NO_SPACE},
     {"Unable to Encode string", QUOR_NO_MEMORY},
 };
 

@@ -24,6 +24,8 @@ HERE = os.path.dirname(os.path.abspath(__file__))
 GOLDEN = os.path.join(HERE, "golden")
 EXAMPLE = os.path.join(HERE, "..", "..", "examples", "catalogue.json")
 NEWEST = "1.1.0"  # the version that wrote what this one writes
+# The numbers in each history of what the configuration store and what the file held.
+HELD = {"1.0.0": ("1", "2"), "1.1.0": ("1", "3")}
 
 FEATURES, CONFIG_STORE, CONFIG_FILE = "features", "config-store.cdb", "host-config.json"
 DOCUMENT, DIGESTS, DOCUMENT_DIGESTS = "catalogue.json", "digests", "catalogue.digests"
@@ -63,7 +65,7 @@ def write_both_stores(host):
 
 
 def replace_both_stores(host):
-    """Number 1 of the history is kept from the configuration store, number 2 from the file."""
+    """What the configuration store and the file held is kept, and what replaced it."""
     call(host, QUORCTL, "apply", "--yes", EXAMPLE).check_returncode()
     set_switch(host, 0)
     call(host, QUORCTL, "reset", "--yes").check_returncode()
@@ -132,19 +134,19 @@ class Golden(unittest.TestCase):
             shutil.copytree(os.path.join(GOLDEN, version, HISTORY), os.path.join(host, HISTORY))
             listed = call(host, QUORCTL, "history", "--sort", "number", "-o", "json")
             names = kept_names(host)
-            self.assertEqual(len(names), 2)
+            self.assertGreaterEqual(len(names), 2)
             for name, entry in zip(names, json.loads(listed.stdout), strict=True):
                 time = re.sub(r"[-:]", "", entry["time"])
                 parts = [entry["number"], time, entry["reason"], entry["store"], entry["policies"],
                          entry["datastores"], entry["policyDigest"], entry["datastoreDigest"],
                          "json"]
-                self.assertEqual(".".join(map(str, parts)), name)
+                self.assertEqual(".".join("-" if part == "" else str(part) for part in parts), name)
 
     def test_the_history_of_every_version_is_restored(self):
         for version in self.versions:
             host = make_host(self.directory, version)
             shutil.copytree(os.path.join(GOLDEN, version, HISTORY), os.path.join(host, HISTORY))
-            for number, on in (("1", 1), ("2", 0)):
+            for number, on in zip(HELD[version], (1, 0)):
                 call(host, QUORCTL, "restore", "--yes", number).check_returncode()
                 set_switch(host, on)
                 self.assert_holds_the_catalogue(host, version)

@@ -378,10 +378,12 @@ Node* ParseDocument(std::unique_ptr<char[]> text, std::size_t size, const std::s
   return Parser(padded, path, store).Parse();
 }
 
-void PrepareParser() {
-  ondemand::parser parser;
-  const auto error = parser.allocate(0, 1);
-  static_cast<void>(error);  // of memory: it is asked for again at first use
+// The parsers themselves, and not only what they are made by: that is destroyed before the last
+// exit handlers run.
+void PrepareParser() try {
+  shared.parser = MakeParser();
+  shared.spare = MakeParser();
+} catch (const std::bad_alloc&) {  // asked for again at first use
 }
 
 }  // namespace ZynCtl::Config

@@ -28,7 +28,7 @@ inline constexpr std::size_t kTextPadding = 64;
 Node* ParseDocument(std::unique_ptr<char[]> text, std::size_t size, const std::string& path,
                     TreeStore* store);
 
-// Has the parser's library make what it makes on first use; called when the platform is loaded.
+// Makes the parsers, and what their library makes on first use; called when the platform is loaded.
 void PrepareParser();
 
 }  // namespace ZynCtl::Config
