@@ -41,7 +41,8 @@ PathWalk Walk(const std::string& path) {
       here.resize(here.empty() ? 0 : here.rfind('/'));
       continue;
     }
-    const std::string next = here + '/' + part;
+    std::string next = here;
+    next.append(1, '/').append(part);
     struct stat status;
     if (lstat(next.c_str(), &status) != 0) {
       walk.error = errno;
