@@ -70,6 +70,7 @@ void SnapshotBytes::Replace(std::string bytes) {
 }
 
 // A copy that stops at an unreadable page has copied what is before it.
+// NOLINTNEXTLINE(readability-non-const-parameter): the kernel writes there
 bool SnapshotBytes::CopyOut(std::uint64_t position, std::size_t size, char* to) const noexcept {
   const iovec into{to, size};
   const iovec from{static_cast<char*>(mapping_) + position, size};
