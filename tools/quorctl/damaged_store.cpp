@@ -34,9 +34,11 @@ void ForgetWhatWasRead() {
 }  // namespace
 
 std::string DamageOfTheStore() {
-  HostPlatform::StoredFile file = HostPlatform::GetConfigFileState();
-  if (BackendSwitch().on) file = HostPlatform::GetConfigStoreState();
-  return file.exists && access(file.path.c_str(), R_OK) == 0 ? file.problem : "";
+  const auto damageOf = [](const HostPlatform::StoredFile& file) {
+    return file.exists && access(file.path.c_str(), R_OK) == 0 ? file.problem : "";
+  };
+  return BackendSwitch().on ? damageOf(HostPlatform::GetConfigStoreState())
+                            : damageOf(HostPlatform::GetConfigFileState());
 }
 
 DamagedStore::DamagedStore(const std::string& path) {

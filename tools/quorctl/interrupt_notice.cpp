@@ -28,7 +28,7 @@ InterruptNotice::InterruptNotice() noexcept {
   line = isatty(STDERR_FILENO) == 1 ? kLineOnTerminal : kLine;
   struct sigaction action = {};
   action.sa_handler = TellThatNothingWasChanged;
-  action.sa_flags = SA_RESETHAND | SA_RESTART;
+  action.sa_flags = static_cast<int>(SA_RESETHAND | SA_RESTART);
   for (std::size_t i = 0; i < kSignals.size(); ++i) {
     sigaction(kSignals[i], nullptr, &original_[i]);
     if (original_[i].sa_handler == SIG_DFL) sigaction(kSignals[i], &action, nullptr);
