@@ -345,7 +345,7 @@ class DebianPackages(unittest.TestCase):
         with open(self.root.path + "/tmp/catalogue.json", "w", encoding="utf-8") as file:
             json.dump(catalogue, file)
         for store in ("file", "store"):
-            for command in (["switch", store], ["apply", "--yes", "/tmp/catalogue.json"]):
+            for command in (["switch", "--yes", store], ["apply", "--yes", "/tmp/catalogue.json"]):
                 result = self.quorctl(*command)
                 self.assertEqual(result.returncode, 0, result.stderr)
         host = os.path.join(self.root.path, HOST)

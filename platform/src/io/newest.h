@@ -78,7 +78,9 @@ class Newest {
     void Exchange(Pointer* other) {
       ForgetTheHalfChanged();
       isChanging_.store(true, std::memory_order_relaxed);
+#ifndef __SANITIZE_THREAD__  // which knows no fences
       std::atomic_thread_fence(std::memory_order_release);
+#endif
       version_.swap(*other);
       isChanging_.store(false, std::memory_order_release);
     }
