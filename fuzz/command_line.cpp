@@ -1,7 +1,8 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// Any words as command line of quorctl: it is understood or refused as a usage error. The commands
+// Any words as command line of quorctl: it is understood, or refused as a usage error or for a host
+// directory that is not there. The commands
 // declare their options as ever, but do nothing when they are run.
 #include <algorithm>
 #include <memory>
@@ -38,7 +39,7 @@ CommandTable MakeCommandTable() {
        {MakeStatusCommand, MakeListCommand, MakeGetCommand, MakeBlobCommand, MakeDigestCommand,
         MakeWatchCommand, MakeExportCommand, MakeDiffCommand, MakeCheckCommand, MakeApplyCommand,
         MakeResetCommand, MakeHistoryCommand, MakeRestoreCommand, MakeSwitchCommand,
-        MakeMigrateCommand, MakeHelpCommand}) {
+        MakeMigrateCommand, MakeMetricsCommand, MakeHelpCommand}) {
     table.push_back(std::make_unique<IdleCommand>(make()));
   }
   return table;
@@ -69,7 +70,10 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
     const Quorctl::ExitStatus status =
         commandLine.Run(Words({reinterpret_cast<const char*>(data), size}), &output);
     Fuzz::Expect(status == Quorctl::ExitStatus::kDone, "what is understood is done");
-  } catch (const Quorctl::UsageError&) {
+  } catch (const Quorctl::CommandError& error) {
+    Fuzz::Expect(error.status() == Quorctl::ExitStatus::kUsage ||
+                     error.status() == Quorctl::ExitStatus::kNoHost,
+                 "what is refused is no command line, or of no host directory");
     Fuzz::Expect(output.text.empty(), "nothing is shown for what is not understood");
   }
   return 0;
