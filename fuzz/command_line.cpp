@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: Apache-2.0
 
 // Any words as command line of quorctl: it is understood, or refused as a usage error or for a host
-// directory that is not there. The commands
-// declare their options as ever, but do nothing when they are run.
+// directory that is not there. The commands declare their options as ever, but do nothing when they
+// are run.
 #include <algorithm>
 #include <memory>
 #include <string>
