@@ -64,6 +64,19 @@ class Metrics(QuorctlCase):
             self.assertEqual(found[("quor_findings", ("severity", severity))], lines.count(severity))
         self.assertGreater(lines.count("warning"), 0)
 
+    def test_AnInterruptedChangeIsAFindingOfBoth(self):
+        self.put()
+        history = os.path.join(self.host, "history")
+        [name] = [name for name in os.listdir(history) if ".apply." in name]
+        parts = name.split(".")
+        self.apply(document([policy("Gold")]))
+        shutil.copy(os.path.join(history, name),
+                    os.path.join(history, ".".join(["99", *parts[1:]]) + ".pending"))
+        self.assertIn("was interrupted", self.run_quorctl("check").text)
+        lines = self.run_quorctl("check", "--fields", "severity", "--no-headings").text.split()
+        self.assertEqual(self.metrics()[("quor_findings", ("severity", "error"))],
+                         lines.count("error"))
+
     def test_TheHolderOfALockIsNamed(self):
         self.put()
         path = os.path.join(self.host, "config-store.lock")

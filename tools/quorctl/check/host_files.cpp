@@ -11,6 +11,7 @@
 #include <filesystem>
 #include <thread>
 
+#include "check/stored_content.h"
 #include "exit_status.h"
 #include "history.h"
 #include "host_backend.h"
@@ -127,6 +128,17 @@ void CheckHistory(Findings* findings) {
                            wrong ? "move it away" : "look why it cannot be read"});
     }
   }
+}
+
+void CheckFiles(Findings* findings) {
+  CheckModesAndOwners(findings);
+  CheckSwitches(findings);
+  CheckLocks(findings);
+  CheckFreeSpace(findings);
+  CheckConfigStore(findings);
+  CheckConfigFile(findings);
+  CheckInterrupted(findings);
+  CheckHistory(findings);
 }
 
 }  // namespace Quorctl

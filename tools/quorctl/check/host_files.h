@@ -26,6 +26,9 @@ void CheckHistory(Findings* findings);
 // Changes that did not come to their end.
 void CheckInterrupted(Findings* findings);
 
+// All of these, and the files of both stores.
+void CheckFiles(Findings* findings);
+
 }  // namespace Quorctl
 
 #endif  // TOOLS_QUORCTL_CHECK_HOST_FILES_H_

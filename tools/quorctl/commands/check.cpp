@@ -105,15 +105,8 @@ class CheckCommand final : public Command {
  private:
   static void FindAll(Findings* findings) {
     HostPlatform::UseLockTimeout(std::min(HostPlatform::LockTimeout(), kLongestWait));
-    CheckModesAndOwners(findings);
-    CheckSwitches(findings);
-    CheckLocks(findings);
-    CheckFreeSpace(findings);
-    CheckConfigStore(findings);
-    CheckConfigFile(findings);
+    CheckFiles(findings);
     CheckCatalogue(findings);
-    CheckInterrupted(findings);
-    CheckHistory(findings);
   }
 
   // Returns whether anything is wrong. The worst comes first.

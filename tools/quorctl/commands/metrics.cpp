@@ -167,7 +167,7 @@ class MetricsCommand final : public Command {
     UseBackend(configStore);
     MetricsText text;
     Findings findings;
-    FindInFiles(&findings);
+    CheckFiles(&findings);
     const bool readable = AddCatalogue(configStore, &text, &findings);
     text.Begin("quor_up", "", "1 when the catalogue can be read.");
     text.Add({}, readable ? 1 : 0);
@@ -176,17 +176,6 @@ class MetricsCommand final : public Command {
     AddLocks(&text);
     output->text += text.Text();
     return ExitStatus::kDone;
-  }
-
- private:
-  static void FindInFiles(Findings* findings) {
-    CheckModesAndOwners(findings);
-    CheckSwitches(findings);
-    CheckLocks(findings);
-    CheckFreeSpace(findings);
-    CheckConfigStore(findings);
-    CheckConfigFile(findings);
-    CheckHistory(findings);
   }
 };
 
