@@ -4,6 +4,7 @@
 // Each kind of failure, provoked in the real stores.
 #include <fcntl.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -99,15 +100,10 @@ TEST_P(FailuresInBoth, ADiskThatIsFullIsToldAsNoSpace) {
 }
 
 TEST_P(FailuresInBoth, AnotherReasonIsTheStoresOrTheFiles) {
-  RunInChild([&] {
-    // Nothing is mapped here yet: the file has to be opened.
-    ASSERT_EQ(rename(Path().c_str(), (Path() + ".old").c_str()), 0);
-    WriteFile(Path(), ReadFile(Path() + ".old"));
-    const rlimit none = {0, 0};
-    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
-    const std::string file = LookUp(GetParam() ? QUOR_STORE : QUOR_FILE).file;
-    EXPECT_EQ(file, GetParam() ? Path() : LockPath());  // what is opened first
-  });
+  const std::string first = GetParam() ? Path() : LockPath();  // what is opened first
+  ASSERT_EQ(remove(first.c_str()), 0);
+  ASSERT_EQ(mknod(first.c_str(), S_IFSOCK | 0600, 0), 0);  // ENXIO
+  EXPECT_EQ(LookUp(GetParam() ? QUOR_STORE : QUOR_FILE).file, first);
 }
 
 TEST_F(Failures, ABlobThatIsNoBase64IsDamage) {

@@ -13,7 +13,6 @@ from quorctl_case import (ABSENT, DONE, NO, TIMEOUT, USAGE, QuorctlCase, datasto
                           policy)
 
 POLL_DEFAULTS = os.environ["QUOR_POLL_DEFAULTS"]
-COUNT_CALLS = os.environ["QUOR_COUNT_CALLS"]
 APPLIES = int(os.environ.get("QUOR_APPLIES", "20"))
 URLS = [f"ds:///{i}/" for i in range(5)]
 
@@ -106,21 +105,6 @@ class Killed(QuorctlCase):
 
     def test_ResumeTakesNoDocument(self):
         self.refuse(USAGE, "apply", "--resume", "-", message="--resume goes without a FILE")
-
-
-class ReadOnce(QuorctlCase):
-    def test_ApplyOfBothKindsListsEachTwice(self):
-        for store in ("store", "file"):
-            self.ask("switch", "--yes", store)
-            self.apply(generation("A"))
-            path = self.write("b.json", json.dumps(generation("B")))
-            counts = os.path.join(self.directory, "counts")
-            self.ask("apply", "--yes", path,
-                     environment={"LD_PRELOAD": COUNT_CALLS, "QUOR_CALL_COUNTS": counts})
-            with open(counts, encoding="utf-8") as file:
-                listings, digests = map(int, file.read().split())
-            self.assertEqual((listings, digests), (4, 0))
-            self.assertEqual(self.listed_document(), generation("B"))
 
 
 if __name__ == "__main__":
