@@ -3,6 +3,7 @@
 
 #include "changes/watches.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/inotify.h>
 
@@ -40,10 +41,13 @@ std::string Problem(const std::string& path, int error) {
 
 }  // namespace
 
+bool Events::MovedAny() const {
+  return std::find(moved.begin(), moved.end(), true) != moved.end();
+}
+
 bool Events::Any() const {
-  const auto set = [](bool one) { return one; };
-  return structure || lost || std::any_of(moved.begin(), moved.end(), set) ||
-         std::any_of(edited.begin(), edited.end(), set);
+  return structure || lost || MovedAny() ||
+         std::find(edited.begin(), edited.end(), true) != edited.end();
 }
 
 std::string Watches::Arm() {
@@ -135,6 +139,15 @@ bool Watches::AddFiles(std::string* problem) {
   return true;
 }
 
+// Returns when no rename in the directory is half told: its events come one by one, the last ones for
+// the file itself, and until then the kernel holds a lock that reading the directory takes, too.
+void Watches::AwaitRename() const {
+  DIR* const directory = opendir(directory_.c_str());
+  if (directory == nullptr) return;
+  readdir(directory);
+  closedir(directory);
+}
+
 // Watches the file that has the name now. The watch on the one before goes first: the end of a
 // replaced file, whenever its last reader goes, must wake nobody.
 void Watches::Follow(Place place) {
@@ -157,6 +170,7 @@ Events Watches::Drain() {
     bool any = false;
     Read(&events, &any);
     if (!any) break;
+    if (events.MovedAny()) AwaitRename();  // so that its last events wake nobody once more
     for (const Place place : kPlaces) {
       if (events.moved[place] || events.edited[place]) Follow(place);
       all.moved[place] |= events.moved[place];

@@ -29,6 +29,7 @@ struct Events {
   bool structure = false;                        // something on the path is another one
   bool lost = false;                             // there were more than the system keeps
 
+  bool MovedAny() const;
   bool Any() const;
 };
 
@@ -56,6 +57,7 @@ class Watches {
   bool Add(const std::string& path, std::uint32_t mask, Watched watched, std::string* problem);
   bool AddPath(const PathWalk& walk, std::string* problem);
   bool AddFiles(std::string* problem);
+  void AwaitRename() const;
   void Follow(Place place);
   void Read(Events* events, bool* any);
   void Take(int number, std::uint32_t mask, const char* name, Events* events) const;
