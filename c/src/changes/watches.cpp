@@ -139,8 +139,9 @@ bool Watches::AddFiles(std::string* problem) {
   return true;
 }
 
-// Returns when no rename in the directory is half told: its events come one by one, the last ones for
-// the file itself, and until then the kernel holds a lock that reading the directory takes, too.
+// Returns when no rename in the directory is half told: its events come one by one, the last ones
+// for the file itself, and until then the kernel holds a lock that reading the directory takes,
+// too.
 void Watches::AwaitRename() const {
   DIR* const directory = opendir(directory_.c_str());
   if (directory == nullptr) return;
