@@ -21,6 +21,9 @@ struct Stamp {
   std::int64_t modified = 0;  // nanoseconds since the epoch
 
   bool operator==(const Stamp&) const = default;
+  bool IsSameFile(const Stamp& other) const {
+    return device == other.device && inode == other.inode;
+  }
 };
 
 // Follows symbolic links.

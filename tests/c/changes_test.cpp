@@ -89,6 +89,21 @@ TEST_F(Changes, ASwitchIsNoticedInPlaceAndAnew) {
   EXPECT_EQ(changes.Read(), QUOR_CHANGED_SWITCH);
 }
 
+TEST_F(Changes, SwitchesThatAreReplacedAreToldUntilLibquorObeysThem) {
+  HostPlatform::UseHostDirectory(PathOf(""));
+  HostPlatform::SetFeature(kStoreSwitch, true);
+  std::string switches = ReadFile(PathOf("features"));
+  switches[kStoreSwitch] = 0;
+  const Noticed changes;
+  changes.Digests();
+  ReplaceFile(PathOf("features"), switches);
+  unsigned which = 0;
+  while (changes.Waits(1500)) {
+    if (changes.Read() != 0) which |= changes.Digests();
+  }
+  EXPECT_EQ(which, QUOR_DIFFERENT_POLICIES | QUOR_DIFFERENT_DATASTORES);
+}
+
 TEST_F(Changes, AFileThatIsWrittenOverInPlaceIsNoticedToItsLastByte) {
   const Noticed changes;
   const std::string bytes = ReadFile(PathOf("config-store.cdb"));

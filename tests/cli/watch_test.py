@@ -4,6 +4,7 @@
 import os
 import re
 import select
+import shutil
 import signal
 import subprocess
 import time
@@ -12,9 +13,8 @@ import unittest
 from quorctl_case import (DONE, STORE, TIMEOUT, USAGE, QuorctlCase, datastore, document, policy)
 
 LINE = re.compile(r"\A\d{4}-\d\d-\d\dT\d\d:\d\d:\d\dZ ([a-z,]+) ([0-9a-f]*:[0-9a-f]*)\n\Z")
-PERIOD = "0.05"
-# The number of the system call in which a process waits for signals.
-RT_SIGTIMEDWAIT = {"x86_64": "128"}.get(os.uname().machine, "137")
+# The number of the system call in which the watch waits: poll(), or ppoll() where there is no other.
+POLL = {"x86_64": "7"}.get(os.uname().machine, "73")
 
 
 def standard_signals(line):
@@ -28,9 +28,10 @@ class WatchCase(QuorctlCase):
         super().setUp()
         self.apply(document([policy("A")], [datastore("u")]))
 
-    def watch(self, *options, period=PERIOD, **popen_options):
-        process = self.start("watch", "--period", period, *options, **popen_options)
+    def watch(self, *options, **popen_options):
+        return self.followed(self.start("watch", *options, **popen_options))
 
+    def followed(self, process):
         def end():
             if process.poll() is None:
                 process.kill()
@@ -52,11 +53,11 @@ class WatchCase(QuorctlCase):
         return line.decode()
 
     def wait_until_asleep(self, process):
-        """Until it has read the catalogue for the first time: it then waits for signals."""
+        """Until it has read the catalogue for the first time: it then waits for changes."""
         end = time.monotonic() + TIMEOUT
         while time.monotonic() < end:
             with open(f"/proc/{process.pid}/syscall") as file:
-                if file.read().split()[0] == RT_SIGTIMEDWAIT:
+                if file.read().split()[0] == POLL:
                     return
             time.sleep(0.005)
         self.fail("it never waits")
@@ -100,7 +101,7 @@ class Watch(WatchCase):
             seen.update(LINE.match(line).group(1).split(","))
 
     def test_BothDigestsThatChangeBetweenTwoLooksAreOneLine(self):
-        process = self.watch(period="1")
+        process = self.watch()
         self.wait_until_asleep(process)
         process.send_signal(signal.SIGSTOP)
         self.apply(document([policy("C")], [datastore("w")]))
@@ -135,8 +136,8 @@ class Watch(WatchCase):
 
     def test_BothSignalsEndItWithStatusZero(self):
         for number in (signal.SIGINT, signal.SIGTERM):
-            for period in (PERIOD, "3600"):
-                process = self.watch(period=period)
+            for period in ((), ("--period", "0.05"), ("--period", "86400")):
+                process = self.watch(*period)
                 self.wait_until_asleep(process)
                 self.expect_end(process, by=number)
 
@@ -149,19 +150,85 @@ class Watch(WatchCase):
         self.expect_change(process, "policies")
         self.expect_end(process, by=signal.SIGTERM)
 
-    def test_WaitingTakesNoTime(self):
+    def test_NothingIsDoneWhileNothingChanges(self):
         process = self.watch()
         self.wait_until_asleep(process)
-        before = self.ticks(process)
-        time.sleep(1)  # twenty periods
-        spent = (self.ticks(process) - before) / os.sysconf("SC_CLK_TCK")
-        self.assertLess(spent, 0.25)
+        before = self.work(process)
+        time.sleep(2)
+        self.assertEqual(self.work(process), before)
         self.expect_end(process, by=signal.SIGINT)
 
-    def ticks(self, process):
-        with open(f"/proc/{process.pid}/stat") as file:
-            fields = file.read().rsplit(")", 1)[1].split()
-        return int(fields[11]) + int(fields[12])
+    def work(self, process):
+        """How often it slept, and for how many nanoseconds it had a processor."""
+        with open(f"/proc/{process.pid}/schedstat") as file:
+            nanoseconds = file.read().split()[0]
+        with open(f"/proc/{process.pid}/status") as file:
+            return re.findall(r"^voluntary_ctxt_switches:\s*(\d+)", file.read(), re.M), nanoseconds
+
+    def test_PeriodAsksWithoutANotice(self):
+        process = self.watch("--period", "0.05")
+        self.wait_until_asleep(process)
+        before = self.work(process)
+        time.sleep(0.5)
+        self.assertNotEqual(self.work(process), before)
+        self.apply(document([policy("B")], [datastore("u")]))
+        self.expect_change(process, "policies")
+        self.expect_end(process, by=signal.SIGINT)
+
+    def test_SwitchesThatAreReplacedAreObeyed(self):
+        self.ask("switch", "--yes", "file")
+        self.ask("switch", "--yes", "store")
+        switches = os.path.join(self.host, "features")
+        with open(switches, "rb") as file:
+            content = bytearray(file.read())
+        content[62] = 0
+        process = self.watch()
+        self.wait_until_asleep(process)
+        self.replace_at_once(switches, bytes(content))
+        self.expect_both(process)
+        self.expect_end(process, by=signal.SIGTERM)
+
+    def test_HostDirectoryThatIsSwappedIsAChange(self):
+        kept = os.path.join(self.directory, "kept")
+        shutil.copytree(self.host, kept)
+        self.apply(document([policy("B")], [datastore("v")]))
+        process = self.watch()
+        self.wait_until_asleep(process)
+        os.rename(self.host, self.host + ".old")
+        os.rename(kept, self.host)
+        # Whoever looks between the two moves finds no directory.
+        self.expect_both(process)
+        process.send_signal(signal.SIGINT)
+        output, errors = process.communicate(timeout=TIMEOUT)
+        self.assertEqual((process.returncode, output), (DONE, b""))
+        self.assertRegex(errors.decode(), r"\A(quorctl: .*; watching on\n"
+                                          r"quorctl: the catalogue can be read again\n)?\Z")
+
+    def test_BackupThatIsMovedIntoPlaceIsAChange(self):
+        path = self.snapshot_path()
+        backup = shutil.copy2(path, os.path.join(self.directory, "backup"))
+        self.apply(document([policy("B")], [datastore("v")]))
+        process = self.watch()
+        self.wait_until_asleep(process)
+        os.rename(backup, path)
+        self.expect_both(process)
+        self.expect_end(process, by=signal.SIGINT)
+
+    def test_MissingNoticesAreToldAndATimerIsUsed(self):
+        script = 'echo 0 >/proc/sys/user/max_inotify_instances && exec "$0" watch'
+        command = ["unshare", "--user", "--map-root-user", "sh", "-c", script, self.program]
+        process = self.followed(subprocess.Popen(command, env=self.environment(),
+                                                 stdout=subprocess.PIPE, stderr=subprocess.PIPE))
+        message = self.read_line(process.stderr)
+        if "unshare" in message or "max_inotify" in message:
+            print(f"\nleft out: {self.id()}: needs a user namespace", flush=True)
+            self.skipTest("needs a user namespace")
+        self.assertRegex(message, r"\Aquorctl: inotify: .*\(fs\.inotify\.max_user_instances\); "
+                                  r"looking at the files once a second\n\Z")
+        self.wait_until_asleep(process)
+        self.apply(document([policy("B")], [datastore("u")]))
+        self.expect_change(process, "policies")
+        self.expect_end(process, by=signal.SIGINT)
 
     def test_StoreThatCannotBeReadIsReportedOnceAndWatchedOn(self):
         path = self.snapshot_path()

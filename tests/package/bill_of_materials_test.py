@@ -25,10 +25,12 @@ HEADERS = {
 LIBRARIES = {
     "libmd": r"libmd\.so\.\d+", "simdjson": r"libsimdjson\.so\.\d+",
     "gcc": r"(libstdc\+\+|libgcc_s)\.so\.\d+", "glibc": r"(libc|libm|ld-linux.*)\.so\.\d+",
-    "libquor.so.1": r"libquor\.so\.1", "libquor-platform.so.1": r"libquor-platform\.so\.1",
+    "libquor.so.1": r"libquor\.so\.1", "libquorc.so.1": r"libquorc\.so\.1",
+    "libquor-platform.so.1": r"libquor-platform\.so\.1",
 }
 BUILT = {
     "libquor.so.1": ("lib/libquor.so.1", "src/CMakeFiles/quor_objects.dir/"),
+    "libquorc.so.1": ("lib/libquorc.so.1", "c/CMakeFiles/quorc.dir/"),
     "libquor-platform.so.1": ("lib/libquor-platform.so.1",
                               "platform/CMakeFiles/quor_platform_objects.dir/"),
     "quorctl": ("bin/quorctl", "tools/quorctl/CMakeFiles/quorctl.dir/"),

@@ -3,8 +3,14 @@
 
 #include "stop_signals.h"
 
+#include <poll.h>
+#include <sys/signalfd.h>
 #include <sys/wait.h>
-#include <time.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <system_error>
 
 namespace Quorctl {
 namespace {
@@ -21,36 +27,50 @@ bool IsStop(int signal) {
 }  // namespace
 
 StopSignals::StopSignals() {
-  // An ignored SIGCHLD would let children vanish unnoticed.
-  struct sigaction childAction = {};
-  childAction.sa_handler = SIG_DFL;
-  sigaction(SIGCHLD, &childAction, &originalChildAction_);
   sigemptyset(&waitedFor_);
   sigaddset(&waitedFor_, SIGCHLD);
   for (const int signal : {SIGINT, SIGTERM}) {
     if (!IsIgnored(signal)) sigaddset(&waitedFor_, signal);
   }
+  descriptor_ = signalfd(-1, &waitedFor_, SFD_CLOEXEC);
+  if (descriptor_ == -1) {
+    throw std::system_error(errno, std::generic_category(), "cannot wait for signals");
+  }
+  // An ignored SIGCHLD would let children vanish unnoticed.
+  struct sigaction childAction = {};
+  childAction.sa_handler = SIG_DFL;
+  sigaction(SIGCHLD, &childAction, &originalChildAction_);
   sigprocmask(SIG_BLOCK, &waitedFor_, &originalMask_);
 }
 
 StopSignals::~StopSignals() {
-  // A second one that came meanwhile is not to end the process after all.
-  const timespec noTime = {0, 0};
-  while (sigtimedwait(&waitedFor_, nullptr, &noTime) > 0) {
-  }
+  TakeStop();  // a second one that came meanwhile is not to end the process after all
   sigprocmask(SIG_SETMASK, &originalMask_, nullptr);
   sigaction(SIGCHLD, &originalChildAction_, nullptr);
+  close(descriptor_);
 }
 
-bool StopSignals::WaitFor(std::chrono::milliseconds period) {
-  const auto end = std::chrono::steady_clock::now() + period;
+// Takes all that have come; whether one of them was to stop.
+bool StopSignals::TakeStop() const {
+  const timespec noTime = {0, 0};
+  bool stopped = false;
+  int signal = 0;
+  while ((signal = sigtimedwait(&waitedFor_, nullptr, &noTime)) > 0) {
+    stopped |= IsStop(signal);
+  }
+  return stopped;
+}
+
+bool StopSignals::WaitFor(int descriptor, std::chrono::steady_clock::time_point end) {
+  constexpr std::chrono::milliseconds kLongest = std::chrono::hours(24);  // fits an int
   for (;;) {
-    const auto left = std::chrono::duration_cast<std::chrono::nanoseconds>(
-        end - std::chrono::steady_clock::now());
-    if (left.count() <= 0) return false;
-    const timespec timeout = {static_cast<time_t>(left.count() / 1'000'000'000),
-                              static_cast<long>(left.count() % 1'000'000'000)};
-    if (IsStop(sigtimedwait(&waitedFor_, nullptr, &timeout))) return true;
+    const auto left = end - std::chrono::steady_clock::now();
+    const auto timeout = std::clamp(std::chrono::ceil<std::chrono::milliseconds>(left),
+                                    std::chrono::milliseconds(0), kLongest);
+    pollfd waitedFor[] = {{descriptor_, POLLIN, 0}, {descriptor, POLLIN, 0}};
+    poll(waitedFor, 2, static_cast<int>(timeout.count()));
+    if (TakeStop()) return true;
+    if (waitedFor[1].revents != 0 || std::chrono::steady_clock::now() >= end) return false;
   }
 }
 

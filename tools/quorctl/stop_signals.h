@@ -16,13 +16,14 @@ namespace Quorctl {
 // needs no handler. Those that the process was started to ignore stay ignored.
 class StopSignals {
  public:
-  StopSignals();
+  StopSignals();  // raises std::system_error when the system has no descriptor left
   StopSignals(const StopSignals&) = delete;
   StopSignals& operator=(const StopSignals&) = delete;
   ~StopSignals();
 
-  // Sleeps for the period. True, at once, when one of the signals has come.
-  bool WaitFor(std::chrono::milliseconds period);
+  // Sleeps until the descriptor is readable or the time has come. True, at once, when one of the
+  // signals has come.
+  bool WaitFor(int descriptor, std::chrono::steady_clock::time_point end);
 
   // Waits for the end of a child and puts its wait status in `status`. True when one of the signals
   // came meanwhile; it is passed on to the child, whose end is waited for all the same.
@@ -32,9 +33,12 @@ class StopSignals {
   const sigset_t& OriginalMask() const { return originalMask_; }
 
  private:
+  bool TakeStop() const;
+
   sigset_t waitedFor_;
   sigset_t originalMask_;
   struct sigaction originalChildAction_;
+  int descriptor_;  // readable while one waits
 };
 
 }  // namespace Quorctl

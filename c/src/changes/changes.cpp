@@ -23,6 +23,10 @@ namespace {
 
 constexpr time_t kPeriod = 1;  // seconds
 
+// libquor looks for another file of switches every tenth of a second, and obeys it from the next
+// call on: a caller that looks at each of these wake-ups has seen it.
+constexpr int kLooksAtSwitches = 2;
+
 // Other hosts change these without a notice to this one.
 const char* NameOfSharedFileSystem(const std::string& path) {
   struct Kind {
@@ -66,8 +70,9 @@ struct quor_changes {
   QuorC::HostStamp stamp;
   bool watched = false;  // inotify is in the epoll instance
   bool timerRuns = false;
-  bool settling = false;  // the timer runs until nothing changes by hand any more
-  unsigned unsure = 0;    // of a young stamp: may have changed again without a trace
+  bool settling = false;    // the timer runs until nothing changes by hand any more
+  int looksAtSwitches = 0;  // that are still to be asked for
+  unsigned unsure = 0;      // of a young stamp: may have changed again without a trace
   bool hasDigests = false;
   std::pair<std::string, std::string> digests;
 };
@@ -156,13 +161,20 @@ unsigned quor_changes::Read() {
     changed |= QUOR_CHANGED_LOST | QUOR_CHANGED_STORE | QUOR_CHANGED_FILE | QUOR_CHANGED_SWITCH;
   }
   if (events.structure || events.lost || (expired && !fallback.empty())) Arm();
+  const QuorC::Stamp switches = stamp.places[QuorC::kSwitches];
   const unsigned seen = Compare();
+  if (!stamp.places[QuorC::kSwitches].IsSameFile(switches)) {
+    looksAtSwitches = QuorC::kLooksAtSwitches;
+  } else if (expired && looksAtSwitches > 0) {
+    --looksAtSwitches;
+    changed |= QUOR_CHANGED_SWITCH;
+  }
   if (expired) changed |= std::exchange(unsure, 0);
   if (timerRuns && QuorC::IsYoung(stamp)) unsure |= seen;
   // What is changed by hand is mostly not done with the first change: a restored backup comes file
   // by file, and a directory is swapped before it is filled.
   const bool done = expired && (changed | seen | unsure) == 0;
-  settling = byHand || (settling && !done);
+  settling = byHand || looksAtSwitches > 0 || (settling && !done);
   RunTimer(settling || !fallback.empty());
   return changed | seen;
 }

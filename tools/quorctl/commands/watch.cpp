@@ -10,6 +10,7 @@
 #include <chrono>
 #include <cmath>
 #include <ctime>
+#include <memory>
 #include <optional>
 #include <system_error>
 #include <utility>
@@ -18,6 +19,7 @@
 #include "catalogue/text/terminal_text.h"
 #include "command_table.h"
 #include "platform/admin.h"
+#include "quor/quor.h"
 #include "quor/quor_lib.h"
 #include "standard_streams.h"
 #include "stop_signals.h"
@@ -26,12 +28,14 @@
 namespace Quorctl {
 
 using std::chrono::milliseconds;
+using std::chrono::steady_clock;
 
 namespace {
 
 using Digests = std::pair<std::string, std::string>;
 
-constexpr milliseconds kUsualPeriod(2000);
+constexpr milliseconds kNever(0);
+constexpr milliseconds kRetryPeriod(2000);  // while the catalogue cannot be read
 constexpr double kShortestSeconds = 0.05;
 constexpr double kLongestSeconds = 86400;
 // A writer that holds the lock longer is reported, and watched on.
@@ -47,6 +51,36 @@ milliseconds PeriodOf(const std::string& text) {
   }
   return milliseconds(std::lround(seconds * 1000));
 }
+
+// What libquorc notices of the host directory.
+class Changes {
+ public:
+  explicit Changes(const std::string& directory) {
+    quor_changes* opened = nullptr;
+    quor_error* error = nullptr;
+    Check(quor_changes_open(directory.c_str(), &opened, &error), error);
+    changes_.reset(opened);
+  }
+
+  int Descriptor() const { return quor_changes_descriptor(changes_.get()); }
+  std::string Fallback() const { return quor_changes_fallback(changes_.get()); }
+
+  // Whether the catalogue may be another one than the last time.
+  bool Take() {
+    unsigned changed = 0;
+    quor_error* error = nullptr;
+    Check(quor_changes_read(changes_.get(), &changed, &error), error);
+    return changed != 0;
+  }
+
+ private:
+  static void Check(quor_status status, quor_error* error) {
+    const std::unique_ptr<quor_error, void (*)(quor_error*)> held(error, quor_error_free);
+    if (status != QUOR_OK) throw CommandError(ExitStatus::kStore, quor_error_message(error));
+  }
+
+  std::unique_ptr<quor_changes, void (*)(quor_changes*)> changes_{nullptr, quor_changes_close};
+};
 
 std::string TimeNow() {
   const std::string compact = CompactUtcTime(std::time(nullptr));
@@ -89,11 +123,14 @@ class WatchCommand final : public Command {
         "watch",
         {"[--period SECONDS] [--exec CMD]"},
         "print a line whenever the catalogue changes",
-        "Asks for the two digests, again after each period, and whenever they are others\n"
-        "than before prints the time, which of them changed (policies, datastores or\n"
+        "Waits until the host's files change, and asks for the two digests. Whenever they are\n"
+        "others than before it prints the time, which of them changed (policies, datastores or\n"
         "policies,datastores), and both digests as \"quorctl digest --expect\" takes them.\n"
-        "What is changed and changed back within one period goes unnoticed, and so do the few\n"
+        "What is changed and changed back before it looks goes unnoticed, and so do the few\n"
         "changes that leave the digests as they are: see \"quorctl help digest\".\n"
+        "\n"
+        "Where the system cannot notify it says so on standard error, once, and looks at the\n"
+        "files once a second.\n"
         "\n"
         "With --exec the shell runs CMD after each such line; it finds what changed in\n"
         "QUORCTL_CHANGED and the digests in QUORCTL_DIGESTS. Its end is waited for.\n"
@@ -105,15 +142,16 @@ class WatchCommand final : public Command {
   }
 
   void Declare(CLI::App& verb) override {
-    period_.Declare(verb, "--period", "SECONDS", "how long to wait before asking again; 2 without");
+    period_.Declare(verb, "--period", "SECONDS", "ask also when no file has changed for so long");
     script_.Declare(verb, "--exec", "CMD", "run this by the shell after each change");
   }
 
   ExitStatus Run(CommandOutput* /*output*/) override {
-    const milliseconds period = period_.Given() ? PeriodOf(period_.Value()) : kUsualPeriod;
+    const milliseconds period = period_.Given() ? PeriodOf(period_.Value()) : kNever;
     if (script_.Given() && script_.Value().empty()) throw UsageError("--exec: CMD is empty");
     HostPlatform::UseLockTimeout(std::min(HostPlatform::LockTimeout(), kLongestLockWait));
     StopSignals signals;
+    Changes changes(HostPlatform::HostDirectory());
     std::optional<Digests> known;
     do {
       const std::optional<Digests> now = AskForDigests();
@@ -121,7 +159,7 @@ class WatchCommand final : public Command {
         if (Report(*known, *now, &signals)) return ExitStatus::kDone;
       }
       if (now) known = now;
-    } while (!signals.WaitFor(period));
+    } while (!AwaitChange(problem_.empty() ? period : kRetryPeriod, &changes, &signals));
     return ExitStatus::kDone;
   }
 
@@ -139,6 +177,26 @@ class WatchCommand final : public Command {
       problem_ = failure.message;
       return std::nullopt;
     }
+  }
+
+  // Until the catalogue may have changed, or the period is over. True when the watch was told to
+  // stop.
+  bool AwaitChange(milliseconds period, Changes* changes, StopSignals* signals) {
+    const auto now = steady_clock::now();
+    const auto end = period == kNever ? steady_clock::time_point::max() : now + period;
+    do {
+      TellFallback(changes->Fallback());
+      if (signals->WaitFor(changes->Descriptor(), end)) return true;
+    } while (!changes->Take() && steady_clock::now() < end);
+    TellFallback(changes->Fallback());
+    return false;
+  }
+
+  void TellFallback(const std::string& fallback) {
+    if (fallback == fallback_) return;
+    WriteErrorLine(fallback.empty() ? "changes are notified again"
+                                    : fallback + "; looking at the files once a second");
+    fallback_ = fallback;
   }
 
   // True when the watch was told to stop meanwhile.
@@ -162,7 +220,8 @@ class WatchCommand final : public Command {
 
   Argument period_;
   Argument script_;
-  std::string problem_;  // reported already; empty while the catalogue can be read
+  std::string fallback_;  // reported already
+  std::string problem_;   // reported already; empty while the catalogue can be read
 };
 
 }  // namespace
