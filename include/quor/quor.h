@@ -44,6 +44,7 @@
 #include <stddef.h>
 #include <stdint.h>
 
+/* NOLINTBEGIN(modernize-use-using): C has typedef alone. */
 #ifdef __cplusplus
 extern "C" {
 #endif
@@ -280,5 +281,6 @@ QUOR_C_API quor_status quor_changes_digests(quor_changes* changes, unsigned* whi
 #ifdef __cplusplus
 }
 #endif
+/* NOLINTEND(modernize-use-using) */
 
 #endif /* QUOR_QUOR_H_ */

@@ -31,7 +31,7 @@ STANDARD_HEADERS = CXX11_HEADERS | C_HEADERS | set("""
     string_view syncstream variant version""".split())
 
 # What the descriptor of changes asks of the system.
-SYSTEM_HEADERS = {"fcntl.h", "sys/epoll.h", "sys/inotify.h", "sys/stat.h", "sys/timerfd.h",
+SYSTEM_HEADERS = {"dirent.h", "fcntl.h", "sys/epoll.h", "sys/inotify.h", "sys/stat.h", "sys/timerfd.h",
                   "sys/vfs.h", "unistd.h"}
 
 PLATFORM_HEADERS = "platform/include"
