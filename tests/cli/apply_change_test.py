@@ -193,6 +193,14 @@ class Confirmation(ApplyChange):
         self.assertEqual(terminal.finish().status, NOT_CONFIRMED)
         self.assertEqual(len(self.listed("policies")), 4)
 
+    def test_DocumentFromAPipeIsConfirmedAtTheTerminal(self):
+        for answer, status in (("n\n", NOT_CONFIRMED), ("y\n", DONE)):
+            terminal = Terminal(self, "apply", "-", given=json.dumps(document()).encode())
+            terminal.wait_for("[y/N] ")
+            terminal.type(answer)
+            self.assertEqual(terminal.finish().status, status)
+        self.assertEqual(self.listed_document(), document())
+
     def test_DocumentThatIsTypedCannotBeConfirmedByTyping(self):
         terminal = Terminal(self, "apply", "-")
         terminal.type(json.dumps(document()) + "\n\x04")

@@ -108,10 +108,50 @@ class Shown(QuorctlCase):
         terminal.wait_for("[y/N] ")
         shown = terminal.shown.decode().splitlines()
         self.assertLessEqual(len(shown), 24)
-        self.assertIn("... and 81 more; with --dry-run and into a pager all are shown", shown)
+        self.assertIn('... and 81 more; add "--dry-run | less" to see them all', shown)
         terminal.type("n\n")
         self.assertEqual(terminal.finish().status, NOT_CONFIRMED)
         self.assertEqual(self.ask("apply", "--dry-run", empty).text.count("deleted "), 100)
+
+
+class NewProblems(QuorctlCase):
+    """What "check" would find afterwards is told with the change that makes it."""
+
+    def warnings(self, content, *options):
+        text = self.ask("apply", "--yes", *options, "-", given=json.dumps(content).encode()).text
+        return [line for line in text.splitlines() if line.startswith("warning: ")]
+
+    def test_DefaultsThatLeadNowhereAndRepeatedIdentifiers(self):
+        sound = document([policy("A"), policy("B")], [datastore("ds:///a/", defaultPolicy="id-A"),
+                                                      datastore("ds:///b/", defaultPolicy="id-A")])
+        broken = document([policy("A", id="same"), policy("B", id="same", blobs=[])],
+                          [datastore("ds:///a/", defaultPolicy="none"),
+                           datastore("ds:///b/", defaultPolicy="same", namespace="VOLB")])
+        expected = [
+            'warning: policy identifier "same": 2 policies have it, and only the first is found by '
+            "it; the digest depends on the order of the records",
+            'warning: datastore "ds:///a/": its default policy "none" does not exist',
+            'warning: datastore "ds:///b/": its default policy "same" has no blob for the '
+            'datastore\'s namespace "VOLB"']
+        for store in ("store", "file"):
+            self.ask("switch", "--yes", store)
+            self.assertEqual(self.warnings(sound), [])
+            self.assertEqual(self.warnings(broken, "--dry-run"), expected)
+            self.assertEqual(self.warnings(broken), expected)
+            found = json.loads(self.run_quorctl("check", "-o", "json").text)
+            self.assertEqual([f"warning: {f['subject']}: {f['problem']}" for f in found], expected)
+            again = document([*broken["policies"], policy("C")], broken["datastores"])
+            self.assertEqual(self.warnings(again), [])  # told before
+
+    def test_PoliciesAloneCanLeaveDefaultsBehind(self):
+        self.apply(document([policy("A")], [datastore("ds:///a/", defaultPolicy="id-A")]))
+        self.assertEqual(self.warnings(document(), "--policies-only"),
+                         ['warning: datastore "ds:///a/": its default policy "id-A" does not exist'])
+
+    def test_ManyAreCounted(self):
+        found = self.warnings(document([], [datastore(f"ds:///{i}/") for i in range(9)]))
+        self.assertEqual(len(found), 6)
+        self.assertEqual(found[5], 'warning: and 4 more problems, which "quorctl check" will name')
 
 
 if __name__ == "__main__":

@@ -67,7 +67,8 @@ class CompletionCase:
                                  line.rsplit(" ", maxsplit=1)[-1])
 
     def test_ChoicesAreThoseOfTheProgram(self):
-        self.expect_offer("quorctl list policies -o ", ["table", "wide", "json", "jsonl", "csv"])
+        self.expect_offer("quorctl list policies -o ", ["table", "wide", "json", "jsonl", "csv",
+                                                          "csv-raw"])
         self.expect_offer("quorctl digest --output ", ["table", "json"])
         self.expect_offer("quorctl list ", ["policies", "datastores"])
         self.expect_offer("quorctl get ", ["policy", "datastore"])

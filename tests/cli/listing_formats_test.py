@@ -63,7 +63,7 @@ class Formats(QuorctlCase):
         self.assertEqual(self.parse_json_lines(output("jsonl")), expected)
         for record in self.parse_json(output("json")):
             self.assertEqual(list(record), fields)
-        rows = self.parse_csv(output("csv"), fields)
+        rows = self.parse_csv(output("csv-raw"), fields)
         self.assertEqual(len(rows), len(expected))
         for row, record in zip(rows, expected):
             for cell, field in zip(row, fields, strict=True):
@@ -105,7 +105,7 @@ class Formats(QuorctlCase):
         self.check(["get", "datastore", "ds:///3/,"], DATASTORE_FIELDS, [datastores[3]])
 
     def test_WhatIsAbsentIsWrittenInNoFormat(self):
-        for form in ("table", "wide", "json", "jsonl", "csv"):
+        for form in ("table", "wide", "json", "jsonl", "csv", "csv-raw"):
             for words in (["policy", "x"], ["policy", "--name", "x"], ["datastore", "x"]):
                 self.refuse(ABSENT, "get", *words, "-o", form, message="there is no ")
 
@@ -166,6 +166,20 @@ class Formats(QuorctlCase):
     def test_JsonLinesAreOneLineForEachRecord(self):
         self.apply(document([policy("a\nb", blobs=[blob(text="c\nd")])]))
         self.assertEqual(self.ask("list", "policies", "-o", "jsonl").raw.count(b"\n"), 1)
+
+    def test_WhatASpreadsheetWouldCalculateIsGuarded(self):
+        texts = ["=cmd()", "+1", "-1", "@SUM(A1)", "\tx", "\rx"]
+        plain = ["x=1", "'=1", "", " =1", "a-b"]
+        self.apply(document([policy(f"P{i}", description=text, generation=-i)
+                             for i, text in enumerate([*texts, *plain])]))
+        fields = ["description", "generation"]
+        words = ["list", "policies", "--fields", ",".join(fields), "-o"]
+        numbers = [str(-i) for i in range(len(texts) + len(plain))]
+        guarded = self.parse_csv(self.ask(*words, "csv").raw, fields)
+        self.assertEqual(guarded, [[text, number] for text, number in
+                                   zip(["'" + text for text in texts] + plain, numbers)])
+        raw = self.parse_csv(self.ask(*words, "csv-raw").raw, fields)
+        self.assertEqual(raw, [[text, number] for text, number in zip([*texts, *plain], numbers)])
 
 
 if __name__ == "__main__":

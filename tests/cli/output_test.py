@@ -125,6 +125,17 @@ class Output(QuorctlCase):
         self.assertEqual((process.returncode, errors), (DONE, b""))
         self.assertEqual(self.listed_document(), given)
 
+    def test_LineFeedInTheDirectorysNameIsEscapedInAPipe(self):
+        odd = os.path.join(self.directory, "odd\nname\x1b[2J")
+        shown = self.directory + "/odd\\x0aname\\x1b[2J"
+        given = json.dumps(document([policy()])).encode()
+        for words in (["apply", "--create", "-"], ["apply", "-"], ["restore", "--yes", "1"],
+                      ["migrate", "--to", "file"], ["reset", "--yes"], ["switch", "store"]):
+            result = self.ask("--root", odd, *words, given=given)
+            self.assertIn(shown, result.text, words)
+            self.assertNotIn("odd\n", result.text, words)
+        self.assertIn(shown, self.run_quorctl("--root", odd + "/no", "status").errors)
+
 
 if __name__ == "__main__":
     unittest.main()

@@ -7,7 +7,7 @@ import unittest
 
 from quorctl_case import (PERMISSION, QuorctlCase, datastore, document, entries_of, policy,
                           without_lock_files)
-from stranger import become_stranger
+from stranger import become_stranger, need_root
 
 
 class Stranger(QuorctlCase):
@@ -53,6 +53,17 @@ class Stranger(QuorctlCase):
                       ["migrate", "--to", "file"], ["restore", "1", "--yes"], ["history"]):
             self.refuse(PERMISSION, *words, given=given, message=self.host)
         self.expect_unchanged()
+
+    def test_RefusalSaysWhoMayDoIt(self):
+        need_root(self)
+        os.chown(self.host, 0, 1)  # the group daemon
+        self.lose_permission()
+        for words in (["list", "policies"], ["reset", "--yes"]):
+            self.refuse(PERMISSION, *words,
+                        message="; root may change the catalogue, the group daemon may read it\n")
+        os.chown(self.host, 1, 0)
+        self.refuse(PERMISSION, "list", "policies", message="; root and daemon may change the "
+                    "catalogue, the group quor may read it\n")
 
     def test_StatusShowsWhatItCan(self):
         self.lose_permission()

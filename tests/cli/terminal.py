@@ -1,6 +1,7 @@
 # SPDX-FileCopyrightText: 2026 libquor developers
 # SPDX-License-Identifier: Apache-2.0
 """Runs quorctl with a terminal for its standard streams, and answers its questions."""
+import fcntl
 import os
 import pty
 import select
@@ -16,14 +17,22 @@ class Terminal:
     that is asked for, otherwise a pipe."""
 
     def __init__(self, case, *words, output_too=False, environment=None,
-                 size=None):
+                 size=None, given=None):
+        """With `given` these bytes are standard input, and the terminal controls the process."""
         self.case = case
         self.master, slave = pty.openpty()
         if size:
             termios.tcsetwinsize(slave, size)
         case.addCleanup(os.close, self.master)
-        self.process = case.start(*words, stdin=slave, stderr=slave, environment=environment,
-                                  stdout=slave if output_too else subprocess.PIPE)
+        options = {"stdin": slave}
+        if given is not None:
+            options = {"stdin": subprocess.PIPE, "start_new_session": True,
+                       "preexec_fn": lambda: fcntl.ioctl(2, termios.TIOCSCTTY, 0)}
+        self.process = case.start(*words, stderr=slave, environment=environment,
+                                  stdout=slave if output_too else subprocess.PIPE, **options)
+        if given is not None:
+            self.process.stdin.write(given)
+            self.process.stdin.close()
         case.addCleanup(self.end)
         os.close(slave)
         self.shown = b""

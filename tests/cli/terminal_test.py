@@ -100,13 +100,23 @@ class Blob(OnTerminal):
         self.assertEqual(lines[-1], "00000020  53 43 49 49 7f" + " " * 36 + "|SCII.|")
 
     def test_ViewHoldsEveryByte(self):
-        for content in (b"x", bytes(15), bytes(16), bytes(17), bytes(range(256)) * 5):
+        for content in (b"\0", bytes(15), bytes(16), bytes(17), bytes(range(256)) * 5):
             self.apply(document([policy("B", blobs=[blob("RILK", base64=base64_of(content))])]))
             lines = self.shown_lines("B")
             shown = b"".join(bytes.fromhex(line[10:59]) for line in lines)
             self.assertEqual(shown, content)
             self.assertEqual([int(line[:8], 16) for line in lines],
                              list(range(0, len(content), 16)))
+
+    def test_PlainTextIsShownAsText(self):
+        for text, shown in (("copies = 2\n\tPr\u00fcfung\n", "copies = 2\n\tPr\u00fcfung\n"),
+                            ("no line feed", "no line feed\n")):
+            self.apply(document([policy("T", blobs=[blob(text=text)])]))
+            self.assertEqual(self.run_it("blob", "--policy-name", "T").decode(), shown)
+            self.assertEqual(self.ask("blob", "--policy-name", "T").text, text)
+        for text in ("a\rb", "turned \u202e", "\x1b[2J"):
+            self.apply(document([policy("T", blobs=[blob(text=text)])]))
+            self.assertIn(b"00000000  ", self.run_it("blob", "--policy-name", "T"))
 
     def test_RawBytesOnRequest(self):
         self.assertEqual(self.run_it("blob", "--policy-name", "Gold", "--raw"), BYTES)

@@ -16,6 +16,7 @@
 #include "catalogue/text/terminal_text.h"
 #include "change_record.h"
 #include "change_turn.h"
+#include "check/catalogue_content.h"
 #include "check/stored_content.h"
 #include "confirmation.h"
 #include "damaged_store.h"
@@ -38,7 +39,7 @@ namespace {
 // Each attempt begins anew because another process was faster; more than a few means a quarrel.
 constexpr int kAttempts = 10;
 
-constexpr std::size_t kNamedChanges = 5;  // of those that somebody else made
+constexpr std::size_t kNamedChanges = 5;  // of those that somebody else made, and of new problems
 
 // What the host has before the change.
 struct Present {
@@ -180,22 +181,35 @@ class Plan {
     choices.forTerminal = isatty(STDOUT_FILENO) == 1;
     choices.colour = StandardOutputTakesColour();
     RecordWriter writer(DifferenceLayout(), choices);
-    const std::size_t most = choices.forTerminal ? RowsOnTerminal() : differences_.size();
+    const std::string problems = NewProblemsInWords();
+    const std::size_t most = choices.forTerminal ? RowsOnTerminal(problems) : differences_.size();
     AddDifferences(differences_, most, &writer);
     std::string text = Counts(Change::kDeleted) + " to delete, " + Counts(Change::kAdded) +
                        " to add, " + Counts(Change::kChanged) + " to change\n" + writer.Text();
     if (most < differences_.size()) {
       text += "... and " + std::to_string(differences_.size() - most) +
-              " more; with --dry-run and into a pager all are shown\n";
+              " more; add \"--dry-run | less\" to see them all\n";
     }
-    return text;
+    return text + problems;
   }
 
-  // The counts, the headings, the last line and the question are to be seen too.
-  static std::size_t RowsOnTerminal() {
+  // What "quorctl check" would find afterwards.
+  std::string NewProblemsInWords() const {
+    const Findings findings = NewProblems(present_.live.catalogue, next_);
+    std::string text;
+    for (std::size_t i = 0; i < std::min(findings.size(), kNamedChanges); ++i)
+      text += "warning: " + findings[i].subject + ": " + findings[i].problem + '\n';
+    if (findings.size() <= kNamedChanges) return text;
+    return text + "warning: and " + std::to_string(findings.size() - kNamedChanges) +
+           " more problems, which \"quorctl check\" will name\n";
+  }
+
+  // The counts, the headings, what follows and the question are to be seen too.
+  static std::size_t RowsOnTerminal(const std::string& following) {
     winsize size = {};
     if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_row == 0) return SIZE_MAX;
-    return static_cast<std::size_t>(std::max(size.ws_row - 5, 3));
+    const auto lines = std::count(following.begin(), following.end(), '\n');
+    return static_cast<std::size_t>(std::max<std::ptrdiff_t>(size.ws_row - 5 - lines, 3));
   }
 
   // Records that are all the same can be stored in a way that the library would not have.

@@ -12,6 +12,7 @@
 #include <filesystem>
 #include <system_error>
 
+#include "catalogue/text/terminal_text.h"
 #include "host_backend.h"
 #include "text/utc_time.h"
 
@@ -64,7 +65,7 @@ bool DamagedStore::PutBack() noexcept {
 }
 
 std::string DamagedStore::Text() const {
-  return aside_.empty() ? "" : "the damaged file is now " + aside_ + '\n';
+  return aside_.empty() ? "" : "the damaged file is now " + EscapeForTerminal(aside_) + '\n';
 }
 
 }  // namespace Quorctl

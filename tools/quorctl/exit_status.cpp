@@ -3,6 +3,11 @@
 
 #include "exit_status.h"
 
+#include <grp.h>
+#include <pwd.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <new>
 #include <system_error>
 
@@ -45,9 +50,22 @@ ExitStatus StatusOf(const std::system_error& failure) {
   return denied ? ExitStatus::kPermission : ExitStatus::kStore;
 }
 
-}  // namespace
+// Told with a refusal, for the refusal itself names a path alone.
+std::string WhoMay() {
+  if (geteuid() == 0) return "";
+  struct stat host = {};
+  std::string owner;
+  std::string group = "quor";
+  if (stat(HostPlatform::HostDirectory().c_str(), &host) == 0) {
+    const passwd* const user = host.st_uid == 0 ? nullptr : getpwuid(host.st_uid);
+    if (user) owner = std::string(" and ") + user->pw_name;
+    const ::group* const entry = host.st_gid == 0 ? nullptr : getgrgid(host.st_gid);
+    if (entry) group = entry->gr_name;
+  }
+  return "; root" + owner + " may change the catalogue, the group " + group + " may read it";
+}
 
-Failure DescribeCurrentException() {
+Failure Describe() {
   try {
     throw;
   } catch (const CommandError& failure) {
@@ -65,6 +83,14 @@ Failure DescribeCurrentException() {
   } catch (...) {
     return {ExitStatus::kInternal, "internal error of an unknown kind"};
   }
+}
+
+}  // namespace
+
+Failure DescribeCurrentException() {
+  Failure failure = Describe();
+  if (failure.status == ExitStatus::kPermission) failure.message += WhoMay();
+  return failure;
 }
 
 }  // namespace Quorctl

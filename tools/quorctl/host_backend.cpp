@@ -5,7 +5,9 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <cstdint>
 
 #include "catalogue/text/terminal_text.h"
 #include "exit_status.h"
@@ -27,6 +29,11 @@ void UseBackend(bool usesConfigStore) {
   HostPlatform::OverrideFeature(kFeatureQuorUsesConfigStore, usesConfigStore);
 }
 
+void WaitBriefly() {
+  constexpr std::uint32_t kLongestWait = 2000;  // milliseconds
+  HostPlatform::UseLockTimeout(std::min(HostPlatform::LockTimeout(), kLongestWait));
+}
+
 bool IsStoreChosen(const std::string& choice) {
   if (choice == "store") return true;
   if (choice == "file") return false;
@@ -38,7 +45,8 @@ std::string BackendName(bool usesConfigStore) {
 }
 
 std::string SelectedBackendPlace() {
-  return "the " + BackendName(BackendSwitch().on) + " in " + HostPlatform::HostDirectory();
+  return "the " + BackendName(BackendSwitch().on) + " in " +
+         EscapeForTerminal(HostPlatform::HostDirectory());
 }
 
 }  // namespace Quorctl

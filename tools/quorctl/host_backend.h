@@ -22,6 +22,9 @@ void ExpectReadable(const HostPlatform::FeatureState& backendSwitch);
 // says from now on: a command that asks several times is to ask the same store.
 void UseBackend(bool usesConfigStore);
 
+// For commands that only look: a lock that is held for longer is told, and not waited for.
+void WaitBriefly();
+
 // The choice of the words "store" and "file", which stand for the two. Raises UsageError for
 // others.
 bool IsStoreChosen(const std::string& choice);

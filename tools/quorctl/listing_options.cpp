@@ -14,12 +14,13 @@
 namespace Quorctl {
 namespace {
 
-constexpr std::array<std::pair<const char*, RecordFormat>, 5> kFormats = {{
+constexpr std::array<std::pair<const char*, RecordFormat>, 6> kFormats = {{
     {"table", RecordFormat::kTable},
     {"wide", RecordFormat::kWide},
     {"json", RecordFormat::kJson},
     {"jsonl", RecordFormat::kJsonLines},
     {"csv", RecordFormat::kCsv},
+    {"csv-raw", RecordFormat::kCsvRaw},
 }};
 
 RecordFormat FormatOf(const std::string& name) {
@@ -27,7 +28,7 @@ RecordFormat FormatOf(const std::string& name) {
     if (name == known) return format;
   }
   throw UsageError("unknown output format " + Quoted(name) +
-                   "; choose table, wide, json, jsonl or csv");
+                   "; choose table, wide, json, jsonl, csv or csv-raw");
 }
 
 // The names between the commas, none of them empty or twice.
@@ -50,7 +51,8 @@ std::vector<std::string> NamesIn(const std::string& list, const std::string& opt
 
 void ListingOptions::Declare(CLI::App& verb) {
   format_.Declare(verb, "-o,--output", "FORMAT",
-                  "table (as without this option), wide, json, jsonl or csv");
+                  "table (as without this option), wide, json, jsonl, csv\n"
+                  "or csv-raw");
   fields_.Declare(verb, "--fields", "NAMES",
                   "write these fields in this order, with commas between\n"
                   "them; -o json shows how they are named");

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 
 #include "catalogue/duplicates.h"
 #include "catalogue/text/terminal_text.h"
@@ -81,6 +82,24 @@ void CheckDefaultPolicies(const Catalogue& catalogue, bool policiesLost, Finding
                            "add the blob or name another default"});
     }
   }
+}
+
+Findings NewProblems(const Catalogue& before, const Catalogue& after) {
+  const auto problemsOf = [](const Catalogue& catalogue) {
+    Findings findings;
+    CheckDuplicates(catalogue, &findings);
+    CheckDefaultPolicies(catalogue, /*policiesLost=*/false, &findings);
+    return findings;
+  };
+  std::unordered_set<std::string> known;
+  for (const Finding& finding : problemsOf(before))
+    known.insert(finding.subject + finding.problem);
+  Findings findings = problemsOf(after);
+  const auto isOld = [&known](const Finding& finding) {
+    return known.count(finding.subject + finding.problem) > 0;
+  };
+  findings.erase(std::remove_if(findings.begin(), findings.end(), isOld), findings.end());
+  return findings;
 }
 
 }  // namespace Quorctl

@@ -89,6 +89,11 @@ void CheckFreeSpace(Findings* findings) {
     throw std::system_error(errno, std::generic_category(),
                             directory + ": cannot tell how much room there is");
   }
+  if ((system.f_flag & ST_RDONLY) != 0) {
+    findings->push_back({Severity::kWarning, directory,
+                         "its file system is mounted read-only, so no change can be made",
+                         "mount it for writing; the system's log may say why it is not"});
+  }
   // A change writes the new content beside the old, and the old into the history.
   const std::uint64_t largest =
       std::max(HostPlatform::GetConfigStoreState().size, HostPlatform::GetConfigFileState().size);

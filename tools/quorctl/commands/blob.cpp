@@ -3,6 +3,8 @@
 
 #include <unistd.h>
 
+#include <algorithm>
+
 #include "argument.h"
 #include "catalogue/text/terminal_text.h"
 #include "command_table.h"
@@ -19,6 +21,20 @@ using TavQuor::QuorLib;
 
 namespace {
 
+// What a terminal may be given as it is.
+bool IsPlainText(std::string text) {
+  text.erase(
+      std::remove_if(text.begin(), text.end(), [](char c) { return c == '\n' || c == '\t'; }),
+      text.end());
+  return EscapeForTerminal(text) == text;
+}
+
+// The prompt that follows begins a line.
+std::string ForTerminal(const std::string& blob) {
+  if (!IsPlainText(blob)) return HexView(blob);
+  return blob.back() == '\n' ? blob : blob + '\n';
+}
+
 class BlobCommand final : public Command {
  public:
   const CommandInfo& Info() const override {
@@ -28,8 +44,9 @@ class BlobCommand final : public Command {
          "--policy-id ID [--out FILE | --raw]", "--policy-name NAME [--out FILE | --raw]",
          "--default-of URL [--out FILE | --raw]"},
         "write one policy blob to standard output or to a file",
-        "Writes the bytes of the blob as they are, with nothing added; to a terminal, which\n"
-        "they could harm, as a hexadecimal view unless --raw is given. The blob is that of\n"
+        "Writes the bytes of the blob as they are, with nothing added. On a terminal plain\n"
+        "text ends with a line feed, and other bytes, which could harm it, are shown as a\n"
+        "hexadecimal view, unless --raw is given. The blob is that of\n"
         "  --policy-id with --datastore  the policy, for the datastore's namespace\n"
         "  --policy-id or --policy-name  the policy, for the namespace \"RILK\"\n"
         "  --default-of                  the datastore's default policy, for its namespace\n"
@@ -57,8 +74,7 @@ class BlobCommand final : public Command {
     if (file_.Given()) {
       ReplaceFile(file_.Value(), blob);
     } else {
-      const bool readable = isatty(STDOUT_FILENO) && !raw_;
-      output->text += readable ? HexView(blob) : blob;
+      output->text += isatty(STDOUT_FILENO) && !raw_ ? ForTerminal(blob) : blob;
     }
     return ExitStatus::kDone;
   }

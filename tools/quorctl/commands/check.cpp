@@ -20,9 +20,6 @@ using TavQuor::QuorLib;
 
 namespace {
 
-// A lock that is held is a finding; it is no use to wait for it as long as a writer would.
-constexpr std::uint32_t kLongestWait = 2000;  // milliseconds
-
 const RecordLayout& FindingLayout() {
   static const RecordLayout layout = [] {
     RecordLayout made;
@@ -104,7 +101,7 @@ class CheckCommand final : public Command {
 
  private:
   static void FindAll(Findings* findings) {
-    HostPlatform::UseLockTimeout(std::min(HostPlatform::LockTimeout(), kLongestWait));
+    WaitBriefly();
     CheckFiles(findings);
     CheckCatalogue(findings);
   }

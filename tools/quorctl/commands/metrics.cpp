@@ -24,8 +24,6 @@ using TavQuor::QuorLib;
 
 namespace {
 
-constexpr std::uint32_t kLongestWait = 2000;  // milliseconds; metrics are not to wait for a writer
-
 using Labels = std::vector<std::pair<std::string, std::string>>;
 
 // Bytes that are not ASCII become question marks: a parser wants UTF-8, and nobody else looks.
@@ -162,7 +160,7 @@ class MetricsCommand final : public Command {
   void Declare(CLI::App& /*verb*/) override {}
 
   ExitStatus Run(CommandOutput* output) override {
-    HostPlatform::UseLockTimeout(std::min(HostPlatform::LockTimeout(), kLongestWait));
+    WaitBriefly();
     const bool configStore = BackendSwitch().on;
     UseBackend(configStore);
     MetricsText text;

@@ -86,11 +86,10 @@ void AddFile(const StoredFile& state, LabelledLines* lines) {
 
 // "16 policies and 20 datastores". Nobody waits long for what is told by the way.
 std::string CountsOfStore(bool configStore) {
-  constexpr std::uint32_t kLongestWait = 2000;  // milliseconds
   const bool used = BackendSwitch().on;
   const std::uint32_t timeout = HostPlatform::LockTimeout();
   UseBackend(configStore);
-  HostPlatform::UseLockTimeout(std::min(timeout, kLongestWait));
+  WaitBriefly();
   std::string counts = "its records cannot be counted";
   try {
     const std::size_t policies = QuorLib::ListPolicyInfo().size();

@@ -18,6 +18,7 @@
 #include "argument.h"
 #include "catalogue/text/terminal_text.h"
 #include "command_table.h"
+#include "host_backend.h"
 #include "platform/admin.h"
 #include "quor/quor.h"
 #include "quor/quor_lib.h"
@@ -38,8 +39,6 @@ constexpr milliseconds kNever(0);
 constexpr milliseconds kRetryPeriod(2000);  // while the catalogue cannot be read
 constexpr double kShortestSeconds = 0.05;
 constexpr double kLongestSeconds = 86400;
-// A writer that holds the lock longer is reported, and watched on.
-constexpr std::uint32_t kLongestLockWait = 2000;
 
 milliseconds PeriodOf(const std::string& text) {
   double seconds = 0;
@@ -149,7 +148,7 @@ class WatchCommand final : public Command {
   ExitStatus Run(CommandOutput* /*output*/) override {
     const milliseconds period = period_.Given() ? PeriodOf(period_.Value()) : kNever;
     if (script_.Given() && script_.Value().empty()) throw UsageError("--exec: CMD is empty");
-    HostPlatform::UseLockTimeout(std::min(HostPlatform::LockTimeout(), kLongestLockWait));
+    WaitBriefly();
     StopSignals signals;
     Changes changes(HostPlatform::HostDirectory());
     std::optional<Digests> known;

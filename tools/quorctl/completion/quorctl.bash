@@ -189,7 +189,7 @@ _quorctl_complete_value() {
     --root) compopt -o dirnames 2>/dev/null ;;
     --out) compopt -o default 2>/dev/null ;;
     -o | --output)
-      list='table wide json jsonl csv'
+      list='table wide json jsonl csv csv-raw'
       [[ $3 != digest ]] || list='table json'
       # shellcheck disable=SC2086
       _quorctl_offer "$2" $list

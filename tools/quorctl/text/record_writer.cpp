@@ -23,10 +23,14 @@ int Order(const FieldValue& a, const FieldValue& b) {
   return left < right ? -1 : left > right;
 }
 
-// A string stands as it is, of everything else the JSON text.
-std::string CsvCell(const FieldValue& value) {
+// Of a string its text, of everything else the JSON text. A spreadsheet would take a text that
+// begins with one of these characters for a formula, and calculate it.
+std::string CsvCell(const FieldValue& value, bool guarded) {
   if (value.json.is_null()) return "";
-  return value.json.is_string() ? value.json.get<std::string>() : JsonOnOneLine(value.json);
+  if (!value.json.is_string()) return JsonOnOneLine(value.json);
+  const auto& text = value.json.get_ref<const std::string&>();
+  const bool isFormula = text.find_first_of("=+-@\t\r") == 0;
+  return guarded && isFormula ? '\'' + text : text;
 }
 
 std::string InQuotes(const std::string& cell) {
@@ -117,6 +121,7 @@ std::string RecordWriter::Text() {
     case RecordFormat::kJsonLines:
       return JsonLinesText();
     case RecordFormat::kCsv:
+    case RecordFormat::kCsvRaw:
       return CsvText();
   }
   return "";
@@ -177,7 +182,7 @@ std::string RecordWriter::CsvText() const {
   for (const Record& record : records_) {
     std::vector<std::string> cells;
     for (const std::size_t i : columns_) {
-      const std::string cell = CsvCell(record[i]);
+      const std::string cell = CsvCell(record[i], choices_.format == RecordFormat::kCsv);
       cells.push_back(choices_.forTerminal ? EscapeForTerminal(cell) : cell);
     }
     AppendCsvLine(cells, &text);

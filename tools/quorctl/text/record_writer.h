@@ -57,7 +57,7 @@ struct RecordLayout {
   bool headingsWhenEmpty = true;    // false: a table without rows is the empty text
 };
 
-enum class RecordFormat { kTable, kWide, kJson, kJsonLines, kCsv };
+enum class RecordFormat { kTable, kWide, kJson, kJsonLines, kCsv, kCsvRaw };
 
 struct SortKey {
   std::string field;
@@ -90,7 +90,9 @@ class RecordWriter {
   //   table, wide  headings and one line per record, the columns aligned
   //   json         one array of objects, indented
   //   jsonl        one object per line
-  //   csv          RFC 4180: lines end in CR LF; what is no string in JSON stands as its JSON text
+  //   csv          RFC 4180: lines end in CR LF; what is no string in JSON stands as its JSON text;
+  //                a text that a spreadsheet would calculate begins with an apostrophe
+  //   csv-raw      the same without apostrophes
   std::string Text();
 
  private:
