@@ -41,15 +41,17 @@ quor_view quor_datastore_default_policy(const quor_datastore* datastore) {
 }
 
 quor_status quor_datastore_set_url(quor_datastore* datastore, const char* data, size_t length) {
-  return GuardMemory([&] { RecordOf(datastore).url = Argument(data, length); });
+  return GuardMemory(datastore, [&] { RecordOf(datastore).url = Argument(data, length); });
 }
 quor_status quor_datastore_set_namespace(quor_datastore* datastore, const char* data,
                                          size_t length) {
-  return GuardMemory([&] { RecordOf(datastore).datastoreNamespace = Argument(data, length); });
+  return GuardMemory(datastore,
+                     [&] { RecordOf(datastore).datastoreNamespace = Argument(data, length); });
 }
 quor_status quor_datastore_set_default_policy(quor_datastore* datastore, const char* data,
                                               size_t length) {
-  return GuardMemory([&] { RecordOf(datastore).defaultPolicyId = Argument(data, length); });
+  return GuardMemory(datastore,
+                     [&] { RecordOf(datastore).defaultPolicyId = Argument(data, length); });
 }
 
 quor_datastores* quor_datastores_new(void) {
@@ -66,7 +68,7 @@ quor_datastore* quor_datastores_at(const quor_datastores* list, size_t index) {
   return reinterpret_cast<quor_datastore*>(const_cast<QuorDatastoreInfo*>(&list->records[index]));
 }
 quor_datastore* quor_datastores_add(quor_datastores* list) {
-  const quor_status status = GuardMemory([&] { list->records.emplace_back(); });
+  const quor_status status = GuardMemory(list, [&] { list->records.emplace_back(); });
   return status == QUOR_OK ? quor_datastores_at(list, list->records.size() - 1) : nullptr;
 }
 

@@ -5,10 +5,10 @@
 #ifndef C_SRC_FAILURE_H_
 #define C_SRC_FAILURE_H_
 
-#include <cerrno>
 #include <stdexcept>
 #include <string>
 
+#include "call_scope.h"
 #include "quor/quor.h"
 
 namespace QuorC {
@@ -22,24 +22,25 @@ quor_status Fail(quor_status kind, const std::string& message, const std::string
 // The same for the exception that is being handled. To be called in a catch block.
 quor_status FailCurrentException(quor_error** error) noexcept;
 
-// Runs a call: its exceptions become an error, errno stays as it was.
+// Runs a call within a CallScope: its exceptions become an error.
 template <typename Call>
 quor_status Guard(quor_error** error, Call call) noexcept {
   if (error != nullptr) *error = nullptr;
-  const int before = errno;
-  quor_status status = QUOR_OK;
+  const CallScope scope;
   try {
     call();
   } catch (...) {
-    status = FailCurrentException(error);
+    return FailCurrentException(error);
   }
-  errno = before;
-  return status;
+  return QUOR_OK;
 }
 
-// The same for a call without an error object: QUOR_NO_MEMORY or QUOR_USAGE.
+// The same for a call on an object, which is wrong use where that is null, and without an error:
+// QUOR_NO_MEMORY or QUOR_USAGE.
 template <typename Call>
-quor_status GuardMemory(Call call) noexcept {
+quor_status GuardMemory(const void* object, Call call) noexcept {
+  if (object == nullptr) return QUOR_USAGE;
+  const CallScope scope;
   try {
     call();
   } catch (const std::invalid_argument&) {

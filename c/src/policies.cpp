@@ -55,20 +55,20 @@ quor_view quor_policy_blob_namespace(const quor_policy* policy, size_t index) {
 }
 
 quor_status quor_policy_set_id(quor_policy* policy, const char* data, size_t length) {
-  return GuardMemory([&] { RecordOf(policy).policyId = Argument(data, length); });
+  return GuardMemory(policy, [&] { RecordOf(policy).policyId = Argument(data, length); });
 }
 quor_status quor_policy_set_name(quor_policy* policy, const char* data, size_t length) {
-  return GuardMemory([&] { RecordOf(policy).name = Argument(data, length); });
+  return GuardMemory(policy, [&] { RecordOf(policy).name = Argument(data, length); });
 }
 quor_status quor_policy_set_description(quor_policy* policy, const char* data, size_t length) {
-  return GuardMemory([&] { RecordOf(policy).description = Argument(data, length); });
+  return GuardMemory(policy, [&] { RecordOf(policy).description = Argument(data, length); });
 }
 void quor_policy_set_generation(quor_policy* policy, int64_t generation) {
-  RecordOf(policy).generationNumber = generation;
+  if (policy != nullptr) RecordOf(policy).generationNumber = generation;
 }
 quor_status quor_policy_add_blob(quor_policy* policy, const char* storage_namespace,
                                  size_t namespace_length, const char* blob, size_t blob_length) {
-  return GuardMemory([&] {
+  return GuardMemory(policy, [&] {
     RecordOf(policy).blobs.emplace_back(Argument(blob, blob_length),
                                         Argument(storage_namespace, namespace_length));
   });
@@ -88,7 +88,7 @@ quor_policy* quor_policies_at(const quor_policies* list, size_t index) {
   return reinterpret_cast<quor_policy*>(const_cast<QuorPolicyInfo*>(&list->records[index]));
 }
 quor_policy* quor_policies_add(quor_policies* list) {
-  const quor_status status = GuardMemory([&] { list->records.emplace_back(); });
+  const quor_status status = GuardMemory(list, [&] { list->records.emplace_back(); });
   return status == QUOR_OK ? quor_policies_at(list, list->records.size() - 1) : nullptr;
 }
 

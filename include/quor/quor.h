@@ -151,7 +151,7 @@ QUOR_C_API quor_view quor_policy_blob(const quor_policy* policy, size_t index);
 QUOR_C_API quor_view quor_policy_blob_namespace(const quor_policy* policy, size_t index);
 
 /** Sets the identifier, as the setters below set theirs: QUOR_OK, QUOR_NO_MEMORY, or
-    QUOR_USAGE for a null pointer. */
+    QUOR_USAGE for a null pointer, as a record is that there was no memory for. */
 QUOR_C_API quor_status quor_policy_set_id(quor_policy* policy, const char* data, size_t length);
 /** Sets the display name. */
 QUOR_C_API quor_status quor_policy_set_name(quor_policy* policy, const char* data, size_t length);
@@ -176,7 +176,7 @@ QUOR_C_API void quor_policies_free(quor_policies* list);
 QUOR_C_API size_t quor_policies_count(const quor_policies* list);
 /** The policy at that place, counted from 0, valid until one is added; NULL where there is none. */
 QUOR_C_API quor_policy* quor_policies_at(const quor_policies* list, size_t index);
-/** Adds an empty policy at the end; NULL when there is no memory. */
+/** Adds an empty policy at the end; NULL when there is no memory, or no list. */
 QUOR_C_API quor_policy* quor_policies_add(quor_policies* list);
 
 /** All policies, in the order of the store. */
@@ -215,7 +215,7 @@ QUOR_C_API void quor_datastores_free(quor_datastores* list);
 QUOR_C_API size_t quor_datastores_count(const quor_datastores* list);
 /** The datastore at that place, valid until one is added; NULL where there is none. */
 QUOR_C_API quor_datastore* quor_datastores_at(const quor_datastores* list, size_t index);
-/** Adds an empty datastore at the end; NULL when there is no memory. */
+/** Adds an empty datastore at the end; NULL when there is no memory, or no list. */
 QUOR_C_API quor_datastore* quor_datastores_add(quor_datastores* list);
 
 /** All datastores, in the order of the store. */
@@ -237,7 +237,8 @@ QUOR_C_API quor_status quor_revision_get(quor_revision* revision, quor_error** e
 QUOR_C_API int quor_revision_equal(const quor_revision* one, const quor_revision* other);
 
 /** Notices changes for an event loop: epoll, sd-event, libuv, poll. No thread; nothing of the host
-    directory is written. One thread at a time uses it; after a fork the child closes its copy. */
+    directory is written. One thread at a time uses it. After a fork the child closes its copy, by
+    quor_changes_close() alone: reading it is QUOR_USAGE there. */
 typedef struct quor_changes quor_changes;
 
 #define QUOR_CHANGED_STORE 1U     /**< the configuration store's file */
@@ -255,18 +256,20 @@ QUOR_C_API quor_status quor_changes_open(const char* directory, quor_changes** c
 QUOR_C_API void quor_changes_close(quor_changes* changes);
 
 /** The descriptor, which is readable when the catalogue may have changed. It belongs to `changes`,
-    and is the same one for its whole life. */
+    and is the same one for its whole life. -1 for NULL. */
 QUOR_C_API int quor_changes_descriptor(const quor_changes* changes);
 
 /** Makes the descriptor unreadable until the next change, and stores the QUOR_CHANGED_ bits of what
     may have changed since the last time; 0 when it was readable for nothing. A commit makes it
     readable once; changes by hand, and the first commit of a host, a few times. After one by hand
-    it is readable once more within some seconds, for what may still have come. Never blocks. */
+    it is readable once more within some seconds, for what may still have come. After a failure it
+    is readable within a second, and everything may have changed. Never blocks. */
 QUOR_C_API quor_status quor_changes_read(quor_changes* changes, unsigned* changed,
                                          quor_error** error);
 
 /** Why changes are looked for once a second, by a timer behind the same descriptor: a limit of
-    inotify, missing permission, a file system that other hosts change. "" while they are notified.
+    inotify, missing permission, a file system that other hosts change. "" while they are notified,
+    and for NULL.
     Ends by itself when the reason does. Valid until the next quor_changes_read(). */
 QUOR_C_API const char* quor_changes_fallback(const quor_changes* changes);
 

@@ -26,6 +26,7 @@ class Noticed {
   Noticed& operator=(const Noticed&) = delete;
   ~Noticed() { quor_changes_close(changes_); }
 
+  quor_changes* get() const { return changes_; }
   int descriptor() const { return quor_changes_descriptor(changes_); }
 
   // Whether it gets readable within that time.

@@ -196,6 +196,62 @@ TEST_F(Changes, WhatALinkInTheDirectoryLeadsToIsWatchedWhereItIs) {
   EXPECT_FALSE(changes.Waits(50));
 }
 
+// The file behind links that are swapped as a whole, as container managers do.
+TEST_F(Changes, ALinkOnTheWayToTheFileMayBeSwappedAgainAndAgain) {
+  UseStore(false);
+  PutCatalogue("in the file");
+  for (const char* const version : {"v1", "v2", "v3"}) {
+    fs::create_directory(PathOf(version));
+    fs::copy_file(PathOf("host-config.json"), PathOf(version) + "/host-config.json");
+  }
+  fs::remove(PathOf("host-config.json"));
+  fs::create_symlink("v1", PathOf("..data"));
+  fs::create_symlink("..data/host-config.json", PathOf("host-config.json"));
+  const Noticed changes;
+  for (const char* const version : {"v2", "v3"}) {
+    fs::create_symlink(version, PathOf("..next"));
+    fs::rename(PathOf("..next"), PathOf("..data"));
+    ASSERT_TRUE(changes.Waits(5000)) << version;
+    EXPECT_EQ(changes.Read() & QUOR_CHANGED_FILE, QUOR_CHANGED_FILE);
+    changes.Settle();
+  }
+}
+
+TEST_F(Changes, ADirectoryOnTheWayToTheFileMayBeSwapped) {
+  UseStore(false);
+  PutCatalogue("in the file");
+  for (const char* const place : {"a/b", "next/b"}) {
+    fs::create_directories(temporary_.PathOf(place));
+    fs::copy_file(PathOf("host-config.json"), temporary_.PathOf(place) + "/c.json");
+  }
+  fs::remove(PathOf("host-config.json"));
+  fs::create_symlink(temporary_.PathOf("a/b/c.json"), PathOf("host-config.json"));
+  const Noticed changes;
+  fs::rename(temporary_.PathOf("a"), temporary_.PathOf("old"));
+  fs::rename(temporary_.PathOf("next"), temporary_.PathOf("a"));
+  ASSERT_TRUE(changes.Waits(5000));
+  EXPECT_EQ(changes.Read() & QUOR_CHANGED_FILE, QUOR_CHANGED_FILE);
+}
+
+TEST_F(Changes, TheTargetOfALinkThatLeadsNowhereIsWaitedFor) {
+  UseStore(false);
+  PutCatalogue("in the file");
+  fs::rename(PathOf("host-config.json"), temporary_.PathOf("kept"));
+  fs::create_symlink("../x/y/real.json", PathOf("host-config.json"));
+  const Noticed changes;
+  fs::create_directory(temporary_.PathOf("x"));
+  ASSERT_TRUE(changes.Waits(5000));
+  changes.Settle();
+  fs::create_directory(temporary_.PathOf("x/y"));
+  fs::rename(temporary_.PathOf("kept"), temporary_.PathOf("x/y/real.json"));
+  ASSERT_TRUE(changes.Waits(5000));
+  EXPECT_EQ(changes.Read() & QUOR_CHANGED_FILE, QUOR_CHANGED_FILE);
+  changes.Settle();
+  ReplaceFile(temporary_.PathOf("x/y/real.json"), "{}");
+  ASSERT_TRUE(changes.Waits(5000));
+  EXPECT_EQ(changes.Read(), QUOR_CHANGED_FILE);
+}
+
 TEST_F(Changes, TheVerdictOfTheDigestsComesWhenAskedFor) {
   const Noticed changes;
   EXPECT_EQ(changes.Digests(), 0U);

@@ -3,10 +3,11 @@
 
 // Each allocation of a call fails in turn: the call says so, and the process goes on.
 #include <cstdlib>
+#include <filesystem>
 #include <functional>
 #include <new>
 
-#include "support.h"
+#include "changes_support.h"
 
 namespace {
 
@@ -104,6 +105,37 @@ TEST_P(Memory, ReplacementsSayThatThereIsNone) {
   ASSERT_EQ(quor_policies_list(&list, nullptr), QUOR_OK);
   EXPECT_GT(FailEach([&](quor_error** error) { return quor_policies_replace(list, error); }), 3);
   quor_policies_free(list);
+}
+
+class MemoryOfChanges : public CInterface {};
+
+TEST_F(MemoryOfChanges, WhatCouldNotBeLookedAtIsToldALittleLater) {
+  UseStore(true);
+  PutCatalogue("b");
+  const std::string other = temporary_.PathOf("other");
+  int failed = 0;
+  for (const int allocations : {0, 1, 4, 12, 24}) {
+    const Noticed changes;
+    // Both the watched directory and its file are others then.
+    std::filesystem::copy(PathOf(""), other);
+    std::filesystem::rename(PathOf(""), temporary_.PathOf("old"));
+    std::filesystem::rename(other, PathOf(""));
+    ASSERT_TRUE(changes.Waits(1000));
+    allocationsLeft = allocations;
+    const quor_status status = quor_changes_read(changes.get(), nullptr, nullptr);
+    allocationsLeft = -1;
+    std::filesystem::remove_all(temporary_.PathOf("old"));
+    if (status == QUOR_OK) continue;
+    ++failed;
+    EXPECT_EQ(status, QUOR_NO_MEMORY);
+    ASSERT_TRUE(changes.Waits(3000)) << "deaf after " << allocations << " allocations";
+    constexpr unsigned kAll = QUOR_CHANGED_STORE | QUOR_CHANGED_FILE | QUOR_CHANGED_SWITCH;
+    EXPECT_EQ(changes.Read() & kAll, kAll);
+    ASSERT_EQ(quor_policies_replace(nullptr, nullptr), QUOR_OK);
+    ASSERT_TRUE(changes.Waits(1000));
+    EXPECT_EQ(changes.Read() & QUOR_CHANGED_STORE, QUOR_CHANGED_STORE);
+  }
+  EXPECT_GE(failed, 3);
 }
 
 TEST(MemoryOfLists, BuildingOneSaysThatThereIsNone) {

@@ -30,8 +30,8 @@ STANDARD_HEADERS = CXX11_HEADERS | C_HEADERS | set("""
     memory_resource numbers optional ranges semaphore shared_mutex source_location span stop_token
     string_view syncstream variant version""".split())
 
-# What the descriptor of changes asks of the system.
-SYSTEM_HEADERS = {"dirent.h", "fcntl.h", "sys/epoll.h", "sys/inotify.h", "sys/stat.h", "sys/timerfd.h",
+# What the library for C asks of the system, most of it for the descriptor of changes.
+SYSTEM_HEADERS = {"dirent.h", "fcntl.h", "pthread.h", "sys/epoll.h", "sys/inotify.h", "sys/stat.h", "sys/timerfd.h",
                   "sys/vfs.h", "unistd.h"}
 
 PLATFORM_HEADERS = "platform/include"

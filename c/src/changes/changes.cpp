@@ -6,6 +6,7 @@
 #include <sys/epoll.h>
 #include <sys/timerfd.h>
 #include <sys/vfs.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstring>
@@ -52,7 +53,7 @@ struct quor_changes {
   explicit quor_changes(std::string path) : directory(std::move(path)), watches(directory) {}
 
   void Open();
-  unsigned Read();
+  unsigned Read();  // as quor_changes_read()
   unsigned Digests();
 
   std::string directory;
@@ -63,15 +64,18 @@ struct quor_changes {
   void Arm();
   void Add(int descriptor) const;
   void RunTimer(bool runs);
+  unsigned Look();
   unsigned Compare();
 
   QuorC::Watches watches;
   QuorC::Descriptor timer;
   QuorC::HostStamp stamp;
+  pid_t owner = getpid();
   bool watched = false;  // inotify is in the epoll instance
   bool timerRuns = false;
   bool settling = false;    // the timer runs until nothing changes by hand any more
   int looksAtSwitches = 0;  // that are still to be asked for
+  unsigned missed = 0;      // by a look that failed
   unsigned unsure = 0;      // of a young stamp: may have changed again without a trace
   bool hasDigests = false;
   std::pair<std::string, std::string> digests;
@@ -82,8 +86,14 @@ namespace {
 using QuorC::kPlaces;
 using QuorC::Place;
 
+constexpr unsigned kAll = QUOR_CHANGED_STORE | QUOR_CHANGED_FILE | QUOR_CHANGED_SWITCH;
+
 [[noreturn]] void RaiseSystem(const char* action) {
   throw std::system_error(errno, std::generic_category(), action);
+}
+
+void NeedChanges(const void* changes) {
+  if (changes == nullptr) throw std::invalid_argument("a null pointer was given for the changes");
 }
 
 unsigned BitOf(Place place) {
@@ -96,6 +106,10 @@ unsigned BitOf(Place place) {
 void quor_changes::Open() {
   epoll = QuorC::Descriptor(epoll_create1(EPOLL_CLOEXEC));
   if (!epoll) RaiseSystem("cannot make a descriptor of changes");
+  // Made now, for what goes wrong later: when nothing else works the timer does.
+  timer = QuorC::Descriptor(timerfd_create(CLOCK_MONOTONIC, TFD_NONBLOCK | TFD_CLOEXEC));
+  if (!timer) RaiseSystem("cannot make a timer");
+  Add(timer.get());
   Arm();
   stamp = QuorC::StampOfHost(directory);
 }
@@ -123,11 +137,6 @@ void quor_changes::Arm() {
 
 void quor_changes::RunTimer(bool runs) {
   if (runs == timerRuns) return;
-  if (!timer) {
-    timer = QuorC::Descriptor(timerfd_create(CLOCK_MONOTONIC, TFD_NONBLOCK | TFD_CLOEXEC));
-    if (!timer) RaiseSystem("cannot make a timer");
-    Add(timer.get());
-  }
   itimerspec times = {};
   if (runs) times.it_value.tv_sec = times.it_interval.tv_sec = QuorC::kPeriod;
   if (timerfd_settime(timer.get(), 0, &times, nullptr) != 0) RaiseSystem("cannot set a timer");
@@ -147,6 +156,23 @@ unsigned quor_changes::Compare() {
 }
 
 unsigned quor_changes::Read() {
+  if (getpid() != owner) {
+    // What it took from the queue that both share would be missing to the other process.
+    throw std::invalid_argument(
+        "these changes are another process's, which forked; open some here");
+  }
+  try {
+    return Look() | std::exchange(missed, 0U);
+  } catch (...) {
+    // What the look took from the queue and what it left unwatched is not known: the timer has all
+    // of it looked at anew.
+    missed = kAll;
+    RunTimer(true);
+    throw;
+  }
+}
+
+unsigned quor_changes::Look() {
   std::uint64_t expirations = 0;
   const bool expired =
       timerRuns && read(timer.get(), &expirations, sizeof expirations) == sizeof expirations;
@@ -158,9 +184,9 @@ unsigned quor_changes::Read() {
     byHand |= events.edited[place] && !events.moved[place] && place != QuorC::kSwitches;
   }
   if (events.lost) {
-    changed |= QUOR_CHANGED_LOST | QUOR_CHANGED_STORE | QUOR_CHANGED_FILE | QUOR_CHANGED_SWITCH;
+    changed |= QUOR_CHANGED_LOST | kAll;
   }
-  if (events.structure || events.lost || (expired && !fallback.empty())) Arm();
+  if (events.structure || events.lost || missed != 0 || (expired && !fallback.empty())) Arm();
   const QuorC::Stamp switches = stamp.places[QuorC::kSwitches];
   const unsigned seen = Compare();
   if (!stamp.places[QuorC::kSwitches].IsSameFile(switches)) {
@@ -192,7 +218,7 @@ unsigned quor_changes::Digests() {
 quor_status quor_changes_open(const char* directory, quor_changes** changes, quor_error** error) {
   if (changes != nullptr) *changes = nullptr;
   return QuorC::Guard(error, [&] {
-    if (changes == nullptr) throw std::invalid_argument("a null pointer was given for the changes");
+    NeedChanges(changes);
     std::string path = directory == nullptr ? QuorC::HostDirectory() : directory;
     if (!path.starts_with('/')) {
       throw std::invalid_argument("the host directory is to be an absolute path");
@@ -204,22 +230,22 @@ quor_status quor_changes_open(const char* directory, quor_changes** changes, quo
 }
 
 void quor_changes_close(quor_changes* changes) {
-  const int before = errno;
+  const QuorC::CallScope scope;
   delete changes;
-  errno = before;
 }
 
 int quor_changes_descriptor(const quor_changes* changes) {
-  return changes->epoll.get();
+  return changes == nullptr ? -1 : changes->epoll.get();
 }
 
 const char* quor_changes_fallback(const quor_changes* changes) {
-  return changes->fallback.c_str();
+  return changes == nullptr ? "" : changes->fallback.c_str();
 }
 
 quor_status quor_changes_read(quor_changes* changes, unsigned* changed, quor_error** error) {
   if (changed != nullptr) *changed = 0;
   return QuorC::Guard(error, [&] {
+    NeedChanges(changes);
     const unsigned found = changes->Read();
     if (changed != nullptr) *changed = found;
   });
@@ -228,6 +254,7 @@ quor_status quor_changes_read(quor_changes* changes, unsigned* changed, quor_err
 quor_status quor_changes_digests(quor_changes* changes, unsigned* which, quor_error** error) {
   if (which != nullptr) *which = 0;
   return QuorC::Guard(error, [&] {
+    NeedChanges(changes);
     const unsigned found = changes->Digests();
     if (which != nullptr) *which = found;
   });

@@ -25,13 +25,11 @@ void Push(const std::string& path, std::vector<std::string>* parts) {
   }
 }
 
-}  // namespace
-
-PathWalk Walk(const std::string& path) {
-  PathWalk walk;
+// Goes as far as it can; why no further, or 0.
+int Go(const std::string& path, PathWalk* walk) {
   std::vector<std::string> parts;
   Push(path, &parts);
-  std::string here;  // "" is the root
+  std::string& here = walk->last;
   int links = 0;
   while (!parts.empty()) {
     const std::string part = std::move(parts.back());
@@ -44,29 +42,33 @@ PathWalk Walk(const std::string& path) {
     std::string next = here;
     next.append(1, '/').append(part);
     struct stat status;
-    if (lstat(next.c_str(), &status) != 0) {
-      walk.error = errno;
-      return walk;
-    }
+    if (lstat(next.c_str(), &status) != 0) return errno;
     const bool isLink = S_ISLNK(status.st_mode);
     const PathStep::Kind kind = isLink          ? PathStep::kLink
                                 : parts.empty() ? PathStep::kEnd
                                                 : PathStep::kDirectory;
-    walk.steps.push_back({next, kind, status.st_dev, status.st_ino});
+    walk->steps.push_back({next, kind, status.st_dev, status.st_ino});
     if (!isLink) {
       here = next;
       continue;
     }
     char target[PATH_MAX];
     const ssize_t length = readlink(next.c_str(), target, sizeof target);
-    if (length < 0 || ++links > kMostLinks) {
-      walk.error = length < 0 ? errno : ELOOP;
-      return walk;
-    }
+    if (length < 0) return errno;
+    if (++links > kMostLinks) return ELOOP;
     const std::string text(target, static_cast<std::size_t>(length));
     if (text.starts_with('/')) here.clear();
     Push(text, &parts);
   }
+  return 0;
+}
+
+}  // namespace
+
+PathWalk Walk(const std::string& path) {
+  PathWalk walk;
+  walk.error = Go(path, &walk);
+  if (walk.last.empty()) walk.last.assign(1, '/');
   return walk;
 }
 

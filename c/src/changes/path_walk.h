@@ -24,7 +24,8 @@ struct PathStep {
 
 struct PathWalk {
   std::vector<PathStep> steps;
-  int error = 0;  // why the walk ended early: ENOENT, EACCES, ELOOP
+  std::string last;  // where the walk has ended: its end, or the directory that lacks the next part
+  int error = 0;     // why the walk ended early: ENOENT, EACCES, ELOOP
 
   bool operator==(const PathWalk&) const = default;
 };

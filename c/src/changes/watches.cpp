@@ -61,15 +61,31 @@ std::string Watches::Arm() {
   std::string problem;
   for (int round = 0; round < kMostRounds; ++round) {
     Forget();
-    const PathWalk walk = Walk(directory_);
+    const Paths paths = WalkAll();
     waitsForFiles_ = SelectedIsMissing();
-    if (!AddPath(walk, &problem)) break;
-    if (walk.error == 0 && !AddFiles(&problem)) break;
+    if (!AddPath(paths.directory, &problem)) break;
+    bool added = true;
+    for (const Place place : kPlaces) {
+      added = added && AddFile(place, paths, &problem);
+    }
+    if (!added) break;
     // What was swapped while it was being watched is watched anew.
-    if (Walk(directory_) == walk) return "";
+    if (WalkAll() == paths) return "";
   }
   Forget();
   return problem.empty() ? directory_ + ": cannot be watched: it changes all the time" : problem;
+}
+
+Watches::Paths Watches::WalkAll() const {
+  Paths paths;
+  paths.directory = Walk(directory_);
+  for (const Place place : kPlaces) {
+    PathWalk& walk = paths.files[place];
+    walk = Walk(directory_ + '/' + NameOf(place));
+    if (walk.steps.empty() || walk.steps.back().kind != PathStep::kEnd) continue;
+    walk.steps.back().inode = 0;  // any commit makes it another one, and is no change of the path
+  }
+  return paths;
 }
 
 void Watches::Forget() {
@@ -100,43 +116,42 @@ bool Watches::Add(const std::string& path, std::uint32_t mask, Watched watched,
 }
 
 bool Watches::AddPath(const PathWalk& walk, std::string* problem) {
-  std::string last = "/";
   for (const PathStep& step : walk.steps) {
-    const bool isEnd = step.kind == PathStep::kEnd;
-    const bool isLink = step.kind == PathStep::kLink;
-    if (!isLink) last = step.path;
-    if (isEnd) continue;  // below
-    const std::uint32_t mask = isLink ? kLink : kSelf | IN_DONT_FOLLOW;
+    if (step.kind == PathStep::kEnd) continue;  // below
+    const std::uint32_t mask = step.kind == PathStep::kLink ? kLink : kSelf | IN_DONT_FOLLOW;
     if (!Add(step.path, mask, {Watched::kPath, kStore, ""}, problem)) return false;
   }
   if (walk.error == 0) {
     const std::uint32_t mask = kSelf | IN_MOVED_TO | (waitsForFiles_ ? IN_CREATE : 0U);
-    return Add(last, mask | IN_ONLYDIR, {Watched::kHost, kStore, ""}, problem);
+    return Add(walk.last, mask | IN_ONLYDIR, {Watched::kHost, kStore, ""}, problem);
   }
   if (walk.error != ENOENT) {
     *problem = Problem(directory_, walk.error);
     return false;
   }
   // A link that leads nowhere waits for its target where the walk has ended.
-  return Add(last, kSelf | kNewName, {Watched::kPath, kStore, ""}, problem);
+  return Add(walk.last, kSelf | kNewName, {Watched::kPath, kStore, ""}, problem);
 }
 
-bool Watches::AddFiles(std::string* problem) {
-  for (const Place place : kPlaces) {
-    const std::string path = directory_ + '/' + NameOf(place);
-    for (const PathStep& step : Walk(path).steps) {
-      const std::string parent = Parent(step.path);
-      if (step.kind == PathStep::kLink && parent != "/" && step.path.ends_with(NameOf(place))) {
-        if (!Add(step.path, kLink, {Watched::kPath, kStore, ""}, problem)) return false;
-      }
-      if (step.kind != PathStep::kEnd) continue;
+// What lies behind the directory: the file alone, or links and directories that lead to it.
+bool Watches::AddFile(Place place, const Paths& paths, std::string* problem) {
+  if (paths.directory.error != 0) return true;
+  const PathWalk& walk = paths.files[place];
+  const std::size_t first = paths.directory.steps.size();
+  for (std::size_t i = first; i < walk.steps.size(); ++i) {
+    const PathStep& step = walk.steps[i];
+    if (step.kind == PathStep::kEnd) {
       if (!Add(step.path, kInPlace, {Watched::kFile, place, ""}, problem)) return false;
       // Behind a link the file is replaced where the link leads to.
       Watched target = {Watched::kTarget, place, NameIn(step.path)};
-      if (!Add(parent, kSelf | IN_MOVED_TO, std::move(target), problem)) return false;
+      return Add(Parent(step.path), kSelf | IN_MOVED_TO, std::move(target), problem);
     }
+    const std::uint32_t mask = step.kind == PathStep::kLink ? kLink : kSelf | IN_DONT_FOLLOW;
+    if (!Add(step.path, mask, {Watched::kPath, kStore, ""}, problem)) return false;
   }
-  return true;
+  if (walk.steps.size() == first) return true;  // the directory tells of a file that comes
+  // A link that leads nowhere waits for its target where the walk has ended.
+  return Add(walk.last, kSelf | kNewName, {Watched::kPath, kStore, ""}, problem);
 }
 
 // Returns when no rename in the directory is half told: its events come one by one, the last ones
@@ -145,13 +160,13 @@ bool Watches::AddFiles(std::string* problem) {
 void Watches::AwaitRename() const {
   DIR* const directory = opendir(directory_.c_str());
   if (directory == nullptr) return;
-  readdir(directory);
+  static_cast<void>(readdir(directory));
   closedir(directory);
 }
 
 // Watches the file that has the name now. The watch on the one before goes first: the end of a
-// replaced file, whenever its last reader goes, must wake nobody.
-void Watches::Follow(Place place) {
+// replaced file, whenever its last reader goes, must wake nobody. False when it cannot be watched.
+bool Watches::Follow(Place place) {
   for (auto at = watched_.begin(); at != watched_.end();) {
     if (at->second.role == Watched::kFile && at->second.place == place) {
       inotify_rm_watch(inotify_.get(), at->first);
@@ -161,7 +176,7 @@ void Watches::Follow(Place place) {
     }
   }
   std::string problem;
-  Add(directory_ + '/' + NameOf(place), kInPlace, {Watched::kFile, place, ""}, &problem);
+  return Add(directory_ + '/' + NameOf(place), kInPlace, {Watched::kFile, place, ""}, &problem);
 }
 
 Events Watches::Drain() {
@@ -173,7 +188,8 @@ Events Watches::Drain() {
     if (!any) break;
     if (events.MovedAny()) AwaitRename();  // so that its last events wake nobody once more
     for (const Place place : kPlaces) {
-      if (events.moved[place] || events.edited[place]) Follow(place);
+      const bool changed = events.moved[place] || events.edited[place];
+      if (changed && !Follow(place)) all.structure = true;
       all.moved[place] |= events.moved[place];
       all.edited[place] |= events.edited[place];
     }
@@ -191,6 +207,7 @@ void Watches::Read(Events* events, bool* any) {
     got = read(inotify_.get(), buffer, sizeof buffer);
   } while (got < 0 && errno == EINTR);
   *any = got > 0;
+  if (!*any) return;
   for (const char* at = buffer; at < buffer + got;) {
     inotify_event event;
     std::memcpy(&event, at, sizeof event);

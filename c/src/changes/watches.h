@@ -6,8 +6,8 @@
 // A commit renames a file into the host directory, which is one event of that directory: its mask
 // leaves out what a commit does before and after, so that a commit wakes nobody twice. Files that
 // are changed in place, by hands and restored backups, are watched themselves. So is each directory
-// and link that the path leads through; where the path ends early, its last directory is watched
-// for what is missing.
+// and link on the way to the directory and to a file; where a way ends early, its last directory is
+// watched for what is missing.
 #ifndef C_SRC_CHANGES_WATCHES_H_
 #define C_SRC_CHANGES_WATCHES_H_
 
@@ -53,12 +53,21 @@ class Watches {
     std::string name;  // of kTarget: the name to wait for
   };
 
+  // The ways to the directory and to each file, without what a commit changes.
+  struct Paths {
+    PathWalk directory;
+    std::array<PathWalk, kPlaces.size()> files;
+
+    bool operator==(const Paths&) const = default;
+  };
+
+  Paths WalkAll() const;
   void Forget();
   bool Add(const std::string& path, std::uint32_t mask, Watched watched, std::string* problem);
   bool AddPath(const PathWalk& walk, std::string* problem);
-  bool AddFiles(std::string* problem);
+  bool AddFile(Place place, const Paths& paths, std::string* problem);
   void AwaitRename() const;
-  void Follow(Place place);
+  bool Follow(Place place);
   void Read(Events* events, bool* any);
   void Take(int number, std::uint32_t mask, const char* name, Events* events) const;
   bool SelectedIsMissing() const;
