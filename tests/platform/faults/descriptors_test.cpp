@@ -6,7 +6,10 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <list>
+#include <vector>
 
 #include "faults/system_calls.h"
 #include "io/file_descriptor.h"
@@ -39,6 +42,28 @@ TEST(Descriptors, AreAboveTheStandardStreamsAlsoWhereTheirNumbersCannotBeKept) {
     EXPECT_NE(fcntl(file.get(), F_GETFD) & FD_CLOEXEC, 0);
     EXPECT_FALSE(IsOpen(STDIN_FILENO));
   });
+}
+
+// A child that is forked beside calls closes what they have open, however much that is.
+TEST(Descriptors, HoweverManyAreClosedInAChild) {
+  constexpr std::size_t kMany = 200;
+  std::list<FileDescriptor> files;
+  for (std::size_t i = 0; i < kMany; ++i) {
+    files.emplace_back(AT_FDCWD, "/proc/self/maps", O_RDONLY);
+    ASSERT_TRUE(files.back()) << i;
+  }
+  std::vector<int> numbers;
+  for (const FileDescriptor& file : files) {
+    numbers.push_back(file.get());
+  }
+  ASSERT_EQ(std::count_if(numbers.begin(), numbers.end(), IsOpen), kMany);
+  RunInChild([&] {
+    FileDescriptor::CloseAllInChild();
+    EXPECT_EQ(std::count_if(numbers.begin(), numbers.end(), IsOpen), 0);
+    EXPECT_EQ(std::count_if(files.begin(), files.end(), [](const auto& file) { return !file; }),
+              kMany);
+  });
+  EXPECT_EQ(std::count_if(numbers.begin(), numbers.end(), IsOpen), kMany);
 }
 
 }  // namespace

@@ -15,11 +15,20 @@
 #include "support/host_test.h"
 #include "tavconfigstore/value_search.h"
 #include "util/bytes.h"
+#include "util/checksum.h"
 
 namespace PlatformTest {
 namespace {
 
 using namespace TavConfigStore;  // NOLINT(google-build-using-namespace): the error codes
+
+// Bytes of the footer, and where its numbers stand in it.
+constexpr std::size_t kFooterSize = 48;
+constexpr std::size_t kKindCount = 12;
+constexpr std::size_t kTables = 16;
+constexpr std::size_t kDirectory = 24;
+constexpr std::size_t kFileSize = 32;
+constexpr std::size_t kChecksum = 40;
 
 constexpr char kKindOfPolicies[] = "3:tav,7:storage,13:quor_policies,";
 
@@ -43,6 +52,23 @@ class SnapshotOfFormat1 : public HostTest {
     std::string damaged = bytes_;
     damaged[place] = static_cast<char>(damaged[place] ^ 1);
     StoreBytes(damaged);
+  }
+
+  // With a number of the footer or of the directory changed and the checksum right again, as by
+  // somebody who means harm. A place in the directory counts from its start.
+  template <typename Integer>
+  std::string Forge(bool inDirectory, std::size_t place, Integer number) const {
+    std::string forged = bytes_;
+    const std::size_t footer = forged.size() - kFooterSize;
+    const auto tables = HostPlatform::LoadInteger<std::uint64_t>(&forged[footer + kTables]);
+    const auto directory = HostPlatform::LoadInteger<std::uint64_t>(&forged[footer + kDirectory]);
+    HostPlatform::StoreInteger(number, &forged[place + (inDirectory ? directory : footer)]);
+    const std::string_view all = forged;
+    const std::string_view index = all.substr(tables, forged.size() - 8 - tables);
+    const std::uint64_t checksum =
+        HostPlatform::Checksum(index, HostPlatform::Checksum(all.substr(0, 2048)));
+    HostPlatform::StoreInteger(checksum, &forged[footer + kChecksum]);
+    return forged;
   }
 
   std::uint32_t Version() const {
@@ -138,6 +164,46 @@ TEST_F(SnapshotOfFormat1, WithAnyByteChangedGivesNoWrongAnswer) {
     ASSERT_EQ(byId, gold) << place;
     ASSERT_EQ(count, 4U) << place;
   }
+}
+
+TEST_F(SnapshotOfFormat1, ThatIsForgedIsRefusedWithItsReason) {
+  const auto refusal = [&](const std::string& forged) -> std::string {
+    StoreBytes(forged);
+    try {
+      OpenStore()->GetObject(Policy("Gold"));
+      return "";
+    } catch (const ConfigStoreException& failure) {
+      return failure.what();
+    }
+  };
+  const auto expect = [&](const std::string& forged, const char* reason) {
+    const std::string found = refusal(forged);
+    EXPECT_NE(found.find(reason), std::string::npos) << found << "; expected: " << reason;
+  };
+  const std::uint64_t size = bytes_.size();
+  ASSERT_EQ(refusal(Forge(false, kFileSize, size)), "") << "nothing was changed";
+
+  expect(Forge(false, kFileSize, size + 1), "bytes and not");
+  expect(Forge(false, kDirectory, size), "points outside of it");
+  expect(Forge(false, kDirectory, std::uint64_t{0}), "points outside of it");
+  expect(Forge(false, kTables, std::uint64_t{0}), "points outside of it");
+  expect(Forge(false, kKindCount, 1U), "too long");
+  expect(Forge(false, kKindCount, 9U), "cut short");
+  const std::size_t firstPosition = 8 + sizeof kKindOfPolicies - 1;
+  expect(Forge(true, 4, 0xffffffU), "cut short");
+  expect(Forge(true, firstPosition + 4, 1U), "not in the order");
+  expect(Forge(true, firstPosition, 0U), "not in the order");
+}
+
+// Of the last record, so that the directory stays in order: it is like a damaged one.
+TEST_F(SnapshotOfFormat1, WithAForgedPlaceOfARecordRaisesForThatKind) {
+  const std::size_t lastPosition = bytes_.size() - kFooterSize - 4;
+  const auto directory =
+      HostPlatform::LoadInteger<std::uint64_t>(&bytes_[lastPosition + 4 + kDirectory]);
+  StoreBytes(Forge(true, lastPosition - directory, 0xffffffU));
+  const Store store = OpenStore();
+  EXPECT_EQ(CodeOf([&] { store->GetObject(Datastore("ds:///absent/")); }), kCorrupt);
+  EXPECT_EQ(NameOf(store->GetObject(Policy("Gold"))), "Gold");
 }
 
 TEST_F(SnapshotOfFormat1, CutShortIsRefused) {
