@@ -18,7 +18,7 @@ class ContentCase(QuorctlCase):
     def refuse_text(self, text, message):
         path = self.write("catalogue.json", text)
         result = self.refuse(BAD_INPUT, "apply", path)
-        self.assertEqual(result.errors, f"quorctl: {path}: {message}\n")
+        self.assertEqual(result.errors, f"quorctl: {path}: line 1: {message}\n")
         self.assertFalse(os.path.exists(self.host))
 
 
@@ -89,6 +89,64 @@ class Shape(ContentCase):
     def test_HostileKeyIsShownEscapedAndCut(self):
         self.refuse_content({**document(), "\x1b[31m": ""}, 'unknown key "\\x1b[31m"')
         self.refuse_content({**document(), "k" * 1000: ""}, f'unknown key "{"k" * 64}"...')
+
+
+class AllErrors(ContentCase):
+    """One run tells all that is wrong, each with its line."""
+
+    def errors_of(self, content):
+        self.path = self.write("catalogue.json", json.dumps(content, indent=1))
+        with open(self.path, encoding="utf-8") as file:
+            self.lines = file.read().splitlines()
+        result = self.run_quorctl("apply", self.path)
+        self.assertEqual((result.status, result.raw), (BAD_INPUT, b""))
+        return [line.removeprefix(f"quorctl: {self.path}: ")
+                for line in result.errors.splitlines()]
+
+    def line_of(self, text):
+        [number] = [number for number, line in enumerate(self.lines, 1) if text in line]
+        return f"line {number}: "
+
+    def test_EachIsToldWithItsLine(self):
+        wrong = policy("first", generation="seven", description=7, colour="red",
+                       blobs=[blob("RILK"), blob("VOLB", base64="!"), 5])
+        errors = self.errors_of(document([wrong, policy("second")], [datastore(namespace=None)]))
+        at = self.line_of
+        self.assertEqual([errors[1], errors[2], errors[5]], [
+            at('"description": 7') + 'policies[0].description: expected a string or {"base64": '
+            '"..."}, found a number',
+            at('"generation": "sev') + f"policies[0].generation: expected an integer from "
+            f"{INT64_RANGE}, found a string",
+            at('"namespace": null') + 'datastores[0].namespace: expected a string or {"base64": '
+            '"..."}, found null'])
+        self.assertEqual(errors[0], 'line 4: policies[0]: unknown key "colour"')
+        self.assertTrue(errors[3].startswith(at('"!"') + "policies[0].blobs[1].base64: not valid"))
+        self.assertEqual(errors[4], at("    5") + "policies[0].blobs[2]: expected an object, found "
+                                                  "a number")
+        self.assertEqual(len(errors), 6)
+
+    def test_AllKeysOfARecordAreToldAndItsOtherValuesLookedAt(self):
+        errors = self.errors_of({"format": "quor-catalogue/1", "policies": [{"id": 1, "nmae": ""}]})
+        self.assertEqual([error.split(": ", 1)[1] for error in errors], [
+            'the key "datastores" is missing', 'policies[0]: unknown key "nmae"',
+            *(f'policies[0]: the key "{key}" is missing'
+              for key in ("name", "description", "generation", "blobs")),
+            'policies[0].id: expected a string or {"base64": "..."}, found a number'])
+
+    def test_RepeatedKeysAreAllTold(self):
+        errors = self.errors_of(document([policy("A"), policy("A"), policy("A", blobs=[blob("")])]))
+        self.assertEqual(len(errors), 3)
+        for error in errors:
+            self.assertRegex(error, r"\Aline \d\d: policies\[")
+
+    def test_ManyAreCounted(self):
+        errors = self.errors_of(document([policy(str(i), id=i) for i in range(1000)]))
+        self.assertEqual(len(errors), 21)
+        self.assertEqual(errors[20], "and 980 more errors")
+
+    def test_LineFeedInTheFilesNameMakesNoSecondLine(self):
+        path = self.write("odd\nname.json", "[]")
+        self.refuse(BAD_INPUT, "apply", path, message="odd\\x0aname.json: line 1: expected an object")
 
 
 class Strings(ContentCase):

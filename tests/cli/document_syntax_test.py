@@ -84,16 +84,16 @@ class Syntax(QuorctlCase):
             self.refuse(BAD_INPUT, "apply", "-", given=json.dumps(document()).encode(encoding))
 
     def test_KeyGivenTwiceIsRefused(self):
-        self.refuse_text('{"format": 1, "format": 1}', 'the key "format" is given twice')
+        self.refuse_text('{"format": 1, "format": 1}', 'line 1: the key "format" is given twice')
         text = json.dumps(document([policy("A"), policy("B")])).replace(
             '"name": "B"', '"name": "B", "name": "B"')
-        self.refuse_text(text, 'policies[1]: the key "name" is given twice')
+        self.refuse_text(text, 'line 1: policies[1]: the key "name" is given twice')
         text = json.dumps(document([policy(blobs=[blob("A"), blob("B")])])).replace(
             '"B"', '"B", "namespace": "C"')
-        self.refuse_text(text, 'policies[0].blobs[1]: the key "namespace" is given twice')
+        self.refuse_text(text, 'line 1: policies[0].blobs[1]: the key "namespace" is given twice')
 
     def test_KeySpelledWithEscapesIsTheSameKey(self):
-        self.refuse_text('{"format": 1, "f\\u006frmat": 1}', 'the key "format" is given twice')
+        self.refuse_text('{"format": 1,\n"f\\u006frmat": 1}', 'line 2: the key "format" is given twice')
 
     def test_DeepNestingIsRefused(self):
         for text in ("[" * 1000000, "[" * 1000000 + "]" * 1000000, '{"a":' * 1000000,

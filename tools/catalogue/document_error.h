@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace Quorctl {
 
@@ -19,11 +20,38 @@ inline std::string ElementPath(const std::string& path, std::size_t index) {
   return path + "[" + std::to_string(index) + "]";
 }
 
-// "catalogue.json: policies[3].id: what is wrong".
+// "catalogue.json: line 12: policies[3].id: what is wrong".
 class DocumentError : public std::runtime_error {
  public:
   DocumentError(const std::string& source, const std::string& path, const std::string& problem)
       : std::runtime_error(source + ": " + (path.empty() ? "" : path + ": ") + problem) {}
+
+  // What is wrong beside that, likewise.
+  std::vector<std::string> others;
+};
+
+// All that is wrong with a document, in the order in which it was found.
+class DocumentProblems {
+ public:
+  void Add(const std::string& path, const std::string& problem) {
+    if (++count_ <= kMostShown) problems_.push_back({path, problem});
+  }
+
+  bool Any() const { return count_ > 0; }
+
+  // Raises DocumentError when there is any, with their lines in `text`, which is valid JSON; the
+  // first ones are told, the others counted.
+  void Raise(const std::string& text, const std::string& source) const;
+
+ private:
+  static constexpr std::size_t kMostShown = 20;
+
+  struct Problem {
+    std::string path;
+    std::string text;
+  };
+  std::vector<Problem> problems_;
+  std::size_t count_ = 0;
 };
 
 }  // namespace Quorctl

@@ -47,37 +47,59 @@ std::string WithArticle(const json& value) {
 // Moves the strings out of the tree while it goes, so that a large document is not held twice.
 class DocumentReader {
  public:
-  explicit DocumentReader(const std::string& source) : source_(source) {}
+  explicit DocumentReader(DocumentProblems* problems) : problems_(problems) {}
 
   Catalogue Read(json& document) {
-    ExpectObject(document, "");
-    ExpectFormat(document);  // first: another format may well have other keys
-    const bool hasBasis = document.contains("basis");
-    ExpectKeys(document, "", {"format", "policies", "datastores", hasBasis ? "basis" : "format"});
     Catalogue catalogue;
-    if (hasBasis) catalogue.basis = ReadBasis(document);
-    catalogue.policies = ReadRecords<QuorPolicyInfo>(document, "policies");
-    catalogue.datastores = ReadRecords<QuorDatastoreInfo>(document, "datastores");
+    Attempt([&] {
+      ExpectObject(document, "");
+      ExpectFormat(document);  // first: another format may well have other keys
+      const bool hasBasis = document.contains("basis");
+      Attempt([&] {
+        ExpectKeys(document, "",
+                   {"format", "policies", "datastores", hasBasis ? "basis" : "format"});
+      });
+      if (hasBasis) Attempt([&] { catalogue.basis = ReadBasis(document); });
+      ReadRecords(document, "policies", &catalogue.policies);
+      ReadRecords(document, "datastores", &catalogue.datastores);
+    });
     return catalogue;
   }
 
  private:
+  struct Stop {};  // what is wrong was told; the rest of that value is not looked at
+
+  template <typename Action>
+  static void Attempt(const Action& action) {
+    try {
+      action();
+    } catch (const Stop&) {  // the next value may be wrong too
+    }
+  }
+
   template <typename Record>
-  std::vector<Record> ReadRecords(json& document, const char* key) {
+  void ReadRecords(json& document, const char* key, std::vector<Record>* records) {
+    if (!document.contains(key)) return;
+    Attempt([&] {
+      json& values = ExpectArray(document, "", key);
+      records->resize(values.size());
+      for (std::size_t i = 0; i < values.size(); ++i)
+        ReadRecord(values[i], ElementPath(key, i), &(*records)[i]);
+    });
+  }
+
+  template <typename Record>
+  void ReadRecord(json& value, const std::string& path, Record* record) {
     Keys keys;
     for (const Field<Record>& field : kFields<Record>)
       keys.push_back(field.key);
-    json& values = ExpectArray(document, "", key);
-    std::vector<Record> records(values.size());
-    for (std::size_t i = 0; i < values.size(); ++i) {
-      const std::string path = ElementPath(key, i);
-      ExpectKeys(values[i], path, keys);
-      for (const Field<Record>& field : kFields<Record>) {
-        field.Visit([&](auto& member) { ReadValue(values[i], path, field.key, &member); },
-                    records[i]);
-      }
+    Attempt([&] { ExpectKeys(value, path, keys); });
+    for (const Field<Record>& field : kFields<Record>) {
+      if (!value.is_object() || !value.contains(field.key)) continue;
+      Attempt([&] {
+        field.Visit([&](auto& member) { ReadValue(value, path, field.key, &member); }, *record);
+      });
     }
-    return records;
   }
 
   void ReadValue(json& object, const std::string& path, const char* key, std::string* value) {
@@ -91,7 +113,7 @@ class DocumentReader {
   void ReadValue(json& object, const std::string& path, const char* key, Blobs* value) {
     json& blobs = ExpectArray(object, path, key);
     for (std::size_t i = 0; i < blobs.size(); ++i)
-      value->push_back(ReadBlob(blobs[i], ElementPath(MemberPath(path, key), i)));
+      Attempt([&] { value->push_back(ReadBlob(blobs[i], ElementPath(MemberPath(path, key), i))); });
   }
 
   std::pair<std::string, std::string> ReadBlob(json& value, const std::string& path) {
@@ -179,29 +201,39 @@ class DocumentReader {
   // An object with exactly these keys.
   void ExpectKeys(const json& value, const std::string& path, const Keys& keys) {
     ExpectObject(value, path);
+    bool allRight = true;
+    const auto tell = [&](const std::string& problem) {
+      problems_->Add(path, problem);
+      allRight = false;
+    };
     for (const auto& member : value.items()) {
       const auto isMember = [&member](const char* key) { return member.key() == key; };
       if (std::none_of(keys.begin(), keys.end(), isMember)) {
-        Fail(path, "unknown key " + Quoted(member.key()));
+        tell("unknown key " + Quoted(member.key()));
       }
     }
     for (const char* key : keys) {
-      if (!value.contains(key)) Fail(path, std::string("the key \"") + key + "\" is missing");
+      if (!value.contains(key)) tell(std::string("the key \"") + key + "\" is missing");
     }
+    if (!allRight) throw Stop();
   }
 
   [[noreturn]] void Fail(const std::string& path, const std::string& problem) {
-    throw DocumentError(source_, path, problem);
+    problems_->Add(path, problem);
+    throw Stop();
   }
 
-  const std::string& source_;
+  DocumentProblems* problems_;
 };
 
 }  // namespace
 
 Catalogue ReadCatalogueDocument(const std::string& text, const std::string& source) {
   json document = ParseJson(text, source);
-  return DocumentReader(source).Read(document);
+  DocumentProblems problems;
+  Catalogue catalogue = DocumentReader(&problems).Read(document);
+  problems.Raise(text, source);
+  return catalogue;
 }
 
 }  // namespace Quorctl

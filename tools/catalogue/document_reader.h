@@ -13,7 +13,7 @@ namespace Quorctl {
 
 inline constexpr char kDocumentFormat[] = "quor-catalogue/1";
 
-// Raises DocumentError, which names the source and the JSON path, for the first thing that is not
+// Raises DocumentError, which names the source, the lines and the JSON paths, for all that is not
 // as it must be: every key is required, no other is allowed. `source` names the text in messages.
 Catalogue ReadCatalogueDocument(const std::string& text, const std::string& source);
 

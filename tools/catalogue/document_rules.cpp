@@ -15,9 +15,9 @@ namespace {
 // Remembers which element of one array had which key.
 class UniqueKeys {
  public:
-  UniqueKeys(const std::string& source, std::string arrayPath, const char* member,
+  UniqueKeys(DocumentProblems* problems, std::string arrayPath, const char* member,
              const std::string& consequence)
-      : source_(source),
+      : problems_(problems),
         arrayPath_(std::move(arrayPath)),
         member_(member),
         consequence_(consequence) {}
@@ -25,9 +25,8 @@ class UniqueKeys {
   void Add(std::string_view key, std::size_t index) {
     const auto [first, isNew] = indexOf_.emplace(key, index);
     if (isNew) return;
-    throw DocumentError(
-        source_, PathOf(index),
-        Quoted(key) + " stands at " + PathOf(first->second) + " too; " + consequence_);
+    problems_->Add(PathOf(index),
+                   Quoted(key) + " stands at " + PathOf(first->second) + " too; " + consequence_);
   }
 
  private:
@@ -35,7 +34,7 @@ class UniqueKeys {
     return MemberPath(ElementPath(arrayPath_, index), member_);
   }
 
-  const std::string& source_;
+  DocumentProblems* problems_;
   std::string arrayPath_;
   const char* member_;
   const std::string& consequence_;
@@ -48,30 +47,30 @@ std::string BlobsPath(std::size_t policyIndex) {
 
 }  // namespace
 
-void ExpectUniqueKeys(const Catalogue& catalogue, const std::string& source,
-                      const std::string& consequence) {
-  UniqueKeys names(source, "policies", "name", consequence);
+void FindRepeatedKeys(const Catalogue& catalogue, const std::string& consequence,
+                      DocumentProblems* problems) {
+  UniqueKeys names(problems, "policies", "name", consequence);
   for (std::size_t i = 0; i < catalogue.policies.size(); ++i) {
     names.Add(catalogue.policies[i].name, i);
-    UniqueKeys namespaces(source, BlobsPath(i), "namespace", consequence);
+    UniqueKeys namespaces(problems, BlobsPath(i), "namespace", consequence);
     const auto& blobs = catalogue.policies[i].blobs;
     for (std::size_t j = 0; j < blobs.size(); ++j)
       namespaces.Add(blobs[j].second, j);
   }
-  UniqueKeys urls(source, "datastores", "url", consequence);
+  UniqueKeys urls(problems, "datastores", "url", consequence);
   for (std::size_t i = 0; i < catalogue.datastores.size(); ++i) {
     urls.Add(catalogue.datastores[i].url, i);
   }
 }
 
-void ExpectBlobNamespaces(const Catalogue& catalogue, const std::string& source,
-                          const std::string& consequence) {
+void FindNamelessBlobs(const Catalogue& catalogue, const std::string& consequence,
+                       DocumentProblems* problems) {
   for (std::size_t i = 0; i < catalogue.policies.size(); ++i) {
     const auto& blobs = catalogue.policies[i].blobs;
     for (std::size_t j = 0; j < blobs.size(); ++j) {
       if (!blobs[j].second.empty()) continue;
-      throw DocumentError(source, MemberPath(ElementPath(BlobsPath(i), j), "namespace"),
-                          "is empty; " + consequence);
+      problems->Add(MemberPath(ElementPath(BlobsPath(i), j), "namespace"),
+                    "is empty; " + consequence);
     }
   }
 }

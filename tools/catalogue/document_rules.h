@@ -8,18 +8,19 @@
 #include <string>
 
 #include "catalogue/catalogue.h"
+#include "catalogue/document_error.h"
 
 namespace Quorctl {
 
-// Raises DocumentError, which names both places, for two policies of one name, two datastores of
+// Tells, with both places, of two policies of one name, two datastores of
 // one URL, and two blobs of one namespace in a policy. `consequence` ends the message: what becomes
 // of such records.
-void ExpectUniqueKeys(const Catalogue& catalogue, const std::string& source,
-                      const std::string& consequence);
+void FindRepeatedKeys(const Catalogue& catalogue, const std::string& consequence,
+                      DocumentProblems* problems);
 
-// Raises DocumentError for a blob without a namespace.
-void ExpectBlobNamespaces(const Catalogue& catalogue, const std::string& source,
-                          const std::string& consequence);
+// Tells of each blob without a namespace.
+void FindNamelessBlobs(const Catalogue& catalogue, const std::string& consequence,
+                       DocumentProblems* problems);
 
 }  // namespace Quorctl
 

@@ -4,6 +4,7 @@
 #include "catalogue/json_tree.h"
 
 #include <algorithm>
+#include <iterator>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -54,9 +55,34 @@ std::string Reason(std::string_view what) {
   return reason;
 }
 
+// Reads a text and tells how far it got.
+struct Cursor {
+  using iterator_category = std::input_iterator_tag;
+  using value_type = char;
+  using difference_type = std::ptrdiff_t;
+  using pointer = const char*;
+  using reference = const char&;
+
+  reference operator*() const { return *at; }
+  Cursor& operator++() {
+    *reached = ++at;
+    return *this;
+  }
+  bool operator==(const Cursor& other) const { return at == other.at; }
+  bool operator!=(const Cursor& other) const { return at != other.at; }
+
+  const char* at;
+  const char** reached;
+};
+
 class TreeBuilder final : public nlohmann::json_sax<json> {
  public:
-  TreeBuilder(const std::string& text, const std::string& source) : text_(text), source_(source) {}
+  TreeBuilder(const std::string& text, const std::string& source,
+              std::map<std::string, std::size_t>* lines)
+      : text_(text), source_(source), lines_(lines), reached_(text.data()) {}
+
+  Cursor Begin() { return {text_.data(), &reached_}; }
+  Cursor End() { return {text_.data() + text_.size(), &reached_}; }
 
   json TakeRoot() { return std::move(root_); }
 
@@ -78,8 +104,8 @@ class TreeBuilder final : public nlohmann::json_sax<json> {
   bool key(string_t& name) override {
     Container& object = open_.back();
     const auto [member, isNew] = object.value->get_ref<json::object_t&>().emplace(name, nullptr);
-    if (!isNew)
-      throw DocumentError(source_, PathOfOpen(), "the key " + Quoted(name) + " is given twice");
+    if (!isNew) Fail("the key " + Quoted(name) + " is given twice");
+    if (lines_) NoteLine(MemberPath(PathOfOpen(), ShownKey(name)));
     object.lastKey = std::move(name);
     object.lastMember = &member->second;
     return true;
@@ -107,12 +133,14 @@ class TreeBuilder final : public nlohmann::json_sax<json> {
       throw DocumentError(source_, "", "more than " + std::to_string(kMostValues) + " values");
     }
     if (open_.empty()) {
+      if (lines_) NoteLine("");
       root_ = std::move(value);
       return &root_;
     }
     Container& parent = open_.back();
     if (parent.value->is_array()) {
       auto& elements = parent.value->get_ref<json::array_t&>();
+      if (lines_) NoteLine(ElementPath(PathOfOpen(), elements.size()));
       elements.push_back(std::move(value));
       return &elements.back();
     }
@@ -122,8 +150,7 @@ class TreeBuilder final : public nlohmann::json_sax<json> {
 
   bool Open(json value) {
     if (open_.size() == kDeepestNesting) {
-      throw DocumentError(source_, PathOfOpen(),
-                          "nested deeper than " + std::to_string(kDeepestNesting) + " levels");
+      Fail("nested deeper than " + std::to_string(kDeepestNesting) + " levels");
     }
     open_.push_back({Place(std::move(value)), {}});
     return true;
@@ -132,6 +159,22 @@ class TreeBuilder final : public nlohmann::json_sax<json> {
   bool Close() {
     open_.pop_back();
     return true;
+  }
+
+  // Behind what was read last there may be one byte that the parser looked at.
+  std::size_t Line() const {
+    return 1 + static_cast<std::size_t>(std::count(text_.data(), reached_ - 1, '\n'));
+  }
+
+  void NoteLine(const std::string& path) const {
+    const auto wanted = lines_->find(path);
+    if (wanted != lines_->end()) wanted->second = Line();
+  }
+
+  [[noreturn]] void Fail(const std::string& problem) const {
+    const std::string path = PathOfOpen();
+    throw DocumentError(source_, "line " + std::to_string(Line()),
+                        path.empty() ? problem : path + ": " + problem);
   }
 
   // The path of the innermost container that is open.
@@ -159,11 +202,14 @@ class TreeBuilder final : public nlohmann::json_sax<json> {
   json root_;
   std::vector<Container> open_;
   std::size_t values_ = 0;
+  std::map<std::string, std::size_t>* lines_;
+  const char* reached_;  // in the text, by the parser
 };
 
 }  // namespace
 
-json ParseJson(const std::string& text, const std::string& source) {
+json ParseJson(const std::string& text, const std::string& source,
+               std::map<std::string, std::size_t>* lines) {
   if (std::string_view(text).substr(0, kByteOrderMark.size()) == kByteOrderMark) {
     throw DocumentError(source, "", "starts with a byte-order mark; save it as UTF-8 without one");
   }
@@ -173,9 +219,29 @@ json ParseJson(const std::string& text, const std::string& source) {
     throw DocumentError(source, LineAndColumn(text, zero + 1),
                         "a zero byte; a catalogue is JSON text in UTF-8");
   }
-  TreeBuilder builder(text, source);
-  json::sax_parse(text, &builder);
+  TreeBuilder builder(text, source, lines);
+  json::sax_parse(builder.Begin(), builder.End(), &builder);
   return builder.TakeRoot();
+}
+
+void DocumentProblems::Raise(const std::string& text, const std::string& source) const {
+  if (!Any()) return;
+  std::map<std::string, std::size_t> lines;
+  for (const Problem& problem : problems_)
+    lines[problem.path] = 1;
+  ParseJson(text, source, &lines);
+  const auto describe = [&](const Problem& problem) {
+    return DocumentError(source, "line " + std::to_string(lines[problem.path]),
+                         (problem.path.empty() ? "" : problem.path + ": ") + problem.text);
+  };
+  DocumentError error = describe(problems_.front());
+  for (std::size_t i = 1; i < problems_.size(); ++i)
+    error.others.emplace_back(describe(problems_[i]).what());
+  if (count_ > problems_.size()) {
+    error.others.push_back(source + ": and " + std::to_string(count_ - problems_.size()) +
+                           " more errors");
+  }
+  throw error;
 }
 
 }  // namespace Quorctl

@@ -69,19 +69,19 @@ Failure Describe() {
   try {
     throw;
   } catch (const CommandError& failure) {
-    return {failure.status(), failure.what()};
+    return {failure.status(), failure.what(), {}};
   } catch (const DocumentError& failure) {
-    return {ExitStatus::kBadInput, failure.what()};
+    return {ExitStatus::kBadInput, failure.what(), failure.others};
   } catch (const BriskException& failure) {
-    return {StatusOf(failure), failure.what()};
+    return {StatusOf(failure), failure.what(), {}};
   } catch (const std::system_error& failure) {
-    return {StatusOf(failure), failure.what()};
+    return {StatusOf(failure), failure.what(), {}};
   } catch (const std::bad_alloc&) {
-    return {ExitStatus::kInternal, "out of memory"};
+    return {ExitStatus::kInternal, "out of memory", {}};
   } catch (const std::exception& failure) {
-    return {ExitStatus::kInternal, std::string("internal error: ") + failure.what()};
+    return {ExitStatus::kInternal, std::string("internal error: ") + failure.what(), {}};
   } catch (...) {
-    return {ExitStatus::kInternal, "internal error of an unknown kind"};
+    return {ExitStatus::kInternal, "internal error of an unknown kind", {}};
   }
 }
 

@@ -8,6 +8,7 @@
 #include <array>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace Quorctl {
 
@@ -55,6 +56,7 @@ class UsageError : public CommandError {
 struct Failure {
   ExitStatus status;
   std::string message;
+  std::vector<std::string> others;  // what is wrong with a document beside that
 };
 
 // The exit status and the message of the exception that is being handled. To be called in a catch

@@ -46,7 +46,10 @@ ExitStatus RunAndReport(const std::vector<std::string>& words) {
     if (status == ExitStatus::kDone || status == ExitStatus::kNo) status = ofWriting->status;
   }
   for (const auto& failure : {ofCommand, ofWriting}) {
-    if (failure) WriteErrorLine(failure->message);
+    if (!failure) continue;
+    WriteErrorLine(failure->message);
+    for (const std::string& other : failure->others)
+      WriteErrorLine(other);
   }
   return status;
 }

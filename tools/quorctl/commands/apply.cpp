@@ -18,15 +18,19 @@ namespace {
 
 Catalogue ReadAndCheck(const std::string& path) {
   const std::string source = InputName(path);
-  Catalogue catalogue = ReadCatalogueDocument(ReadInput(path), source);
+  const std::string text = ReadInput(path);
+  Catalogue catalogue = ReadCatalogueDocument(text, source);
   const bool inStore = BackendSwitch().on;
-  ExpectUniqueKeys(catalogue, source,
+  DocumentProblems problems;
+  FindRepeatedKeys(catalogue,
                    inStore ? "only one of the two would be kept"
-                           : "only the first of the two would be found by it");
+                           : "only the first of the two would be found by it",
+                   &problems);
   if (inStore) {
-    ExpectBlobNamespaces(catalogue, source,
-                         "the configuration store keeps no blob without a namespace");
+    FindNamelessBlobs(catalogue, "the configuration store keeps no blob without a namespace",
+                      &problems);
   }
+  problems.Raise(text, source);
   const std::vector<std::string> losses = LostIn(inStore, catalogue);
   if (losses.empty()) return catalogue;
   throw CommandError(ExitStatus::kBadInput, source + ": " + losses.front() + "; the " +
