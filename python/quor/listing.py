@@ -102,7 +102,7 @@ def replace_policies(records: Iterable[Policy]) -> None:
         _put(lib.quor_policy_set_description, one, encode(policy.description))
         lib.quor_policy_set_generation(one, policy.generation)
         for blob in policy.blobs:
-            _put(lib.quor_policy_add_blob, one, encode(blob.namespace), bytes(blob.data))
+            _put(lib.quor_policy_add_blob, one, encode(blob.namespace), bytes(memoryview(blob.data)))
     _replace(lib.quor_policies_replace, made)
 
 

@@ -4,6 +4,7 @@
 from __future__ import annotations
 
 import os
+import threading
 from typing import Any, NoReturn, Optional
 
 from quor.errors import Busy, Corrupt, Error, FileError, NoSpace, PermissionDenied, StoreError
@@ -14,22 +15,40 @@ _host_dir: Optional[str] = None
 _classes: dict[int, type[Error]] = {}
 
 
+_loading = threading.Lock()
+
+
+def _renew_lock() -> None:
+    """In a child nobody is there to unlock what another thread held at the fork."""
+    global _loading
+    _loading = threading.Lock()
+
+
+os.register_at_fork(after_in_child=_renew_lock)
+
+
 def load(host_dir: Optional[str]) -> None:
     """Loads the library, which takes the host directory from the environment and keeps it."""
-    global ffi, lib, _host_dir
     if lib is None:
-        if host_dir is not None:
-            os.environ["QUOR_HOST_DIR"] = host_dir
-        from quor import _quor
-        _host_dir = os.environ.get("QUOR_HOST_DIR", "/var/lib/quor")
-        ffi, lib = _quor.ffi, _quor.lib
-        _classes.update({
-            lib.QUOR_STORE: StoreError, lib.QUOR_FILE: FileError, lib.QUOR_BUSY: Busy,
-            lib.QUOR_PERMISSION: PermissionDenied, lib.QUOR_CORRUPT: Corrupt,
-            lib.QUOR_NO_SPACE: NoSpace})
+        with _loading:
+            if lib is None:
+                _load(host_dir)
     if host_dir is not None and host_dir != _host_dir:
         raise ValueError(f"this process uses the host directory {_host_dir}, which was chosen when "
                          f"the library was loaded; use {host_dir} in another process")
+
+
+def _load(host_dir: Optional[str]) -> None:
+    global ffi, lib, _host_dir
+    if host_dir is not None:
+        os.environ["QUOR_HOST_DIR"] = host_dir
+    from quor import _quor
+    _host_dir = os.path.abspath(os.environ.get("QUOR_HOST_DIR") or "/var/lib/quor")
+    _classes.update({
+        _quor.lib.QUOR_STORE: StoreError, _quor.lib.QUOR_FILE: FileError, _quor.lib.QUOR_BUSY: Busy,
+        _quor.lib.QUOR_PERMISSION: PermissionDenied, _quor.lib.QUOR_CORRUPT: Corrupt,
+        _quor.lib.QUOR_NO_SPACE: NoSpace})
+    ffi, lib = _quor.ffi, _quor.lib
 
 
 def fail(status: int, error: Any) -> NoReturn:

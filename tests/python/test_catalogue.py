@@ -63,7 +63,8 @@ def test_text_that_is_not_utf8_is_kept_as_it_is(catalogue):
 
 def test_bytes_and_text_are_not_taken_for_each_other(catalogue):
     for wrong in (quor.Policy(b"id", "name"), quor.Policy("id", "n", blobs=(quor.Blob("RILK", "x"),)),
-                  MAIL):
+                  quor.Policy("id", "n", blobs=(quor.Blob("RILK", 5),)),
+                  quor.Policy("id", "n", blobs=(quor.Blob("RILK", [1, 2]),)), MAIL):
         with pytest.raises((AttributeError, TypeError)):
             catalogue.replace_policies([GOLD, wrong])
     with pytest.raises((AttributeError, TypeError)):
@@ -71,6 +72,11 @@ def test_bytes_and_text_are_not_taken_for_each_other(catalogue):
     with pytest.raises(TypeError):
         catalogue.rilk_blob()
     assert catalogue.policies == ()
+    as_good = [quor.Policy("id", "n", blobs=(quor.Blob("RILK", kind(b"x")),))
+               for kind in (bytes, bytearray, memoryview)]
+    for policy in as_good:
+        catalogue.replace_policies([policy])
+        assert catalogue.rilk_blob(name="n") == b"x"
 
 
 def test_digests_and_revisions_tell_of_a_change(catalogue):
@@ -99,6 +105,53 @@ def test_another_process_may_choose_one(host, tmp_path):
          str(tmp_path)], check=True, capture_output=True, text=True, env=environment)
     assert done.stdout == "a\n"
     assert "config-store.cdb" in os.listdir(tmp_path)
+
+
+ONE_OF_MANY = """
+import os, sys, threading, quor
+ready = threading.Barrier(8)
+chosen = []
+
+def choose(directory):
+    ready.wait()
+    try:
+        quor.Catalogue(host_dir=directory).replace_policies([quor.Policy("a", "A")])
+        chosen.append(directory)
+    except ValueError:
+        pass
+
+threads = [threading.Thread(target=choose, args=[directory]) for directory in sys.argv[1:]]
+for thread in threads: thread.start()
+for thread in threads: thread.join()
+print(*chosen, sep="\\n")
+"""
+
+
+def test_threads_that_choose_different_directories_get_one(tmp_path):
+    environment = {name: value for name, value in os.environ.items() if name != "QUOR_HOST_DIR"}
+    for number in range(5):
+        directories = [tmp_path / f"{number}-{i}" for i in range(8)]
+        for directory in directories:
+            directory.mkdir()
+            directory.chmod(0o755)
+        done = subprocess.run([sys.executable, "-c", ONE_OF_MANY, *map(str, directories)], check=True,
+                              capture_output=True, text=True, env=environment)
+        used = [str(one) for one in directories if "config-store.cdb" in os.listdir(one)]
+        assert (len(used), done.stdout.split()) == (1, used), done.stderr
+
+
+def test_one_directory_may_be_said_in_several_ways(host):
+    for chosen in (os.path.relpath(host), host + "/"):
+        done = subprocess.run([sys.executable, "-c",
+                               "import quor, sys; quor.Catalogue(); quor.Catalogue(host_dir=sys.argv[1])",
+                               host],
+                              check=False, capture_output=True, text=True,
+                              env={**os.environ, "QUOR_HOST_DIR": chosen})
+        assert done.returncode == 0, done.stderr
+    done = subprocess.run([sys.executable, "-c", "import quor; quor.Catalogue(); quor.Catalogue(host_dir='/var/lib/quor')"],
+                          check=False, capture_output=True, text=True,
+                          env={**os.environ, "QUOR_HOST_DIR": ""})
+    assert done.returncode == 0, done.stderr
 
 
 def test_threads_read_while_one_writes(catalogue):

@@ -7,6 +7,7 @@ import resource
 import pytest
 
 import quor
+from quor import native
 
 CALLS = int(os.environ.get("QUOR_TEST_CALLS", "20000"))
 MOST_KIB = 4096  # one blob of a call that leaked would be more
@@ -15,6 +16,12 @@ MOST_KIB = 4096  # one blob of a call that leaked would be more
 def resident_kib():
     with open("/proc/self/statm", encoding="ascii") as file:
         return int(file.read().split()[1]) * resource.getpagesize() // 1024
+
+
+def refused():
+    """A failure that comes from the library."""
+    changes, error = native.ffi.new("quor_changes**"), native.ffi.new("quor_error**")
+    native.fail(native.lib.quor_changes_open(b"relative", changes, error), error[0])
 
 
 def one_round(catalogue, number):
@@ -27,6 +34,8 @@ def one_round(catalogue, number):
         catalogue.watch().close()
         with pytest.raises(AttributeError):
             catalogue.replace_policies([3])
+        with pytest.raises(ValueError, match="absolute"):
+            refused()
 
 
 def test_calls_leave_no_memory_behind(catalogue):

@@ -5,6 +5,7 @@ import asyncio
 import gc
 import os
 import threading
+import time
 
 import pytest
 
@@ -64,6 +65,78 @@ def test_waiting_can_be_cancelled(catalogue):
                 await asyncio.wait_for(watch.__anext__(), 0.05)
 
     asyncio.run(wait())
+
+
+def test_what_is_no_change_does_not_end_the_wait(catalogue):
+    catalogue.replace_policies(policies(1))
+    with catalogue.watch() as watch:
+        catalogue.replace_policies(policies(1))  # a commit of what is there
+        start = time.monotonic()
+        assert watch.wait(0.3) is None
+        assert time.monotonic() - start >= 0.3
+        catalogue.replace_policies(policies(1))
+        later = threading.Timer(0.1, catalogue.replace_policies, [policies(2)])
+        later.start()
+        assert watch.wait(20).policies
+        later.join()
+        assert watch.wait(-1) is None
+
+
+def test_a_change_that_could_not_be_read_comes_when_it_can(catalogue, monkeypatch):
+    def fail():
+        raise quor.Busy("somebody else")
+
+    catalogue.replace_policies(policies(1))
+    with catalogue.watch() as watch:
+        for look in (watch.poll, lambda: watch.wait(20), lambda: next(watch)):
+            catalogue.replace_policies(policies(catalogue.policies[0].generation + 1))
+            with monkeypatch.context() as patch:
+                patch.setattr(catalogue, "digests", fail)
+                with pytest.raises(quor.Busy):
+                    next(watch)
+            assert look().policies
+
+        async def two():
+            catalogue.replace_policies(policies(catalogue.policies[0].generation + 1))
+            with monkeypatch.context() as patch:
+                patch.setattr(catalogue, "digests", fail)
+                with pytest.raises(quor.Busy):
+                    await watch.__anext__()
+            return await watch.__anext__()
+
+        assert asyncio.run(asyncio.wait_for(two(), 20)).policies
+
+
+def test_closing_ends_the_task_that_waits_and_a_second_one_is_refused(catalogue):
+    async def wait():
+        watch = catalogue.watch()
+        task = asyncio.ensure_future(watch.__anext__())
+        await asyncio.sleep(0.05)
+        with pytest.raises(RuntimeError, match="another task waits"):
+            await watch.__anext__()
+        watch.close()
+        with pytest.raises(StopAsyncIteration):
+            await asyncio.wait_for(task, 5)
+        with pytest.raises(ValueError, match="closed"):
+            await watch.__anext__()
+
+    asyncio.run(wait())
+
+
+def test_a_forked_child_is_refused_and_takes_nothing(catalogue):
+    catalogue.replace_policies(policies(1))
+    with catalogue.watch() as watch:
+        catalogue.replace_policies(policies(2))
+        child = os.fork()
+        if child == 0:
+            try:
+                watch.poll()
+            except ValueError:
+                watch.close()
+                os._exit(0)
+            os._exit(1)
+        assert os.waitstatus_to_exitcode(os.waitpid(child, 0)[1]) == 0
+        assert watch.poll().policies
 
 
 def test_a_closed_one_says_so_and_one_that_is_forgotten_is_closed(catalogue):
