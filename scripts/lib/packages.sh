@@ -35,6 +35,7 @@ tests groff-base      checks the manual pages
 tests uidmap          users for the tests that an ordinary user runs
 tests zsh             checks the completion of quorctl in zsh
 tests libsystemd-dev event loop of an example
+tests libfuse3-dev  file system whose reads fail, for tests
 tests libpython3-dev headers of the Python package's module
 tests python3-cffi  makes the Python package's module
 tests python3-pytest tests of the Python package

@@ -11,32 +11,25 @@
 // store answers from one of the two states or raises; the configuration file has no checksum that
 // would tell what is half written.
 #include <fcntl.h>
-#include <sys/prctl.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
-#include <atomic>
 #include <cerrno>
-#include <csignal>
 #include <cstdio>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 #include <system_error>
-#include <vector>
 
 #include "catalogue_calls.h"
 #include "catalogue_sets.h"
 #include "place.h"
 #include "platform/admin.h"
+#include "readers.h"
 #include "stress_program.h"
 #include "support/random.h"
-#include "support/shared.h"
 #include "support/temporary_directory.h"
-#include "tavconfigstore/exception.h"
-#include "zynctl/exception.h"
 
 namespace StressTest {
 namespace {
@@ -46,14 +39,6 @@ using TavQuor::QuorLib;
 constexpr int kReaders = 8;
 constexpr int kFirst = 1, kSecond = 2;  // the sets of the two states
 constexpr useconds_t kLongestPause = 300;
-constexpr unsigned kPatience = 60;  // seconds of one call
-
-struct Notes {
-  std::atomic<bool> stopped{false};
-  std::atomic<long> answered{0};
-  std::atomic<long> raised{0};
-  std::atomic<long> wrong{0};
-};
 
 // A file that is written as other programs do: in place, a block at a time.
 class InPlace {
@@ -93,24 +78,14 @@ class Overwrites {
   }
 
   void Run() {
-    std::vector<pid_t> readers;
-    for (int i = 0; i < kReaders; ++i)
-      readers.push_back(StartReader());
+    readers_.Start(kReaders, &random_);
     for (; rounds_ < arguments_.times; ++rounds_)
       Treat();
-    notes_->stopped = true;
-    int ended = 0;
-    for (const pid_t reader : readers) {
-      int status = 0;
-      while (waitpid(reader, &status, 0) < 0 && errno == EINTR) {
-      }
-      if (status != 0) ++ended;
-      if (WIFSIGNALED(status)) std::printf("a reader was ended by signal %d\n", WTERMSIG(status));
-    }
-    if (ended != 0) throw std::runtime_error(std::to_string(ended) + " readers ended");
-    if (arguments_.store == "store" && notes_->wrong != 0)
-      throw std::runtime_error(std::to_string(notes_->wrong) + " answers are of no state");
-    if (notes_->answered < rounds_ / 10) throw std::runtime_error("the readers hardly read");
+    readers_.Stop();
+    if (arguments_.store == "store" && readers_.notes().wrong != 0)
+      throw std::runtime_error(std::to_string(readers_.notes().wrong) + " answers are of no state");
+    if (readers_.notes().answered < rounds_ / 10)
+      throw std::runtime_error("the readers hardly read");
   }
 
   void Print(double seconds) const {
@@ -118,7 +93,8 @@ class Overwrites {
         "store=%s seed=%llu rounds=%d readers=%d answered=%ld raised=%ld half-written=%ld "
         "seconds=%.1f\n",
         arguments_.store.c_str(), static_cast<unsigned long long>(arguments_.seed), rounds_,
-        kReaders, notes_->answered.load(), notes_->raised.load(), notes_->wrong.load(), seconds);
+        kReaders, readers_.notes().answered.load(), readers_.notes().raised.load(),
+        readers_.notes().wrong.load(), seconds);
   }
 
  private:
@@ -158,66 +134,13 @@ class Overwrites {
 
   void Pause() { usleep(static_cast<useconds_t>(random_.Below(kLongestPause))); }
 
-  pid_t StartReader() {
-    const std::uint64_t seed = random_.Number();
-    const pid_t reader = fork();
-    if (reader < 0) throw std::system_error(errno, std::generic_category(), "fork");
-    if (reader != 0) return reader;
-    prctl(PR_SET_PDEATHSIG, SIGKILL);
-    PlatformTest::Random random(seed);
-    while (!notes_->stopped) {
-      alarm(kPatience);
-      Read(&random);
-    }
-    _exit(0);
-  }
-
-  // Anything but an exception of the stores ends the reader.
-  void Read(PlatformTest::Random* random) {
-    const int policy = static_cast<int>(random->Below(kPolicies));
-    const int datastore = static_cast<int>(random->Below(kDatastores));
-    try {
-      switch (random->Below(4)) {
-        case 0:
-          Expect(QuorLib::GetRilkPolicyBlobByName(PolicyName(policy)), policy, kRilk);
-          break;
-        case 1:
-          Expect(QuorLib::GetRilkPolicyBlobById(PolicyId(policy)), policy, kRilk);
-          break;
-        case 2:
-          QuorLib::GetDefaultPolicyBlob(Url(datastore));
-          break;
-        default:
-          QuorLib::ListPolicyInfo();  // leaves out what is damaged
-      }
-      ++notes_->answered;
-    } catch (const TavConfigStore::ConfigStoreException&) {
-      ++notes_->raised;
-    } catch (const ZynCtl::Config::ConfigFileException&) {
-      ++notes_->raised;
-    }
-  }
-
-  void Expect(const std::string& blob, int policy, int blobNamespace) {
-    for (const int set : {kFirst, kSecond}) {
-      if (NumberOrNone(blob) == BlobIn(set, policy, blobNamespace)) return;
-    }
-    ++notes_->wrong;
-  }
-
-  static int NumberOrNone(const std::string& blob) try {
-    return NumberOfBlob(blob);
-  } catch (const std::runtime_error&) {
-    return -1;
-  }
-
   const Arguments& arguments_;
   PlatformTest::Random random_;
   PlatformTest::TemporaryDirectory temporary_{PlaceForFiles()};
   std::string host_;
   std::string path_;
   std::array<std::string, 2> states_;
-  PlatformTest::Shared<Notes> notes_;
+  Readers readers_{kFirst, kSecond};
   int rounds_ = 0;
 };
 
