@@ -11,7 +11,7 @@ import subprocess
 import unittest
 
 from check_case import CheckCase
-from quorctl_case import (DONE, NO, PERMISSION, STRANGER, base64_of, blob, datastore, document,
+from quorctl_case import (DONE, NO, PERMISSION, STRANGER, USAGE, base64_of, blob, datastore, document,
                           entries_of, policy, without_lock_files)
 from stranger import become_stranger, need_root
 
@@ -33,6 +33,20 @@ class ReadOnlyFileSystem(CheckCase):
                          [("warning", self.host,
                            "its file system is mounted read-only, so no change can be made")])
         self.expect_nothing()
+
+
+class Severity(CheckCase):
+    def test_ErrorsAloneAreToldAndCounted(self):
+        self.apply(document([policy("Gold")], [datastore(defaultPolicy="none")]))
+        self.assertEqual(len(self.findings("--severity", "warning")), 1)
+        self.assertEqual(self.findings("--severity", "error", status=DONE), [])
+        with open(self.store, "wb") as file:
+            file.write(b"damaged")
+        found = self.findings("--severity", "error")
+        self.assertEqual({finding["severity"] for finding in found}, {"error"})
+        self.assertEqual(self.findings("--where", "severity=info"), [])
+        self.refuse(USAGE, "check", "--severity", "worst",
+                    message='unknown severity "worst"; choose error or warning')
 
 
 class Sound(CheckCase):

@@ -78,7 +78,22 @@ class Words(QuorctlCase):
         for words in (["frobnicate"], ["frobnicate", "policies"], ["LIST", "policies"], [""],
                       ["lists"], ["--root", "/x", "frobnicate"]):
             name = words[-1] if words[0] == "--root" else words[0]
-            self.refuse(USAGE, *words, message=f'unknown command "{name}" (see: quorctl help)')
+            self.refuse(USAGE, *words, message=f'unknown command "{name}"')
+
+    def test_NearMissesAreNamed(self):
+        for words, message in (
+                (["lists", "x"], 'unknown command "lists"; did you mean "list"? (see: quorctl help)'),
+                (["hist"], 'unknown command "hist"; did you mean "history"?'),
+                (["help", "exprot"], 'unknown command "exprot"; did you mean "export"? (see: quorctl help help)'),
+                (["show", "policies"], 'unknown command "show"; did you mean "get"?'),
+                (["version"], 'unknown command "version"; did you mean "--version"?'),
+                (["undo"], 'unknown command "undo"; did you mean "restore"?'),
+                (["frobnicate"], 'unknown command "frobnicate" (see: quorctl help)'),
+                (["apply", "--dryrun", "x"], 'unknown option "--dryrun"; did you mean "--dry-run"? '
+                                             "(see: quorctl help apply)"),
+                (["--rot=/x", "status"], 'unknown option "--rot=/x"; did you mean "--root"?'),
+                (["list", "datastores", "--fields", "ulr"], '; did you mean "url"? (see: quorctl help list)')):
+            self.refuse(USAGE, *words, message=message)
 
     def test_UnknownOptionIsNamed(self):
         for words in (["--frob"], ["status", "--frob"], ["--frob", "status"], ["list", "--frob=1"],
@@ -105,8 +120,8 @@ class Words(QuorctlCase):
 
     def test_WordsBehindTwoDashesAreNoOptions(self):
         self.assertEqual(self.ask("list", "--", "policies").raw, self.ask("list", "policies").raw)
-        self.refuse(USAGE, "list", "--", "-x", message='cannot list "-x"')
-        self.refuse(USAGE, "list", "--", "policies", "extra",
+        self.refuse(USAGE, "list", "--", "-x", message='unknown kind "-x"')
+        self.refuse(USAGE, "switch", "--", "file", "extra",
                     message='unexpected argument "extra"')
 
     def test_FlagsTakeNoValue(self):

@@ -71,10 +71,11 @@ class CompletionCase:
                                                           "csv-raw"])
         self.expect_offer("quorctl digest --output ", ["table", "json"])
         self.expect_offer("quorctl list ", ["policies", "datastores"])
-        self.expect_offer("quorctl get ", ["policy", "datastore"])
+        self.expect_offer("quorctl get ", ["policies", "datastores", "policy", "datastore"])
+        self.expect_offer("quorctl check --severity ", ["error", "warning"])
         self.expect_offer("quorctl switch ", ["store", "file"])
         self.expect_offer("quorctl migrate --to ", ["store", "file"])
-        for line in ("quorctl list policies x ", "quorctl status ", "quorctl switch file "):
+        for line in ("quorctl switch file x ", "quorctl status ", "quorctl switch file "):
             offered = self.shell.offered(line)  # options, at the most
             self.assertEqual([word for word in offered if not word.startswith("-")], [], line)
 
@@ -84,7 +85,8 @@ class CompletionCase:
         self.ask("apply", EXAMPLE)
         with open(EXAMPLE, encoding="utf-8") as file:
             example = json.load(file)
-        for line in ("quorctl get policy ", "quorctl blob --policy-id "):
+        for line in ("quorctl get policy ", "quorctl list policies ", "quorctl get policies x ",
+                     "quorctl blob --policy-id "):
             self.expect_offer(line, [record["id"] for record in example["policies"]])
         for line in ("quorctl get datastore ", "quorctl blob --default-of ",
                      "quorctl blob --policy-id gold-01 --datastore "):

@@ -53,7 +53,7 @@ class Get(QuorctlCase):
 
     def test_AbsentRecordIsNamed(self):
         for words, message in (
-                (["policy", "nobody"], 'there is no policy with the identifier "nobody"'),
+                (["policy", "nobody"], 'there is no policy with the identifier or name "nobody"'),
                 (["policy", "--name", "nobody"], 'there is no policy named "nobody"'),
                 (["datastore", "ds:///9/"], 'there is no datastore "ds:///9/"')):
             self.assertEqual(self.refuse(ABSENT, "get", *words).errors, f"quorctl: {message}\n")
@@ -63,16 +63,54 @@ class Get(QuorctlCase):
                       ["datastore", "ds:///1"], ["policy", "--name", "gold"]):
             self.refuse(ABSENT, "get", *words)
 
+    def test_PolicyByNameWhereNoIdentifierIsThat(self):
+        self.assertEqual(self.got("policy", "Silver"), [self.policies[1]])
+
+    def test_SeveralAreShownInTheOrderAskedForAndOnce(self):
+        self.assertEqual(self.got("policies", "Silver", "gold-01", "silver-01", "gold*"),
+                         [self.policies[1], self.policies[0], self.policies[2]])
+        self.assertEqual(json.loads(self.ask("get", "datastores", "-o", "json", "--", "-u",
+                                             "ds:///1/").text),
+                         [self.datastores[2], self.datastores[0]])
+
+    def test_WithoutAKeyAllAreShown(self):
+        self.assertEqual(self.got("policies"), self.policies)
+        self.assertEqual(self.got("datastores"), self.datastores)
+        self.assertEqual(json.loads(self.ask("list", "policies", "Silver", "-o", "json").text),
+                         [self.policies[1]])
+
+    def test_PatternsAreOfIdentifiersAndNames(self):
+        self.assertEqual(self.got("policy", "?old"), [self.policies[0], self.policies[2]])
+        self.assertEqual(self.got("policy", "[s]*-01"), [self.policies[1]])
+        self.assertEqual(self.got("datastore", "ds:*"), self.datastores[:2])
+        self.refuse(ABSENT, "get", "policy", "x*", message='identifier or name "x*"')
+
+    def test_WhatIsThereIsShownBesideWhatIsNot(self):
+        result = self.run_quorctl("get", "policy", "gold-01", "a", "b", "-o", "json")
+        self.assertEqual((result.status, json.loads(result.text)), (ABSENT, [self.policies[0]]))
+        self.assertEqual(result.errors, 'quorctl: there is no policy with the identifier or name "a"; '
+                                        'there is no policy with the identifier or name "b"\n')
+
+    def test_ConditionsChooseRecords(self):
+        self.assertEqual(self.got("policies", "--where", "name=G*"), [self.policies[0]])
+        self.assertEqual(self.got("policies", "--where=blobs=RILK:*", "--where", "id=*-01"),
+                         self.policies[:2])
+        self.assertEqual(self.got("datastores", "--where", "namespace=VOLB", "--fields", "url"),
+                         [{"url": "ds:///2/"}])
+        self.assertEqual(self.got("datastores", "--where", "defaultPolicyName=G*"), [])
+
     def test_WordsThatMakeNoQuestionAreRefused(self):
         for words, message in (
-                ([], "get what? policy or datastore"),
-                (["policies"], 'cannot get "policies"; choose policy or datastore'),
-                (["policy"], "get policy takes an identifier or --name, one of the two"),
-                (["policy", "a", "--name", "b"], "get policy takes an identifier or --name"),
-                (["datastore"], "get datastore needs a URL"),
-                (["datastore", "u", "--name", "n"], "--name goes with get policy only"),
-                (["datastore", "--name", "n"], "--name goes with get policy only"),
-                (["policy", "a", "b"], 'unexpected argument "b"'),
+                ([], "get what? policies or datastores (see: quorctl help get)"),
+                (["polices"], 'unknown kind "polices"; choose policies or datastores; did you mean '
+                              '"policies"?'),
+                (["policy"], 'get policy needs a KEY; "quorctl get policies" shows all'),
+                (["policy", "a", "--name", "b"], "a KEY and --name exclude each other"),
+                (["datastore"], 'get datastore needs a KEY; "quorctl get datastores" shows all'),
+                (["datastore", "u", "--name", "n"], "--name goes with policies only"),
+                (["datastore", "--name", "n"], "--name goes with policies only"),
+                (["policies", "--where", "id"], '--where "id": give FIELD=PATTERN'),
+                (["policies", "--where", "iid=x"], 'unknown field "iid"; choose among id, name,'),
                 (["policy", "a", "-o", "xml"], 'unknown output format "xml"')):
             self.refuse(USAGE, "get", *words, message=message)
 

@@ -8,16 +8,17 @@ from quorctl_case import USAGE, QuorctlCase
 
 VERBS = ["status", "list", "get", "blob", "digest", "watch", "export", "diff", "check", "metrics",
          "apply", "reset", "history", "restore", "switch", "migrate", "help"]
-OUTPUT_OPTIONS = ["-o, --output FORMAT", "--fields NAMES", "--sort NAMES", "--no-headings"]
+OUTPUT_OPTIONS = ["-o, --output FORMAT", "--fields NAMES", "--sort NAMES",
+                  "--where FIELD=PATTERN", "--no-headings"]
 CHANGE_OPTIONS = ["-y, --yes", "--dry-run", "--no-history", "--replace-damaged",
                   "--expect DIGESTS"]
-OPTIONS = {"status": [], "metrics": [], "list": ["KIND", *OUTPUT_OPTIONS],
+OPTIONS = {"status": [], "metrics": [], "list": ["KIND", "KEY", *OUTPUT_OPTIONS],
            "get": ["KIND", "KEY", "--name NAME", *OUTPUT_OPTIONS],
            "blob": ["--policy-id ID", "--policy-name NAME", "--datastore URL",
                     "--default-of URL", "--out FILE", "--raw"],
            "digest": ["-o, --output FORMAT", "--expect POLICIES:DATASTORES"],
            "watch": ["--period SECONDS", "--exec CMD"], "export": [],
-           "diff": ["FILE", *OUTPUT_OPTIONS], "check": ["--verbose", *OUTPUT_OPTIONS],
+           "diff": ["FILE", *OUTPUT_OPTIONS], "check": ["--severity LEAST", "--verbose", *OUTPUT_OPTIONS],
            "apply": ["FILE", "--policies-only", "--datastores-only", "--force", "--create",
                      "--resume",
                      *CHANGE_OPTIONS],

@@ -123,7 +123,7 @@ class WrongWords(QuorctlCase):
         self.refuse(USAGE, "list", message="list what? policies or datastores")
 
     def test_UnknownKindIsRefused(self):
-        self.refuse(USAGE, "list", "blobs", message='cannot list "blobs"; choose policies or')
+        self.refuse(USAGE, "list", "blobs", message='unknown kind "blobs"; choose policies or')
 
     def test_UnknownFormatIsRefused(self):
         for kind in ("policies", "datastores"):

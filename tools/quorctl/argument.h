@@ -7,6 +7,7 @@
 
 #include <CLI/CLI.hpp>
 #include <string>
+#include <vector>
 
 #include "exit_status.h"
 
@@ -28,10 +29,30 @@ class Argument {
     option_->type_name(valueName);
   }
 
-  bool Given() const { return option_->count() > 0; }
+  bool Given() const { return option_ && option_->count() > 0; }
 
   // The value; REQUIRES: Given().
   const std::string& Value() const { return option_->results().front(); }
+
+ private:
+  CLI::Option* option_ = nullptr;
+};
+
+// Likewise, for any number of them.
+class Arguments {
+ public:
+  void Declare(CLI::App& app, const std::string& name, const std::string& valueName,
+               const std::string& description) {
+    const auto takeAll = [](const CLI::results_t&) { return true; };
+    option_ = app.add_option(name, CLI::callback_t(takeAll), description);
+    option_->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+    option_->type_name(valueName);
+    if (name.front() != '-') option_->expected(-1);
+  }
+
+  std::vector<std::string> Values() const {
+    return option_->count() > 0 ? option_->results() : std::vector<std::string>();
+  }
 
  private:
   CLI::Option* option_ = nullptr;

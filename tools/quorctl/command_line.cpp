@@ -7,6 +7,7 @@
 
 #include "catalogue/text/terminal_text.h"
 #include "help.h"
+#include "text/suggestion.h"
 
 namespace Quorctl {
 
@@ -20,6 +21,16 @@ CommandLine::CommandLine() : commands_(MakeCommandTable()) {
 }
 
 ExitStatus CommandLine::Run(const std::vector<std::string>& words, CommandOutput* output) {
+  try {
+    return RunParsed(words, output);
+  } catch (const UsageError& failure) {
+    const Command* const command = Chosen();
+    throw CommandError(ExitStatus::kUsage, std::string(failure.what()) + " (see: quorctl help" +
+                                               (command ? ' ' + command->Info().name : "") + ")");
+  }
+}
+
+ExitStatus CommandLine::RunParsed(const std::vector<std::string>& words, CommandOutput* output) {
   const Request request = Parse(words);
   Command* const command = Chosen();
   if (request == Request::kHelp) {
@@ -95,6 +106,22 @@ const CLI::Option* CommandLine::FindOption(const std::string& name) const {
   return nullptr;
 }
 
+// Those that may stand here.
+std::vector<std::string> CommandLine::KnownOptions() const {
+  std::vector<std::string> names;
+  std::vector<const CLI::App*> parsers = {&parser_};
+  if (const Command* const command = Chosen()) {
+    parsers.push_back(parser_.get_subcommand(command->Info().name));
+  }
+  for (const CLI::App* const parser : parsers) {
+    for (const CLI::Option* const option : parser->get_options()) {
+      for (const std::string& name : option->get_lnames())
+        names.push_back("--" + name);
+    }
+  }
+  return names;
+}
+
 Command* CommandLine::Chosen() const {
   for (const auto& command : commands_) {
     if (parser_.got_subcommand(command->Info().name)) return command.get();
@@ -108,8 +135,11 @@ void CommandLine::RaiseUnexpectedWord() const {
   const auto mark = std::find(words.begin(), words.end(), "--");
   if (mark != words.end()) words.erase(mark);
   const std::string word = words.empty() ? "--" : words.front();
-  if (word.size() > 1 && word.front() == '-') throw UsageError("unknown option " + Quoted(word));
-  if (!Chosen()) throw UsageError("unknown command " + Quoted(word));
+  if (word.size() > 1 && word.front() == '-') {
+    const std::string name = word.substr(0, word.find('='));
+    throw UsageError("unknown option " + Quoted(word) + DidYouMean(name, KnownOptions()));
+  }
+  if (!Chosen()) RaiseUnknownCommand(word);
   throw UsageError("unexpected argument " + Quoted(word));
 }
 

@@ -25,6 +25,8 @@ class CommandLine {
  private:
   enum class Request { kCommand, kHelp, kVersion };
 
+  ExitStatus RunParsed(const std::vector<std::string>& words, CommandOutput* output);
+
   // Raises UsageError for words that make no command line.
   Request Parse(const std::vector<std::string>& words);
 
@@ -32,6 +34,8 @@ class CommandLine {
 
   // The option of any command that has this name; null when there is none.
   const CLI::Option* FindOption(const std::string& name) const;
+
+  std::vector<std::string> KnownOptions() const;
 
   // The command whose verb was given; null when there is none.
   Command* Chosen() const;

@@ -3,6 +3,11 @@
 
 #include "command_table.h"
 
+#include <map>
+
+#include "catalogue/text/terminal_text.h"
+#include "text/suggestion.h"
+
 namespace Quorctl {
 
 CommandTable MakeCommandTable() {
@@ -25,6 +30,22 @@ CommandTable MakeCommandTable() {
   table.push_back(MakeMigrateCommand());
   table.push_back(MakeHelpCommand());
   return table;
+}
+
+void RaiseUnknownCommand(const std::string& word) {
+  // What hands know from other programs.
+  static const std::map<std::string, std::string> kElsewhere = {
+      {"show", "get"},          {"describe", "get"},     {"ls", "list"},      {"cat", "export"},
+      {"dump", "export"},       {"load", "apply"},       {"import", "apply"}, {"log", "history"},
+      {"undo", "restore"},      {"rollback", "restore"}, {"verify", "check"}, {"validate", "check"},
+      {"version", "--version"}, {"info", "status"},      {"clear", "reset"},  {"monitor", "watch"}};
+  const auto other = kElsewhere.find(word);
+  std::vector<std::string> names;
+  for (const auto& command : MakeCommandTable())
+    names.push_back(command->Info().name);
+  throw UsageError("unknown command " + Quoted(word) +
+                   (other == kElsewhere.end() ? DidYouMean(word, names)
+                                              : "; did you mean " + Quoted(other->second) + '?'));
 }
 
 }  // namespace Quorctl

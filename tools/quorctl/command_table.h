@@ -6,6 +6,7 @@
 #define TOOLS_QUORCTL_COMMAND_TABLE_H_
 
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "command.h"
@@ -15,6 +16,9 @@ namespace Quorctl {
 // In the order in which the help lists them.
 using CommandTable = std::vector<std::unique_ptr<Command>>;
 CommandTable MakeCommandTable();
+
+// Raises UsageError, with the command that may have been meant.
+[[noreturn]] void RaiseUnknownCommand(const std::string& word);
 
 // Each in the file of its name under commands/.
 std::unique_ptr<Command> MakeStatusCommand();

@@ -49,8 +49,7 @@ class CommandError : public std::runtime_error {
 // A command line that makes no sense.
 class UsageError : public CommandError {
  public:
-  explicit UsageError(const std::string& message)
-      : CommandError(ExitStatus::kUsage, message + " (see: quorctl help)") {}
+  explicit UsageError(const std::string& message) : CommandError(ExitStatus::kUsage, message) {}
 };
 
 struct Failure {

@@ -73,7 +73,7 @@ std::string CommandHelp(const std::string& verb) {
   const auto found = std::find_if(table.begin(), table.end(), [&verb](const auto& command) {
     return command->Info().name == verb;
   });
-  if (found == table.end()) throw UsageError("unknown command " + Quoted(verb));
+  if (found == table.end()) RaiseUnknownCommand(verb);
 
   const CommandInfo& info = (*found)->Info();
   CLI::App parser;

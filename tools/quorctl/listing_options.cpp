@@ -57,6 +57,9 @@ void ListingOptions::Declare(CLI::App& verb) {
                   "write these fields in this order, with commas between\n"
                   "them; -o json shows how they are named");
   sort_.Declare(verb, "--sort", "NAMES", "sort by these fields; -NAME sorts downwards");
+  where_.Declare(verb, "--where", "FIELD=PATTERN",
+                 "only records whose field fits the pattern (* ? []), as a\n"
+                 "table shows it; several have to be met all");
   verb.add_flag("--no-headings", noHeadings_, "leave out the headings of table, wide and csv");
 }
 
@@ -69,6 +72,13 @@ RecordChoices ListingOptions::Choices() const {
       const bool descending = name.front() == '-';
       choices.sort.push_back({name.substr(descending ? 1 : 0), descending});
     }
+  }
+  for (const std::string& condition : where_.Values()) {
+    const std::size_t equals = condition.find('=');
+    if (equals == condition.npos) {
+      throw UsageError("--where " + Quoted(condition) + ": give FIELD=PATTERN");
+    }
+    choices.where.push_back({condition.substr(0, equals), condition.substr(equals + 1)});
   }
   const bool isJson =
       choices.format == RecordFormat::kJson || choices.format == RecordFormat::kJsonLines;

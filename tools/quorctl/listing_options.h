@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// The options of every command that lists records: -o, --fields, --sort, --no-headings.
+// The options of every command that lists records: -o, --fields, --sort, --where, --no-headings.
 #ifndef TOOLS_QUORCTL_LISTING_OPTIONS_H_
 #define TOOLS_QUORCTL_LISTING_OPTIONS_H_
 
@@ -26,6 +26,7 @@ class ListingOptions {
   Argument format_;
   Argument fields_;
   Argument sort_;
+  Arguments where_;
   bool noHeadings_ = false;
 };
 

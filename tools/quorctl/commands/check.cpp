@@ -3,6 +3,8 @@
 
 #include <algorithm>
 
+#include "argument.h"
+#include "catalogue/text/terminal_text.h"
 #include "check/catalogue_content.h"
 #include "check/finding.h"
 #include "check/host_files.h"
@@ -71,7 +73,7 @@ class CheckCommand final : public Command {
   const CommandInfo& Info() const override {
     static const CommandInfo info = {
         "check",
-        {"[--verbose] " + std::string(ListingOptions::kSynopsis)},
+        {"[--severity LEAST] [--verbose] " + std::string(ListingOptions::kSynopsis)},
         "look for what is wrong with this host's catalogue",
         "Verifies every record of both host stores, and looks at the catalogue that is in\n"
         "use, at modes and owners, the switch, locks, the history and free space. Prints a\n"
@@ -83,11 +85,17 @@ class CheckCommand final : public Command {
   }
 
   void Declare(CLI::App& verb) override {
+    severity_.Declare(verb, "--severity", "LEAST", "tell and count errors only: error; or warning");
     verb.add_flag("--verbose", verbose_, "tell also what was looked at and is right");
     options_.Declare(verb);
   }
 
   ExitStatus Run(CommandOutput* output) override {
+    onlyErrors_ = severity_.Given() && severity_.Value() == "error";
+    if (severity_.Given() && !onlyErrors_ && severity_.Value() != "warning") {
+      throw UsageError("unknown severity " + Quoted(severity_.Value()) +
+                       "; choose error or warning");
+    }
     RecordWriter writer(FindingLayout(), options_.Choices());
     Findings findings;
     try {
@@ -114,6 +122,7 @@ class CheckCommand final : public Command {
     bool anythingWrong = false;
     for (const Finding& finding : findings) {
       if (finding.severity == Severity::kInfo && !verbose_) continue;
+      if (finding.severity == Severity::kWarning && onlyErrors_) continue;
       anythingWrong = anythingWrong || finding.severity != Severity::kInfo;
       writer->Add({SeverityValue(finding.severity), TextValue(finding.subject),
                    TextValue(finding.problem), TextValue(finding.advice)});
@@ -122,6 +131,8 @@ class CheckCommand final : public Command {
     return anythingWrong;
   }
 
+  Argument severity_;
+  bool onlyErrors_ = false;
   bool verbose_ = false;
   ListingOptions options_;
 };

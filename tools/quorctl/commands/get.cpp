@@ -1,13 +1,14 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
+#include <set>
+
 #include "argument.h"
 #include "backend_choice.h"
-#include "catalogue/text/terminal_text.h"
 #include "command_table.h"
 #include "listing_options.h"
-#include "quor/quor_lib.h"
 #include "record_layouts.h"
+#include "record_names.h"
 #include "stored_records.h"
 
 namespace Quorctl {
@@ -16,101 +17,147 @@ using TavQuor::QuorLib;
 
 namespace {
 
+const CommandInfo kList = {
+    "list",
+    {std::string("policies|datastores [KEY]... ") + ListingOptions::kSynopsis},
+    "list the policies or the datastores",
+    "Lists in the order in which the records are stored.\n"
+    "table  for reading: BLOBS holds namespace:bytes for each blob, \"-\" stands for\n"
+    "       nothing, and what could harm a terminal is shown as \\xHH or \\uHHHH\n"
+    "wide   the same with more columns: BYTES of all blobs; of a datastore the name of\n"
+    "       its default policy and the bytes of the blob that this one has for it\n"
+    "json   the exact contents: an array as it stands in a catalogue document, which\n"
+    "       \"quorctl export\" writes as a whole\n"
+    "jsonl  the same, one object per line\n"
+    "csv    the same for a spreadsheet: what is no text or number stands as JSON, and a\n"
+    "       text that begins with = + - @, a tab or a carriage return, which it would\n"
+    "       calculate, gets an apostrophe before it; csv-raw leaves such texts as they are\n"
+    "The fields that --fields and --sort know are those of json and for policies\n"
+    "blobBytes, for datastores defaultPolicyName and defaultBlobBytes.\n"
+    "What cannot be read is left out, and the exit status is 5 then. Where policies that\n"
+    "cannot be read may be missing from these two fields of datastores, a warning on\n"
+    "standard error says so, and the exit status is not changed by it.\n",
+};
+
+const CommandInfo kGet = {
+    "get",
+    {std::string("policies|datastores [KEY]... ") + ListingOptions::kSynopsis,
+     std::string("policy|datastore KEY... ") + ListingOptions::kSynopsis,
+     std::string("policy --name NAME ") + ListingOptions::kSynopsis},
+    "show policies or datastores, all or some",
+    "Shows what \"quorctl list\" shows, which is another name of it, in the same formats. A\n"
+    "KEY is the identifier of a policy, else its name, or the URL of a datastore; else a\n"
+    "pattern of these, with * ? and []: get policies 'gold-*'. All that have it are\n"
+    "shown. Where a KEY is that of no record the exit status is 3, and 5 where the record\n"
+    "may be one that cannot be read; the others are shown. For the default policy of a\n"
+    "datastore such policies are only warned of: see \"quorctl help list\".\n"
+    "A value that begins with a dash goes behind two dashes: get policy -- -x\n",
+};
+
 class GetCommand final : public Command {
  public:
-  const CommandInfo& Info() const override {
-    static const CommandInfo info = {
-        "get",
-        {std::string("policy ID ") + ListingOptions::kSynopsis,
-         std::string("policy --name NAME ") + ListingOptions::kSynopsis,
-         std::string("datastore URL ") + ListingOptions::kSynopsis},
-        "show one policy or one datastore",
-        "Shows what \"quorctl list\" shows, of this record alone and in the same formats, so\n"
-        "json is an array of one. More than one is shown where an identifier repeats. The\n"
-        "exit status is 3 where there is no such record, and 5 where it may be one that\n"
-        "cannot be read. For the default policy of a datastore such policies are only\n"
-        "warned of: see \"quorctl help list\".\n"
-        "A value that begins with a dash goes behind two dashes: get policy -- -x\n",
-    };
-    return info;
-  }
+  explicit GetCommand(const CommandInfo& info) : info_(info) {}
+
+  const CommandInfo& Info() const override { return info_; }
 
   void Declare(CLI::App& verb) override {
-    kind_.Declare(verb, "KIND", "", "policy or datastore");
-    key_.Declare(verb, "KEY", "", "the policy's identifier or the datastore's URL");
-    name_.Declare(verb, "--name", "NAME", "the policy of this name");
+    kind_.Declare(verb, "KIND", "", "policies or datastores");
+    keys_.Declare(verb, "KEY", "", "an identifier, a name, a URL or a pattern; all without");
+    if (&info_ == &kGet) name_.Declare(verb, "--name", "NAME", "the policy of this name");
     options_.Declare(verb);
   }
 
   ExitStatus Run(CommandOutput* output) override {
-    if (!kind_.Given()) throw UsageError("get what? policy or datastore");
+    if (!kind_.Given()) throw UsageError(info_.name + " what? policies or datastores");
+    const std::string& kind = kind_.Value();
+    const bool isPolicy = IsPolicyKind(kind);
+    if (name_.Given() && !isPolicy) throw UsageError("--name goes with policies only");
+    if (name_.Given() && !keys_.Values().empty()) {
+      throw UsageError("a KEY and --name exclude each other");
+    }
+    if ((kind == "policy" || kind == "datastore") && keys_.Values().empty() && !name_.Given()) {
+      throw UsageError(info_.name + ' ' + kind + " needs a KEY; \"quorctl " + info_.name +
+                       (isPolicy ? " policies" : " datastores") + "\" shows all");
+    }
     StayWithTheBackend();
-    if (kind_.Value() == "policy") {
-      if (key_.Given() == name_.Given()) {
-        throw UsageError("get policy takes an identifier or --name, one of the two");
-      }
-      GetPolicy(output);
-    } else if (kind_.Value() == "datastore") {
-      if (name_.Given()) throw UsageError("--name goes with get policy only");
-      if (!key_.Given()) throw UsageError("get datastore needs a URL");
-      GetDatastore(output);
+    const RecordChoices choices = options_.Choices();
+    RecordWriter writer(isPolicy ? PolicyLayout() : DatastoreLayout(), choices);
+    const StoredRecords stored;
+    if (isPolicy) {
+      const auto policies = QuorLib::ListPolicyInfo();
+      const std::string absent =
+          Show(policies, [&writer](const auto& policy) { AddPolicy(policy, &writer); });
+      Finish(absent, &writer, output, [&] { stored.ExpectPolicies(policies.size()); });
     } else {
-      throw UsageError("cannot get " + Quoted(kind_.Value()) + "; choose policy or datastore");
+      const auto datastores = QuorLib::ListDatastoreInfo();
+      DatastoreRows rows(&writer);
+      const std::string absent =
+          Show(datastores, [&rows](const auto& datastore) { rows.Add(datastore); });
+      Finish(absent, &writer, output, [&] { stored.ExpectDatastores(datastores.size()); });
     }
     return ExitStatus::kDone;
   }
 
  private:
-  void GetPolicy(CommandOutput* output) const {
-    RecordWriter writer(PolicyLayout(), options_.Choices());
-    const StoredRecords stored;
-    const auto policies = QuorLib::ListPolicyInfo();
-    bool found = false;
-    for (const auto& policy : policies) {
-      const bool wanted =
-          name_.Given() ? policy.name == name_.Value() : policy.policyId == key_.Value();
-      if (!wanted) continue;
-      AddPolicy(policy, &writer);
-      found = true;
+  bool ShowsAll() const { return keys_.Values().empty() && !name_.Given(); }
+
+  // Adds those that are asked for, each once, and tells which are not there.
+  template <typename Record, typename Add>
+  std::string Show(const std::vector<Record>& records, const Add& add) {
+    std::string absent;
+    if (ShowsAll()) {
+      for (const Record& record : records)
+        add(record);
+      return absent;
     }
-    if (!found) {
-      stored.ExpectPolicies(policies.size());  // a record that cannot be read may be the one
-      throw CommandError(ExitStatus::kAbsent,
-                         name_.Given()
-                             ? "there is no policy named " + Quoted(name_.Value())
-                             : "there is no policy with the identifier " + Quoted(key_.Value()));
+    if (name_.Given()) {
+      bool found = false;
+      for (const Record& record : records) {
+        if (NamesOf(record).back() != name_.Value()) continue;
+        add(record);
+        found = true;
+      }
+      shown_ = found;
+      return found ? "" : "there is no policy named " + Quoted(name_.Value());
     }
-    output->text += writer.Text();
+    constexpr bool isPolicy = std::is_same_v<Record, TavQuor::QuorPolicyInfo>;
+    std::set<std::size_t> added;
+    for (const std::string& key : keys_.Values()) {
+      const std::vector<std::size_t> found = FindNamed(records, key);
+      for (const std::size_t i : found) {
+        if (added.insert(i).second) add(records[i]);
+      }
+      if (found.empty()) absent += (absent.empty() ? "" : "; ") + NoSuchRecord(isPolicy, key);
+    }
+    shown_ = !added.empty();
+    return absent;
   }
 
-  void GetDatastore(CommandOutput* output) const {
-    RecordWriter writer(DatastoreLayout(), options_.Choices());
-    const StoredRecords stored;
-    const auto datastores = QuorLib::ListDatastoreInfo();
-    DatastoreRows rows(&writer);
-    bool found = false;
-    for (const auto& datastore : datastores) {
-      if (datastore.url != key_.Value()) continue;
-      rows.Add(datastore);
-      found = true;
-    }
-    if (!found) {
-      stored.ExpectDatastores(datastores.size());
-      throw CommandError(ExitStatus::kAbsent, "there is no datastore " + Quoted(key_.Value()));
-    }
-    output->text += writer.Text();
+  // One that is missed may be one that cannot be read.
+  template <typename ExpectComplete>
+  void Finish(const std::string& absent, RecordWriter* writer, CommandOutput* output,
+              const ExpectComplete& expectComplete) const {
+    if (ShowsAll() || shown_) output->text += writer->Text();
+    if (ShowsAll() || !absent.empty()) expectComplete();
+    if (!absent.empty()) throw CommandError(ExitStatus::kAbsent, absent);
   }
 
+  const CommandInfo& info_;
   Argument kind_;
-  Argument key_;
+  Arguments keys_;
   Argument name_;
   ListingOptions options_;
+  bool shown_ = false;
 };
 
 }  // namespace
 
+std::unique_ptr<Command> MakeListCommand() {
+  return std::make_unique<GetCommand>(kList);
+}
+
 std::unique_ptr<Command> MakeGetCommand() {
-  return std::make_unique<GetCommand>();
+  return std::make_unique<GetCommand>(kGet);
 }
 
 }  // namespace Quorctl

@@ -139,11 +139,11 @@ _quorctl_option_value() {
 
 # The options of a command; of every command without one.
 _quorctl_options() {
-  local output='-o --output --fields --sort --no-headings' change='-y --yes --dry-run --no-history --replace-damaged --expect'
+  local output='-o --output --fields --sort --where --no-headings' change='-y --yes --dry-run --no-history --replace-damaged --expect'
   case $1 in
     list | diff | history) echo "$output" ;;
     get) echo "--name $output" ;;
-    check) echo "--verbose $output" ;;
+    check) echo "--severity --verbose $output" ;;
     blob) echo '--policy-id --policy-name --datastore --default-of --out --raw' ;;
     digest) echo '-o --output --expect' ;;
     watch) echo '--period --exec' ;;
@@ -176,7 +176,7 @@ _quorctl_fields() {
 # Whether a word is an option that takes a value.
 _quorctl_takes_value() {
   case $1 in
-    --root | -o | --output | --fields | --sort | --name | --policy-id | --policy-name | --datastore | \
+    --root | -o | --output | --fields | --sort | --where | --severity | --name | --policy-id | --policy-name | --datastore | \
       --default-of | --out | --expect | --period | --exec | --to) return 0 ;;
   esac
   return 1
@@ -194,7 +194,8 @@ _quorctl_complete_value() {
       # shellcheck disable=SC2086
       _quorctl_offer "$2" $list
       ;;
-    --fields | --sort)
+    --severity) _quorctl_offer "$2" error warning ;;
+    --fields | --sort | --where)
       typed=${_quorctl_words[-1]#"$2"}
       list=''
       [[ $typed != *,* ]] || list=${typed%,*},
@@ -224,12 +225,12 @@ _quorctl_complete_value() {
 _quorctl_complete_argument() {
   case $1:$2:$3 in
     list:1:*) _quorctl_offer '' policies datastores ;;
-    get:1:*) _quorctl_offer '' policy datastore ;;
-    get:2:policy)
+    get:1:*) _quorctl_offer '' policies datastores policy datastore ;;
+    list:*:polic* | get:*:polic*)
       _quorctl_ask id list policies
       _quorctl_offer_arguments "${_quorctl_values[@]}"
       ;;
-    get:2:datastore)
+    list:*:datastore* | get:*:datastore*)
       _quorctl_ask url list datastores
       _quorctl_offer_arguments "${_quorctl_values[@]}"
       ;;

@@ -3,12 +3,15 @@
 
 #include "text/record_writer.h"
 
+#include <fnmatch.h>
+
 #include <algorithm>
 #include <utility>
 
 #include "catalogue/text/json_text.h"
 #include "catalogue/text/terminal_text.h"
 #include "exit_status.h"
+#include "text/suggestion.h"
 
 namespace Quorctl {
 
@@ -88,26 +91,38 @@ RecordWriter::RecordWriter(const RecordLayout& layout, RecordChoices choices)
     columns_.push_back(IndexOf(field));
   for (const SortKey& key : choices_.sort)
     IndexOf(key.field);
+  for (const Condition& condition : choices_.where)
+    IndexOf(condition.field);
 }
 
 std::size_t RecordWriter::IndexOf(const std::string& field) const {
   std::string names;
+  std::vector<std::string> known;
   for (std::size_t i = 0; i < layout_.fields.size(); ++i) {
     if (layout_.fields[i].name == field) return i;
-    names += (names.empty() ? "" : ", ") + layout_.fields[i].name;
+    known.push_back(layout_.fields[i].name);
+    names += (names.empty() ? "" : ", ") + known.back();
   }
-  throw UsageError("unknown field " + Quoted(field) + "; choose among " + names);
+  throw UsageError("unknown field " + Quoted(field) + "; choose among " + names +
+                   DidYouMean(field, known));
 }
 
 bool RecordWriter::Uses(const std::string& field) const {
   const auto& written = choices_.fields;
   return std::find(written.begin(), written.end(), field) != written.end() ||
          std::any_of(choices_.sort.begin(), choices_.sort.end(),
-                     [&field](const SortKey& key) { return key.field == field; });
+                     [&field](const SortKey& key) { return key.field == field; }) ||
+         std::any_of(choices_.where.begin(), choices_.where.end(),
+                     [&field](const Condition& condition) { return condition.field == field; });
 }
 
-void RecordWriter::Add(std::vector<FieldValue> values) {
+bool RecordWriter::Add(std::vector<FieldValue> values) {
+  for (const Condition& condition : choices_.where) {
+    const std::string& value = values[IndexOf(condition.field)].shown;
+    if (fnmatch(condition.pattern.c_str(), value.c_str(), 0) != 0) return false;
+  }
   records_.push_back(std::move(values));
+  return true;
 }
 
 std::string RecordWriter::Text() {

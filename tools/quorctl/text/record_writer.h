@@ -64,8 +64,14 @@ struct SortKey {
   bool descending = false;
 };
 
+struct Condition {
+  std::string field;
+  std::string pattern;  // of what a table shows, with * ? and []
+};
+
 // What the operator asked for.
 struct RecordChoices {
+  std::vector<Condition> where;  // records that do not meet all of them are left out
   RecordFormat format = RecordFormat::kTable;
   std::vector<std::string> fields;  // empty: those of the format
   std::vector<SortKey> sort;        // empty: the order of Add(), which also decides ties
@@ -80,11 +86,11 @@ class RecordWriter {
   // writer.
   RecordWriter(const RecordLayout& layout, RecordChoices choices);
 
-  // True when the field is written or sorted by; of others the value does not matter.
+  // True when the field is written, sorted by or looked at; of others the value does not matter.
   bool Uses(const std::string& field) const;
 
-  // One value for each field of the layout.
-  void Add(std::vector<FieldValue> values);
+  // One value for each field of the layout. False when the record is left out.
+  bool Add(std::vector<FieldValue> values);
 
   // All records in the chosen format:
   //   table, wide  headings and one line per record, the columns aligned
