@@ -44,7 +44,7 @@ bool IsYoung(const HostStamp& stamp) {
   return std::any_of(stamp.places.begin(), stamp.places.end(), [&](const Stamp& place) {
     // A file system without fractions of a second ticks once in one or two.
     const std::int64_t tick = place.changed % kSecond == 0 ? 2 * kSecond : kYoung;
-    return place.inode != 0 && Nanoseconds(now) - place.changed < tick;
+    return Nanoseconds(now) - place.changed < tick;
   });
 }
 

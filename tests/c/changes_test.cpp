@@ -57,6 +57,7 @@ TEST_F(Changes, ACommitIsOneWakeUpOfItsStore) {
   ASSERT_TRUE(changes.Waits(5000));
   EXPECT_EQ(changes.Read(), QUOR_CHANGED_STORE);
   EXPECT_FALSE(changes.Waits(1200));  // not even when things have settled
+  EXPECT_EQ(changes.Read(), 0U);
 }
 
 TEST_F(Changes, ACommitToTheConfigurationFileIsToldAsSuch) {
@@ -114,6 +115,67 @@ TEST_F(Changes, AFileThatIsWrittenOverInPlaceIsNoticedToItsLastByte) {
   EXPECT_FALSE(changes.Waits(50));
 }
 
+TEST_F(Changes, AFileThatIsReplacedIsWatchedInItsTurn) {
+  const Noticed changes;
+  ASSERT_EQ(quor_policies_replace(nullptr, nullptr), QUOR_OK);
+  ASSERT_TRUE(changes.Waits(5000));
+  changes.Read();
+  WriteFile(PathOf("config-store.cdb"), ReadFile(PathOf("config-store.cdb")));
+  ASSERT_TRUE(changes.Waits(5000));
+  EXPECT_EQ(changes.Read(), QUOR_CHANGED_STORE);
+}
+
+TEST_F(Changes, SettledHandsLeaveThingsAsQuietAsBefore) {
+  const Noticed changes;
+  WriteFile(PathOf("config-store.cdb"), ReadFile(PathOf("config-store.cdb")));
+  for (int i = 0; i < 6 && changes.Waits(1500); ++i) {
+    changes.Read();
+  }
+  EXPECT_FALSE(changes.Waits(1500));
+}
+
+TEST_F(Changes, WhatIsCopiedBehindAChangeByHandIsSeenALittleLater) {
+  const Noticed changes;
+  WriteFile(PathOf("config-store.cdb"), ReadFile(PathOf("config-store.cdb")));
+  ASSERT_TRUE(changes.Waits(5000));
+  EXPECT_EQ(changes.Read(), QUOR_CHANGED_STORE);
+  while (changes.Waits(100)) {
+    changes.Read();  // the other half of the writing
+  }
+  WriteFile(PathOf("host-config.json"), "{}");  // of the store that is not in use: no event
+  ASSERT_TRUE(changes.Waits(5000));
+  EXPECT_EQ(changes.Read() & QUOR_CHANGED_FILE, QUOR_CHANGED_FILE);
+}
+
+TEST_F(Changes, WhereTheSelectedStoreHasNoFileAnyThatComesIsNoticedAndTheNextCommitIsOneWakeUp) {
+  for (const bool configStore : {true, false}) {
+    const std::string host = temporary_.PathOf(configStore ? "new-store" : "new-file");
+    fs::create_directory(host);
+    HostPlatform::UseHostDirectory(host);
+    HostPlatform::SetFeature(kStoreSwitch, configStore);
+    if (!configStore) fs::copy_file(PathOf("config-store.cdb"), host + "/config-store.cdb");
+    const Noticed changes(host);
+    const std::string file = host + (configStore ? "/config-store.cdb" : "/host-config.json");
+    if (configStore) {
+      fs::copy_file(PathOf("config-store.cdb"), file);
+    } else {
+      WriteFile(file, "{}");
+    }
+    const unsigned bit = configStore ? QUOR_CHANGED_STORE : QUOR_CHANGED_FILE;
+    ASSERT_TRUE(changes.Waits(5000));
+    EXPECT_EQ(changes.Read() & bit, bit);
+    changes.Settle();
+    WriteFile(host + "/something-else", "x");  // new names are not waited for any more
+    EXPECT_FALSE(changes.Waits(50));
+    for (int i = 0; i < 2; ++i) {
+      ASSERT_EQ(quor_policies_replace(nullptr, nullptr), QUOR_OK);
+      ASSERT_TRUE(changes.Waits(5000));
+      EXPECT_EQ(changes.Read(), bit);
+      EXPECT_FALSE(changes.Waits(50));
+    }
+  }
+}
+
 TEST_F(Changes, AFileThatGoesIsNoticedAndOneThatComesBackToo) {
   const Noticed changes;
   fs::rename(PathOf("config-store.cdb"), temporary_.PathOf("kept"));
@@ -167,6 +229,24 @@ TEST_F(Changes, SoIsADirectoryAboveIt) {
   fs::rename(temporary_.PathOf("c"), temporary_.PathOf("a"));
   ASSERT_TRUE(changes.Waits(5000));
   EXPECT_EQ(changes.Read() & QUOR_CHANGED_DIRECTORY, QUOR_CHANGED_DIRECTORY);
+}
+
+TEST_F(Changes, APathMayHaveDotsAndSlashes) {
+  const Noticed changes(temporary_.path() + "//host/./../host/");
+  EXPECT_EQ(changes.Fallback(), "");
+  WriteFile(PathOf("something-else"), "x");  // a new name, for which nobody waits
+  EXPECT_FALSE(changes.Waits(50));
+  ASSERT_EQ(quor_policies_replace(nullptr, nullptr), QUOR_OK);
+  ASSERT_TRUE(changes.Waits(5000));
+  EXPECT_EQ(changes.Read(), QUOR_CHANGED_STORE);
+}
+
+TEST_F(Changes, ALoopOfLinksIsToldAndATimerTakesTurns) {
+  const std::string loop = temporary_.PathOf("loop");
+  fs::create_symlink("loop", loop);
+  const Noticed changes(loop);
+  EXPECT_EQ(changes.Fallback(), loop + ": cannot be watched: Too many levels of symbolic links");
+  EXPECT_TRUE(changes.Waits(5000));
 }
 
 TEST_F(Changes, ADirectoryThatIsNotThereYetIsWaitedFor) {
@@ -381,6 +461,13 @@ TEST(Revision, IsTheSameWhileNothingChangesAndAnotherOneAfterwards) {
   usleep(150'000);
   const quor_revision changed = RevisionNow();
   EXPECT_EQ(quor_revision_equal(&old, &changed), 0);
+  const std::string store = host + "/config-store.cdb";
+  const auto modified = fs::last_write_time(store);
+  WriteFile(store, ReadFile(store));
+  fs::last_write_time(store, modified);  // as a tool does that restores times
+  usleep(150'000);
+  const quor_revision restored = RevisionNow();
+  EXPECT_EQ(quor_revision_equal(&changed, &restored), 0);
   fs::remove_all(host);
 }
 

@@ -8,10 +8,12 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <memory>
 
 #include "support.h"
 #include "support/child_process.h"
 #include "support/needs.h"
+#include "tavconfigstore/config_store.h"
 
 namespace CTest {
 namespace {
@@ -23,7 +25,7 @@ using PlatformTest::WriteFile;
 class Failures : public CInterface {
  protected:
   static Failure LookUp(quor_status expected) {
-    quor_bytes blob;
+    quor_bytes blob = {"before", 6, 0};
     quor_error* error;
     EXPECT_EQ(quor_rilk_blob_by_id("gold-01", 7, &blob, &error), expected);
     EXPECT_EQ(blob.length, 0U);
@@ -90,6 +92,28 @@ TEST_P(FailuresInBoth, DamageIsToldWithTheFile) {
   EXPECT_EQ(Replace(QUOR_CORRUPT).file, Path());
 }
 
+TEST_P(FailuresInBoth, WhatACallThatFailsStoresIsEmpty) {
+  WriteFile(Path(), "damaged");
+  quor_digests digests = {"before", "before"};
+  EXPECT_EQ(quor_digests_get(&digests, nullptr), QUOR_CORRUPT);
+  EXPECT_STREQ(digests.policies, "");
+  EXPECT_STREQ(digests.datastores, "");
+  quor_policies* policies = reinterpret_cast<quor_policies*>(this);
+  EXPECT_EQ(quor_policies_list(&policies, nullptr), QUOR_CORRUPT);
+  EXPECT_EQ(policies, nullptr);
+  quor_datastores* datastores = reinterpret_cast<quor_datastores*>(this);
+  EXPECT_EQ(quor_datastores_list(&datastores, nullptr), QUOR_CORRUPT);
+  EXPECT_EQ(datastores, nullptr);
+}
+
+TEST_P(FailuresInBoth, TheNameOfTheDirectoryIsNoReason) {
+  HostPlatform::UseHostDirectory(temporary_.PathOf("still locked after a while"));
+  UseStore(GetParam());
+  PutCatalogue("b");
+  WriteFile(HostPlatform::HostDirectory() + Path().substr(Path().rfind('/')), "damaged");
+  LookUp(QUOR_CORRUPT);
+}
+
 TEST_P(FailuresInBoth, ADiskThatIsFullIsToldAsNoSpace) {
   RunInChild([&] {
     signal(SIGXFSZ, SIG_IGN);
@@ -117,6 +141,24 @@ TEST_F(Failures, ABlobThatIsNoBase64IsDamage) {
   const Failure failure = LookUp(QUOR_CORRUPT);
   EXPECT_EQ(failure.file, "");
   EXPECT_EQ(failure.message, "Unable to Decode string");
+}
+
+TEST_F(Failures, AValueOfAnotherTypeIsDamage) {
+  using namespace TavConfigStore;
+  UseStore(true);
+  const auto odd = std::make_shared<ConfigStoreObject>(
+      ConfigStoreObjectId("quor_policies", "storage", "tav", "odd"));
+  odd->SetValue("policy_id", 7LL);
+  ConfigStore::GetStore(sGlobalNamespace)->SetObject(odd, 0);
+  const Failure failure = LookUp(QUOR_CORRUPT);
+  EXPECT_NE(failure.message.find("is not a"), std::string::npos) << failure.message;
+}
+
+TEST_F(Failures, NoErrorIsDone) {
+  EXPECT_EQ(quor_error_kind(nullptr), QUOR_OK);
+  EXPECT_STREQ(quor_error_message(nullptr), "");
+  EXPECT_STREQ(quor_error_file(nullptr), "");
+  quor_error_free(nullptr);
 }
 
 TEST_F(Failures, AMistakeInAHandEditedFileIsDamageAndNamesTheFileWithoutItsLine) {

@@ -64,25 +64,26 @@ INSTANTIATE_TEST_SUITE_P(, Guest, testing::Bool(), NameOfStore);
 struct Cancelled {
   std::function<quor_status()> call;
   bool returned = false;
+  int state = PTHREAD_CANCEL_DISABLE;
 };
 
+// The stack is not unwound in the end: a sanitizer would take it for one that is in use.
 void* CallWhileCancelled(void* data) {
   auto* const cancelled = static_cast<Cancelled*>(data);
   pthread_cancel(pthread_self());  // takes effect at the next cancellation point
   cancelled->returned = cancelled->call() == QUOR_OK;
-  pthread_testcancel();
+  pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &cancelled->state);
   return nullptr;
 }
 
-TEST_P(Guest, AThreadThatIsCancelledEndsBehindTheCall) {
+TEST_P(Guest, AThreadIsNotCancelledWithinACallAndMayBeBehindIt) {
   for (const auto& call : Calls()) {
     Cancelled cancelled{call};
     pthread_t thread;
     ASSERT_EQ(pthread_create(&thread, nullptr, CallWhileCancelled, &cancelled), 0);
-    void* result = nullptr;
-    ASSERT_EQ(pthread_join(thread, &result), 0);
-    EXPECT_EQ(result, PTHREAD_CANCELED);
+    ASSERT_EQ(pthread_join(thread, nullptr), 0);
     EXPECT_TRUE(cancelled.returned);
+    EXPECT_EQ(cancelled.state, PTHREAD_CANCEL_ENABLE);
   }
 }
 
@@ -155,6 +156,15 @@ TEST(GuestMisuse, ARecordThatThereWasNoMemoryForIsWrongUse) {
   EXPECT_EQ(quor_datastore_set_url(nullptr, "a", 1), QUOR_USAGE);
   EXPECT_EQ(quor_datastore_set_namespace(nullptr, "a", 1), QUOR_USAGE);
   EXPECT_EQ(quor_datastore_set_default_policy(nullptr, "a", 1), QUOR_USAGE);
+}
+
+TEST(GuestMisuse, NoListIsAnEmptyOne) {
+  EXPECT_EQ(quor_policies_count(nullptr), 0U);
+  EXPECT_EQ(quor_policies_at(nullptr, 0), nullptr);
+  quor_policies_free(nullptr);
+  EXPECT_EQ(quor_datastores_count(nullptr), 0U);
+  EXPECT_EQ(quor_datastores_at(nullptr, 0), nullptr);
+  quor_datastores_free(nullptr);
 }
 
 TEST(GuestMisuse, NoChangesAreWrongUse) {

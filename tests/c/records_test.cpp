@@ -45,6 +45,19 @@ TEST_P(Records, ACopyOfTheStructCanBeFreedInItsPlace) {
   }
 }
 
+TEST_P(Records, FreedBytesAreEmptyAndMayBeFreedAgain) {
+  for (const std::string& stored : {"short"s, std::string(100, 'l')}) {
+    PutCatalogue(stored);
+    quor_bytes blob;
+    ASSERT_EQ(quor_rilk_blob_by_id("gold-01", 7, &blob, nullptr), QUOR_OK);
+    for (int i = 0; i < 2; ++i) {
+      quor_bytes_free(&blob);
+      EXPECT_STREQ(blob.data, "");
+      EXPECT_EQ(blob.length, 0U);
+    }
+  }
+}
+
 TEST_P(Records, NotFoundIsNoFailureAndEmpty) {
   PutCatalogue("b");
   quor_error* error;
@@ -79,6 +92,7 @@ TEST_P(Records, AListHasWhatWasPut) {
   ASSERT_EQ(quor_datastores_list(&datastores, nullptr), QUOR_OK);
   ASSERT_EQ(quor_datastores_count(datastores), 1U);
   const quor_datastore* const mail = quor_datastores_at(datastores, 0);
+  EXPECT_EQ(quor_datastores_at(datastores, 1), nullptr);
   EXPECT_EQ(TextOf(quor_datastore_url(mail)), "ds:///shares/mail/");
   EXPECT_EQ(TextOf(quor_datastore_namespace(mail)), "RILK");
   EXPECT_EQ(TextOf(quor_datastore_default_policy(mail)), "gold-01");
