@@ -23,6 +23,7 @@ CommandTable MakeCommandTable() {
   table.push_back(MakeCheckCommand());
   table.push_back(MakeMetricsCommand());
   table.push_back(MakeApplyCommand());
+  table.push_back(MakeSetCommand());
   table.push_back(MakeResetCommand());
   table.push_back(MakeHistoryCommand());
   table.push_back(MakeRestoreCommand());
@@ -38,7 +39,8 @@ void RaiseUnknownCommand(const std::string& word) {
       {"show", "get"},          {"describe", "get"},     {"ls", "list"},      {"cat", "export"},
       {"dump", "export"},       {"load", "apply"},       {"import", "apply"}, {"log", "history"},
       {"undo", "restore"},      {"rollback", "restore"}, {"verify", "check"}, {"validate", "check"},
-      {"version", "--version"}, {"info", "status"},      {"clear", "reset"},  {"monitor", "watch"}};
+      {"version", "--version"}, {"info", "status"},      {"clear", "reset"},  {"edit", "set"},
+      {"update", "set"},        {"monitor", "watch"}};
   const auto other = kElsewhere.find(word);
   std::vector<std::string> names;
   for (const auto& command : MakeCommandTable())

@@ -35,6 +35,7 @@ std::unique_ptr<Command> MakeApplyCommand();
 std::unique_ptr<Command> MakeHistoryCommand();
 std::unique_ptr<Command> MakeRestoreCommand();
 std::unique_ptr<Command> MakeMigrateCommand();
+std::unique_ptr<Command> MakeSetCommand();
 std::unique_ptr<Command> MakeResetCommand();
 std::unique_ptr<Command> MakeSwitchCommand();
 std::unique_ptr<Command> MakeHelpCommand();

@@ -148,6 +148,7 @@ _quorctl_options() {
     digest) echo '-o --output --expect' ;;
     watch) echo '--period --exec' ;;
     apply) echo "--policies-only --datastores-only --force --create --resume $change" ;;
+    set) echo "--blob --no-blob $change" ;;
     reset) echo "$change" ;;
     restore) echo "--last $change" ;;
     migrate) echo "--to $change" ;;
@@ -176,7 +177,7 @@ _quorctl_fields() {
 # Whether a word is an option that takes a value.
 _quorctl_takes_value() {
   case $1 in
-    --root | -o | --output | --fields | --sort | --where | --severity | --name | --policy-id | --policy-name | --datastore | \
+    --root | -o | --output | --fields | --sort | --where | --severity | --blob | --no-blob | --name | --policy-id | --policy-name | --datastore | \
       --default-of | --out | --expect | --period | --exec | --to) return 0 ;;
   esac
   return 1
@@ -226,11 +227,12 @@ _quorctl_complete_argument() {
   case $1:$2:$3 in
     list:1:*) _quorctl_offer '' policies datastores ;;
     get:1:*) _quorctl_offer '' policies datastores policy datastore ;;
-    list:*:polic* | get:*:polic*)
+    set:1:*) _quorctl_offer '' policy datastore ;;
+    list:*:polic* | get:*:polic* | set:2:polic*)
       _quorctl_ask id list policies
       _quorctl_offer_arguments "${_quorctl_values[@]}"
       ;;
-    list:*:datastore* | get:*:datastore*)
+    list:*:datastore* | get:*:datastore* | set:2:datastore*)
       _quorctl_ask url list datastores
       _quorctl_offer_arguments "${_quorctl_values[@]}"
       ;;
@@ -247,7 +249,7 @@ _quorctl_complete_argument() {
   esac
 }
 
-_quorctl_commands='status list get blob digest watch export diff check metrics apply reset history
+_quorctl_commands='status list get blob digest watch export diff check metrics apply set reset history
   restore switch migrate help'
 
 _quorctl() {
