@@ -99,6 +99,6 @@ class CheckedCalls(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    FILES = sys.argv[1:4]
-    del sys.argv[1:4]
+    FILES = sys.argv[1:5]
+    del sys.argv[1:5]
     unittest.main(verbosity=2)
