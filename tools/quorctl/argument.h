@@ -1,15 +1,18 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// One option value or word of the command line.
+// The options and words of a command. The parser's own header takes seconds to compile: this one
+// and command.h do without it.
 #ifndef TOOLS_QUORCTL_ARGUMENT_H_
 #define TOOLS_QUORCTL_ARGUMENT_H_
 
-#include <CLI/CLI.hpp>
 #include <string>
 #include <vector>
 
-#include "exit_status.h"
+namespace CLI {
+class App;
+class Option;
+}  // namespace CLI
 
 namespace Quorctl {
 
@@ -19,20 +22,12 @@ class Argument {
  public:
   // `name` as "--root" or "-o,--output" for an option, as "FILE" for a word that follows the verb.
   void Declare(CLI::App& app, const std::string& name, const std::string& valueName,
-               const std::string& description) {
-    const auto takeOne = [name](const CLI::results_t& values) {
-      if (values.size() > 1) throw UsageError(name + " is given more than once");
-      return true;
-    };
-    option_ = app.add_option(name, CLI::callback_t(takeOne), description);
-    option_->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
-    option_->type_name(valueName);
-  }
+               const std::string& description);
 
-  bool Given() const { return option_ && option_->count() > 0; }
+  bool Given() const;
 
   // The value; REQUIRES: Given().
-  const std::string& Value() const { return option_->results().front(); }
+  const std::string& Value() const;
 
  private:
   CLI::Option* option_ = nullptr;
@@ -42,21 +37,17 @@ class Argument {
 class Arguments {
  public:
   void Declare(CLI::App& app, const std::string& name, const std::string& valueName,
-               const std::string& description) {
-    const auto takeAll = [](const CLI::results_t&) { return true; };
-    option_ = app.add_option(name, CLI::callback_t(takeAll), description);
-    option_->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
-    option_->type_name(valueName);
-    if (name.front() != '-') option_->expected(-1);
-  }
+               const std::string& description);
 
-  std::vector<std::string> Values() const {
-    return option_->count() > 0 ? option_->results() : std::vector<std::string>();
-  }
+  std::vector<std::string> Values() const;
 
  private:
   CLI::Option* option_ = nullptr;
 };
+
+// An option without a value, which sets `flag`.
+void DeclareFlag(CLI::App& app, const std::string& name, bool* flag,
+                 const std::string& description);
 
 }  // namespace Quorctl
 

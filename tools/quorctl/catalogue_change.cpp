@@ -298,14 +298,14 @@ bool CarryOut(const std::string& verb, const ChangeOptions& options, const Prese
 }  // namespace
 
 void ChangeOptions::Declare(CLI::App& verb) {
-  verb.add_flag("-y,--yes", confirmed_, "confirm that something is to be deleted");
-  verb.add_flag("--dry-run", dryRun_, "show what would be done and write nothing");
-  verb.add_flag("--no-history", noHistory_,
-                "do not keep the present catalogue nor the new one: for\n"
-                "a catalogue that is damaged, or a disk that is full");
-  verb.add_flag("--replace-damaged", replaceDamaged_,
-                "put a store's file that is damaged aside, under a name\n"
-                "with the time, and begin with an empty one");
+  DeclareFlag(verb, "-y,--yes", &confirmed_, "confirm that something is to be deleted");
+  DeclareFlag(verb, "--dry-run", &dryRun_, "show what would be done and write nothing");
+  DeclareFlag(verb, "--no-history", &noHistory_,
+              "do not keep the present catalogue nor the new one: for\n"
+              "a catalogue that is damaged, or a disk that is full");
+  DeclareFlag(verb, "--replace-damaged", &replaceDamaged_,
+              "put a store's file that is damaged aside, under a name\n"
+              "with the time, and begin with an empty one");
   expected_.Declare(verb, "--expect", "DIGESTS",
                     "change nothing unless the digests are these,\n"
                     "POLICIES:DATASTORES");

@@ -9,7 +9,6 @@
 #ifndef TOOLS_QUORCTL_CATALOGUE_CHANGE_H_
 #define TOOLS_QUORCTL_CATALOGUE_CHANGE_H_
 
-#include <CLI/CLI.hpp>
 #include <functional>
 #include <string>
 

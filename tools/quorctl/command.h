@@ -5,11 +5,14 @@
 #ifndef TOOLS_QUORCTL_COMMAND_H_
 #define TOOLS_QUORCTL_COMMAND_H_
 
-#include <CLI/CLI.hpp>
 #include <string>
 #include <vector>
 
 #include "exit_status.h"
+
+namespace CLI {
+class App;
+}
 
 namespace Quorctl {
 

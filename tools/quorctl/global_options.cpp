@@ -4,6 +4,7 @@
 #include "global_options.h"
 
 #include <sys/stat.h>
+#include <CLI/CLI.hpp>
 
 #include <cerrno>
 #include <charconv>

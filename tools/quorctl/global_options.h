@@ -5,8 +5,6 @@
 #ifndef TOOLS_QUORCTL_GLOBAL_OPTIONS_H_
 #define TOOLS_QUORCTL_GLOBAL_OPTIONS_H_
 
-#include <CLI/CLI.hpp>
-
 #include "argument.h"
 
 namespace Quorctl {

@@ -3,6 +3,7 @@
 
 #include "help.h"
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <sstream>
 

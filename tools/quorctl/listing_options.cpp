@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "catalogue/text/terminal_text.h"
+#include "exit_status.h"
 
 namespace Quorctl {
 namespace {
@@ -60,7 +61,7 @@ void ListingOptions::Declare(CLI::App& verb) {
   where_.Declare(verb, "--where", "FIELD=PATTERN",
                  "only records whose field fits the pattern (* ? []), as a\n"
                  "table shows it; several have to be met all");
-  verb.add_flag("--no-headings", noHeadings_, "leave out the headings of table, wide and csv");
+  DeclareFlag(verb, "--no-headings", &noHeadings_, "leave out the headings of table, wide and csv");
 }
 
 RecordChoices ListingOptions::Choices() const {

@@ -81,11 +81,11 @@ class ApplyCommand final : public Command {
 
   void Declare(CLI::App& verb) override {
     file_.Declare(verb, "FILE", "", "the document; - for standard input");
-    verb.add_flag("--policies-only", policiesOnly_, "leave the datastores as they are");
-    verb.add_flag("--datastores-only", datastoresOnly_, "leave the policies as they are");
-    verb.add_flag("--force", force_, "apply what is based on another catalogue too");
-    verb.add_flag("--create", create_, "make the directory of --root where it is not there");
-    verb.add_flag("--resume", resume_, "end the change that was interrupted");
+    DeclareFlag(verb, "--policies-only", &policiesOnly_, "leave the datastores as they are");
+    DeclareFlag(verb, "--datastores-only", &datastoresOnly_, "leave the policies as they are");
+    DeclareFlag(verb, "--force", &force_, "apply what is based on another catalogue too");
+    DeclareFlag(verb, "--create", &create_, "make the directory of --root where it is not there");
+    DeclareFlag(verb, "--resume", &resume_, "end the change that was interrupted");
     options_.Declare(verb);
   }
 

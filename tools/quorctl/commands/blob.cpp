@@ -64,7 +64,7 @@ class BlobCommand final : public Command {
     file_.Declare(verb, "--out", "FILE",
                   "write the bytes to this file, which is replaced when it\n"
                   "exists, in place of standard output");
-    verb.add_flag("--raw", raw_, "write the bytes as they are to a terminal too");
+    DeclareFlag(verb, "--raw", &raw_, "write the bytes as they are to a terminal too");
   }
 
   ExitStatus Run(CommandOutput* output) override {

@@ -86,7 +86,7 @@ class CheckCommand final : public Command {
 
   void Declare(CLI::App& verb) override {
     severity_.Declare(verb, "--severity", "LEAST", "tell and count errors only: error; or warning");
-    verb.add_flag("--verbose", verbose_, "tell also what was looked at and is right");
+    DeclareFlag(verb, "--verbose", &verbose_, "tell also what was looked at and is right");
     options_.Declare(verb);
   }
 

@@ -43,7 +43,7 @@ class RestoreCommand final : public Command {
 
   void Declare(CLI::App& verb) override {
     number_.Declare(verb, "NUMBER", "", "which one, as \"quorctl history\" lists it");
-    verb.add_flag("--last", last_, "the catalogue that quorctl put there last");
+    DeclareFlag(verb, "--last", &last_, "the catalogue that quorctl put there last");
     options_.Declare(verb);
   }
 

@@ -73,7 +73,7 @@ class SwitchCommand final : public Command {
   void Declare(CLI::App& verb) override {
     choice_.Declare(verb, "CHOICE", "",
                     "store: the configuration store; file: the configuration file");
-    verb.add_flag("--yes", confirmed_, "select it whatever it holds");
+    DeclareFlag(verb, "--yes", &confirmed_, "select it whatever it holds");
   }
 
   ExitStatus Run(CommandOutput* output) override {

@@ -1,0 +1,49 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
+#include "argument.h"
+
+#include <CLI/CLI.hpp>
+
+#include "exit_status.h"
+
+namespace Quorctl {
+
+void Argument::Declare(CLI::App& app, const std::string& name, const std::string& valueName,
+                       const std::string& description) {
+  const auto takeOne = [name](const CLI::results_t& values) {
+    if (values.size() > 1) throw UsageError(name + " is given more than once");
+    return true;
+  };
+  option_ = app.add_option(name, CLI::callback_t(takeOne), description);
+  option_->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+  option_->type_name(valueName);
+}
+
+bool Argument::Given() const {
+  return option_ != nullptr && option_->count() > 0;
+}
+
+const std::string& Argument::Value() const {
+  return option_->results().front();
+}
+
+void Arguments::Declare(CLI::App& app, const std::string& name, const std::string& valueName,
+                        const std::string& description) {
+  const auto takeAll = [](const CLI::results_t&) { return true; };
+  option_ = app.add_option(name, CLI::callback_t(takeAll), description);
+  option_->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+  option_->type_name(valueName);
+  if (name.front() != '-') option_->expected(-1);
+}
+
+std::vector<std::string> Arguments::Values() const {
+  return option_->count() > 0 ? option_->results() : std::vector<std::string>();
+}
+
+void DeclareFlag(CLI::App& app, const std::string& name, bool* flag,
+                 const std::string& description) {
+  app.add_flag(name, *flag, description);
+}
+
+}  // namespace Quorctl
