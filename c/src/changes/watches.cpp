@@ -141,7 +141,7 @@ bool Watches::AddFile(Place place, const Paths& paths, std::string* problem) {
   for (std::size_t i = first; i < walk.steps.size(); ++i) {
     const PathStep& step = walk.steps[i];
     if (step.kind == PathStep::kEnd) {
-      if (!Add(step.path, kInPlace, {Watched::kFile, place, ""}, problem)) return false;
+      if (!Add(step.path, kInPlace, {Watched::kContent, place, ""}, problem)) return false;
       // Behind a link the file is replaced where the link leads to.
       Watched target = {Watched::kTarget, place, NameIn(step.path)};
       return Add(Parent(step.path), kSelf | IN_MOVED_TO, std::move(target), problem);
@@ -168,7 +168,7 @@ void Watches::AwaitRename() const {
 // replaced file, whenever its last reader goes, must wake nobody. False when it cannot be watched.
 bool Watches::Follow(Place place) {
   for (auto at = watched_.begin(); at != watched_.end();) {
-    if (at->second.role == Watched::kFile && at->second.place == place) {
+    if (at->second.role == Watched::kContent && at->second.place == place) {
       inotify_rm_watch(inotify_.get(), at->first);
       at = watched_.erase(at);
     } else {
@@ -176,7 +176,7 @@ bool Watches::Follow(Place place) {
     }
   }
   std::string problem;
-  return Add(directory_ + '/' + NameOf(place), kInPlace, {Watched::kFile, place, ""}, &problem);
+  return Add(directory_ + '/' + NameOf(place), kInPlace, {Watched::kContent, place, ""}, &problem);
 }
 
 Events Watches::Drain() {
@@ -225,7 +225,7 @@ void Watches::Take(int number, std::uint32_t mask, const char* name, Events* eve
   const auto [begin, end] = watched_.equal_range(number);
   for (auto at = begin; at != end; ++at) {
     const Watched& watched = at->second;
-    if (watched.role == Watched::kFile) {
+    if (watched.role == Watched::kContent) {
       if ((mask & IN_IGNORED) == 0) events->edited[watched.place] = true;
       continue;
     }

@@ -48,8 +48,8 @@ class Watches {
 
  private:
   struct Watched {
-    enum Role { kPath, kHost, kTarget, kFile } role;
-    Place place;       // of kTarget and kFile
+    enum Role { kPath, kHost, kTarget, kContent } role;
+    Place place;       // of kTarget and kContent
     std::string name;  // of kTarget: the name to wait for
   };
 
