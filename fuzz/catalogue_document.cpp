@@ -37,9 +37,11 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
   } catch (const Quorctl::DocumentError&) {
     return 0;
   }
+  Quorctl::DocumentProblems problems;
+  Quorctl::FindRepeatedKeys(catalogue, "one would be lost", &problems);
+  Quorctl::FindNamelessBlobs(catalogue, "it would be lost", &problems);
   try {
-    Quorctl::ExpectUniqueKeys(catalogue, kSource, "one would be lost");
-    Quorctl::ExpectBlobNamespaces(catalogue, kSource, "it would be lost");
+    problems.Raise(text, kSource);
   } catch (const Quorctl::DocumentError&) {
     // a catalogue that is not to be stored may still be written
   }
