@@ -15,39 +15,30 @@
 #include "command_table.h"
 #include "expect.h"
 
-namespace Quorctl {
 namespace {
+
+using Quorctl::Command;
 
 class IdleCommand : public Command {
  public:
   explicit IdleCommand(std::unique_ptr<Command> command) : command_(std::move(command)) {}
 
-  const CommandInfo& Info() const override { return command_->Info(); }
+  const Quorctl::CommandInfo& Info() const override { return command_->Info(); }
   void Declare(CLI::App& verb) override { command_->Declare(verb); }
-  ExitStatus Run(CommandOutput* /*output*/) override { return ExitStatus::kDone; }
+  Quorctl::ExitStatus Run(Quorctl::CommandOutput* /*output*/) override {
+    return Quorctl::ExitStatus::kDone;
+  }
 
  private:
   std::unique_ptr<Command> command_;
 };
 
-}  // namespace
-
-// In the place of the tool's own table.
-CommandTable MakeCommandTable() {
-  CommandTable table;
-  for (const auto make :
-       {MakeStatusCommand, MakeListCommand, MakeGetCommand, MakeBlobCommand, MakeDigestCommand,
-        MakeWatchCommand, MakeExportCommand, MakeDiffCommand, MakeCheckCommand, MakeApplyCommand,
-        MakeResetCommand, MakeHistoryCommand, MakeRestoreCommand, MakeSwitchCommand,
-        MakeMigrateCommand, MakeMetricsCommand, MakeHelpCommand}) {
-    table.push_back(std::make_unique<IdleCommand>(make()));
-  }
+Quorctl::CommandTable IdleCommands() {
+  Quorctl::CommandTable table = Quorctl::MakeCommandTable();
+  for (auto& command : table)
+    command = std::make_unique<IdleCommand>(std::move(command));
   return table;
 }
-
-}  // namespace Quorctl
-
-namespace {
 
 // The words as main() gets them: each ends where the system's would, at a NUL, or at a line feed,
 // which makes the seeds readable.
@@ -64,7 +55,8 @@ std::vector<std::string> Words(std::string_view text) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size) {
-  static Quorctl::CommandLine commandLine;  // making one takes longer than all the rest
+  static Quorctl::CommandLine commandLine(
+      IdleCommands());  // making one takes longer than all the rest
   Quorctl::CommandOutput output;
   try {
     const Quorctl::ExitStatus status =

@@ -4,6 +4,7 @@
 #include "command_line.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "catalogue/text/terminal_text.h"
 #include "help.h"
@@ -11,7 +12,7 @@
 
 namespace Quorctl {
 
-CommandLine::CommandLine() : commands_(MakeCommandTable()) {
+CommandLine::CommandLine(CommandTable commands) : commands_(std::move(commands)) {
   globalOptions_.Declare(parser_);
   parser_.require_subcommand(0, 1);
   parser_.fallthrough();  // options of every command may follow the verb

@@ -16,7 +16,7 @@ namespace Quorctl {
 
 class CommandLine {
  public:
-  CommandLine();
+  explicit CommandLine(CommandTable commands);
 
   // Runs the command that `words` (the arguments after the program's name) name, under the terms
   // of Command::Run().

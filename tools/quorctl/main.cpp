@@ -33,7 +33,7 @@ ExitStatus RunAndReport(const std::vector<std::string>& words) {
   std::optional<Failure> ofCommand;
   std::optional<Failure> ofWriting;
   try {
-    status = CommandLine().Run(words, &output);
+    status = CommandLine(MakeCommandTable()).Run(words, &output);
   } catch (...) {
     ofCommand = DescribeCurrentException();
     status = ofCommand->status;
