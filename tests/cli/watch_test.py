@@ -248,6 +248,22 @@ class Watch(WatchCase):
         self.expect_change(process, "policies")
         self.expect_end(process, by=signal.SIGINT)
 
+    def test_AFileThatComesRightAfterALookIsLookedAtToo(self):
+        path = self.snapshot_path()
+        with open(path, "rb") as file:
+            content = file.read()
+        process = self.watch()
+        self.wait_until_asleep(process)
+        for milliseconds in range(10):
+            time.sleep(0.05)  # the file is no news any more
+            os.utime(os.path.join(self.host, "features"))  # has it look
+            time.sleep(milliseconds / 1000)
+            self.replace_at_once(path, b"damaged")
+            self.assertIn("; watching on", self.read_line(process.stderr))
+            self.replace_at_once(path, content)
+            self.assertIn("can be read again", self.read_line(process.stderr))
+        self.expect_end(process, by=signal.SIGINT)
+
     def replace_at_once(self, path, content):
         os.replace(self.write("replacement", content), path)
 

@@ -12,6 +12,7 @@
 #include <memory>
 #include <optional>
 #include <system_error>
+#include <thread>
 #include <utility>
 
 #include "argument.h"
@@ -36,6 +37,9 @@ using Digests = std::pair<std::string, std::string>;
 
 constexpr milliseconds kNever(0);
 constexpr milliseconds kRetryPeriod(2000);  // while the catalogue cannot be read
+// libquor looks once in a tick of the system's clock, 10 ms at most, for a file that was put in
+// place by hand: a question right after the last one could be answered from the one before.
+constexpr milliseconds kTick(20);
 constexpr double kShortestSeconds = 0.05;
 constexpr double kLongestSeconds = 86400;
 
@@ -187,6 +191,7 @@ class WatchCommand final : public Command {
       if (signals->WaitFor(changes->Descriptor(), end)) return true;
     } while (!changes->Take() && steady_clock::now() < end);
     TellFallback(changes->Fallback());
+    std::this_thread::sleep_for(kTick);
     return false;
   }
 
