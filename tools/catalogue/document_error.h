@@ -41,9 +41,13 @@ class DocumentProblems {
 
   // Raises DocumentError when there is any, with their lines in `text`, which is valid JSON; the
   // first ones are told, the others counted.
-  void Raise(const std::string& text, const std::string& source) const;
+  void Raise(const std::string& text, const std::string& source) const {
+    if (Any()) throw Told(text, source);
+  }
 
  private:
+  DocumentError Told(const std::string& text, const std::string& source) const;
+
   static constexpr std::size_t kMostShown = 20;
 
   struct Problem {

@@ -224,8 +224,7 @@ json ParseJson(const std::string& text, const std::string& source,
   return builder.TakeRoot();
 }
 
-void DocumentProblems::Raise(const std::string& text, const std::string& source) const {
-  if (!Any()) return;
+DocumentError DocumentProblems::Told(const std::string& text, const std::string& source) const {
   std::map<std::string, std::size_t> lines;
   for (const Problem& problem : problems_)
     lines[problem.path] = 1;
@@ -241,7 +240,7 @@ void DocumentProblems::Raise(const std::string& text, const std::string& source)
     error.others.push_back(source + ": and " + std::to_string(count_ - problems_.size()) +
                            " more errors");
   }
-  throw error;
+  return error;
 }
 
 }  // namespace Quorctl

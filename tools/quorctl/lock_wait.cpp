@@ -22,7 +22,7 @@ namespace Quorctl {
 namespace {
 
 constexpr std::uint32_t kTurn = 100;  // milliseconds: a signal is to be obeyed within 200
-constexpr auto kPause = std::chrono::milliseconds(5);
+constexpr auto kRetryPause = std::chrono::milliseconds(5);
 
 // The deadline of the platform's own waiting, shortened for one call.
 class ShortTurn {
@@ -99,7 +99,7 @@ void LockWait::Do(const std::string& step, const std::function<void()>& call) {
 
 void LockWait::Pause(const std::string& lock, const std::string& holder) {
   GoOn(lock, holder);
-  std::this_thread::sleep_for(kPause);
+  std::this_thread::sleep_for(kRetryPause);
 }
 
 void LockWait::GoOn(const std::string& lock, const std::string& holder) {

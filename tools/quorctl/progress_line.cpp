@@ -16,7 +16,7 @@ namespace Quorctl {
 namespace {
 
 constexpr auto kPatience = std::chrono::seconds(1);
-constexpr auto kPause = std::chrono::milliseconds(200);
+constexpr auto kRefreshPeriod = std::chrono::milliseconds(200);
 
 }  // namespace
 
@@ -65,7 +65,7 @@ void ProgressLine::Run() {
       lock.unlock();
       Draw();
       lock.lock();
-      ended_.wait_for(lock, kPause, [this] { return end_; });
+      ended_.wait_for(lock, kRefreshPeriod, [this] { return end_; });
     }
   } catch (const std::exception&) {
     // No memory for the line: there is none any more.

@@ -6,17 +6,14 @@
 #include <initializer_list>
 #include <optional>
 
+#include "ignored_signal.h"
+
 namespace Quorctl {
 
 namespace {
 
 // Before the block that was kept.
 std::optional<sigset_t> maskToRelease;
-
-bool IsIgnored(int signal) {
-  struct sigaction action = {};
-  return sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
-}
 
 }  // namespace
 

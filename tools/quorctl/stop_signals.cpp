@@ -12,13 +12,10 @@
 #include <cerrno>
 #include <system_error>
 
+#include "ignored_signal.h"
+
 namespace Quorctl {
 namespace {
-
-bool IsIgnored(int signal) {
-  struct sigaction action = {};
-  return sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
-}
 
 bool IsStop(int signal) {
   return signal == SIGINT || signal == SIGTERM;

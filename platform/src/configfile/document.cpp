@@ -27,7 +27,7 @@ namespace {
 
 constinit HostPlatform::Io::Newest<Document> newest;
 
-constexpr std::size_t kPieceSize = 128 << 10;
+constexpr std::size_t kReadPieceSize = 128 << 10;
 
 // The coarsest times are those of file systems that count two seconds; whole hundredths are what
 // the others without fine times have.
@@ -47,10 +47,10 @@ bool AreTimesPast(const struct stat& status) {
 
 // Reads through a small buffer that stays in the processor's cache.
 std::uint64_t ChecksumOf(const FileDescriptor& file, std::size_t size, const std::string& path) {
-  const auto buffer = std::make_unique_for_overwrite<char[]>(kPieceSize);
+  const auto buffer = std::make_unique_for_overwrite<char[]>(kReadPieceSize);
   HostPlatform::ChecksumOfPieces checksum;
   for (std::size_t done = 0; done < size;) {
-    const std::size_t piece = std::min(size - done, kPieceSize);
+    const std::size_t piece = std::min(size - done, kReadPieceSize);
     HostPlatform::Io::ReadAt(file, done, buffer.get(), piece, path);
     checksum.Add({buffer.get(), piece});
     done += piece;

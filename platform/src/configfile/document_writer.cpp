@@ -20,7 +20,7 @@ namespace {
 
 using HostPlatform::ByteBlock;
 
-constexpr std::size_t kPieceSize = 512 << 10;
+constexpr std::size_t kWritePieceSize = 512 << 10;
 
 bool NeedsEscape(char c) {
   return static_cast<unsigned char>(c) < ' ' || c == '"' || c == '\\';
@@ -64,7 +64,7 @@ std::size_t CopyPlain(std::string_view text, char* to) {
 class Writer {
  public:
   explicit Writer(const std::function<void(std::string_view)>& take)
-      : take_(take), buffer_(std::make_unique_for_overwrite<char[]>(kPieceSize)) {}
+      : take_(take), buffer_(std::make_unique_for_overwrite<char[]>(kWritePieceSize)) {}
 
   void WriteAll(const Node& root) {
     PutNode(root);
@@ -81,8 +81,8 @@ class Writer {
   }
 
   void Put(std::string_view text) {
-    if (text.size() > kPieceSize - used_) HandOver();
-    if (text.size() > kPieceSize) return take_(text);
+    if (text.size() > kWritePieceSize - used_) HandOver();
+    if (text.size() > kWritePieceSize) return take_(text);
     HostPlatform::PutBytes(text, buffer_.get() + used_);
     used_ += text.size();
   }
@@ -90,9 +90,9 @@ class Writer {
   void PutString(std::string_view text) {
     Put("\"");
     while (!text.empty()) {
-      if (used_ == kPieceSize) HandOver();
+      if (used_ == kWritePieceSize) HandOver();
       const std::size_t plain =
-          CopyPlain(text.substr(0, kPieceSize - used_), buffer_.get() + used_);
+          CopyPlain(text.substr(0, kWritePieceSize - used_), buffer_.get() + used_);
       used_ += plain;
       text.remove_prefix(plain);
       if (text.empty() || !NeedsEscape(text.front())) continue;

@@ -25,7 +25,7 @@ using HostPlatform::LockState;
 namespace {
 
 constexpr int kLooks = 10;
-constexpr auto kPause = std::chrono::milliseconds(100);
+constexpr auto kPauseBetweenLooks = std::chrono::milliseconds(100);
 
 // Room for a change besides the new store itself: the lock files, the entry of the history.
 constexpr std::uint64_t kSpareRoom = 1 << 20;
@@ -62,7 +62,7 @@ void CheckLocks(Findings* findings) {
     const bool anyHeld =
         std::any_of(locks.begin(), locks.end(), [](const LockState& lock) { return lock.held; });
     if (!anyHeld) break;
-    std::this_thread::sleep_for(kPause);
+    std::this_thread::sleep_for(kPauseBetweenLooks);
     const std::vector<LockState> now = HostPlatform::GetLockStates();
     for (std::size_t i = 0; i < locks.size(); ++i) {
       if (locks[i].held) locks[i] = now[i];

@@ -1,9 +1,8 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-#include <utility>
-
 #include "argument.h"
+#include "catalogue/digests.h"
 #include "catalogue/text/json_text.h"
 #include "catalogue/text/terminal_text.h"
 #include "command_table.h"
@@ -16,12 +15,6 @@ namespace Quorctl {
 using TavQuor::QuorLib;
 
 namespace {
-
-using Digests = std::pair<std::string, std::string>;
-
-std::string Joined(const Digests& digests) {
-  return digests.first + ':' + digests.second;
-}
 
 class DigestCommand final : public Command {
  public:

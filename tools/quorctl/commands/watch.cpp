@@ -13,9 +13,9 @@
 #include <optional>
 #include <system_error>
 #include <thread>
-#include <utility>
 
 #include "argument.h"
+#include "catalogue/digests.h"
 #include "catalogue/text/terminal_text.h"
 #include "command_table.h"
 #include "host_backend.h"
@@ -32,8 +32,6 @@ using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
 namespace {
-
-using Digests = std::pair<std::string, std::string>;
 
 constexpr milliseconds kNever(0);
 constexpr milliseconds kRetryPeriod(2000);  // while the catalogue cannot be read
