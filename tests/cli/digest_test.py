@@ -12,7 +12,7 @@ import unittest
 from quorctl_case import DONE, NO, TIMEOUT, USAGE, QuorctlCase, datastore, document, policy
 
 PUT_CATALOGUE = os.environ["QUOR_PUT_CATALOGUE"]
-CATALOGUES = 160  # for each of the two stores
+CATALOGUES = int(os.environ.get("QUOR_TEST_CATALOGUES", "160"))  # for each of the two stores
 SEED = int(os.environ.get("QUOR_TEST_SEED", "20260101"))
 
 
