@@ -108,11 +108,10 @@ class PlatformHeaders(HeadersTest):
         self.assertNotEqual(self.headers, [])
 
     def test_compile_alone_as_cxx17_and_cxx20(self):
-        for compiler in CXX_COMPILERS:
-            for standard in ("17", "20"):
-                for header in self.headers:
-                    self.assert_compiles(compiler, "c++", header, f"-std=c++{standard}",
-                                         *WARNINGS, self.include)
+        for compiler, standard in zip(CXX_COMPILERS, ("17", "20")):
+            for header in self.headers:
+                self.assert_compiles(compiler, "c++", header, f"-std=c++{standard}",
+                                     *WARNINGS, self.include)
 
     def test_those_with_c_linkage_compile_as_c11(self):
         c_headers = [header for header in self.headers if self._has_c_linkage(header)]

@@ -51,7 +51,9 @@ class PlatformInHostsBuild(unittest.TestCase):
         with open(os.path.join(parent, "CMakeLists.txt"), "w", encoding="utf-8") as file:
             file.write(PARENT % documented_snippet())
         cls.build = os.path.join(cls.directory, "build")
-        run(CMAKE, "-S", parent, "-B", cls.build, "-G", "Ninja")
+        # Debug and joined sources: what is asked for is that it builds, and with what.
+        run(CMAKE, "-S", parent, "-B", cls.build, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Debug",
+            "-DCMAKE_UNITY_BUILD=ON")
         run(CMAKE, "--build", cls.build, "-j", "2", timeout=1800)
         cls.program = os.path.join(cls.build, "my_program")
 

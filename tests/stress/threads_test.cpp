@@ -29,7 +29,11 @@ namespace {
 using TavQuor::QuorLib;
 
 constexpr int kThreads = 6;
+#ifdef __SANITIZE_THREAD__
 constexpr int kRounds = 1500;  // calls of each thread
+#else
+constexpr int kRounds = 500;
+#endif
 
 class Threads : public PlatformTest::HostTest {
  protected:
