@@ -18,7 +18,7 @@ CREATE TABLE policies(
   id          BLOB NOT NULL,
   description BLOB NOT NULL,
   generation  INTEGER NOT NULL);
-CREATE INDEX policies_by_id ON policies(id);
+CREATE INDEX policies_by_id ON policies(id, name);
 CREATE TABLE blobs(
   policy    BLOB NOT NULL,
   namespace BLOB NOT NULL,

@@ -30,7 +30,7 @@ CALLS = [
 ]
 # What bounds them, and other ways to ask the peers.
 OTHERS = [
-    ("by_name", "floor", "one `lstat`, one hash lookup, the copy"),
+    ("by_name", "floor", "one hash lookup, the copy"),
     ("by_id_last", "sqlite_scan", "SQLite told to scan the policies"),
     ("by_id_last", "sqlite_unindexed", "SQLite without the index, its own plan"),
     ("by_id_last", "lmdb_scan", "LMDB without the index"),
