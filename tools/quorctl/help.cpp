@@ -18,7 +18,7 @@ namespace {
 constexpr char kIndent[] = "  ";
 
 // "-o, --output FORMAT"; of a word that follows the verb its name.
-std::string NamesOf(const CLI::Option& option) {
+std::string SpellingsOf(const CLI::Option& option) {
   if (option.get_positional()) return option.get_name(/*positional=*/true);
   std::string names = option.get_name(/*positional=*/false, /*all_options=*/true);
   const std::size_t comma = names.find(',');
@@ -36,7 +36,7 @@ void AddLines(std::string label, const std::string& description, LabelledLines* 
 std::string DeclaredOptions(const CLI::App& parser) {
   LabelledLines lines;
   for (const CLI::Option* option : parser.get_options()) {
-    AddLines(NamesOf(*option), option->get_description(), &lines);
+    AddLines(SpellingsOf(*option), option->get_description(), &lines);
   }
   return lines.Text(kIndent);
 }

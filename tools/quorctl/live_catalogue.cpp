@@ -12,7 +12,7 @@ using TavQuor::QuorLib;
 
 namespace {
 
-constexpr int kAttempts = 10;  // more than a few changes in that time mean that they do not end
+constexpr int kReadings = 10;  // more than a few changes in that time mean that they do not end
 
 LiveCatalogue ReadOnce(bool complete) {
   LiveCatalogue live;
@@ -34,7 +34,7 @@ LiveCatalogue ReadOnce(bool complete) {
 
 // The two listings are two calls: a change between them would give a catalogue that never was.
 LiveCatalogue ReadLiveCatalogue(bool complete) {
-  for (int attempt = 0; attempt < kAttempts; ++attempt) {
+  for (int attempt = 0; attempt < kReadings; ++attempt) {
     LiveCatalogue live = ReadOnce(complete);
     if (live.stamp.IsCurrent()) return live;
   }

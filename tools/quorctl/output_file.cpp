@@ -54,15 +54,15 @@ mode_t ModeOfNewFile() {
 }
 
 // A file beside the target, which takes its place or is removed.
-class Replacement {
+class NewFile {
  public:
-  explicit Replacement(const std::string& target)
+  explicit NewFile(const std::string& target)
       : path_(std::filesystem::path(target).replace_filename(".quorctl-XXXXXX")),
         descriptor_(mkostemp(path_.data(), O_CLOEXEC)),
         exists_(descriptor_ != -1) {}
-  Replacement(const Replacement&) = delete;
-  Replacement& operator=(const Replacement&) = delete;
-  ~Replacement() {
+  NewFile(const NewFile&) = delete;
+  NewFile& operator=(const NewFile&) = delete;
+  ~NewFile() {
     if (exists_) unlink(path_.c_str());
     if (descriptor_ != -1) close(descriptor_);
   }
@@ -104,7 +104,7 @@ void ReplaceFile(const std::string& path, const std::string& bytes) {
   std::error_code error;
   const std::string target = isThere ? std::filesystem::canonical(path, error).string() : path;
   if (error) throw std::system_error(error, "cannot write " + path);
-  Replacement replacement(target);
+  NewFile replacement(target);
   if (!replacement.IsLike(isThere ? &old : nullptr)) return WriteInPlace(path, bytes);
   replacement.TakePlace(target, bytes);
 }

@@ -27,7 +27,7 @@ using TavQuor::QuorLib;
 
 namespace {
 
-std::string Octal(std::uint32_t mode) {
+std::string ModeInOctal(std::uint32_t mode) {
   char text[16] = {};
   std::snprintf(text, sizeof text, "%04o", mode);
   return text;
@@ -77,7 +77,7 @@ void AddFile(const StoredFile& state, LabelledLines* lines) {
   if (state.exists) {
     lines->Add("  size:", std::to_string(state.size) + " bytes");
     lines->Add("  owner:", state.owner + ':' + state.group);
-    lines->Add("  mode:", Octal(state.mode));
+    lines->Add("  mode:", ModeInOctal(state.mode));
     lines->Add("  readable by:", Readers(state));
     lines->Add("  modified:", UtcTime(state.modified));
   }
