@@ -72,6 +72,8 @@ class CompletionCase:
         self.expect_offer("quorctl digest --output ", ["table", "json"])
         self.expect_offer("quorctl list ", ["policies", "datastores"])
         self.expect_offer("quorctl get ", ["policies", "datastores", "policy", "datastore"])
+        for command in ("set", "add", "delete", "rename"):
+            self.expect_offer(f"quorctl {command} ", ["policy", "datastore"])
         self.expect_offer("quorctl check --severity ", ["error", "warning"])
         self.expect_offer("quorctl switch ", ["store", "file"])
         self.expect_offer("quorctl migrate --to ", ["store", "file"])
@@ -86,9 +88,11 @@ class CompletionCase:
         with open(EXAMPLE, encoding="utf-8") as file:
             example = json.load(file)
         for line in ("quorctl get policy ", "quorctl list policies ", "quorctl get policies x ",
-                     "quorctl blob --policy-id "):
+                     "quorctl blob --policy-id ", "quorctl set policy ", "quorctl delete policy ",
+                     "quorctl rename policy "):
             self.expect_offer(line, [record["id"] for record in example["policies"]])
         for line in ("quorctl get datastore ", "quorctl blob --default-of ",
+                     "quorctl delete datastore ", "quorctl rename datastore ",
                      "quorctl blob --policy-id gold-01 --datastore "):
             self.expect_offer(line, [record["url"] for record in example["datastores"]])
         self.assertEqual(len(self.shell.offered("quorctl blob --policy-name ")), 16)

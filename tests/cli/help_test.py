@@ -7,7 +7,7 @@ import unittest
 from quorctl_case import USAGE, QuorctlCase
 
 VERBS = ["status", "list", "get", "blob", "digest", "watch", "export", "diff", "check", "metrics",
-         "apply", "set", "reset", "history", "restore", "switch", "migrate", "help"]
+         "apply", "set", "add", "delete", "rename", "reset", "history", "restore", "switch", "migrate", "help"]
 OUTPUT_OPTIONS = ["-o, --output FORMAT", "--fields NAMES", "--sort NAMES",
                   "--where FIELD=PATTERN", "--no-headings"]
 CHANGE_OPTIONS = ["-y, --yes", "--dry-run", "--no-history", "--replace-damaged",
@@ -24,6 +24,9 @@ OPTIONS = {"status": [], "metrics": [], "list": ["KIND", "KEY", *OUTPUT_OPTIONS]
                      *CHANGE_OPTIONS],
            "set": ["KIND", "KEY", "FIELD=VALUE", "--blob NAMESPACE=@FILE", "--no-blob NAMESPACE",
                    *CHANGE_OPTIONS],
+           "add": ["KIND", "KEY", "FIELD=VALUE", "--blob NAMESPACE=@FILE", *CHANGE_OPTIONS],
+           "delete": ["KIND", "KEY", *CHANGE_OPTIONS],
+           "rename": ["KIND", "KEY", "FIELD=NEW", "--defaults", *CHANGE_OPTIONS],
            "reset": CHANGE_OPTIONS, "history": OUTPUT_OPTIONS,
            "restore": ["NUMBER", "--last", *CHANGE_OPTIONS], "switch": ["CHOICE", "--yes"],
            "migrate": ["--to CHOICE", *CHANGE_OPTIONS], "help": ["COMMAND"]}

@@ -62,7 +62,7 @@ class Set(QuorctlCase):
 
     def test_NothingIsWrittenWhereNothingDiffers(self):
         self.apply(self.content)
-        self.assertIn("is so already; nothing was written",
+        self.assertIn("nothing differs from the configuration store",
                       self.ask("set", "policy", "Gold", "generation=7").text)
         self.assertIn("would set policy", self.ask("set", "policy", "Gold", "generation=8",
                                                    "--dry-run").text)
@@ -100,8 +100,12 @@ class Set(QuorctlCase):
                     (ABSENT, ["policy", "G*", "name=x"], 'identifier or name "G*"'),
                     (ABSENT, ["datastore", "none", "url=x"], 'no datastore "none"'),
                     (ABSENT, ["policy", "Gold", "--no-blob", "X"], 'there is no blob for "X"'),
-                    (BAD_INPUT, ["policy", "Gold", "name=Silver", "--yes"], "nothing was changed"),
-                    (BAD_INPUT, ["datastore", "ds:///a/", "url=ds:///b/"], "nothing was changed"),
+                    (BAD_INPUT, ["policy", "Gold", "name=Silver", "--yes"],
+                     'another record has the name "Silver" already; nothing was changed'),
+                    (BAD_INPUT, ["policy", "Gold", "id=silver-01", "--yes"],
+                     'another record has the id "silver-01" already; nothing was changed'),
+                    (BAD_INPUT, ["datastore", "ds:///a/", "url=ds:///b/"],
+                     'another record has the url "ds:///b/" already; nothing was changed'),
                     (BAD_INPUT, ["policy", "Gold", "--blob", "X=@/none"], "cannot read /none"),
                     (USAGE, ["policy", "Gold", "nmae=x"], 'unknown field "nmae"; did you mean "name"?'),
                     (USAGE, ["policy", "Gold", "generation=x"], "give an integer of 64 bits"),

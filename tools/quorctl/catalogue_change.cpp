@@ -10,6 +10,7 @@
 #include <system_error>
 #include <utility>
 
+#include "backend_choice.h"
 #include "catalogue/difference.h"
 #include "catalogue/document_writer.h"
 #include "catalogue/duplicates.h"
@@ -199,9 +200,11 @@ class Plan {
     std::string text;
     for (std::size_t i = 0; i < std::min(findings.size(), kNamedChanges); ++i)
       text += "warning: " + findings[i].subject + ": " + findings[i].problem + '\n';
-    if (findings.size() <= kNamedChanges) return text;
-    return text + "warning: and " + std::to_string(findings.size() - kNamedChanges) +
-           " more problems, which \"quorctl check\" will name\n";
+    if (findings.size() > kNamedChanges) {
+      text += "warning: and " + std::to_string(findings.size() - kNamedChanges) +
+              " more problems, which \"quorctl check\" will name\n";
+    }
+    return findings.empty() ? text : text + request_.advice;
   }
 
   // The counts, the headings, what follows and the question are to be seen too.
@@ -324,6 +327,8 @@ std::string CountedRecords(std::size_t policies, std::size_t datastores) {
 
 namespace {
 
+enum class ChangeResult { kNothingDiffers, kDryRun, kDone };
+
 ChangeResult ChangeFrom(const ChangeRequest& request, const ChangeOptions& options,
                         const MakeCatalogue& make, Catalogue next, ProgressLine* progress,
                         CommandOutput* output) {
@@ -362,18 +367,31 @@ ChangeResult ChangeFrom(const ChangeRequest& request, const ChangeOptions& optio
                      "other processes keep changing the catalogue; nothing was changed; try again");
 }
 
-}  // namespace
-
-ChangeResult ChangeCatalogue(const ChangeRequest& request, const ChangeOptions& options,
-                             const MakeCatalogue& make, ProgressLine* progress,
-                             CommandOutput* output) {
-  return ChangeFrom(request, options, make, {}, progress, output);
+ExitStatus ChangeAndTell(const ChangeRequest& request, const ChangeOptions& options,
+                         const MakeCatalogue& make, Catalogue next, ProgressLine* progress,
+                         CommandOutput* output) {
+  const ChangeResult result = ChangeFrom(request, options, make, std::move(next), progress, output);
+  const bool done = result == ChangeResult::kDone;
+  const std::string what = done                                      ? request.done
+                           : result == ChangeResult::kNothingDiffers ? request.nothing
+                                                                     : "would " + request.would;
+  output->text += what + ' ' + SelectedBackendPlace() + (done ? "\n" : "; nothing was written\n") +
+                  NoteOfAnotherBackend();
+  return ExitStatus::kDone;
 }
 
-ChangeResult ChangeCatalogue(const ChangeRequest& request, const ChangeOptions& options,
-                             Catalogue next, ProgressLine* progress, CommandOutput* output) {
+}  // namespace
+
+ExitStatus ChangeCatalogue(const ChangeRequest& request, const ChangeOptions& options,
+                           const MakeCatalogue& make, ProgressLine* progress,
+                           CommandOutput* output) {
+  return ChangeAndTell(request, options, make, {}, progress, output);
+}
+
+ExitStatus ChangeCatalogue(const ChangeRequest& request, const ChangeOptions& options,
+                           Catalogue next, ProgressLine* progress, CommandOutput* output) {
   const auto asItIs = [](const Catalogue&, Catalogue*) {};
-  return ChangeFrom(request, options, asItIs, std::move(next), progress, output);
+  return ChangeAndTell(request, options, asItIs, std::move(next), progress, output);
 }
 
 }  // namespace Quorctl

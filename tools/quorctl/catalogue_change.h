@@ -47,7 +47,11 @@ class ChangeOptions {
 };
 
 struct ChangeRequest {
-  std::string verb;  // for messages and the history
+  std::string verb;   // for messages and the history
+  std::string would;  // "apply 16 policies to": what the last line says before the place
+  std::string done;   // "applied 16 policies to"
+  std::string nothing = "nothing differs from";
+  std::string advice = {};  // on the problems that the change creates; may be empty
   bool replacesPolicies = true;
   bool replacesDatastores = true;
   bool mayAsk = true;            // false: standard input is used up
@@ -56,23 +60,20 @@ struct ChangeRequest {
   bool obeysBasis = false;       // of the new catalogue
 };
 
-enum class ChangeResult { kNothingDiffers, kDryRun, kDone };
-
 // Makes the catalogue that is to be of the present one. Called again when that has changed.
 using MakeCatalogue = std::function<void(const Catalogue& present, Catalogue* next)>;
 
 // Makes what `make` gives the catalogue of the host store that this process uses, or those of its
-// records that the request names. Adds to `output` what differs and what was done with it; the last
-// line, which tells of success, is the caller's. Raises CommandError: kNotConfirmed; kMoved when
-// the catalogue is not the one that the change is based on; kStore and kPermission with what has
-// become of the host; others as the library.
-ChangeResult ChangeCatalogue(const ChangeRequest& request, const ChangeOptions& options,
-                             const MakeCatalogue& make, ProgressLine* progress,
-                             CommandOutput* output);
+// records that the request names. Adds to `output` what differs and what was done with it. Raises
+// CommandError: kNotConfirmed; kMoved when the catalogue is not the one that the change is based
+// on; kStore and kPermission with what has become of the host; others as the library.
+ExitStatus ChangeCatalogue(const ChangeRequest& request, const ChangeOptions& options,
+                           const MakeCatalogue& make, ProgressLine* progress,
+                           CommandOutput* output);
 
 // The same for one that is there already.
-ChangeResult ChangeCatalogue(const ChangeRequest& request, const ChangeOptions& options,
-                             Catalogue next, ProgressLine* progress, CommandOutput* output);
+ExitStatus ChangeCatalogue(const ChangeRequest& request, const ChangeOptions& options,
+                           Catalogue next, ProgressLine* progress, CommandOutput* output);
 
 // "16 policies and 1 datastore"
 std::string CountedRecords(std::size_t policies, std::size_t datastores);

@@ -24,6 +24,9 @@ CommandTable MakeCommandTable() {
   table.push_back(MakeMetricsCommand());
   table.push_back(MakeApplyCommand());
   table.push_back(MakeSetCommand());
+  table.push_back(MakeAddCommand());
+  table.push_back(MakeDeleteCommand());
+  table.push_back(MakeRenameCommand());
   table.push_back(MakeResetCommand());
   table.push_back(MakeHistoryCommand());
   table.push_back(MakeRestoreCommand());
@@ -40,7 +43,8 @@ void RaiseUnknownCommand(const std::string& word) {
       {"dump", "export"},       {"load", "apply"},       {"import", "apply"}, {"log", "history"},
       {"undo", "restore"},      {"rollback", "restore"}, {"verify", "check"}, {"validate", "check"},
       {"version", "--version"}, {"info", "status"},      {"clear", "reset"},  {"edit", "set"},
-      {"update", "set"},        {"monitor", "watch"}};
+      {"update", "set"},        {"monitor", "watch"},    {"rm", "delete"},    {"remove", "delete"},
+      {"create", "add"},        {"new", "add"},          {"mv", "rename"}};
   const auto other = kElsewhere.find(word);
   std::vector<std::string> names;
   for (const auto& command : MakeCommandTable())

@@ -7,6 +7,7 @@
 
 #include <fnmatch.h>
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <string>
@@ -19,7 +20,7 @@
 
 namespace Quorctl {
 
-// By what a record is named, the first before the second.
+// By what a record is named, the first before the second: its first fields.
 inline std::array<std::string, 2> NamesOf(const TavQuor::QuorPolicyInfo& policy) {
   return {policy.policyId, policy.name};
 }
@@ -27,32 +28,53 @@ inline std::array<std::string, 1> NamesOf(const TavQuor::QuorDatastoreInfo& data
   return {datastore.url};
 }
 
-// The indexes of the policies with this identifier, else of those of this name, else, where it is a
-// pattern (* ? []), of those with an identifier or name that fits; of datastores by the URL.
 template <typename Record>
-std::vector<std::size_t> FindNamed(const std::vector<Record>& records, const std::string& wanted) {
-  constexpr std::size_t kNames = std::tuple_size_v<decltype(NamesOf(Record()))>;
-  std::array<std::vector<std::size_t>, kNames + 1> found;  // by each name, by the pattern
-  const bool isPattern = wanted.find_first_of("*?[") != wanted.npos;
-  for (std::size_t i = 0; i < records.size(); ++i) {
-    const auto names = NamesOf(records[i]);
-    bool fits = false;
-    for (std::size_t name = 0; name < kNames; ++name) {
-      if (names[name] == wanted) found[name].push_back(i);
-      fits = fits || (isPattern && fnmatch(wanted.c_str(), names[name].c_str(), 0) == 0);
-    }
-    if (fits) found[kNames].push_back(i);
-  }
-  for (const auto& indexes : found) {
-    if (!indexes.empty()) return indexes;
-  }
-  return {};
-}
+inline constexpr std::size_t kNameCount = std::tuple_size_v<decltype(NamesOf(Record()))>;
 
 // The message for one that is not there.
 inline std::string NoSuchRecord(bool isPolicy, const std::string& wanted) {
   return isPolicy ? "there is no policy with the identifier or name " + Quoted(wanted)
                   : "there is no datastore " + Quoted(wanted);
+}
+
+// The indexes of the policies with this identifier, else of those of this name; of the datastores
+// with this URL.
+template <typename Record>
+std::vector<std::size_t> FindByKey(const std::vector<Record>& records, const std::string& key) {
+  std::vector<std::size_t> found;
+  for (std::size_t name = 0; name < kNameCount<Record> && found.empty(); ++name) {
+    for (std::size_t i = 0; i < records.size(); ++i) {
+      if (NamesOf(records[i])[name] == key) found.push_back(i);
+    }
+  }
+  return found;
+}
+
+// The index of the only one; raises CommandError where there is none, or several.
+template <typename Record>
+std::size_t FindOne(const std::vector<Record>& records, const std::string& key) {
+  const std::vector<std::size_t> found = FindByKey(records, key);
+  if (found.empty()) {
+    throw CommandError(ExitStatus::kAbsent, NoSuchRecord(kNameCount<Record> > 1, key));
+  }
+  if (found.size() == 1) return found.front();
+  throw CommandError(ExitStatus::kUsage, std::to_string(found.size()) + " records are named " +
+                                             Quoted(key) + "; nothing was changed");
+}
+
+// As FindByKey(), else, where it is a pattern (* ? []), those with a name that fits.
+template <typename Record>
+std::vector<std::size_t> FindNamed(const std::vector<Record>& records, const std::string& wanted) {
+  std::vector<std::size_t> found = FindByKey(records, wanted);
+  if (!found.empty() || wanted.find_first_of("*?[") == wanted.npos) return found;
+  for (std::size_t i = 0; i < records.size(); ++i) {
+    const auto names = NamesOf(records[i]);
+    const auto fits = [&wanted](const std::string& name) {
+      return fnmatch(wanted.c_str(), name.c_str(), 0) == 0;
+    };
+    if (std::any_of(names.begin(), names.end(), fits)) found.push_back(i);
+  }
+  return found;
 }
 
 // Whether the word for a kind means policies; raises UsageError for others than it and datastores.

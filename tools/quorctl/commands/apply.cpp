@@ -2,7 +2,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
 #include "argument.h"
-#include "backend_choice.h"
 #include "catalogue/document_reader.h"
 #include "catalogue/document_rules.h"
 #include "catalogue_change.h"
@@ -103,16 +102,12 @@ class ApplyCommand final : public Command {
     progress.Begin("reading the document");
     Catalogue catalogue = ReadAndCheck(file_.Value());
     ExpectReadable(selected);
-    const std::string summary = Summary(catalogue);
-    ChangeRequest request{"apply"};
+    ChangeRequest request = RequestFor("apply", catalogue);
     request.replacesPolicies = !datastoresOnly_;
     request.replacesDatastores = !policiesOnly_;
     request.mayAsk = file_.Value() != "-";
     request.obeysBasis = !force_;
-    const ChangeResult result =
-        ChangeCatalogue(request, options_, std::move(catalogue), &progress, output);
-    output->text += TextOf(result, summary) + '\n' + NoteOfAnotherBackend();
-    return ExitStatus::kDone;
+    return ChangeCatalogue(request, options_, std::move(catalogue), &progress, output);
   }
 
  private:
@@ -127,23 +122,13 @@ class ApplyCommand final : public Command {
     UseBackend(entry.inStore);
     ProgressLine progress;
     Catalogue catalogue = ReadHistoryEntry(entry);
-    const std::string summary = Summary(catalogue);
-    const ChangeResult result = ChangeCatalogue(ChangeRequest{entry.reason}, options_,
-                                                std::move(catalogue), &progress, output);
-    output->text += TextOf(result, summary) + '\n' + NoteOfAnotherBackend();
-    return ExitStatus::kDone;
+    const ChangeRequest request = RequestFor(entry.reason, catalogue);
+    return ChangeCatalogue(request, options_, std::move(catalogue), &progress, output);
   }
 
-  static std::string TextOf(ChangeResult result, const std::string& summary) {
-    const std::string place = SelectedBackendPlace();
-    switch (result) {
-      case ChangeResult::kNothingDiffers:
-        return "nothing differs from " + place + "; nothing was written";
-      case ChangeResult::kDryRun:
-        return "would apply " + summary + " to " + place + "; nothing was written";
-      default:
-        return "applied " + summary + " to " + place;
-    }
+  ChangeRequest RequestFor(const std::string& verb, const Catalogue& catalogue) const {
+    const std::string summary = Summary(catalogue);
+    return {verb, "apply " + summary + " to", "applied " + summary + " to"};
   }
 
   std::string Summary(const Catalogue& catalogue) const {

@@ -85,40 +85,39 @@ class GetCommand final : public Command {
     const StoredRecords stored;
     if (isPolicy) {
       const auto policies = QuorLib::ListPolicyInfo();
-      const std::string absent =
+      const Shown shown =
           Show(policies, [&writer](const auto& policy) { AddPolicy(policy, &writer); });
-      Finish(absent, &writer, output, [&] { stored.ExpectPolicies(policies.size()); });
+      Finish(shown, &writer, output, [&] { stored.ExpectPolicies(policies.size()); });
     } else {
       const auto datastores = QuorLib::ListDatastoreInfo();
       DatastoreRows rows(&writer);
-      const std::string absent =
-          Show(datastores, [&rows](const auto& datastore) { rows.Add(datastore); });
-      Finish(absent, &writer, output, [&] { stored.ExpectDatastores(datastores.size()); });
+      const Shown shown = Show(datastores, [&rows](const auto& datastore) { rows.Add(datastore); });
+      Finish(shown, &writer, output, [&] { stored.ExpectDatastores(datastores.size()); });
     }
     return ExitStatus::kDone;
   }
 
  private:
+  struct Shown {
+    bool any = false;    // or all that there are
+    std::string absent;  // what of that which was asked for is not there
+  };
+
   bool ShowsAll() const { return keys_.Values().empty() && !name_.Given(); }
 
-  // Adds those that are asked for, each once, and tells which are not there.
+  // Adds those that are asked for, each once.
   template <typename Record, typename Add>
-  std::string Show(const std::vector<Record>& records, const Add& add) {
-    std::string absent;
-    if (ShowsAll()) {
-      for (const Record& record : records)
-        add(record);
-      return absent;
-    }
-    if (name_.Given()) {
-      bool found = false;
+  Shown Show(const std::vector<Record>& records, const Add& add) const {
+    Shown shown;
+    if (ShowsAll() || name_.Given()) {
+      shown.any = ShowsAll();
       for (const Record& record : records) {
-        if (NamesOf(record).back() != name_.Value()) continue;
+        if (name_.Given() && NamesOf(record).back() != name_.Value()) continue;
         add(record);
-        found = true;
+        shown.any = true;
       }
-      shown_ = found;
-      return found ? "" : "there is no policy named " + Quoted(name_.Value());
+      if (!shown.any) shown.absent = "there is no policy named " + Quoted(name_.Value());
+      return shown;
     }
     constexpr bool isPolicy = std::is_same_v<Record, TavQuor::QuorPolicyInfo>;
     std::set<std::size_t> added;
@@ -127,19 +126,20 @@ class GetCommand final : public Command {
       for (const std::size_t i : found) {
         if (added.insert(i).second) add(records[i]);
       }
-      if (found.empty()) absent += (absent.empty() ? "" : "; ") + NoSuchRecord(isPolicy, key);
+      if (!found.empty()) continue;
+      shown.absent += (shown.absent.empty() ? "" : "; ") + NoSuchRecord(isPolicy, key);
     }
-    shown_ = !added.empty();
-    return absent;
+    shown.any = !added.empty();
+    return shown;
   }
 
   // One that is missed may be one that cannot be read.
   template <typename ExpectComplete>
-  void Finish(const std::string& absent, RecordWriter* writer, CommandOutput* output,
+  void Finish(const Shown& shown, RecordWriter* writer, CommandOutput* output,
               const ExpectComplete& expectComplete) const {
-    if (ShowsAll() || shown_) output->text += writer->Text();
-    if (ShowsAll() || !absent.empty()) expectComplete();
-    if (!absent.empty()) throw CommandError(ExitStatus::kAbsent, absent);
+    if (shown.any) output->text += writer->Text();
+    if (ShowsAll() || !shown.absent.empty()) expectComplete();
+    if (!shown.absent.empty()) throw CommandError(ExitStatus::kAbsent, shown.absent);
   }
 
   const CommandInfo& info_;
@@ -147,7 +147,6 @@ class GetCommand final : public Command {
   Arguments keys_;
   Argument name_;
   ListingOptions options_;
-  bool shown_ = false;
 };
 
 }  // namespace

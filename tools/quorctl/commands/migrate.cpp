@@ -50,25 +50,15 @@ class MigrateCommand final : public Command {
     Catalogue& catalogue = source.catalogue;
     ExpectNoLosses(toStore, catalogue, output);
     const Digests digests = DigestsOf(catalogue);
-    const std::string summary =
-        CountedRecords(catalogue.policies.size(), catalogue.datastores.size());
+    const std::string what =
+        CountedRecords(catalogue.policies.size(), catalogue.datastores.size()) + " to";
     UseBackend(toStore);
-    const ChangeResult result = ChangeCatalogue(ChangeRequest{"migrate"}, options_,
-                                                std::move(catalogue), &progress, output);
-    if (result == ChangeResult::kDryRun) {
-      output->text += TextOf(result, summary) + '\n';
-      return ExitStatus::kDone;
-    }
-    const bool equal = source.stamp.IsCurrent() || IsStill(toStore, digests);
-    output->text += TextOf(result, summary);
-    if (!equal) {
-      output->text += '\n';
-      throw CommandError(ExitStatus::kStore,
-                         "the digests of the two stores differ: another process changed one of "
-                         "them meanwhile; run migrate again");
-    }
-    output->text += "; the digests are equal\n";
-    return ExitStatus::kDone;
+    const ExitStatus status = ChangeCatalogue({"migrate", "copy " + what, "copied " + what},
+                                              options_, std::move(catalogue), &progress, output);
+    if (source.stamp.IsCurrent() || IsStill(toStore, digests)) return status;
+    throw CommandError(ExitStatus::kStore,
+                       "the digests of the two stores differ: another process changed one of "
+                       "them meanwhile; run migrate again");
   }
 
  private:
@@ -88,18 +78,6 @@ class MigrateCommand final : public Command {
     const Digests source = QuorLib::GetDbHash();
     UseBackend(toStore);
     return source == digests;
-  }
-
-  static std::string TextOf(ChangeResult result, const std::string& summary) {
-    const std::string place = SelectedBackendPlace();
-    switch (result) {
-      case ChangeResult::kNothingDiffers:
-        return place + " holds the same " + summary + " already; nothing was written";
-      case ChangeResult::kDryRun:
-        return "would copy " + summary + " to " + place + "; nothing was written";
-      default:
-        return "copied " + summary + " to " + place;
-    }
   }
 
   Argument target_;

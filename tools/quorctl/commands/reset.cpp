@@ -30,26 +30,13 @@ class ResetCommand final : public Command {
     ExpectReadable(BackendSwitch());
     StayWithTheBackend();
     ProgressLine progress;
-    ChangeRequest request{"reset"};
+    ChangeRequest request{"reset", "delete all policies and datastores from",
+                          "deleted all policies and datastores from", "nothing is stored in"};
     request.wipes = true;
-    const ChangeResult result = ChangeCatalogue(request, options_, Catalogue(), &progress, output);
-    output->text += TextOf(result) + '\n' + NoteOfAnotherBackend();
-    return ExitStatus::kDone;
+    return ChangeCatalogue(request, options_, Catalogue(), &progress, output);
   }
 
  private:
-  static std::string TextOf(ChangeResult result) {
-    const std::string place = SelectedBackendPlace();
-    switch (result) {
-      case ChangeResult::kNothingDiffers:
-        return "nothing is stored in " + place + "; nothing was written";
-      case ChangeResult::kDryRun:
-        return "would delete all policies and datastores from " + place + "; nothing was written";
-      default:
-        return "deleted all policies and datastores from " + place;
-    }
-  }
-
   ChangeOptions options_;
 };
 

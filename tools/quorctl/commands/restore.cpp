@@ -4,7 +4,6 @@
 #include <charconv>
 
 #include "argument.h"
-#include "backend_choice.h"
 #include "catalogue/text/terminal_text.h"
 #include "catalogue_change.h"
 #include "command_table.h"
@@ -64,30 +63,15 @@ class RestoreCommand final : public Command {
                                                     " would not keep it");
     }
     UseBackend(entry.inStore);
-    ChangeRequest request{"restore"};
+    const std::string what = "number " + std::to_string(entry.number) + " (" +
+                             CountedRecords(entry.policies, entry.datastores) + ", kept at " +
+                             entry.time + ") in";
+    ChangeRequest request{"restore", "restore " + what, "restored " + what};
     request.replacesDamaged = last_;
-    const ChangeResult result =
-        ChangeCatalogue(request, options_, std::move(catalogue), &progress, output);
-    output->text += TextOf(result, entry) + NoteOfAnotherBackend();
-    return ExitStatus::kDone;
+    return ChangeCatalogue(request, options_, std::move(catalogue), &progress, output);
   }
 
  private:
-  static std::string TextOf(ChangeResult result, const HistoryEntry& entry) {
-    const std::string what = "number " + std::to_string(entry.number) + " (" +
-                             CountedRecords(entry.policies, entry.datastores) + ", kept at " +
-                             entry.time + ")";
-    const std::string place = SelectedBackendPlace();
-    switch (result) {
-      case ChangeResult::kNothingDiffers:
-        return "nothing differs from " + place + "; nothing was written\n";
-      case ChangeResult::kDryRun:
-        return "would restore " + what + " in " + place + "; nothing was written\n";
-      default:
-        return "restored " + what + " in " + place + '\n';
-    }
-  }
-
   static HistoryEntry FindLast() {
     const bool inStore = BackendSwitch().on;
     for (const HistoryEntry& entry : ListHistory()) {

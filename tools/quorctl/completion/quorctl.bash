@@ -149,7 +149,9 @@ _quorctl_options() {
     watch) echo '--period --exec' ;;
     apply) echo "--policies-only --datastores-only --force --create --resume $change" ;;
     set) echo "--blob --no-blob $change" ;;
-    reset) echo "$change" ;;
+    add) echo "--blob $change" ;;
+    rename) echo "--defaults $change" ;;
+    delete | reset) echo "$change" ;;
     restore) echo "--last $change" ;;
     migrate) echo "--to $change" ;;
     switch) echo '--yes' ;;
@@ -227,12 +229,13 @@ _quorctl_complete_argument() {
   case $1:$2:$3 in
     list:1:*) _quorctl_offer '' policies datastores ;;
     get:1:*) _quorctl_offer '' policies datastores policy datastore ;;
-    set:1:*) _quorctl_offer '' policy datastore ;;
-    list:*:polic* | get:*:polic* | set:2:polic*)
+    set:1:* | add:1:* | delete:1:* | rename:1:*) _quorctl_offer '' policy datastore ;;
+    list:*:polic* | get:*:polic* | set:2:polic* | delete:2:polic* | rename:2:polic*)
       _quorctl_ask id list policies
       _quorctl_offer_arguments "${_quorctl_values[@]}"
       ;;
-    list:*:datastore* | get:*:datastore* | set:2:datastore*)
+    list:*:datastore* | get:*:datastore* | set:2:datastore* | delete:2:datastore* | \
+      rename:2:datastore*)
       _quorctl_ask url list datastores
       _quorctl_offer_arguments "${_quorctl_values[@]}"
       ;;
@@ -249,8 +252,8 @@ _quorctl_complete_argument() {
   esac
 }
 
-_quorctl_commands='status list get blob digest watch export diff check metrics apply set reset history
-  restore switch migrate help'
+_quorctl_commands='status list get blob digest watch export diff check metrics apply set add delete rename
+  reset history restore switch migrate help'
 
 _quorctl() {
   local _quorctl_quote _quorctl_text _quorctl_kept _quorctl_redirects
