@@ -13,45 +13,48 @@
 // configuration store (switch set) or the host configuration file (switch clear) for the whole
 // call. Nothing is copied between the two when the switch is flipped.
 //
-// Not found is never an error: a lookup answers the empty string, a listing an empty vector. An
-// empty URL is never found, nor is an empty identifier, name or namespace in the configuration
-// store; the configuration file finds the record that has it.
+// Not found. A lookup that finds nothing answers the empty string, a listing the empty vector. An
+// empty URL is never found. An empty identifier, name or namespace is never found in the
+// configuration store; in the configuration file the record that has it is found.
 //
-// Exceptions. Failures of the configuration store arrive as TavConfigStore::ConfigStoreException,
-// those of the configuration file as ZynCtl::Config::ConfigFileException; both derive from
-// std::exception and what() names the file, the reason and what to do. The library has two texts of
-// its own, both as ConfigFileException: "Unable to Decode string" for a blob in the file that is no
-// Base64, and "Unable to Encode string" when memory ran out while one was encoded. After a failed
-// replacement the catalogue is as it was before, with one exception that the message states: when
-// the new catalogue is in place but the directory could not be flushed, its durability is unknown.
+// Exceptions. The configuration store raises TavConfigStore::ConfigStoreException, the
+// configuration file ZynCtl::Config::ConfigFileException. Both derive from std::exception, and
+// what() names the file, the reason and the remedy. The library raises two texts of its own as
+// ConfigFileException: "Unable to Decode string" for a blob in the file that is not Base64, "Unable
+// to Encode string" when memory runs out while a blob is encoded. A failed replacement leaves the
+// catalogue as it was, except where the message says that the new catalogue is in place and only
+// its durability is unknown, because the directory could not be flushed. A process that has read a
+// catalogue raises while its file is missing, instead of finding nothing.
 //
-// Memory. Where it runs out a call raises std::bad_alloc, with three exceptions:
-// - GetDbHash() ends the process (std::terminate) when there is none for the text that the host
-//   formats of one record: of a policy's name, identifier, description and generation number, or of
-//   a datastore's three fields. All else in it, blobs and digests included, raises std::bad_alloc.
-// - Base64 of the configuration file reports it as a failure: "Unable to Encode string" from
-//   AddPolicyInfo(), "Unable to Decode string" from lookups; ListPolicyInfo() and GetDbHash() leave
-//   the policy out.
-// - Loading the library ends the process when there is none for its constant strings.
+// Memory. A call that runs out of memory raises std::bad_alloc, with three exceptions:
+// - GetDbHash() ends the process (std::terminate) when memory runs out for the formatted text of a
+//   record: a policy's name, identifier, description and generation number, or a datastore's three
+//   fields.
+// - Base64 in the configuration file: AddPolicyInfo() raises "Unable to Encode string", lookups
+//   raise "Unable to Decode string", ListPolicyInfo() and GetDbHash() leave the policy out.
+// - Loading the library ends the process when memory runs out for its constant strings.
 //
-// Damage. A lookup raises a damaged record that it meets, also on the way to another one; listings
-// and digests leave it out.
+// Damage. A lookup raises when it meets a damaged record, also on its way to another record.
+// Listings and digests leave damaged records out.
 //
-// Waiting. A replacement waits for the host's other writers, for up to 30 seconds or as many
-// milliseconds as QUOR_LOCK_TIMEOUT_MS says, and is raised then. Reading the configuration store
-// waits for nobody; a reader of the configuration file who may also write it takes turns like a
-// writer.
+// Waiting. A replacement waits for other writers of the host, at most 30 seconds or the
+// milliseconds in QUOR_LOCK_TIMEOUT_MS, and raises after that. Readers of the configuration store
+// take no lock. Readers of the configuration file take the writers' lock if they have permission to
+// write.
 //
-// Threads. Every function may be called from any number of threads at once. None starts a thread,
-// installs a signal handler or prints anything. errno is left as it was. Calls may come until the
-// process is gone: from exit handlers, and from threads that still run then.
+// Threads. Every function may be called from any number of threads at once, also from exit handlers
+// and from threads that outlive main(). The library starts no thread, installs no signal handler,
+// prints nothing and preserves errno.
 //
-// Fork. Safe at any moment but in a signal handler; a child may call every function, also when a
-// thread of the parent was inside one.
+// Fork. A process may fork at any moment, also in a signal handler or while another thread is
+// inside a call. The child may call every function, unless the handler interrupted the allocator.
 //
 // Durability. A replacement that returned survives a crash of the process and a loss of power.
-// A read sees the catalogue before a replacement or after it, never a mixture. A call that reads
-// more than once says so: others may replace the catalogue between two of its reads.
+//
+// Consistency. A read sees the catalogue before a replacement or after it, never a mixture. Every
+// call that begins after a replacement returned sees it, in every process of the host. A file put
+// in place by other means (a restored backup, a swapped directory) is seen within 10 ms. A call
+// that reads more than once says so: the catalogue may be replaced between two of its reads.
 //
 // Lengths. All strings are byte strings: any byte, NUL included, any length; compared byte for
 // byte, never folded, trimmed or normalised.
@@ -90,8 +93,8 @@ struct QuorPolicyInfo {
   std::string name;         // display name
   std::string policyId;     // identifier
   std::string description;  // free text
-  // Counts the changes of the policy. The configuration store keeps all 64 bits; from the
-  // configuration file comes back what a signed 32-bit number keeps of it, the number modulo 2^32.
+  // Counts the changes of the policy. The configuration file returns only the low 32 bits, as a
+  // signed number; the configuration store keeps all 64.
   std::int64_t generationNumber = 0;
 };
 
@@ -108,48 +111,42 @@ class QUOR_API QuorLib {
  public:
   QuorLib() = delete;
 
-  // Does nothing in either backend and need not be called. Kept for callers that bracket their
-  // use of the library.
+  // Does nothing in either backend. Callers that bracket their use of the library may call it.
   static void Init();
 
-  // Deletes every policy and every datastore. Succeeds on a host where nothing was ever stored.
+  // Deletes every policy and every datastore. Succeeds on a host without a catalogue.
   //
-  // Configuration store: one transaction; a store that refuses a deletion still commits, so only
-  // a failure to begin or to commit is raised, and nothing is changed then. Configuration file: two
-  // replacements, policies first. Between them a reader finds datastores without policies, and so
-  // it stays when the second one fails.
+  // Configuration store: one transaction. Failures to begin or to commit are raised and nothing is
+  // changed then; a refused deletion is ignored. Configuration file: two replacements, policies
+  // first. Between them, and if the second one fails, readers find datastores without policies.
   static void Reset();
 
-  // Replaces all policies by `policies`; an empty vector deletes them all. Datastores are left as
-  // they are.
+  // Replaces all policies by `policies`; an empty vector deletes them all. Datastores are
+  // untouched.
   //
-  // In the configuration store a policy is kept under its name: of two records with one name the
-  // later one stays. A pair whose namespace is empty is not stored; of two pairs with one
-  // namespace the later one stays. The configuration file keeps all of them, and lookups take the
-  // first policy that matches. No other field is tested; empty strings are stored.
+  // The name is the key in the configuration store: the last of several policies with one name is
+  // stored, and likewise the last of several blobs with one namespace; blobs without a namespace
+  // are dropped. The configuration file stores everything, and lookups use the first match. No
+  // other field is checked; empty strings are stored.
   static void AddPolicyInfo(const std::vector<QuorPolicyInfo>& policies);
 
-  // Replaces all datastores by `datastores`; an empty vector deletes them all. Policies are left
-  // as they are. In the configuration store a datastore is kept under its URL: of two records with
-  // one URL the later one stays. The configuration file keeps both, and lookups take the first.
+  // Replaces all datastores by `datastores`; an empty vector deletes them all. Policies are
+  // untouched. The URL is the key in the configuration store: the last of several datastores with
+  // one URL is stored. The configuration file stores all, and lookups use the first.
   static void AddDatastoreInfo(const std::vector<QuorDatastoreInfo>& datastores);
 
-  // All datastores, in the order in which the store lists them (that of their first write). A
-  // record that cannot be read, a damaged one say, is left out; a store that cannot be opened or
-  // enumerated is raised. A record that lacks a field is listed without it from the configuration
-  // store, and left out from the configuration file.
+  // All datastores, in the order of their first write. Unreadable records are left out; a store
+  // that cannot be opened or enumerated is raised. A record without one of its fields is listed
+  // with that field empty by the configuration store, and left out by the configuration file.
   static std::vector<QuorDatastoreInfo> ListDatastoreInfo();
 
-  // All policies, in the order in which the store lists them (that of their first write). A record
-  // that cannot be read, a damaged one say, is left out; a store that cannot be opened or
-  // enumerated is raised. A record that lacks a field is listed without it from the configuration
-  // store, where one without a generation number shows that of the policy listed before it, and
-  // left out from the configuration file.
+  // All policies, as ListDatastoreInfo() lists datastores. A policy without a generation number is
+  // listed by the configuration store with that of the policy before it.
   static std::vector<QuorPolicyInfo> ListPolicyInfo();
 
   // The blob of the policy `policyId` for the namespace "RILK". Empty when there is no such policy
-  // or it has no such blob. Costs a scan of the policies, as every search in the configuration file
-  // does; in the configuration store GetRilkPolicyBlobByName() is one access.
+  // or it has no such blob. The configuration file scans its policies in every lookup; the
+  // configuration store uses an index where the host's platform offers one, and scans otherwise.
   static std::string GetRilkPolicyBlobById(const std::string& policyId);
 
   // The blob of the policy named `policyName` for the namespace "RILK". Empty when there is no
@@ -158,8 +155,8 @@ class QUOR_API QuorLib {
 
   // The blob of the default policy of the datastore `datastoreUrl`, for that datastore's
   // namespace. Empty when the datastore is unknown, has no default policy, or its default policy
-  // has no blob for the namespace. Reads three times: a replacement by another process between two
-  // reads can make the answer empty or of the newer catalogue.
+  // has no blob for the namespace. Reads three times: if another process replaces the catalogue
+  // between two reads, the answer may be empty or from the newer catalogue.
   static std::string GetDefaultPolicyBlob(const std::string& datastoreUrl);
 
   // The blob of the policy `policyId` for the namespace of the datastore `datastoreUrl`. An
@@ -168,16 +165,16 @@ class QUOR_API QuorLib {
   static std::string GetPolicyBlobById(const std::string& policyId,
                                        const std::string& datastoreUrl);
 
-  // Digests of all policies (first) and of all datastores (second), in that order and read one
-  // after the other. Each is 32 lower-case hexadecimal digits (MD5), or empty when there is
-  // nothing to digest. Independent of the order in which the records are stored as long as policy
-  // identifiers, the namespaces of one policy, and URLs are unique.
+  // Digests of all policies (first) and of all datastores (second); the policies are read first. A
+  // digest is 32 lower-case hexadecimal digits (MD5), or empty when there is nothing to digest. It
+  // does not depend on the order of the records if policy identifiers, the namespaces of one
+  // policy, and URLs are unique.
   //
-  // For telling change, not for telling forgery, and a few changes do not show: fields are joined
-  // without a mark between them, name, identifier and description end at their first NUL, and a
-  // datastore whose fields are all empty adds nothing. Memory that runs out while the text of a
-  // record is formatted ends the process (see "Memory" above), and so does a policy whose name,
-  // identifier and description take 2 GiB together.
+  // Digests detect changes, not forgery. Some changes do not show: fields are joined without a
+  // separator; name, identifier and description end at their first NUL; a datastore with three
+  // empty fields adds nothing. The process ends (std::terminate) when memory runs out for the text
+  // of a record (see "Memory" above), or when a policy's name, identifier and description exceed 2
+  // GiB together.
   static std::pair<std::string, std::string> GetDbHash();
 };
 
