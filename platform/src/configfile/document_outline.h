@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// Finds the place of mistakes that a parser only notices at the end: quotes and brackets.
+// Error locator for unbalanced quotes and brackets, which a parser notices only at the end.
 #ifndef PLATFORM_SRC_CONFIGFILE_DOCUMENT_OUTLINE_H_
 #define PLATFORM_SRC_CONFIGFILE_DOCUMENT_OUTLINE_H_
 
@@ -16,11 +16,11 @@ struct Mistake {
   const char* reason;
 };
 
-// The first unclosed text, control character inside a text, text behind the end, or end in the
-// middle; nothing when quotes and brackets are in order.
+// The first unclosed string, control character inside a string, text after the end, or premature
+// end; nullopt if quotes and brackets are balanced.
 std::optional<Mistake> FindOutlineMistake(std::string_view text);
 
-// The place of the first byte that is no UTF-8; the size of the text when there is none.
+// Offset of the first byte that is not UTF-8; the text's size if there is none.
 std::size_t FindInvalidUtf8(std::string_view text);
 
 }  // namespace ZynCtl::Config

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// JSON text to a tree.
+// Parser of the configuration file: JSON text to a tree.
 #ifndef PLATFORM_SRC_CONFIGFILE_DOCUMENT_PARSER_H_
 #define PLATFORM_SRC_CONFIGFILE_DOCUMENT_PARSER_H_
 
@@ -13,22 +13,22 @@
 
 namespace ZynCtl::Config {
 
-// Deeper documents are refused: nothing on a host nests like that, and recursion must end.
+// Limit of nesting, which bounds recursion.
 inline constexpr std::size_t kDeepestNesting = 200;
 
-// Larger documents are neither written nor read. Base64 of blobs makes a third more of them.
+// Limit of the text's size, for reading and writing. Base64 enlarges blobs by a third.
 inline constexpr std::size_t kLargestDocument = std::size_t{1} << 30;
 
-// So many bytes behind the text can be read, and mean nothing.
+// Readable bytes after the text, with any content.
 inline constexpr std::size_t kTextPadding = 64;
 
-// The root of the tree, which is made in the store. The tree refers to the text, which the store
-// keeps: `size` bytes, and the padding. Raises ConfigFileException that names `path`, line, column
-// and reason when the text is no JSON object, holds a key twice in one object, or nests too deeply.
+// Returns the root of the tree, allocated in `store`. The tree refers to the text (`size` bytes and
+// the padding), which the store takes over. Raises ConfigFileException with `path`, line, column
+// and reason if the text is not a JSON object, repeats a key in an object, or nests too deeply.
 Node* ParseDocument(std::unique_ptr<char[]> text, std::size_t size, const std::string& path,
                     TreeStore* store);
 
-// Makes the parsers, and what their library makes on first use; called when the platform is loaded.
+// Constructs the parsers and initialises their library; called at load time.
 void PrepareParser();
 
 }  // namespace ZynCtl::Config

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// A tree to JSON text.
+// Writer of the configuration file: a tree to JSON text.
 #ifndef PLATFORM_SRC_CONFIGFILE_DOCUMENT_WRITER_H_
 #define PLATFORM_SRC_CONFIGFILE_DOCUMENT_WRITER_H_
 
@@ -12,8 +12,8 @@
 
 namespace ZynCtl::Config {
 
-// Indented by two spaces, in the order of the tree, ending with a newline; `take` gets it piece by
-// piece. Raises ConfigFileException when it nests more deeply than can be read.
+// Passes the text to `take` in pieces: indented by two spaces, in the order of the tree, with a
+// final newline. Raises ConfigFileException if the tree nests too deeply to be read again.
 void WriteDocument(const Node& root, const std::function<void(std::string_view)>& take);
 
 }  // namespace ZynCtl::Config

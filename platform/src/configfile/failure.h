@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// The way in which the configuration-file library says no.
+// Failures of the configuration file.
 #ifndef PLATFORM_SRC_CONFIGFILE_FAILURE_H_
 #define PLATFORM_SRC_CONFIGFILE_FAILURE_H_
 
@@ -12,15 +12,15 @@
 
 namespace ZynCtl::Config {
 
-// Names that stand in the file enter the message, which ends on terminals: control characters are
-// shown as question marks.
+// Replaces control characters in the message by question marks: it may contain names from the file
+// and be shown on a terminal.
 [[noreturn]] void RaiseConfigFile(std::string message);
 
-// The exception for one of the file layer. Its type has no room for a code, which tools need: the
-// kind of a failure for lack of permission is attached to it, for copies to carry along.
+// Converts an error of the file layer. The exception's type has no member for a code, so a missing
+// permission, which tools need to know, is attached to it and to its copies.
 [[noreturn]] void RaiseConfigFile(const HostPlatform::Io::Error& error);
 
-// Whether the exception was raised for lack of permission.
+// True if the exception was raised for a missing permission.
 bool IsPermissionFailure(const ConfigFileException& failure);
 
 }  // namespace ZynCtl::Config

@@ -1,12 +1,11 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// The tree in memory.
+// Copy-on-write tree of the configuration file.
 //
-// A parsed tree is shared by all threads and never changed. A session that changes something copies
-// the nodes on the way there, but not what is below them, and marks the copies as its own; all
-// others stay shared. Nodes and characters live in the tree store of their document or session,
-// until all of it goes.
+// A parsed tree is immutable and shared by all threads. A session copies the nodes on the path to a
+// change and marks the copies as its own; all other nodes stay shared. Nodes and characters live in
+// the TreeStore (an arena) of their document or session.
 #ifndef PLATFORM_SRC_CONFIGFILE_NODE_H_
 #define PLATFORM_SRC_CONFIGFILE_NODE_H_
 
@@ -24,7 +23,7 @@ namespace ZynCtl::Config {
 
 struct Node;
 
-// What stands below a branch or in an array.
+// An entry of a branch or an array.
 struct Child {
   std::string_view name;  // empty in an array
   Node* node = nullptr;
@@ -39,21 +38,19 @@ struct Node {
   Node& operator=(const Node&) = delete;
   ~Node() = default;
 
-  std::uint64_t owner;               // number of the session, since its last Write(), that may
-                                     // change it; 0: none
-  std::string_view text;             // of text its stored form (stored_text.h);
-                                     // of a number or boolean what was written
-  std::pmr::vector<Child> children;  // of a branch or an array, in their order
+  std::uint64_t owner;               // Session::number_ of the session that may change it; 0: none
+  std::string_view text;             // kText: stored form (stored_text.h); kLiteral: as written
+  std::pmr::vector<Child> children;  // kBranch, kArray: in order
   Type type;
 };
 
-// Memory is given back all at once, in few pieces; nodes are not destroyed one by one.
+// Arena: frees its memory at once and does not destroy nodes one by one.
 class TreeStore {
  public:
   Node* Make(Node::Type type, std::uint64_t owner = 0) {
     return allocator_.new_object<Node>(type, owner, &memory_);
   }
-  // With its text and the names of its children, which are shared themselves.
+  // Copies the node, its text and the names of its children; the children are shared.
   Node* Copy(const Node& node, std::uint64_t owner) {
     Node* const copy = allocator_.new_object<Node>(node.type, owner, &memory_);
     copy->text = Keep(node.text);
@@ -69,20 +66,20 @@ class TreeStore {
     char* const copy = Reserve(text.size());
     return {copy, static_cast<std::size_t>(std::copy(text.begin(), text.end(), copy) - copy)};
   }
-  // Room for so many characters.
+  // Uninitialised memory for `size` characters.
   char* Reserve(std::size_t size) { return static_cast<char*>(memory_.allocate(size, 1)); }
-  // A document's text, which nodes refer to.
+  // Takes over a document's text, to which nodes refer.
   void Keep(std::unique_ptr<char[]> document) { document_ = std::move(document); }
 
  private:
-  // Not from the resource that is the program's default just now: the tree may outlive it.
+  // Not the program's default resource, which the tree may outlive.
   std::pmr::monotonic_buffer_resource memory_{std::pmr::new_delete_resource()};
   std::pmr::polymorphic_allocator<> allocator_{&memory_};
   std::pmr::deque<std::string> texts_{&memory_};
   std::unique_ptr<char[]> document_;
 };
 
-// The child of that name; null when there is none.
+// The child of that name; null if there is none.
 inline Node* FindChild(const Node& branch, std::string_view name) {
   for (const Child& child : branch.children) {
     if (child.name == name) return child.node;
@@ -90,7 +87,7 @@ inline Node* FindChild(const Node& branch, std::string_view name) {
   return nullptr;
 }
 
-// Whether two trees hold the same.
+// Deep equality.
 inline bool SameTree(const Node& a, const Node& b) {
   return &a == &b ||
          (a.type == b.type && a.text == b.text &&

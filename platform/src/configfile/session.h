@@ -1,10 +1,10 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// One locked use of the configuration file.
+// One locked use of the configuration file, between Lock() and Unlock().
 //
-// Handles are places in the tree, not nodes: what is at a place is looked up again whenever the
-// session has copied or removed nodes since. The session keeps all its handles alive.
+// Handles are cursors (Place) into the tree: a cursor's node is looked up again after the session
+// copied or removed nodes. The session owns all its handles.
 #ifndef PLATFORM_SRC_CONFIGFILE_SESSION_H_
 #define PLATFORM_SRC_CONFIGFILE_SESSION_H_
 
@@ -28,38 +28,38 @@ namespace ZynCtl::Config {
 
 class Session : public std::enable_shared_from_this<Session> {
  public:
-  // Locks the file where this process may, and reads it. Raises ConfigFileException.
+  // Locks the file if this process has permission, and reads it. Raises ConfigFileException.
   Session();
 
-  // Releases the lock. What is not written is never written.
+  // Releases the lock; unwritten changes are lost.
   void End() noexcept;
 
   std::shared_ptr<ConfigBranch> MakeBranch(const Place& place);
   std::vector<std::shared_ptr<ConfigBranch>> MakeBranches(const Place& array, const Node& node);
   std::shared_ptr<ConfigArray> MakeArray(const Place& place);
-  // The same name, for the handles of the session.
+  // Copies a name to the memory of the session's handles.
   std::string_view KeepName(std::string_view name) { return names_.Keep(name); }
   const Place& Root() const { return root_; }
 
-  // What is at the place; null when nothing is.
+  // The node at the place; null if there is none.
   const Node* Read(const Place& place) const;
 
-  // What is at the place, the session's own to change; created when nothing is there. Raises when
-  // the session may not change the file, or when something of another type is there.
+  // The node at the place, copied or created as the session's own. Raises if the session may not
+  // change the file, or if the node has another type.
   Node& Change(const Place& place, Node::Type type);
-  // The same for a value, which becomes the text in its stored form (stored_text.h).
+  // Sets a value to the text, given in its stored form (stored_text.h). Raises like Change().
   void ChangeText(const Place& place, std::string stored);
 
-  // Adds an empty branch to the array at the place; returns its index. Raises like Change().
+  // Appends an empty branch to the array and returns its index. Raises like Change().
   std::size_t Append(const Place& array);
 
-  // Whether the session has begun to change what is at the place.
+  // True if the node at the place is the session's own.
   bool IsChanging(const Place& place) const;
 
-  // Says that an answer was given which a later change must not contradict.
+  // Records that the caller got an answer, which a later change must not contradict.
   void NoteAnswer() { answered_ = true; }
 
-  // After nodes were removed: handles to them are looked up again.
+  // Invalidates the cached nodes of all cursors, after nodes were removed.
   void ForgetPlaces() { ++version_; }
 
   // Replaces the file. Raises ConfigFileException.
@@ -79,16 +79,16 @@ class Session : public std::enable_shared_from_this<Session> {
   std::string PathOf(const Place& place) const;
 
   std::string path_;
-  pid_t process_;  // that opened the session
+  pid_t process_;  // opened the session
   std::optional<HostPlatform::Io::FileLock> lock_;
-  TreeStore names_;                       // of handles
+  TreeStore names_;                       // names of handles
   std::shared_ptr<const Document> base_;  // null: there is no file
-  std::shared_ptr<TreeStore> store_;      // of what the session makes
-  Node* tree_ = nullptr;                  // the base's root, or the session's copy of it
-  std::uint64_t number_;                  // owner of the nodes that it may change
-  std::uint64_t version_ = 1;             // counts what makes nodes of places out of date
-  bool answered_ = false;                 // something was read
-  bool refused_ = false;                  // what was read without a lock is out of date
+  std::shared_ptr<TreeStore> store_;      // nodes made by the session
+  Node* tree_ = nullptr;                  // root of base_, or the session's copy of it
+  std::uint64_t number_;                  // Node::owner of the session's own nodes
+  std::uint64_t version_ = 1;             // invalidates the cursors' cached nodes
+  bool answered_ = false;                 // the caller got an answer
+  bool refused_ = false;                  // an answer read without the lock is out of date
   bool ended_ = false;
   Place root_;
   std::deque<ConfigBranch> branches_;

@@ -1,11 +1,11 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// Byte strings as JSON text.
+// Escaping of byte strings in JSON text.
 //
-// Text that is valid UTF-8 without NUL is stored as it is, for people to read and edit. Any other
-// byte string is stored as U+0000, "base64:" and its Base64. No readable text holds a NUL, so
-// neither form can be taken for the other.
+// Valid UTF-8 without NUL is stored literally, so that people can read and edit it. Any other byte
+// string is stored as U+0000, "base64:" and its Base64. The leading NUL distinguishes the two
+// forms.
 #ifndef PLATFORM_SRC_CONFIGFILE_STORED_TEXT_H_
 #define PLATFORM_SRC_CONFIGFILE_STORED_TEXT_H_
 
@@ -16,10 +16,10 @@ namespace ZynCtl::Config {
 
 std::string EncodeText(std::string bytes);
 
-// Returns false when the text is marked as Base64 and is none.
+// Returns false if the text is marked as Base64 and is not valid Base64.
 bool DecodeText(std::string_view text, std::string* bytes);
 
-// Whether the bytes are stored as they are.
+// True if the bytes are stored literally.
 bool IsReadable(std::string_view bytes);
 
 }  // namespace ZynCtl::Config

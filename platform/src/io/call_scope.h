@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// One call of the host's program, from its entry into the platform to its return.
+// Scope of one call from the host's program into the platform.
 #ifndef PLATFORM_SRC_IO_CALL_SCOPE_H_
 #define PLATFORM_SRC_IO_CALL_SCOPE_H_
 
@@ -11,9 +11,8 @@
 
 namespace HostPlatform::Io {
 
-// errno is afterwards what it was before, and the thread is not cancelled within: close() and
-// other calls are cancellation points, and a cancellation that unwinds a destructor ends the
-// process. It takes effect at the host's own next cancellation point.
+// Preserves errno and defers cancellation of the thread to the host's next cancellation point.
+// close() is a cancellation point, and a cancellation that unwinds a destructor ends the process.
 class CallScope {
  public:
   CallScope() { pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &cancelState_); }

@@ -14,14 +14,14 @@
 
 namespace HostPlatform::Io {
 
-// The mode of a directory between mkdir() and the end of its making, which nobody else would
-// choose: one that a killed writer left in between is told by it, and finished by the next.
+// Marks a directory between mkdir() and its final owner and mode. If a writer is killed in between,
+// the next writer recognises the mode and finishes the directory.
 inline constexpr mode_t kUnfinishedMode = 01700;
-// Whether it has that mode, and may be finished by this process.
+// True if `status` has that mode and this process may finish the directory.
 bool IsUnfinished(const struct stat& status);
 
-// Everything that a writer does goes through the one descriptor, so that a path component that is
-// replaced meanwhile leads it nowhere else.
+// A writer uses this descriptor for all its operations, so that a path component replaced meanwhile
+// cannot redirect it.
 class Directory {
  public:
   // Opens the directory; creates it when it is missing (2750, group `quor` where the process may
@@ -35,11 +35,12 @@ class Directory {
 
   int get() const { return descriptor_.get(); }
   const std::string& path() const { return path_; }
-  const struct stat& status() const { return status_; }  // as it was when it was opened
+  const struct stat& status() const { return status_; }  // at the time of opening
   std::string PathOf(const char* name) const { return path_ + '/' + name; }
 
-  // Gives a file just created here the directory's owner and group where this process may (root
-  // running a tool must not lock the owner out), and the permission bits whatever the umask.
+  // Sets mode (regardless of the umask), owner and group of a new file in the directory. Owner and
+  // group are the directory's if this process may set them, so that a tool run by root does not
+  // lock the owner out.
   void Adopt(const FileDescriptor& file, mode_t mode, const std::string& path) const;
 
   // Makes the directory's entries durable. Raises Error.
@@ -51,8 +52,8 @@ class Directory {
   struct stat status_;
 };
 
-// Calls `visit` for each name in the directory, "." and ".." among them. Returns 0, or the errno
-// value of what kept it from listing them all.
+// Calls `visit` for each name in the directory, including "." and "..". Returns 0, or an errno
+// value if the listing is incomplete.
 int ForEachName(const Directory& directory, const std::function<void(const char*)>& visit);
 
 }  // namespace HostPlatform::Io

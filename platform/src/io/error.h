@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// What the file layer raises, and how a failed system call becomes it.
+// Errors of the file layer, and their making from failed system calls.
 #ifndef PLATFORM_SRC_IO_ERROR_H_
 #define PLATFORM_SRC_IO_ERROR_H_
 
@@ -13,11 +13,11 @@ namespace HostPlatform::Io {
 
 enum class ErrorKind { kBusy, kNoSpace, kPermissionDenied, kInsecure, kOther };
 
-// The message names the path, what was tried, the reason and, where there is one, the way out.
+// The message names the path, the action, the reason and, if known, the remedy.
 class Error : public std::runtime_error {
  public:
   Error(ErrorKind kind, const std::string& message) : std::runtime_error(message), kind_(kind) {}
-  // For `error`, an errno value, whose text is put behind `context`.
+  // For a failed system call: `error` is its errno value, `reason` the text after `context`.
   Error(ErrorKind kind, const std::string& context, int error, const std::string& reason)
       : std::runtime_error(context + ": " + reason),
         kind_(kind),
@@ -25,7 +25,7 @@ class Error : public std::runtime_error {
         systemError_(error) {}
 
   ErrorKind kind() const noexcept { return kind_; }
-  // 0 when no system call failed.
+  // The errno value; 0 if no system call failed.
   int systemError() const noexcept { return systemError_; }
   // The message without the reason.
   const std::string& context() const noexcept { return context_; }
@@ -39,11 +39,11 @@ class Error : public std::runtime_error {
 // Raises an Error for `error`, an errno value: "PATH: cannot ACTION: reason".
 [[noreturn]] void RaiseSystemError(int error, const std::string& path, const char* action);
 
-// Raises std::system_error for tools, which know no other type of this layer: with the errno value
-// of the failed system call, or the nearest one where the Error has none.
+// Rethrows as std::system_error, the only type of this layer that tools know. Its code is the errno
+// value of the Error, or the nearest one for its kind.
 [[noreturn]] void RaiseToTools(const Error& error);
 
-// Puts errno back to what it was: host programs look at theirs after calling us.
+// Restores errno at the end of the scope.
 class ErrnoKeeper {
  public:
   ErrnoKeeper() : saved_(errno) {}

@@ -1,13 +1,13 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// An open descriptor that belongs to this process alone.
+// A descriptor that is closed on exec and in a forked child.
 //
-// Above 2, so that a program whose standard streams are closed cannot write its messages into a
-// store; close-on-exec; and closed in a forked child, so that a child neither keeps its parent's
-// lock alive nor can release it. All are listed in slots that a child can read whenever it was
-// forked: one that is listed is open. A file that is opened while another thread forks is opened
-// again, for the child may have a copy of it that it does not know.
+// A child must neither keep its parent's lock alive nor release it. All descriptors are listed in
+// slots that a child can read whenever the fork happened; a listed descriptor is open. A file that
+// is opened while another thread forks is opened again, because the child may hold an unlisted
+// copy. Descriptors are above 2, so that a program with closed standard streams cannot write its
+// messages into a store.
 #ifndef PLATFORM_SRC_IO_FILE_DESCRIPTOR_H_
 #define PLATFORM_SRC_IO_FILE_DESCRIPTOR_H_
 
@@ -35,12 +35,12 @@ class FileDescriptor {
   int get() const { return slot_ == nullptr ? -1 : slot_->load(std::memory_order_relaxed); }
   explicit operator bool() const { return get() >= 0; }
 
-  // Closes and reports what close() says: 0 or an errno value. Does nothing the second time.
+  // Returns 0 or the errno value of close(). Does nothing if closed already.
   int Close();
 
-  // Closes every descriptor of the parent in a child that was just forked.
+  // Closes the parent's descriptors in a child that was just forked.
   static void CloseAllInChild();
-  // The same without closing, for a child that may have closed them all, and have others by now.
+  // Forgets the parent's descriptors without closing them: the child may have reused the numbers.
   static void ForgetAllInChild();
 
  private:
@@ -50,17 +50,17 @@ class FileDescriptor {
 // fstat(); raises Error naming `path`.
 struct stat StatOf(const FileDescriptor& file, const std::string& path);
 
-// Writes all of `bytes` at the end of what was written so far. Raises Error naming `path`.
+// Writes all of `bytes` at the file's position. Raises Error naming `path`.
 void WriteAll(const FileDescriptor& file, std::string_view bytes, const std::string& path);
 
-// The size beyond which a write would not fail but raise SIGXFSZ, which ends the program.
+// RLIMIT_FSIZE. A write beyond it raises SIGXFSZ, which ends the program.
 std::uint64_t LargestFile();
 
-// Raises Error (kNoSpace) when that is reached, so that the write is not made.
+// Raises Error (kNoSpace) before a write at or beyond that limit.
 void CheckFileSize(std::uint64_t position, const std::string& path);
 
-// Has the disk begin with what was written so far, while the rest is still being made: the flush at
-// the end then finds less to do. Promises nothing, and reports nothing: that is the flush's part.
+// Starts writing dirty pages to the disk, so that the final flush takes less time. No guarantee, no
+// errors.
 void StartFlush(const FileDescriptor& file);
 
 // `size` bytes of the file from `offset` on; raises Error naming `path`, also when the file is

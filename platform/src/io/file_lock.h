@@ -1,16 +1,15 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// The exclusive lock by which the writers of one stored file take turns.
+// Exclusive lock of the writers of one stored file.
 //
-// An open-file-description lock on a lock file of its own, which is never removed. It belongs to
-// this object's descriptor: a stray close() of the file elsewhere in the process does not drop it,
-// two threads exclude each other like two processes, and the system releases it when the process
-// dies. A forked child closes its copy without unlocking.
+// An open-file-description lock on a separate lock file, which is never removed. It belongs to the
+// descriptor: closing the file elsewhere in the process does not drop it, two threads exclude each
+// other like two processes, and the kernel releases it when the process dies. A forked child closes
+// its copy without unlocking.
 //
-// Waiting is fair: a waiter takes the gate byte first, then the data byte, then gives the gate
-// back, so that callers that lock in a loop cannot starve it. Where nobody waits and nobody holds
-// the lock, both bytes are taken at once.
+// Waiting is fair: a waiter locks the gate byte, then the data byte, then unlocks the gate, so that
+// callers that lock in a loop cannot starve it. A free lock is taken by one call for both bytes.
 #ifndef PLATFORM_SRC_IO_FILE_LOCK_H_
 #define PLATFORM_SRC_IO_FILE_LOCK_H_
 
@@ -29,21 +28,21 @@ std::chrono::milliseconds LockDeadline();
 
 class FileLock {
  public:
-  // Locks `name` in the directory, creating it (0600) when it is missing. Raises Error: kBusy, with
-  // the holder's name, when it is not free within the deadline, or when somebody keeps removing or
-  // replacing the file; kInsecure when the lock file is not a plain file of root, this user or the
+  // Locks `name` in the directory; creates it (0600) if missing. Raises Error: kBusy, with the
+  // holder's name, if the lock is not free within the deadline, or if the file is removed or
+  // replaced again and again; kInsecure if it is not a plain file of root, this user or the
   // directory's owner.
   FileLock(const Directory& directory, const char* name, std::chrono::milliseconds deadline);
 
-  // Locks the file at `path` when it is there and this process may write it. Otherwise nothing is
-  // held, and nothing is created. Raises Error: kBusy, kInsecure, and what else the system says.
+  // Locks the file at `path` if it exists and this process may write it; otherwise holds and
+  // creates nothing. Raises Error: kBusy, kInsecure, and other failures of the system.
   FileLock(const std::string& path, std::chrono::milliseconds deadline);
 
   FileLock(const FileLock&) = delete;
   FileLock& operator=(const FileLock&) = delete;
   ~FileLock();
 
-  // False when nothing is held, as in a child of the process that took the lock.
+  // False if nothing is held, as in a child of the process that took the lock.
   bool HeldByThisProcess() const {
     FollowFork();
     return file_.has_value() && *file_;
@@ -71,8 +70,8 @@ class FileLock {
   std::optional<FileDescriptor> file_;
 };
 
-// Looks at the lock without taking it: who holds it, as the lock file tells; nothing when nobody
-// does or there is no lock file. Raises Error when the file cannot be opened.
+// Tests the lock without taking it. Returns the holder's name from the lock file; nullopt if the
+// lock is free or has no file. Raises Error if the file cannot be opened.
 std::optional<std::string> HolderOf(const std::string& path);
 
 }  // namespace HostPlatform::Io

@@ -1,14 +1,14 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// Which host directory this process uses, and the names in it.
+// The host directory of this process and its files.
 //
-//   config-store.cdb    the newest snapshot of the configuration store
-//   config-store.lock   its writers' lock
-//   .config-store.changing  is there while a commit is under way
-//   host-config.json    the configuration file
-//   host-config.lock    its lock
-//   features            one byte per feature switch
+//   config-store.cdb        newest snapshot of the configuration store
+//   config-store.lock       lock of the store's writers
+//   .config-store.changing  exists while a commit is under way
+//   host-config.json        the configuration file
+//   host-config.lock        lock of the configuration file
+//   features                one byte per feature switch
 #ifndef PLATFORM_SRC_IO_HOST_PATHS_H_
 #define PLATFORM_SRC_IO_HOST_PATHS_H_
 
@@ -24,8 +24,7 @@ inline constexpr char kConfigFileName[] = "host-config.json";
 inline constexpr char kConfigFileLockName[] = "host-config.lock";
 inline constexpr char kFeaturesName[] = "features";
 
-// Absolute paths, valid for the life of the process: they are read by threads that may still run
-// while the program ends, so nothing here is ever destroyed.
+// Absolute paths. Never destroyed: threads may still read them while the program exits.
 const char* HostDirectoryPath();
 const char* ConfigStorePath();
 const char* ConfigStoreLockPath();
@@ -34,11 +33,11 @@ const char* ConfigFilePath();
 const char* ConfigFileLockPath();
 const char* FeaturesPath();
 
-// Takes the directory and the lock's deadline from the environment. Called once, when the platform
-// is loaded: a program may change its environment later, from other threads even.
+// Reads the directory and the lock's deadline from the environment. Called once, at load time,
+// since other threads may change the environment later.
 void ReadEnvironment();
 
-// Not to be called while another thread reads the paths.
+// Must not be called while another thread reads the paths.
 void SetHostDirectory(const std::string& path);
 
 }  // namespace HostPlatform::Io

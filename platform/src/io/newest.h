@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// What the process keeps of a stored file: the newest version that it has read.
+// Cache of the newest version of a stored file, shared by all threads of the process.
 #ifndef PLATFORM_SRC_IO_NEWEST_H_
 #define PLATFORM_SRC_IO_NEWEST_H_
 
@@ -17,20 +17,16 @@
 
 namespace HostPlatform::Io {
 
-// Of a stored file that the process has read before and that is not there any more, behind its
-// path. A restore is under way, a volume is not mounted, or the root directory is another one: to
-// answer that nothing is stored could make the caller act on it.
+// Message, after the path, for a stored file that the process has read and that is missing now: a
+// restore is under way, a volume is not mounted, or the process has changed its root directory.
+// "Nothing is stored" would be a wrong answer that the caller may act on.
 inline constexpr char kGone[] =
     ": it is gone, and it was there before; nothing was changed. Put it back; to go on without "
     "what it held, fill the store by quorctl, or start this program again";
 
-// Shared by all threads. Never destroyed, only emptied: threads that still run while the program
-// ends may come by.
-//
-// Threads that take the version at the same time would hand the mutex, and the count of the
-// version's owners, from processor to processor: two of them would hardly be faster than one. So
-// there is a place for each of some processors, with a mutex and a count of its own. The first
-// place is the one that counts; the others are filled from it, and emptied with every change of it.
+// Sharded per processor to avoid contention on mutex and reference count. Shard 0 is authoritative;
+// Get() fills the others from it, Set() clears them. Never destroyed: threads may still call while
+// the program exits.
 template <typename Version>
 class Newest {
  public:
@@ -56,7 +52,7 @@ class Newest {
     return counted;
   }
 
-  // The ones before are released outside of the locks, at the end: that takes time.
+  // Releases the former versions after the locks, since that takes time.
   void Set(Pointer version) {
     std::array<Pointer, kCachePlaces> former;
     const std::lock_guard lock(CacheMutex(0));
@@ -86,7 +82,7 @@ class Newest {
     }
 
    private:
-    // A fork has caught it: what is there is no pointer, and what it led to stays behind.
+    // The process was forked during Exchange(): the pointer is torn, its version is leaked.
     void ForgetTheHalfChanged() {
       if (!isChanging_.load(std::memory_order_relaxed)) return;
       std::construct_at(&version_);
@@ -107,7 +103,7 @@ class Newest {
   };
 };
 
-// Whether both are the same file with the same content: inode, size, and both times.
+// True if inode, size and both times are equal: the same file with the same content.
 inline bool SameFile(const struct stat& a, const struct stat& b) {
   const auto same = [](const struct timespec& x, const struct timespec& y) {
     return x.tv_sec == y.tv_sec && x.tv_nsec == y.tv_nsec;

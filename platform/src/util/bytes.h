@@ -15,8 +15,8 @@
 
 namespace HostPlatform {
 
-// A stored length that was compared with the bytes that are in memory, as one of theirs: there
-// std::size_t may have 32 bits.
+// Narrows a stored length that was checked against the bytes in memory; std::size_t may have 32
+// bits.
 inline std::size_t CheckedSize(std::uint64_t length) {
   return static_cast<std::size_t>(length);
 }
@@ -47,7 +47,7 @@ void StoreInteger(Integer value, char* bytes) {
   }
 }
 
-// Both write at `at` and return where to go on.
+// Both write at `at` and return the position after.
 template <typename Integer>
 char* PutInteger(Integer value, char* at) {
   StoreInteger(value, at);

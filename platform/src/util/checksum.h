@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// The checksum of everything stored: XXH3 with 64 bits.
+// Checksum of stored data: XXH3, 64 bits.
 #ifndef PLATFORM_SRC_UTIL_CHECKSUM_H_
 #define PLATFORM_SRC_UTIL_CHECKSUM_H_
 
@@ -13,7 +13,7 @@ namespace HostPlatform {
 
 std::uint64_t Checksum(std::string_view bytes, std::uint64_t seed = 0);
 
-// The same, without a seed, of bytes that come piece by piece.
+// Incremental form without a seed.
 class ChecksumOfPieces {
  public:
   ChecksumOfPieces();

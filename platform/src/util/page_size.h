@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// Of pages that are a part of the library's data.
+// Page size for objects that must fill whole pages.
 #ifndef PLATFORM_SRC_UTIL_PAGE_SIZE_H_
 #define PLATFORM_SRC_UTIL_PAGE_SIZE_H_
 

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// Scans of text that look at sixteen bytes together.
+// Text scans by blocks of sixteen bytes.
 #ifndef PLATFORM_SRC_UTIL_PLAIN_TEXT_H_
 #define PLATFORM_SRC_UTIL_PLAIN_TEXT_H_
 
@@ -11,8 +11,7 @@
 
 namespace HostPlatform {
 
-// Sixteen bytes, and the operators of the compiler's vector extension: they work byte by byte, and
-// a comparison gives 0xff where it holds.
+// Vector extension of the compiler: operators work byte by byte, comparisons give 0xff for true.
 using ByteBlock = unsigned char __attribute__((vector_size(16)));
 
 inline ByteBlock LoadBlock(const char* bytes) {
@@ -29,8 +28,8 @@ bool AnyByte(Mask mask) {
   return (halves[0] | halves[1]) != 0;
 }
 
-// From `from` on, the first block that `mayHaveWanted` holds for, or where less than sixteen bytes
-// are left.
+// Offset of the first block from `from` on for which `mayHaveWanted` is true, or of the last,
+// partial block.
 template <typename Test>
 std::size_t SkipBlocks(std::string_view text, std::size_t from, Test mayHaveWanted) {
   while (text.size() - from >= sizeof(ByteBlock) && !mayHaveWanted(LoadBlock(text.data() + from)))

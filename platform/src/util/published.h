@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// Pointers that any thread sets once and all threads read.
+// Array of pointers that any thread may publish and all threads read.
 #ifndef PLATFORM_SRC_UTIL_PUBLISHED_H_
 #define PLATFORM_SRC_UTIL_PUBLISHED_H_
 
@@ -13,8 +13,8 @@
 
 namespace HostPlatform {
 
-// Null at first. However many there are, making them costs next to nothing: the system gives pages
-// of zeros when they are used.
+// Null at first. calloc() makes even a large array cheap: the kernel provides zero pages on first
+// use.
 template <typename Object>
 class Published {
  public:
