@@ -1,13 +1,14 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// How readers of the configuration store go without system calls, and commits wait for them.
+// Protocol by which readers of the configuration store avoid system calls, and commits invalidate
+// their snapshots.
 //
-// A reader that has looked at the snapshot's file may rely on what it saw until the coarse clock's
-// next tick. A commit puts up a notice, a file in the host directory, waits for a tick, and renames
-// then; a reader that finds the notice looks at every call. So nobody answers by the old snapshot
-// once the new one is in place. Young snapshots are not relied on, so that of commits in a row only
-// the first one waits. docs/architecture.md says why each order of these steps is right.
+// A reader that has checked the snapshot's file may use its snapshot until the next tick of the
+// coarse clock. A commit creates a notice file in the host directory, waits for a tick, and then
+// renames; a reader that finds the notice checks the file in every call. So no reader uses the old
+// snapshot once the new one is in place. Young snapshots are always checked, so that only the first
+// of several commits in a row waits. docs/architecture.md proves the order of the steps.
 #ifndef PLATFORM_SRC_CONFIGSTORE_CHANGE_NOTICE_H_
 #define PLATFORM_SRC_CONFIGSTORE_CHANGE_NOTICE_H_
 
@@ -17,33 +18,34 @@
 
 namespace TavConfigStore {
 
-// A writer's, who has the store's lock. One that a killed writer left up becomes the next one's.
+// The writer's side. The writer holds the store's lock; it takes over a notice left by a killed
+// writer.
 class ChangeNotice {
  public:
-  // Puts the notice up. Raises Io::Error.
+  // Creates the notice file. Raises Io::Error.
   explicit ChangeNotice(const HostPlatform::Io::Directory& directory);
   ChangeNotice(const ChangeNotice&) = delete;
   ChangeNotice& operator=(const ChangeNotice&) = delete;
   ~ChangeNotice() { TakeDown(); }
 
-  // Returns when no reader relies on what it saw before the notice was up. The tick mostly comes
-  // while the new snapshot is written and flushed.
+  // Waits until no reader uses a check made before the notice existed. The tick has usually passed
+  // already, while the new snapshot was written and flushed.
   void WaitForReaders() const;
   void TakeDown() noexcept;
 
  private:
   const HostPlatform::Io::Directory& directory_;
   bool isUp_ = true;
-  bool mayBeReliedOn_ = false;  // the old snapshot, by readers, in the tick in which
-  std::int64_t tick_ = 0;       // the notice was up
+  bool mayBeReliedOn_ = false;  // readers may use the old snapshot for the rest of tick_
+  std::int64_t tick_ = 0;       // in which the notice was created
 };
 
-// A reader's look at the snapshot's file. Made before the file is looked at.
+// The reader's side: constructed before the snapshot's file is checked.
 class Look {
  public:
   Look();
-  // Whether the snapshot that the look finds, last changed at that time, may be relied on for the
-  // rest of tick().
+  // True if the snapshot, whose file was last changed at that time, may be used for the rest of
+  // tick() without another check.
   bool Lasts(std::int64_t changed) const;
   std::int64_t tick() const { return tick_; }
 

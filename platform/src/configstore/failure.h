@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// The ways in which the store says no.
+// Failures of the store.
 #ifndef PLATFORM_SRC_CONFIGSTORE_FAILURE_H_
 #define PLATFORM_SRC_CONFIGSTORE_FAILURE_H_
 
@@ -13,16 +13,16 @@
 
 namespace TavConfigStore {
 
-// kCorrupt, naming the file and what is wrong with it.
+// Raises kCorrupt with the file and the reason.
 [[noreturn]] void RaiseCorrupt(const std::string& path, const std::string& reason);
 
-// kWrongType: the value of that name is not `wanted`.
+// Raises kWrongType: the value of that name is not a `wanted`.
 [[noreturn]] void RaiseWrongType(std::string_view name, const char* wanted);
 
-// kUsage.
+// Raises kUsage.
 [[noreturn]] void RaiseUsage(const char* message);
 
-// The store's exception for one of the file layer.
+// Converts an error of the file layer.
 [[noreturn]] void Raise(const HostPlatform::Io::Error& error);
 
 }  // namespace TavConfigStore

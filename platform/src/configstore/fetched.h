@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// Fetched objects, which keep what they were fetched from.
+// Fetched objects, which keep their source alive.
 #ifndef PLATFORM_SRC_CONFIGSTORE_FETCHED_H_
 #define PLATFORM_SRC_CONFIGSTORE_FETCHED_H_
 
@@ -12,7 +12,7 @@
 
 namespace TavConfigStore {
 
-// An object beside the pointer that keeps its bytes in place: one block of memory for both.
+// An object and the pointer that pins its bytes, in one allocation.
 template <typename Object>
 struct Fetched {
   Fetched(std::shared_ptr<const RecordSource> origin, std::uint32_t number, std::string_view body)

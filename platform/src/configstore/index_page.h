@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// One page of an index, and the hashes that lead to it.
+// One page of an index, and the hashes of its entries.
 #ifndef PLATFORM_SRC_CONFIGSTORE_INDEX_PAGE_H_
 #define PLATFORM_SRC_CONFIGSTORE_INDEX_PAGE_H_
 
@@ -31,12 +31,12 @@ inline std::uint32_t HomePage(std::uint64_t hash, std::uint32_t homePages) {
   return static_cast<std::uint32_t>(((hash >> 32) * homePages) >> 32);
 }
 
-// The checksum that ends the page; `number` counts all pages of the snapshot.
+// The checksum at the end of the page; `number` is the page's number in the snapshot.
 inline std::uint64_t ChecksumOfPage(const char* page, std::uint64_t key, std::uint32_t number) {
   return HostPlatform::Checksum({page, SnapshotFormat::kPageContent}, key + number);
 }
 
-// Any bytes of a page's size: what it says is in it is only as good as its checksum.
+// View of a page. Does not verify the checksum; safe for any bytes.
 class IndexPage {
  public:
   explicit IndexPage(const char* bytes) : bytes_(bytes) {}
@@ -55,7 +55,7 @@ class IndexPage {
                                                     std::size_t{4} * entry);
   }
 
-  // The first entry whose hash is not smaller; count() when there is none.
+  // Lower bound: the first entry whose hash is at least `wanted`; count() if there is none.
   std::uint32_t Find(std::uint64_t wanted) const {
     std::uint32_t low = 0;
     for (std::uint32_t high = count(); low < high;) {

@@ -1,10 +1,10 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// Objects that are fetched together, in one block of memory.
+// Objects of one listing in a single allocation.
 //
-// A scan of a thousand objects would otherwise spend most of its time in the allocator. The block
-// lives as long as any of its objects is held.
+// Otherwise a scan of a thousand objects spends most of its time in the allocator. The block lives
+// as long as any of its objects is held.
 #ifndef PLATFORM_SRC_CONFIGSTORE_OBJECT_BATCH_H_
 #define PLATFORM_SRC_CONFIGSTORE_OBJECT_BATCH_H_
 
@@ -21,18 +21,18 @@ namespace TavConfigStore {
 template <typename Object>
 class ObjectBatch {
  public:
-  // Room for `capacity` objects of the source.
+  // Reserves memory for `capacity` objects of the source.
   ObjectBatch(std::shared_ptr<const RecordSource> source, std::size_t capacity)
       : block_(std::make_shared<Block>(std::move(source), capacity)) {}
 
-  // Adds the object of that record; there is room. `body` is empty when it is not known yet.
+  // Appends the object of that record, within the capacity. `body` is empty if not read yet.
   void Add(std::uint32_t number, std::string_view body) {
     // Making an object of a stored record raises nothing.
     std::construct_at(block_->objects + block_->count, &block_->source, number, body);
     ++block_->count;
   }
 
-  // All that were added, in that order.
+  // All objects, in the order of Add().
   std::vector<std::shared_ptr<Object>> Share() const {
     std::vector<std::shared_ptr<Object>> shared;
     shared.reserve(block_->count);
@@ -44,7 +44,7 @@ class ObjectBatch {
  private:
   using Stored = std::remove_const_t<Object>;
 
-  // A few objects need no memory of their own.
+  // Up to this number objects are stored inside the block.
   static constexpr std::size_t kFew = 4;
 
   struct Block {

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// What an object holds that was made or changed in this process.
+// Contents of objects that this process made or changed.
 #ifndef PLATFORM_SRC_CONFIGSTORE_OBJECT_CONTENTS_H_
 #define PLATFORM_SRC_CONFIGSTORE_OBJECT_CONTENTS_H_
 
@@ -24,20 +24,19 @@ struct ObjectContents {
                  const std::string& objectInstance)
       : kind(std::move(objectKind)), name(objectName), instance(objectInstance) {}
 
-  std::string kind;      // of an object or filter: its encoded kind
-  std::string name;      // of a sub-object its name; of a filter that of the ones it selects
-  std::string instance;  // empty in a filter: any
+  std::string kind;      // of an object or filter: the encoded kind
+  std::string name;      // of a sub-object: its name; of a filter: that of the selected sub-objects
+  std::string instance;  // empty in a filter: any instance
   EncodedValues values;  // in the order of setting
   std::vector<std::shared_ptr<ConfigStoreSubObject>> subObjects;  // in the order of creation
-  // Where the first `indexed` of them are, by name and instance; brought up to date before one is
-  // made. In order and not hashed: names that are made to collide cost no more than others.
+  // Index of the first `indexed` sub-objects, completed before another one is made. A tree instead
+  // of a hash table, so that prepared names cannot collide.
   using SubObjectName = std::pair<std::string_view, std::string_view>;
   std::map<SubObjectName, std::size_t> subObjectAt;
   std::size_t indexed = 0;
 };
 
-// Where the bytes of fetched objects are. Held by shared pointers, which the pointers to those
-// objects share.
+// Owner of the bytes of fetched objects; the pointers to these objects share its ownership.
 class RecordSource : public std::enable_shared_from_this<RecordSource> {
  public:
   virtual ~RecordSource() = default;
@@ -47,22 +46,22 @@ class RecordSource : public std::enable_shared_from_this<RecordSource> {
     std::string_view instance;
     std::string_view body;
   };
-  // The record, checked and in place; raises kCorrupt when it is damaged.
+  // The verified record; raises kCorrupt if it is damaged.
   virtual Record Read(std::uint32_t number) const = 0;
-  // Its body only, which is what lookups want.
+  // The body of the verified record; raises like Read().
   virtual std::string_view Body(std::uint32_t number) const = 0;
 };
 
-// The store's way to what an object holds.
+// Access of the store to the contents of objects.
 struct ObjectAccess {
   static const ObjectContents* Contents(const ConfigStoreObject& object) {
     return object.contents_.get();
   }
-  // Null when the sub-object was fetched.
+  // Null if the sub-object was fetched.
   static ObjectContents* Contents(const ConfigStoreSubObject& subObject) {
     return subObject.contents_.get();
   }
-  // Raises kUsage when the filter is null or asks for values, which this store cannot search by.
+  // Raises kUsage if the filter is null or selects by values, which this store does not support.
   static const ObjectContents& Contents(const std::shared_ptr<FilterSpecObject>& filter);
   static const StoredRecord& Stored(const ConfigStoreObject& object) { return object.stored_; }
 };

@@ -1,12 +1,11 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// Object identifiers as bytes.
+// Encoding of object identifiers.
 //
-// The three strings that name a kind, each with its length in front, then the instance as it is:
+// The three strings that name a kind, each with its length as prefix, then the instance:
 //   3:tav,7:storage,13:quor_policies,Gold tier
-// Whatever bytes the strings hold, two identifiers are written alike only if they are equal, and
-// every object of a kind starts with the bytes of the kind.
+// The encoding is injective for any bytes, and every key of a kind has the encoded kind as prefix.
 #ifndef PLATFORM_SRC_CONFIGSTORE_OBJECT_KEY_H_
 #define PLATFORM_SRC_CONFIGSTORE_OBJECT_KEY_H_
 
@@ -19,7 +18,7 @@ namespace TavConfigStore {
 
 std::string EncodeKind(const ConfigStoreObjectId& id);
 
-// The three strings of an encoded kind; `ok` is false when it is not one.
+// The three strings of an encoded kind; `ok` is false for other bytes.
 struct DecodedKind {
   bool ok = false;
   std::string_view component;

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// The changes of one transaction on top of a snapshot.
+// Uncommitted changes of one transaction on top of a snapshot.
 #ifndef PLATFORM_SRC_CONFIGSTORE_OVERLAY_H_
 #define PLATFORM_SRC_CONFIGSTORE_OVERLAY_H_
 
@@ -21,38 +21,38 @@
 
 namespace TavConfigStore {
 
-// A record where it is looked for.
+// Result of a search for a record.
 struct FoundRecord {
-  const RecordSource* source = nullptr;  // null: there is none
-  std::uint32_t number = 0;              // which record of the source
+  const RecordSource* source = nullptr;  // null: not found
+  std::uint32_t number = 0;              // the record's number in the source
 };
 
 class Overlay {
  public:
-  // `base` may be null: nothing is stored yet.
+  // A null `base` means that nothing is stored yet.
   explicit Overlay(std::shared_ptr<const Snapshot> base)
       : base_(std::move(base)), key_(NewIndexKey()) {}
 
   const std::shared_ptr<const Snapshot>& base() const { return base_; }
 
-  // The object as the transaction sees it; a null source when there is none.
+  // The object as seen by the transaction.
   FoundRecord Find(const std::string& kind, const std::string& instance) const;
-  // The objects of the kind as the transaction sees them, in the order of their first write.
+  // The objects of the kind as seen by the transaction, in the order of their first write.
   std::vector<FoundRecord> List(const std::string& kind) const;
 
-  // One that is there already is replaced in its place; a new one comes last.
+  // Replaces an existing object in its place, or appends a new one.
   void Set(EncodedRecord encoded);
   void Delete(const std::string& kind, const std::string& instance);
   void DeleteAll(const std::string& kind);
 
-  // Writes the whole state, old and new, to a file. Raises like SnapshotWriter, and kCorrupt when a
-  // damaged record would have to be carried over.
+  // Writes the merged state to a file. Raises like SnapshotWriter, and kCorrupt if a damaged record
+  // would have to be copied.
   void Write(const HostPlatform::Io::FileDescriptor& file, const std::string& path) const;
 
  private:
   class WrittenRecord;
 
-  // With a key that nobody can know: instances that are made to collide cost no more than others.
+  // Keyed with a random number, so that prepared instances cannot collide.
   struct InstanceHash {
     std::uint64_t key;
     std::size_t operator()(std::string_view instance) const {
@@ -60,14 +60,14 @@ class Overlay {
     }
   };
 
-  // What the transaction did to one kind.
+  // Changes of one kind.
   struct Changes {
     explicit Changes(std::uint64_t key) : addedAt(0, InstanceHash{key}) {}
 
-    bool baseDeleted = false;                   // all of the snapshot's records
-    std::unordered_set<std::uint32_t> deleted;  // some of them
+    bool baseDeleted = false;                   // all records of the snapshot are deleted
+    std::unordered_set<std::uint32_t> deleted;  // numbers of deleted records
     std::unordered_map<std::uint32_t, std::shared_ptr<const WrittenRecord>> replaced;
-    std::vector<std::shared_ptr<const WrittenRecord>> added;  // null where deleted again
+    std::vector<std::shared_ptr<const WrittenRecord>> added;  // null: deleted again
     std::unordered_map<std::string_view, std::size_t, InstanceHash> addedAt;
   };
 
@@ -78,7 +78,7 @@ class Overlay {
   const Changes* ChangesOf(const std::string& kind) const;
 
   std::shared_ptr<const Snapshot> base_;
-  std::uint64_t key_;  // of this transaction, and of the snapshot that it writes
+  std::uint64_t key_;  // random key of InstanceHash and of the written snapshot
   std::map<std::string, Changes, std::less<>> changes_;
 };
 

@@ -1,15 +1,15 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// An object's values and sub-objects as bytes: the body of a stored record.
+// Codec of a stored record's body: an object's values and sub-objects.
 //
 //   body    u32 number of values, u32 number of sub-objects, values, sub-objects
 //   value   u8 type ('s' or 'i'), u32 name length, u32 data length, name, data
 //   sub     u32 name length, u32 instance length, u32 part length, name, instance, part
 //   part    u32 number of values, u32 0, values
 //
-// Integers are little-endian; an 'i' value's data is 8 bytes. Reading checks every length against
-// the bytes that are there: whatever they hold, the answer is an item, the end, or an exception.
+// Integers are little-endian; the data of an 'i' value is 8 bytes. Reading checks every length
+// against the available bytes and is safe for any bytes.
 #ifndef PLATFORM_SRC_CONFIGSTORE_RECORD_CODEC_H_
 #define PLATFORM_SRC_CONFIGSTORE_RECORD_CODEC_H_
 
@@ -24,15 +24,15 @@
 
 namespace TavConfigStore {
 
-// Values as they are stored, one after the other.
+// Encoded values in a growing buffer.
 class EncodedValues {
  public:
   std::uint32_t count() const { return count_; }
   std::string_view bytes() const { return {bytes_.get(), size_}; }
 
-  // Room for one more value, at the end.
+  // Appends uninitialised memory for one more value.
   char* Add(std::size_t size);
-  // Takes one value away.
+  // Removes an encoded value, which must lie in bytes().
   void Remove(std::string_view value);
 
  private:
@@ -42,26 +42,26 @@ class EncodedValues {
   std::unique_ptr<char[]> bytes_;
 };
 
-// Sets the value of that name, in place of one that has it already. Raises kNoSpace when a length
-// does not fit the format.
+// Sets the value of that name, replacing an existing one. Raises kNoSpace if a length exceeds the
+// format.
 void SetValue(std::string_view name, std::string_view text, EncodedValues* values);
 void SetValue(std::string_view name, std::int64_t integer, EncodedValues* values);
 
-// A record that is to be stored: kind, instance and body, one after the other.
+// An encoded record: kind, instance and body, concatenated.
 struct EncodedRecord {
   std::unique_ptr<char[]> bytes;
   std::size_t size = 0;
   std::size_t kindSize = 0;
-  std::size_t keySize = 0;  // of kind and instance
+  std::size_t keySize = 0;  // of kind and instance together
 
   std::string_view kind() const { return {bytes.get(), kindSize}; }
   std::string_view instance() const { return {bytes.get() + kindSize, keySize - kindSize}; }
   std::string_view body() const { return {bytes.get() + keySize, size - keySize}; }
 };
 
-// What the object holds. Raises like SetValue().
+// Encodes an object. Raises like SetValue().
 EncodedRecord EncodeRecord(const ObjectContents& contents);
-// A record that is encoded already.
+// Copies a record that is already encoded.
 EncodedRecord CopyRecord(std::string_view kind, std::string_view instance, std::string_view body);
 
 inline constexpr std::size_t kBodyHead = 8;
@@ -85,11 +85,11 @@ struct StoredSubObject {
   std::string_view part;
 };
 
-// Raises kCorrupt; the snapshot's own checks name the file.
+// Raises kCorrupt without a file name, which the snapshot's own checks give.
 [[noreturn]] void RaiseMalformedBody();
 
-// Walks a body, or the part of a sub-object: first the values, then the sub-objects. Raises
-// kCorrupt when the bytes are no body.
+// Iterates over a body or the part of a sub-object: first values, then sub-objects. Raises kCorrupt
+// if the bytes are malformed.
 class BodyReader {
  public:
   explicit BodyReader(std::string_view body) : rest_(body) {
@@ -113,19 +113,19 @@ class BodyReader {
     value->data = std::string_view(name + nameLength, HostPlatform::CheckedSize(dataLength));
     return true;
   }
-  // False after the last one. Passes over values that were not read.
+  // False after the last one. Skips unread values.
   bool NextSubObject(StoredSubObject* subObject);
-  // How many sub-objects can still follow, by what is said and by the bytes that are there.
+  // Upper bound of the remaining sub-objects, from their count and the remaining bytes.
   std::size_t MostSubObjects() const {
     return std::min<std::size_t>(subObjects_, rest_.size() / kSubObjectHead);
   }
-  // Nothing may follow the last item.
+  // Raises kCorrupt if bytes follow the last item.
   void CheckEnd() const;
-  // What has not been read yet.
+  // The unread bytes.
   std::string_view rest() const { return rest_; }
 
  private:
-  // The next `size` bytes. Sizes come from 32-bit lengths, so a sum of some cannot overflow.
+  // Consumes `size` bytes. Sizes are sums of few 32-bit lengths and cannot overflow.
   const char* Take(std::uint64_t size) {
     if (size > rest_.size()) RaiseMalformedBody();
     const char* const taken = rest_.data();

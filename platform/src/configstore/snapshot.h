@@ -3,9 +3,8 @@
 
 // One committed state of the store: an immutable file.
 //
-// Shared by all threads; nothing in it changes but the copies of pages and records that were read
-// and found good. It stays readable when the file is renamed over, for as long as anything refers
-// to it.
+// Shared by all threads; mutable are only the lazily published copies of verified pages and
+// records. Readable after the file was replaced, for as long as it is referenced.
 #ifndef PLATFORM_SRC_CONFIGSTORE_SNAPSHOT_H_
 #define PLATFORM_SRC_CONFIGSTORE_SNAPSHOT_H_
 
@@ -29,18 +28,18 @@ namespace TavConfigStore {
 
 class Snapshot final : public RecordSource {
  public:
-  // Checks what opening needs; what that costs does not depend on the number of
-  // records. Null when there is no file. Raises ConfigStoreException: kCorrupt, kUnsupported,
-  // kPermissionDenied, kInsecure, kIoError.
+  // Verifies footer, root and kinds, at a cost that is independent of the number of records. Null
+  // if there is no file. Raises ConfigStoreException: kCorrupt, kUnsupported, kPermissionDenied,
+  // kInsecure, kIoError.
   static std::shared_ptr<const Snapshot> Open(const std::string& path);
 
   Snapshot(const Snapshot&) = delete;
   Snapshot& operator=(const Snapshot&) = delete;
 
-  // Whether `status` is that of the file, unchanged. Its mapping pins the inode, so the numbers
-  // cannot have passed to another file; of a file that was read whole the times tell it.
+  // True if `status` is the file's, unchanged. The mapping pins the inode, so that its number
+  // cannot be reused; a file that was read whole is recognised by its times.
   bool IsOf(const struct stat& status) const;
-  // Whether it is that file, whatever became of its owner and mode.
+  // True if `status` has the file's inode, whatever else has changed.
   bool IsFile(const struct stat& status) const {
     return status.st_ino == status_.st_ino && status.st_dev == status_.st_dev;
   }
@@ -56,37 +55,37 @@ class Snapshot final : public RecordSource {
     bool Has(std::uint32_t number) const { return number - first < count; }
   };
   const std::vector<Kind>& kinds() const { return kinds_; }
-  // Null when there is none. Of this snapshot, like the kinds that are given to the searches.
+  // Null if there is none. The searches below take kinds of this snapshot only.
   const Kind* FindKind(std::string_view name) const;
   const Kind* FindKind(const ConfigStoreObjectId& id) const;
 
-  // The number of the record; nothing when there is none. Raises kCorrupt where a damaged record or
-  // page might be what leads to it.
+  // The record's number; nullopt if there is none. Raises kCorrupt if a damaged record or page
+  // might hide it.
   std::optional<std::uint32_t> Find(const Kind& kind, std::string_view instance) const;
-  // The number of the first record whose value of that name is this string; nothing when there is
-  // none. Raises kWrongType where a record before it has a number in its place, and kCorrupt where
-  // a damaged record or page might be what leads to it.
+  // The number of the first record whose value `name` equals the string; nullopt if there is none.
+  // Raises kWrongType if an earlier record has a number under that name, and kCorrupt if a damaged
+  // record or page might hide the answer.
   std::optional<std::uint32_t> FindFirst(const Kind& kind, std::string_view name,
                                          std::string_view value) const;
 
   Record Read(std::uint32_t number) const override;
   std::string_view Body(std::uint32_t number) const override { return BodyOfRecord(Load(number)); }
-  // The body of a record that was checked before; nothing of any other.
+  // The body of a record that is already verified; empty otherwise.
   std::string_view CheckedBody(std::uint32_t number) const noexcept {
     const char* const record = records_.Get(number);
     return record != nullptr ? BodyOfRecord(record) : std::string_view();
   }
 
-  // Reads many records at once, where a listing will ask for all of the kind. Those that are
-  // damaged are left to Read() and Body(). Raises kIoError where one cannot be read: a listing
-  // without it would not tell that anything is missing.
+  // Prefetches all records of a kind for a listing. Damaged ones are left to Read() and Body().
+  // Raises kIoError if a record cannot be read, since the listing could not tell that it is
+  // missing.
   void LoadAll(const Kind& kind) const;
 
-  // Reads all pages; raises kCorrupt when one is damaged, kIoError when one cannot be read.
+  // Verifies all pages; raises kCorrupt for a damaged page, kIoError for an unreadable one.
   void CheckPages() const;
 
  private:
-  // The pages of one index.
+  // Page numbers of one index.
   struct Index {
     std::uint32_t start = 0;
     std::uint32_t homePages = 0;
@@ -118,16 +117,16 @@ class Snapshot final : public RecordSource {
   std::string path_;
   struct stat status_;
   SnapshotBytes bytes_;
-  std::vector<std::uint32_t> unreadable_;  // records of a file of format 1 that no index leads to
+  std::vector<std::uint32_t> unreadable_;  // damaged records of a format 1 file, in no index
   std::uint64_t key_ = 0;
-  std::uint64_t recordsEnd_ = 0;  // where the pages start
+  std::uint64_t recordsEnd_ = 0;  // start of the pages
   std::uint32_t recordCount_ = 0;
   std::uint32_t pageCount_ = 0;
   Index instances_;
   Index values_;
   std::vector<Kind> kinds_;
   std::vector<std::pair<std::uint64_t, std::uint32_t>> kindsByHash_;
-  // The copies of pages and records that were found good; null when not yet read.
+  // Verified copies of pages and records; null if not read yet.
   HostPlatform::Published<const char> pages_;
   HostPlatform::Published<const char> records_;
 };

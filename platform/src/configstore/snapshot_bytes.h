@@ -1,13 +1,12 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// The bytes of a snapshot file, read by copying.
+// Bytes of a snapshot file, read by copying from a mapping.
 //
-// The file is mapped, which pins its inode and costs the same for any size, but nothing looks into
-// the mapping: a load from a page that the disk does not give, or that somebody cut off, would end
-// the process by SIGBUS. The kernel copies what is wanted (process_vm_readv on the own process) and
-// reports such a page as an error. Where the system does not map the file, or refuses that call,
-// the whole file is read at opening.
+// The mapping pins the inode and costs the same for any size, but it is never dereferenced: a load
+// from a page that the disk cannot read, or that was truncated, would end the process by SIGBUS.
+// The kernel copies from it instead (process_vm_readv on the own process) and reports such a page
+// as an error. If mmap() or process_vm_readv() is refused, the whole file is read at opening.
 #ifndef PLATFORM_SRC_CONFIGSTORE_SNAPSHOT_BYTES_H_
 #define PLATFORM_SRC_CONFIGSTORE_SNAPSHOT_BYTES_H_
 
@@ -40,10 +39,10 @@ class SnapshotBytes {
    private:
     friend class SnapshotBytes;
     std::string_view bytes_;
-    std::unique_ptr<Copy, Free> copy_;  // null where they are in memory anyway
+    std::unique_ptr<Copy, Free> copy_;  // null if the whole file is in memory
   };
 
-  // Raises HostPlatform::Io::Error when a system call fails. `path` outlives this.
+  // Raises HostPlatform::Io::Error if a system call fails. `path` must outlive the object.
   SnapshotBytes(const HostPlatform::Io::FileDescriptor& file, std::uint64_t size,
                 const std::string& path);
   SnapshotBytes(const SnapshotBytes&) = delete;
@@ -52,15 +51,15 @@ class SnapshotBytes {
 
   std::uint64_t size() const { return size_; }
 
-  // Raises kCorrupt when the range is outside of the file, and kIoError, naming the range, when it
-  // cannot be read.
+  // Raises kCorrupt if the range is outside of the file, and kIoError with the range if it cannot
+  // be read.
   Part Read(std::uint64_t position, std::uint64_t size) const;
-  // From now on the part stays as long as this. Any thread.
+  // Extends the part's life to this object's. Thread-safe.
   const char* Keep(Part part) const noexcept;
 
-  // Uses these bytes in place of the file's. Before any other thread knows this.
+  // Replaces the file's bytes. Not thread-safe.
   void Replace(std::string bytes);
-  // Gives back the mapping's pages, which copying has brought in; another copy brings them back.
+  // Releases the mapping's resident pages (MADV_DONTNEED); later copies fault them in again.
   void ReleasePages() const noexcept;
 
  private:
@@ -71,9 +70,9 @@ class SnapshotBytes {
 
   const std::string& path_;
   std::uint64_t size_;
-  std::string memory_;   // the file
-  std::uint64_t start_;  // from there on
-  void* mapping_;        // of all of it; null: it is in memory from 0 on
+  std::string memory_;  // the file's bytes from start_ on
+  std::uint64_t start_;
+  void* mapping_;  // of the whole file; null: memory_ holds all of it
   std::size_t mappedSize_;
   mutable std::atomic<Copy*> kept_{nullptr};
 };

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// The process's way to the newest snapshot.
+// Cache of the newest snapshot of the process.
 #ifndef PLATFORM_SRC_CONFIGSTORE_SNAPSHOT_CACHE_H_
 #define PLATFORM_SRC_CONFIGSTORE_SNAPSHOT_CACHE_H_
 
@@ -11,18 +11,17 @@
 
 namespace TavConfigStore {
 
-// The newest snapshot of the host directory; null when nothing was ever written. Costs a look at
-// the file in each tick of the coarse clock while the file is the one that the process has mapped,
-// and at each call for 100 ms after a commit; see change_notice.h. A file that somebody else than a
-// commit put in place is seen at the next tick. One that was there and is gone is raised
-// (kIoError). Raises like Snapshot::Open(), and where the switches that choose the store cannot be
-// followed; see feature_page.h.
+// The newest snapshot of the host directory; null if nothing was ever written. While the file is
+// the cached one, it is checked once in each tick of the coarse clock, and in every call for 100 ms
+// after a commit (change_notice.h). A file put in place otherwise than by a commit is seen at the
+// next tick. Raises kIoError if a file that was read before is missing, otherwise like
+// Snapshot::Open() and FollowFeatures().
 std::shared_ptr<const Snapshot> NewestSnapshot();
 
-// Looks at the file in any case: for who will replace it.
+// Always checks the file; for writers.
 std::shared_ptr<const Snapshot> LookForNewestSnapshot();
 
-// Lets go of the mapping; it is made anew when somebody asks.
+// Clears the cache.
 void ForgetNewestSnapshot();
 
 }  // namespace TavConfigStore

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// Makes everything that stands behind the records of a snapshot.
+// Builder of everything behind the records of a snapshot: pages, indexes, kinds, root, footer.
 #ifndef PLATFORM_SRC_CONFIGSTORE_SNAPSHOT_INDEX_H_
 #define PLATFORM_SRC_CONFIGSTORE_SNAPSHOT_INDEX_H_
 
@@ -12,19 +12,18 @@
 
 namespace TavConfigStore {
 
-// A key for a new snapshot, which nobody can know beforehand.
+// A random key for a new snapshot.
 std::uint64_t NewIndexKey();
 
-// Kinds are begun one after the other, each followed by its records, which are numbered as they
-// come.
+// Takes kind by kind, each followed by its records, which are numbered in this order.
 class SnapshotIndex {
  public:
   explicit SnapshotIndex(std::uint64_t key) : key_(key) {}
 
   void BeginKind(std::string_view name);
-  // `body` stays where it is until Finish() returns.
+  // `body` must stay valid until Finish() returns.
   void Add(std::uint32_t position, std::string_view instance, std::string_view body);
-  // One whose instance and values are not known: it is listed, but in no index.
+  // Adds a damaged record, whose instance and values are unknown, to the positions only.
   void AddUnreadable(std::uint32_t position) {
     positions_.push_back(position);
     ++kinds_.back().count;
@@ -44,7 +43,7 @@ class SnapshotIndex {
     std::uint64_t hash = 0;
     std::uint32_t number = 0;
     std::uint32_t kind = 0;
-    const char* value = nullptr;  // where it starts in the body; null: the entry is of a record
+    const char* value = nullptr;  // the value in its body; null: entry of a record
   };
   struct Size {
     std::uint32_t homePages = 0;

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// One record in the bytes of a snapshot.
+// Layout and checks of one record in a snapshot.
 #ifndef PLATFORM_SRC_CONFIGSTORE_SNAPSHOT_RECORD_H_
 #define PLATFORM_SRC_CONFIGSTORE_SNAPSHOT_RECORD_H_
 
@@ -16,28 +16,28 @@
 
 namespace TavConfigStore {
 
-// Where it stands, for messages.
+// Place of a record, for messages.
 struct RecordPlace {
   const std::string& path;
   std::uint64_t position;
 };
 
-// Of the record's key and what of its data stands before the checksum. With the snapshot's key, so
-// that no record of another file passes; format 1 has none: 0.
+// Checksum over the record up to the checksum itself. Seeded with the snapshot's key, so that
+// records of other files do not pass; 0 in format 1, which has no key.
 inline std::uint64_t ChecksumOfRecord(std::string_view covered, std::uint64_t keySize,
                                       std::uint64_t key) {
   return HostPlatform::Checksum(covered, key + keySize);
 }
 
-// The parts of the record that `bytes` start with; they may go on behind it. Only lengths are
-// checked here: what they enclose is only good once CheckRecord() has said so. Both raise kCorrupt.
+// Splits the record at the start of `bytes`, which may be longer. Checks lengths only;
+// CheckRecord() verifies the contents. Both raise kCorrupt.
 RecordSource::Record SplitRecord(std::string_view bytes, std::string_view kind,
                                  const RecordPlace& place);
 // `key` is the snapshot's.
 void CheckRecord(const RecordSource::Record& record, std::uint32_t number, std::uint64_t key,
                  const RecordPlace& place);
 
-// The parts of a record that was found good before.
+// Parts of a verified record.
 inline std::string_view KeyOfRecord(const char* record) {
   return {record + SnapshotFormat::kRecordHead, HostPlatform::LoadInteger<std::uint32_t>(record)};
 }

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// Writes a snapshot to a new file, record by record.
+// Writer of a snapshot file, record by record.
 #ifndef PLATFORM_SRC_CONFIGSTORE_SNAPSHOT_WRITER_H_
 #define PLATFORM_SRC_CONFIGSTORE_SNAPSHOT_WRITER_H_
 
@@ -15,18 +15,18 @@
 
 namespace TavConfigStore {
 
-// Kinds are begun one after the other, each followed by its records. Raises Io::Error, and
-// ConfigStoreException (kNoSpace) when the format's 4 GiB are full; the file is of no use then.
+// Takes kind by kind, each followed by its records. Raises Io::Error, and ConfigStoreException
+// (kNoSpace) beyond the format's limit of 4 GiB; the file is unusable then.
 class SnapshotWriter {
  public:
-  // `path` is what errors name; file and path outlive the writer. `key` is that of the snapshot.
+  // `path` is for error messages; file and path must outlive the writer. `key` is the snapshot's.
   SnapshotWriter(const HostPlatform::Io::FileDescriptor& file, const std::string& path,
                  std::uint64_t key);
   SnapshotWriter(const SnapshotWriter&) = delete;
   SnapshotWriter& operator=(const SnapshotWriter&) = delete;
 
   void BeginKind(std::string_view name);
-  // `body` stays where it is until Finish() returns.
+  // `body` must stay valid until Finish() returns.
   void Add(std::string_view instance, std::string_view body);
   void Finish();
 
@@ -42,7 +42,7 @@ class SnapshotWriter {
   SnapshotIndex index_;
   std::size_t capacity_;
   std::unique_ptr<char[]> buffer_;
-  std::size_t unwritten_ = 0;  // that many bytes of the buffer
+  std::size_t unwritten_ = 0;  // bytes in the buffer
 };
 
 }  // namespace TavConfigStore
