@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// Results that the caller owns.
+// Results owned by the caller.
 #ifndef C_SRC_BYTES_H_
 #define C_SRC_BYTES_H_
 
@@ -11,10 +11,10 @@
 
 namespace QuorC {
 
-// What quor_bytes_free() takes and what is never freed.
+// The empty result, for which quor_bytes_free() does nothing.
 inline constexpr quor_bytes kNoBytes = {"", 0, 0};
 
-// Hands the text's own memory to the caller: a blob is not copied a second time.
+// Moves the text to the caller without copying it.
 quor_bytes Release(std::string&& text);
 
 }  // namespace QuorC

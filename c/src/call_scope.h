@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// What a call leaves as it was in the calling thread.
+// Scope of one call from the host's program.
 #ifndef C_SRC_CALL_SCOPE_H_
 #define C_SRC_CALL_SCOPE_H_
 
@@ -11,9 +11,9 @@
 
 namespace QuorC {
 
-// errno is afterwards what it was before, and the thread is not cancelled within: read(), open()
-// and close() are cancellation points, and a cancellation is an exception that no call lets out. It
-// takes effect at the host's own next cancellation point.
+// Preserves errno and defers cancellation of the thread to the host's next cancellation point.
+// read(), open() and close() are cancellation points, and a cancellation is an exception, which
+// must not leave a C function.
 class CallScope {
  public:
   CallScope() { pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &cancelState_); }

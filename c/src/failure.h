@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// How failures leave the library: as a status and an error object, never as an exception.
+// Conversion of exceptions to a status and an error object.
 #ifndef C_SRC_FAILURE_H_
 #define C_SRC_FAILURE_H_
 
@@ -13,16 +13,15 @@
 
 namespace QuorC {
 
-// Stores an error of that kind in `error`, unless that is null; returns the kind. The file is what
-// the message is about, or empty. Where there is no memory for it, QUOR_NO_MEMORY is stored and
-// returned.
+// Stores an error of that kind in `error` unless that is null, and returns the kind. `file` is the
+// subject of the message, or empty. Stores and returns QUOR_NO_MEMORY if memory runs out.
 quor_status Fail(quor_status kind, const std::string& message, const std::string& file,
                  quor_error** error) noexcept;
 
-// The same for the exception that is being handled. To be called in a catch block.
+// The same for the current exception; for catch blocks.
 quor_status FailCurrentException(quor_error** error) noexcept;
 
-// Runs a call within a CallScope: its exceptions become an error.
+// Runs `call` in a CallScope and converts its exceptions.
 template <typename Call>
 quor_status Guard(quor_error** error, Call call) noexcept {
   if (error != nullptr) *error = nullptr;
@@ -35,8 +34,8 @@ quor_status Guard(quor_error** error, Call call) noexcept {
   return QUOR_OK;
 }
 
-// The same for a call on an object, which is wrong use where that is null, and without an error:
-// QUOR_NO_MEMORY or QUOR_USAGE.
+// The same for functions of an object, without an error object: QUOR_USAGE if `object` is null or
+// for std::invalid_argument, QUOR_NO_MEMORY for any other exception.
 template <typename Call>
 quor_status GuardMemory(const void* object, Call call) noexcept {
   if (object == nullptr) return QUOR_USAGE;

@@ -1,11 +1,11 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// Which kind of failure an exception of libquor is, and which file it is about.
+// Classification of libquor's exceptions: kind of failure and file.
 //
-// The public header names two exception types and shows neither: what is known of a failure is the
-// name of its type and its message. Messages have one form, "FILE: reason", and their reasons are
-// few; tests provoke each of them in the real stores.
+// The public header names two exception types without declaring them, so only the type's name and
+// the message are available. Messages have the form "FILE: reason" with few reasons; tests provoke
+// each reason in the real stores.
 #ifndef C_SRC_FAILURE_KIND_H_
 #define C_SRC_FAILURE_KIND_H_
 
@@ -18,7 +18,7 @@ namespace QuorC {
 
 struct FailureKind {
   quor_status kind;
-  std::string file;  // empty where the message names none
+  std::string file;  // empty if the message names none
 };
 
 FailureKind KindOf(const std::exception& failure);

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// Where the host directory is, and which of its files the catalogue depends on.
+// The host directory, and its files on which the catalogue depends.
 #ifndef C_SRC_HOST_PATHS_H_
 #define C_SRC_HOST_PATHS_H_
 

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// What tells a file from another one of the same name, without reading either.
+// Identity of a file's content, without reading it.
 #ifndef C_SRC_STAMP_H_
 #define C_SRC_STAMP_H_
 
@@ -12,7 +12,7 @@
 
 namespace QuorC {
 
-// All zero for a file that is not there or cannot be looked at.
+// All zero for a file that is missing or inaccessible.
 struct Stamp {
   std::uint64_t device = 0;
   std::uint64_t inode = 0;
@@ -29,7 +29,7 @@ struct Stamp {
 // Follows symbolic links.
 Stamp StampOf(const std::string& path);
 
-// Of the host directory and of what the catalogue depends on in it.
+// Stamps of the host directory and of the catalogue's files in it.
 struct HostStamp {
   std::uint64_t device = 0;
   std::uint64_t inode = 0;
@@ -40,8 +40,8 @@ struct HostStamp {
 
 HostStamp StampOfHost(const std::string& directory);
 
-// Whether a file of it was changed so recently that one more change may leave the same stamp: the
-// clocks of file systems tick, and inodes are used again.
+// True if a file changed so recently that another change may leave the same stamp, since the clocks
+// of file systems tick and inodes are reused.
 bool IsYoung(const HostStamp& stamp);
 
 }  // namespace QuorC

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// Strings on their way in and out.
+// String arguments and views.
 #ifndef C_SRC_TEXT_H_
 #define C_SRC_TEXT_H_
 

@@ -1,10 +1,10 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// The primitives that every backend offers, and the choice of the backend for one call.
+// Interface of the two backends, and the selection of one for each call.
 //
-// Whatever store holds the records, the entry points are built from these operations only. What
-// each answers when nothing is found: an empty string or an empty vector.
+// The entry points use these operations only. An operation that finds nothing returns an empty
+// string or an empty vector.
 #ifndef SRC_API_BACKEND_H_
 #define SRC_API_BACKEND_H_
 
@@ -31,8 +31,8 @@ struct Backend {
   std::string (*ComputeDatastoreDbHash)();
 };
 
-// The backend that the host's feature switch selects now. Reads the switch once, on every call:
-// non-zero is the configuration store, zero the configuration file.
+// The backend selected by the host's feature switch, which is read once per call: non-zero selects
+// the configuration store, zero the configuration file.
 const Backend& SelectBackend();
 
 }  // namespace TavQuor

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// Constant strings that calls may use at any time.
+// Constant strings that are never destroyed.
 #ifndef SRC_API_LASTING_STRING_H_
 #define SRC_API_LASTING_STRING_H_
 
@@ -13,9 +13,8 @@ extern "C" [[gnu::weak]] void __lsan_ignore_object(const void* object);  // NOLI
 
 namespace TavQuor {
 
-// Made when the library is loaded and never destroyed: exit handlers, and threads that still run
-// when the program ends, call after the library's destructors. Of a long one its characters stay
-// behind when the library is unloaded.
+// Constructed at load time and never destroyed, because exit handlers and threads that outlive
+// main() call after the library's destructors. The characters of a long string leak at unloading.
 class LastingString {
  public:
   explicit LastingString(const char* text) : string_(new (memory_) std::string(text)) {
@@ -24,7 +23,7 @@ class LastingString {
   LastingString(const LastingString&) = delete;
   LastingString& operator=(const LastingString&) = delete;
 
-  // As the platform's functions take it.
+  // For arguments of the platform's functions.
   operator const std::string&() const { return *string_; }  // NOLINT(google-explicit-constructor)
 
  private:

@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// The configuration-file backend: policies and datastores as branches of the host configuration
-// file, each operation under the file's lock, with one Write() where it changes something.
+// Backend over the host configuration file: policies and datastores are branches of the file. Each
+// operation holds the file's lock; a change is one Write().
 #ifndef SRC_CONFIGFILE_BACKEND_H_
 #define SRC_CONFIGFILE_BACKEND_H_
 

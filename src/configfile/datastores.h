@@ -18,8 +18,8 @@ void ClearDatastores();
 void AddDatastoreInfo(const std::vector<QuorDatastoreInfo>& datastores);
 std::vector<QuorDatastoreInfo> ListDatastoreInfo();
 
-// An empty URL is answered without touching the file. Of several datastores with the URL the first
-// that holds the wanted value answers.
+// An empty URL is not looked up. Of several datastores with the URL the first one that has the
+// value answers.
 std::string GetDatastoreNamespace(const std::string& url);
 std::string GetDatastoreDefaultPolicyId(const std::string& url);
 

@@ -11,7 +11,7 @@
 //     Datastore            array, one instance per datastore: url, datastore-namespace,
 //                          default-policy-id
 //
-// Instances are not keyed: a record is found by a scan, in the order in which they were added.
+// Instances have no key: lookups scan them in the order of their addition.
 #ifndef SRC_CONFIGFILE_KEYS_H_
 #define SRC_CONFIGFILE_KEYS_H_
 
@@ -34,7 +34,7 @@ inline const LastingString kDatastoreNamespace("datastore-namespace");
 inline const LastingString kUrl("url");
 inline const LastingString kDefaultPolicyId("default-policy-id");
 
-// Words of the table that no operation here reads; the entry points bring their own namespace.
+// Part of the layout, but used by no operation here.
 inline const LastingString kRilk("RILK");
 inline const LastingString kAll("ALL");
 

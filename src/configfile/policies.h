@@ -12,14 +12,14 @@
 
 namespace TavQuor::ConfigFileBackend {
 
-// Empties the policies and leaves an empty array of them.
+// Removes all policies; leaves an empty array.
 void ClearPolicies();
 
 void AddPolicyInfo(const std::vector<QuorPolicyInfo>& policies);
 std::vector<QuorPolicyInfo> ListPolicyInfo();
 
-// The file is locked and scanned whatever the arguments: an empty one matches what is stored empty.
-// Only the first policy that matches is searched for the namespace.
+// Empty arguments are looked up like others and match empty stored values. Only the first matching
+// policy is searched for the namespace.
 std::string GetPolicyBlob(const std::string& policyId, const std::string& blobNamespace);
 std::string GetPolicyBlobByName(const std::string& policyName, const std::string& blobNamespace);
 

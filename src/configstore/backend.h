@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// The configuration-store backend: policies and datastores as objects of the host configuration
-// store, each set replaced in one store transaction.
+// Backend over the host configuration store: policies and datastores are objects, and each set is
+// replaced in one transaction.
 #ifndef SRC_CONFIGSTORE_BACKEND_H_
 #define SRC_CONFIGSTORE_BACKEND_H_
 

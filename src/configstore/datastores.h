@@ -16,7 +16,7 @@ namespace TavQuor::ConfigStoreBackend {
 void AddDatastoreInfo(const std::vector<QuorDatastoreInfo>& datastores);
 std::vector<QuorDatastoreInfo> ListDatastoreInfo();
 
-// An empty URL is answered without touching the store.
+// An empty URL is not looked up.
 std::string GetDatastoreNamespace(const std::string& url);
 std::string GetDatastoreDefaultPolicyId(const std::string& url);
 

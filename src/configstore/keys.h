@@ -9,8 +9,8 @@
 //     sub-object "blobs"                     namespace      blob, datastore_namespace
 //   (quor_datastores, storage, tav)          URL            url, datastore_namespace, drp_policy_id
 //
-// A policy is kept under its name: by name it is found with one fetch, by identifier by a search
-// for that value. The stored values are what is read back, never the instance.
+// The policy's name is the instance, so that a lookup by name is one fetch; a lookup by identifier
+// is a search for the value. Records are read from their values, never from the instance.
 #ifndef SRC_CONFIGSTORE_KEYS_H_
 #define SRC_CONFIGSTORE_KEYS_H_
 
@@ -35,22 +35,22 @@ inline constexpr char kDatastoreNamespace[] = "datastore_namespace";
 inline constexpr char kUrl[] = "url";
 inline constexpr char kDefaultPolicyId[] = "drp_policy_id";
 
-// The identifier of all policies: no instance is assigned.
+// Address of all policies, without an instance.
 inline TavConfigStore::ConfigStoreObjectId PolicyObjectId() {
   return TavConfigStore::ConfigStoreObjectId(kPolicies, kGroup, kComponent);
 }
-// The identifier of one.
+// Address of one policy.
 inline TavConfigStore::ConfigStoreObjectId PolicyObjectId(const std::string& instance) {
   TavConfigStore::ConfigStoreObjectId id = PolicyObjectId();
   id.instance = instance;
   return id;
 }
 
-// The identifier of all datastores: no instance is assigned.
+// Address of all datastores, without an instance.
 inline TavConfigStore::ConfigStoreObjectId DatastoreObjectId() {
   return TavConfigStore::ConfigStoreObjectId(kDatastores, kGroup, kComponent);
 }
-// The identifier of one.
+// Address of one datastore.
 inline TavConfigStore::ConfigStoreObjectId DatastoreObjectId(const std::string& instance) {
   TavConfigStore::ConfigStoreObjectId id = DatastoreObjectId();
   id.instance = instance;

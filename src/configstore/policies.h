@@ -16,7 +16,7 @@ namespace TavQuor::ConfigStoreBackend {
 void AddPolicyInfo(const std::vector<QuorPolicyInfo>& policies);
 std::vector<QuorPolicyInfo> ListPolicyInfo();
 
-// An empty identifier, name or namespace is answered without touching the store.
+// An empty identifier, name or namespace is not looked up.
 std::string GetPolicyBlob(const std::string& policyId, const std::string& blobNamespace);
 std::string GetPolicyBlobByName(const std::string& policyName, const std::string& blobNamespace);
 

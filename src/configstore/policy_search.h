@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// The policy that has an identifier.
+// Search for a policy by its identifier.
 #ifndef SRC_CONFIGSTORE_POLICY_SEARCH_H_
 #define SRC_CONFIGSTORE_POLICY_SEARCH_H_
 
@@ -12,8 +12,7 @@
 
 namespace TavQuor::ConfigStoreBackend {
 
-// The first policy, in the order of listings, whose identifier is this one; null when there is
-// none.
+// The first policy with this identifier in the order of listings; null if there is none.
 std::shared_ptr<TavConfigStore::ConfigStoreObject> FindPolicyById(const StorePtr& store,
                                                                   const std::string& policyId);
 

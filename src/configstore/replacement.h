@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// How the backend reaches the store, clears a record set and replaces one.
+// Access to the store, and replacement of a set of records.
 #ifndef SRC_CONFIGSTORE_REPLACEMENT_H_
 #define SRC_CONFIGSTORE_REPLACEMENT_H_
 
@@ -14,24 +14,23 @@ namespace TavQuor::ConfigStoreBackend {
 
 using StorePtr = std::shared_ptr<TavConfigStore::ConfigStore>;
 
-// The host's store, asked for anew by every operation.
+// A new handle to the host's store; one per operation.
 StorePtr OpenStore();
 
-// A query for every object of the identifier's kind.
+// A filter for all objects of the kind.
 std::shared_ptr<TavConfigStore::FilterSpecObject> SelectAll(
     const TavConfigStore::ConfigStoreObjectId& id);
 
-// Deletes every object of the kind that `makeId` names. With `ignoreStoreErrors` the store's
-// exception is dropped, otherwise a ConfigStoreException of the same message, attachment and code
-// is thrown in its place. Other exceptions pass.
+// Deletes all objects of the kind given by `makeId`. A store exception is dropped with
+// `ignoreStoreErrors`, otherwise replaced by a ConfigStoreException of the same message, attachment
+// and code. Other exceptions pass.
 void ClearObjects(const StorePtr& store, TavConfigStore::ConfigStoreObjectId (*makeId)(),
                   bool ignoreStoreErrors);
 
-// Begins a transaction, runs `change` and commits. When the store raises anywhere in this, the
-// commit included, the transaction is rolled back and a copy is thrown, as a ConfigStoreException
-// also where the store threw a class derived from it. What the roll-back raises is dropped: the
-// first failure is the one to tell. Any other exception passes without the roll-back call:
-// releasing the store handle discards the transaction.
+// Begins a transaction, runs `change` and commits. A store exception from any of these rolls the
+// transaction back and is thrown as a copy, sliced to ConfigStoreException. Exceptions of the
+// roll-back are dropped, so that the first failure is reported. Other exceptions pass without a
+// roll-back; releasing the handle discards the transaction then.
 void ReplaceInTransaction(const std::function<void(const StorePtr&)>& change);
 
 }  // namespace TavQuor::ConfigStoreBackend

@@ -1,11 +1,10 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// The orders in which the digest walks records, whatever order a store lists them in.
+// Sort keys of the digest, which make it independent of the order of listings.
 //
-// Each goes by one key only, compared as unsigned bytes, a shorter key before a longer one that
-// starts with it. Records that tie on the key stay in the order that the unstable sort leaves them
-// in.
+// Each order has one key, compared as unsigned bytes. The sort is unstable, so the order of records
+// with equal keys is unspecified.
 #ifndef SRC_DIGEST_CANONICAL_ORDER_H_
 #define SRC_DIGEST_CANONICAL_ORDER_H_
 
@@ -20,7 +19,7 @@ inline const std::string& KeyOf(const QuorPolicyInfo& policy) {
   return policy.policyId;
 }
 
-// Of a (blob, namespace) pair.
+// The namespace of a (blob, namespace) pair.
 inline const std::string& KeyOf(const std::pair<std::string, std::string>& pair) {
   return pair.second;
 }

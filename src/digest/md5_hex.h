@@ -9,8 +9,8 @@
 
 namespace TavQuor::Digest {
 
-// The MD5 digest (RFC 1321) of all bytes of `text` as 32 lower-case hexadecimal digits. An empty
-// text gives the empty string, so that "nothing there" has a digest of its own.
+// The MD5 digest (RFC 1321) of `text` as 32 lower-case hexadecimal digits; the empty string for an
+// empty text.
 std::string Md5Hex(const std::string& text);
 
 }  // namespace TavQuor::Digest

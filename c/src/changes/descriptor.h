@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// A descriptor that is closed when its holder goes.
+// RAII holder of a descriptor.
 #ifndef C_SRC_CHANGES_DESCRIPTOR_H_
 #define C_SRC_CHANGES_DESCRIPTOR_H_
 

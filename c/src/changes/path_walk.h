@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// The directories and symbolic links that a path leads through, each of which may be swapped.
+// The directories and symbolic links on a path, each of which may be swapped.
 #ifndef C_SRC_CHANGES_PATH_WALK_H_
 #define C_SRC_CHANGES_PATH_WALK_H_
 
@@ -24,8 +24,8 @@ struct PathStep {
 
 struct PathWalk {
   std::vector<PathStep> steps;
-  std::string last;  // where the walk has ended: its end, or the directory that lacks the next part
-  int error = 0;     // why the walk ended early: ENOENT, EACCES, ELOOP
+  std::string last;  // the last path reached: the end, or the directory that lacks the next part
+  int error = 0;     // reason of an early end: ENOENT, EACCES, ELOOP
 
   bool operator==(const PathWalk&) const = default;
 };

@@ -1,13 +1,12 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// inotify on all that a change of the catalogue can come from.
+// inotify watches on every source of a change of the catalogue.
 //
-// A commit renames a file into the host directory, which is one event of that directory: its mask
-// leaves out what a commit does before and after, so that a commit wakes nobody twice. Files that
-// are changed in place, by hands and restored backups, are watched themselves. So is each directory
-// and link on the way to the directory and to a file; where a way ends early, its last directory is
-// watched for what is missing.
+// A commit renames a file into the host directory, which is one event of that directory; its mask
+// excludes the other events of a commit, so that each commit is one wake-up. The files are watched
+// too, since people and restored backups change them in place. So is every directory and link on
+// the paths; where a path ends early, its last directory is watched for the missing part.
 #ifndef C_SRC_CHANGES_WATCHES_H_
 #define C_SRC_CHANGES_WATCHES_H_
 
@@ -22,12 +21,12 @@
 
 namespace QuorC {
 
-// What the events of one drain say.
+// Summary of the events of one Drain().
 struct Events {
-  std::array<bool, kPlaces.size()> moved = {};   // another file got the name
-  std::array<bool, kPlaces.size()> edited = {};  // the file itself was changed
-  bool structure = false;                        // something on the path is another one
-  bool lost = false;                             // there were more than the system keeps
+  std::array<bool, kPlaces.size()> moved = {};   // another file has the name
+  std::array<bool, kPlaces.size()> edited = {};  // the file was changed in place
+  bool structure = false;                        // a directory or link on the path was swapped
+  bool lost = false;                             // the queue overflowed
 
   bool MovedAny() const;
   bool Any() const;
@@ -37,13 +36,14 @@ class Watches {
  public:
   explicit Watches(std::string directory) : directory_(std::move(directory)) {}
 
-  // Watches everything anew. Returns why it cannot, or an empty string. Raises std::bad_alloc.
+  // Sets up all watches anew. Returns the reason of a failure, or an empty string. Raises
+  // std::bad_alloc.
   std::string Arm();
 
-  // Takes all events that have come, and follows replaced files.
+  // Reads all pending events and watches replaced files anew.
   Events Drain();
 
-  // The inotify instance; -1 when there is none.
+  // The inotify instance; -1 if there is none.
   int descriptor() const { return inotify_.get(); }
 
  private:
@@ -53,7 +53,7 @@ class Watches {
     std::string name;  // of kTarget: the name to wait for
   };
 
-  // The ways to the directory and to each file, without what a commit changes.
+  // Paths of the directory and of each file, without the parts that a commit changes.
   struct Paths {
     PathWalk directory;
     std::array<PathWalk, kPlaces.size()> files;
@@ -75,7 +75,7 @@ class Watches {
   std::string directory_;
   Descriptor inotify_;
   std::multimap<int, Watched> watched_;
-  bool waitsForFiles_ = false;  // new names in the host directory are events too
+  bool waitsForFiles_ = false;  // new names in the host directory count as events
 };
 
 }  // namespace QuorC
