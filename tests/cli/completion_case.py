@@ -92,7 +92,7 @@ class CompletionCase:
                      "quorctl rename policy "):
             self.expect_offer(line, [record["id"] for record in example["policies"]])
         for line in ("quorctl get datastore ", "quorctl blob --default-of ",
-                     "quorctl delete datastore ", "quorctl rename datastore ",
+                     "quorctl explain ", "quorctl delete datastore ", "quorctl rename datastore ",
                      "quorctl blob --policy-id gold-01 --datastore "):
             self.expect_offer(line, [record["url"] for record in example["datastores"]])
         self.assertEqual(len(self.shell.offered("quorctl blob --policy-name ")), 16)

@@ -6,7 +6,7 @@ import unittest
 
 from quorctl_case import USAGE, QuorctlCase
 
-VERBS = ["status", "list", "get", "blob", "digest", "watch", "export", "diff", "check", "metrics",
+VERBS = ["status", "list", "get", "blob", "explain", "digest", "watch", "export", "diff", "check", "metrics",
          "apply", "set", "add", "delete", "rename", "reset", "history", "restore", "switch", "migrate", "help"]
 OUTPUT_OPTIONS = ["-o, --output FORMAT", "--fields NAMES", "--sort NAMES",
                   "--where FIELD=PATTERN", "--no-headings"]
@@ -16,6 +16,7 @@ OPTIONS = {"status": [], "metrics": [], "list": ["KIND", "KEY", *OUTPUT_OPTIONS]
            "get": ["KIND", "KEY", "--name NAME", *OUTPUT_OPTIONS],
            "blob": ["--policy-id ID", "--policy-name NAME", "--datastore URL",
                     "--default-of URL", "--out FILE", "--raw"],
+           "explain": ["URL", "--policy-id ID"],
            "digest": ["-o, --output FORMAT", "--expect POLICIES:DATASTORES"],
            "watch": ["--period SECONDS", "--exec CMD"], "export": [],
            "diff": ["FILE", *OUTPUT_OPTIONS], "check": ["--severity LEAST", "--verbose", *OUTPUT_OPTIONS],

@@ -19,6 +19,15 @@ struct Catalogue {
                       // be empty
 };
 
+// The blob that a lookup finds: the policy's first one for the namespace; null where there is none.
+template <typename Policy>
+auto* FindBlob(Policy& policy, const std::string& wanted) {
+  for (auto& [blob, blobNamespace] : policy.blobs) {
+    if (blobNamespace == wanted) return &blob;
+  }
+  return static_cast<decltype(&policy.blobs.front().first)>(nullptr);
+}
+
 }  // namespace Quorctl
 
 #endif  // TOOLS_CATALOGUE_CATALOGUE_H_

@@ -34,10 +34,8 @@ class PolicyIndex {
   }
 
   static bool HasBlob(const QuorPolicyInfo& policy, const std::string& wanted) {
-    for (const auto& [blob, blobNamespace] : policy.blobs) {
-      if (blobNamespace == wanted) return !blob.empty();
-    }
-    return false;
+    const std::string* const blob = FindBlob(policy, wanted);
+    return blob && !blob->empty();
   }
 
  private:

@@ -16,6 +16,7 @@ CommandTable MakeCommandTable() {
   table.push_back(MakeListCommand());
   table.push_back(MakeGetCommand());
   table.push_back(MakeBlobCommand());
+  table.push_back(MakeExplainCommand());
   table.push_back(MakeDigestCommand());
   table.push_back(MakeWatchCommand());
   table.push_back(MakeExportCommand());
@@ -44,7 +45,7 @@ void RaiseUnknownCommand(const std::string& word) {
       {"undo", "restore"},      {"rollback", "restore"}, {"verify", "check"}, {"validate", "check"},
       {"version", "--version"}, {"info", "status"},      {"clear", "reset"},  {"edit", "set"},
       {"update", "set"},        {"monitor", "watch"},    {"rm", "delete"},    {"remove", "delete"},
-      {"create", "add"},        {"new", "add"},          {"mv", "rename"}};
+      {"create", "add"},        {"new", "add"},          {"mv", "rename"},    {"why", "explain"}};
   const auto other = kElsewhere.find(word);
   std::vector<std::string> names;
   for (const auto& command : MakeCommandTable())

@@ -25,6 +25,7 @@ std::unique_ptr<Command> MakeStatusCommand();
 std::unique_ptr<Command> MakeListCommand();
 std::unique_ptr<Command> MakeGetCommand();
 std::unique_ptr<Command> MakeBlobCommand();
+std::unique_ptr<Command> MakeExplainCommand();
 std::unique_ptr<Command> MakeDigestCommand();
 std::unique_ptr<Command> MakeWatchCommand();
 std::unique_ptr<Command> MakeExportCommand();

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <type_traits>
 
 #include "backend_choice.h"
 #include "host_backend.h"
@@ -39,36 +40,6 @@ void SetValue(const std::string& field, const std::string& text, std::int64_t* v
 
 void SetValue(const std::string& field, const std::string& /*text*/, Blobs* /*value*/) {
   throw UsageError(field + " are set one by one, by --blob NAMESPACE=@FILE");
-}
-
-template <typename Record>
-void SetFieldOf(const std::string& assignment, Record* record) {
-  const auto [name, text] = SplitWord(assignment, "FIELD=VALUE");
-  std::vector<std::string> known;
-  for (const Field<Record>& field : kFields<Record>) {
-    known.emplace_back(field.key);
-    if (name != field.key) continue;
-    const std::string& value = text;
-    field.Visit([&](auto& member) { SetValue(field.key, value, &member); }, *record);
-    return;
-  }
-  throw UsageError("unknown field " + Quoted(name) + DidYouMean(name, known));
-}
-
-// Lookups find the first of several, and the configuration store keeps one of a name or URL.
-template <typename Record>
-void ExpectOwnNames(const std::vector<Record>& records, std::size_t index, const Record& before) {
-  const auto was = NamesOf(before);
-  const auto names = NamesOf(records[index]);
-  for (std::size_t name = 0; name < names.size(); ++name) {
-    if (names[name] == was[name]) continue;
-    for (std::size_t i = 0; i < records.size(); ++i) {
-      if (i == index || NamesOf(records[i])[name] != names[name]) continue;
-      throw CommandError(ExitStatus::kBadInput,
-                         "another record has the " + std::string(kFields<Record>[name].key) + ' ' +
-                             Quoted(names[name]) + " already; nothing was changed");
-    }
-  }
 }
 
 }  // namespace
@@ -121,24 +92,19 @@ std::string FieldWords::TakeName() {
   return name;
 }
 
-void FieldWords::SetOn(QuorPolicyInfo* policy) const {
+template <typename Record>
+void FieldWords::SetOn(Record* record) const {
   for (const std::string& assignment : assignments_)
-    SetField(assignment, policy);
-  for (const auto& entry : blobs_) {
-    const auto old =
-        std::find_if(policy->blobs.begin(), policy->blobs.end(),
-                     [&entry](const auto& stored) { return stored.second == entry.second; });
-    if (old == policy->blobs.end()) {
-      policy->blobs.push_back(entry);
-    } else {
-      old->first = entry.first;
+    SetField(assignment, record);
+  if constexpr (std::is_same_v<Record, QuorPolicyInfo>) {
+    for (const auto& [blob, blobNamespace] : blobs_) {
+      if (std::string* const old = FindBlob(*record, blobNamespace)) {
+        *old = blob;
+      } else {
+        record->blobs.emplace_back(blob, blobNamespace);
+      }
     }
   }
-}
-
-void FieldWords::SetOn(QuorDatastoreInfo* datastore) const {
-  for (const std::string& assignment : assignments_)
-    SetField(assignment, datastore);
 }
 
 std::pair<std::string, std::string> SplitWord(const std::string& word, const std::string& form) {
@@ -147,26 +113,50 @@ std::pair<std::string, std::string> SplitWord(const std::string& word, const std
   return {word.substr(0, equals), word.substr(equals + 1)};
 }
 
-void SetField(const std::string& assignment, QuorPolicyInfo* policy) {
-  SetFieldOf(assignment, policy);
+template <typename Record>
+void SetField(const std::string& assignment, Record* record) {
+  const auto [name, text] = SplitWord(assignment, "FIELD=VALUE");
+  std::vector<std::string> known;
+  for (const Field<Record>& field : kFields<Record>) {
+    known.emplace_back(field.key);
+    if (name != field.key) continue;
+    const std::string& value = text;
+    field.Visit([&](auto& member) { SetValue(field.key, value, &member); }, *record);
+    return;
+  }
+  throw UsageError("unknown field " + Quoted(name) + DidYouMean(name, known));
 }
 
-void SetField(const std::string& assignment, QuorDatastoreInfo* datastore) {
-  SetFieldOf(assignment, datastore);
+// Lookups find the first of several, and the configuration store keeps one of a name or URL.
+template <typename Record>
+void ExpectStorable(const std::vector<Record>& records, std::size_t index, const Record& before) {
+  std::vector<std::string> problems;
+  const auto names = NamesOf(records[index]);
+  for (std::size_t name = 0; name < names.size(); ++name) {
+    if (names[name] == NamesOf(before)[name]) continue;
+    const auto others = std::count_if(records.begin(), records.end(), [&](const Record& record) {
+      return NamesOf(record)[name] == names[name];
+    });
+    if (others == 1) continue;
+    problems.push_back("another record has the " + std::string(kFields<Record>[name].key) + ' ' +
+                       Quoted(names[name]) + " already");
+  }
+  if constexpr (std::is_same_v<Record, QuorPolicyInfo>) {
+    const auto losses = LostIn(BackendSwitch().on, {{records[index]}, {}, ""});
+    problems.insert(problems.end(), losses.begin(), losses.end());
+  }
+  if (problems.empty()) return;
+  throw CommandError(ExitStatus::kBadInput, problems.front() + "; nothing was changed");
 }
 
-void ExpectStorable(const std::vector<QuorPolicyInfo>& policies, std::size_t index,
-                    const QuorPolicyInfo& before) {
-  ExpectOwnNames(policies, index, before);
-  const std::vector<std::string> losses = LostIn(BackendSwitch().on, {{policies[index]}, {}, ""});
-  if (losses.empty()) return;
-  throw CommandError(ExitStatus::kBadInput, losses.front() + "; nothing was changed");
-}
-
-void ExpectStorable(const std::vector<QuorDatastoreInfo>& datastores, std::size_t index,
-                    const QuorDatastoreInfo& before) {
-  ExpectOwnNames(datastores, index, before);
-}
+template void FieldWords::SetOn(QuorPolicyInfo*) const;
+template void FieldWords::SetOn(QuorDatastoreInfo*) const;
+template void SetField(const std::string&, QuorPolicyInfo*);
+template void SetField(const std::string&, QuorDatastoreInfo*);
+template void ExpectStorable(const std::vector<QuorPolicyInfo>&, std::size_t,
+                             const QuorPolicyInfo&);
+template void ExpectStorable(const std::vector<QuorDatastoreInfo>&, std::size_t,
+                             const QuorDatastoreInfo&);
 
 ExitStatus EditCatalogue(const ChangeRequest& request, const ChangeOptions& options,
                          const std::function<void(Catalogue* catalogue)>& edit,

@@ -50,8 +50,8 @@ class FieldWords {
   // Takes the name of a policy, which stands before the others.
   std::string TakeName();
 
-  void SetOn(TavQuor::QuorPolicyInfo* policy) const;
-  void SetOn(TavQuor::QuorDatastoreInfo* datastore) const;
+  template <typename Record>
+  void SetOn(Record* record) const;
 
  private:
   Arguments words_;
@@ -65,15 +65,13 @@ class FieldWords {
 std::pair<std::string, std::string> SplitWord(const std::string& word, const std::string& form);
 
 // Sets the field that a word FIELD=VALUE names.
-void SetField(const std::string& assignment, TavQuor::QuorPolicyInfo* policy);
-void SetField(const std::string& assignment, TavQuor::QuorDatastoreInfo* datastore);
+template <typename Record>
+void SetField(const std::string& assignment, Record* record);
 
 // Raises CommandError where the store that is in use could not keep the record of that index, which
 // was `before`, or where another one has a name of it that is new.
-void ExpectStorable(const std::vector<TavQuor::QuorPolicyInfo>& policies, std::size_t index,
-                    const TavQuor::QuorPolicyInfo& before);
-void ExpectStorable(const std::vector<TavQuor::QuorDatastoreInfo>& datastores, std::size_t index,
-                    const TavQuor::QuorDatastoreInfo& before);
+template <typename Record>
+void ExpectStorable(const std::vector<Record>& records, std::size_t index, const Record& before);
 
 // Changes the selected store's catalogue by `edit`, which is called again when another process was
 // faster: what that one has changed is kept.

@@ -9,6 +9,7 @@
 #include <string>
 #include <utility>
 
+#include "catalogue/catalogue.h"
 #include "catalogue/document_writer.h"
 #include "stored_records.h"
 
@@ -87,15 +88,6 @@ std::int64_t BlobBytes(const QuorPolicyInfo& policy) {
   return static_cast<std::int64_t>(bytes);
 }
 
-FieldValue DefaultBlobBytes(const QuorPolicyInfo& policy, const QuorDatastoreInfo& datastore) {
-  for (const auto& [blob, blobNamespace] : policy.blobs) {
-    if (blobNamespace == datastore.datastoreNamespace) {
-      return NumberValue(static_cast<std::int64_t>(blob.size()));
-    }
-  }
-  return NoValue();
-}
-
 }  // namespace
 
 const RecordLayout& PolicyLayout() {
@@ -150,7 +142,8 @@ void DatastoreRows::Add(const QuorDatastoreInfo& datastore) {
   const QuorPolicyInfo* const policy = DefaultPolicyOf(datastore);
   std::vector<FieldValue> values = ValuesOf(datastore);
   values.push_back(policy ? TextValue(policy->name) : NoValue());
-  values.push_back(policy ? DefaultBlobBytes(*policy, datastore) : NoValue());
+  const auto* const blob = policy ? FindBlob(*policy, datastore.datastoreNamespace) : nullptr;
+  values.push_back(blob ? NumberValue(static_cast<std::int64_t>(blob->size())) : NoValue());
   writer_->Add(std::move(values));
 }
 

@@ -44,11 +44,6 @@ Finding DescribeDuplicate(const Duplicate& duplicate) {
   }
 }
 
-bool HasBlobFor(const QuorPolicyInfo& policy, const std::string& blobNamespace) {
-  return std::any_of(policy.blobs.begin(), policy.blobs.end(),
-                     [&](const auto& entry) { return entry.second == blobNamespace; });
-}
-
 }  // namespace
 
 void CheckDuplicates(const Catalogue& catalogue, Findings* findings) {
@@ -74,7 +69,7 @@ void CheckDefaultPolicies(const Catalogue& catalogue, bool policiesLost, Finding
         findings->push_back(
             {Severity::kWarning, who, problem, "add the policy or name another default"});
       }
-    } else if (!HasBlobFor(*found->second, datastore.datastoreNamespace)) {
+    } else if (!FindBlob(*found->second, datastore.datastoreNamespace)) {
       findings->push_back({Severity::kWarning, who,
                            "its default policy " + Quoted(id) +
                                " has no blob for the datastore's namespace " +

@@ -145,6 +145,7 @@ _quorctl_options() {
     get) echo "--name $output" ;;
     check) echo "--severity --verbose $output" ;;
     blob) echo '--policy-id --policy-name --datastore --default-of --out --raw' ;;
+    explain) echo '--policy-id' ;;
     digest) echo '-o --output --expect' ;;
     watch) echo '--period --exec' ;;
     apply) echo "--policies-only --datastores-only --force --create --resume $change" ;;
@@ -235,7 +236,7 @@ _quorctl_complete_argument() {
       _quorctl_offer_arguments "${_quorctl_values[@]}"
       ;;
     list:*:datastore* | get:*:datastore* | set:2:datastore* | delete:2:datastore* | \
-      rename:2:datastore*)
+      rename:2:datastore* | explain:1:*)
       _quorctl_ask url list datastores
       _quorctl_offer_arguments "${_quorctl_values[@]}"
       ;;
@@ -252,7 +253,7 @@ _quorctl_complete_argument() {
   esac
 }
 
-_quorctl_commands='status list get blob digest watch export diff check metrics apply set add delete rename
+_quorctl_commands='status list get blob explain digest watch export diff check metrics apply set add delete rename
   reset history restore switch migrate help'
 
 _quorctl() {
