@@ -1,11 +1,11 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// What happens when the platform is loaded and unloaded, in this order and nothing else.
+// Initialisation at load time and cleanup at unload time.
 //
-// The feature switches are read as plain bytes, so they must be in place before the first call.
-// What the parser's library makes on first use would never be finished in a child that is forked
-// meanwhile.
+// The feature switches are read as plain bytes and must be loaded before the first call. The
+// parser's library is initialised here, because a child forked during its lazy initialisation would
+// wait for it for ever.
 #include "configfile/document.h"
 #include "configfile/document_parser.h"
 #include "configstore/snapshot_cache.h"
@@ -25,8 +25,7 @@ namespace {
   ZynCtl::Config::PrepareParser();
 }
 
-// Runs at the end of the program too, while other threads may still call: all that is taken away is
-// made anew when it is needed.
+// Also runs at exit, while other threads may still call; they rebuild what they need.
 [[gnu::destructor]] void Unload() {
   const Io::CallScope scope;
   TavConfigStore::ForgetNewestSnapshot();

@@ -36,7 +36,7 @@ Place Item(const Place& array, std::size_t index) {
   return place;
 }
 
-// The value as it stands in the file; null when it is absent.
+// The stored value; null if absent.
 const Node* ReadValue(const Place& branch, const std::string& key) {
   branch.session->NoteAnswer();
   const Node* const node = branch.session->Read(branch);

@@ -29,13 +29,12 @@ constinit HostPlatform::Io::Newest<Document> newest;
 
 constexpr std::size_t kReadPieceSize = 128 << 10;
 
-// The coarsest times are those of file systems that count two seconds; whole hundredths are what
-// the others without fine times have.
+// Resolution of the coarsest file systems, in seconds. Other coarse ones count hundredths.
 constexpr time_t kCoarseTime = 2;
 constexpr long kFineTime = 10'000'000;
 
-// Whether a change from now on would show in the times of the file: they are of before the clock's
-// last tick, and before all that the file system rounds to them.
+// True if any later change will show in the file's times: they lie before the clock's last tick,
+// also when rounded up to the file system's resolution.
 bool AreTimesPast(const struct stat& status) {
   struct timespec now = {};
   clock_gettime(CLOCK_REALTIME_COARSE, &now);  // the clock of a local file system's times
@@ -45,7 +44,7 @@ bool AreTimesPast(const struct stat& status) {
          (changed.tv_sec == now.tv_sec && changed.tv_nsec < now.tv_nsec);
 }
 
-// Reads through a small buffer that stays in the processor's cache.
+// Reads through a buffer small enough for the processor's cache.
 std::uint64_t ChecksumOf(const FileDescriptor& file, std::size_t size, const std::string& path) {
   const auto buffer = std::make_unique_for_overwrite<char[]>(kReadPieceSize);
   HostPlatform::ChecksumOfPieces checksum;
@@ -58,7 +57,7 @@ std::uint64_t ChecksumOf(const FileDescriptor& file, std::size_t size, const std
   return checksum.Value();
 }
 
-// Mostly to a volume that is not mounted.
+// The usual cause is a volume that is not mounted.
 void RefuseDanglingLink(const std::string& path) {
   struct stat status;
   if (lstat(path.c_str(), &status) != 0 || !S_ISLNK(status.st_mode)) return;
@@ -69,8 +68,8 @@ void RefuseDanglingLink(const std::string& path) {
 
 }  // namespace
 
-// Symbolic links are followed: administrators keep such files elsewhere. A FIFO would block without
-// O_NONBLOCK.
+// Follows symbolic links, by which administrators move such files. O_NONBLOCK avoids blocking on a
+// FIFO.
 std::shared_ptr<const Document> Document::Read(const std::string& path, const Document* known) try {
   const FileDescriptor file(AT_FDCWD, path.c_str(), O_RDONLY | O_NONBLOCK);
   if (!file) {

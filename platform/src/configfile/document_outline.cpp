@@ -14,7 +14,7 @@ bool IsSpace(char c) {
   return c == ' ' || c == '\t' || c == '\n' || c == '\r';
 }
 
-// The place of the quote that closes the text opened at `open`, or what is wrong with it.
+// Sets `close` to the closing quote of the string opened at `open`, or returns its mistake.
 std::optional<Mistake> SkipText(std::string_view text, std::size_t open, std::size_t* close) {
   for (std::size_t i = open + 1; i < text.size(); ++i) {
     if (static_cast<unsigned char>(text[i]) < ' ') return Mistake{i, kControlCharacter};
@@ -27,8 +27,8 @@ std::optional<Mistake> SkipText(std::string_view text, std::size_t open, std::si
   return Mistake{open, "the text that begins here is not closed"};
 }
 
-// Bytes that may follow the first one of a character, by that first byte: their number, and the
-// range of the next one (the others go from 0x80 to 0xBF).
+// Continuation bytes of a UTF-8 character, determined by its first byte: their number, and the
+// range of the second byte (later ones are 0x80 to 0xBF).
 struct Continuation {
   std::size_t count;
   unsigned char low;

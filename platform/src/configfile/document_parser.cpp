@@ -3,8 +3,7 @@
 
 #include "configfile/document_parser.h"
 
-// What the parser notes for its checks of debug builds it writes without a look at whether there
-// was memory for it.
+// The parser's development checks write to a buffer without testing its allocation.
 #define SIMDJSON_DEVELOPMENT_CHECKS 0
 #include <simdjson.h>
 
@@ -34,32 +33,31 @@ namespace ondemand = simdjson::ondemand;
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 constexpr std::size_t kFewMembers = 16;  // compared pair by pair
 
-// One for the process, and never destroyed: simdjson makes its parsers by an object that is
-// destroyed when the program ends, while exit handlers and other threads may still call. Guarded by
-// ParserMutex().
+// Shared by the process, guarded by ParserMutex(), and never destroyed: simdjson's factory object
+// is destroyed at exit, while exit handlers and other threads may still call.
 struct SharedParser {
   ondemand::parser* parser;
-  ondemand::parser* spare;  // for a child that was forked in the middle of a document
+  ondemand::parser* spare;  // for a child forked during a parse
   bool busy;
 };
 constinit SharedParser shared = {};
 
 ondemand::parser* MakeParser() {
   auto parser = std::make_unique<ondemand::parser>();
-  // Of no document yet: this makes what only that object can make. The depth is for another way of
-  // parsing, and would take 10 KB for good.
+  // Allocates what needs the factory object. Depth 1, since the stack of 10 KB serves another way
+  // of parsing.
   if (parser->allocate(0, 1) != simdjson::SUCCESS) throw std::bad_alloc();
-  // It stays behind when the library is unloaded.
+  // Leaks when the library is unloaded.
   if (&__lsan_ignore_object != nullptr) __lsan_ignore_object(parser.get());
   return parser.release();
 }
 
-// Holds the shared parser, and gives back the memory that it took for one document.
+// Holds the shared parser during one parse, then frees the memory of the document.
 class ParserLock {
  public:
   ParserLock()
       : lock_(HostPlatform::Io::ParserMutex()), generation_(HostPlatform::Io::Generation()) {
-    // Whoever was at work stayed behind in the parent, or is this thread, which was interrupted.
+    // The process was forked during a parse, by another thread or by a signal handler of this one.
     if (shared.busy) shared.parser = std::exchange(shared.spare, nullptr);
     shared.busy = false;
     if (shared.parser == nullptr) {
@@ -73,7 +71,7 @@ class ParserLock {
   ParserLock& operator=(const ParserLock&) = delete;
   ~ParserLock() {
     const auto error = parser_->allocate(0, 1);
-    static_cast<void>(error);  // of memory: all of it is given back then
+    static_cast<void>(error);  // out of memory: everything was freed
     if (generation_ == HostPlatform::Io::Generation()) {
       shared.busy = false;
     } else {
@@ -89,7 +87,7 @@ class ParserLock {
   ondemand::parser* parser_;
 };
 
-// Builds the tree, with numbers as they were written, and names the place of what is wrong.
+// Builds the tree, keeps numbers literally, and locates errors.
 class Parser {
  public:
   Parser(simdjson::padded_string_view text, const std::string& path, TreeStore* store)
@@ -118,18 +116,17 @@ class Parser {
  private:
   std::string_view Text() const { return std::string_view(padded_.data(), padded_.size()); }
 
-  // A branch or an array that is not at its end. They are kept here and not on the stack: threads
-  // may have a small one.
+  // An open branch or array. An explicit stack, because threads may have a small one.
   struct Container {
     Node* node;
-    std::size_t first;  // of its children in children_
+    std::size_t first;  // index of its first child in children_
     bool started = false;
     simdjson::simdjson_result<ondemand::object_iterator> member, membersEnd;
     simdjson::simdjson_result<ondemand::array_iterator> item, itemsEnd;
     std::set<std::string_view> names = {};
 
     bool IsArray() const { return node->type == Node::Type::kArray; }
-    // To the next child; false after the last one.
+    // Moves to the next child; false after the last one.
     bool Advance() {
       if (IsArray()) {
         if (started) ++item;
@@ -168,7 +165,7 @@ class Parser {
     }
   }
 
-  // What the child is the parent of is left for later.
+  // Pushes a child that is a branch or array; its own children are parsed later.
   void ParseChild(Container* parent) {
     ondemand::value value;
     if (parent->IsArray()) {
@@ -212,8 +209,8 @@ class Parser {
     return token.substr(0, last + 1);
   }
 
-  // Not into the parser's own buffer, which is null where there was no memory for it. `size` is
-  // that of the text with its escapes.
+  // Avoids the parser's own buffer, which is null if its allocation failed. `size` includes
+  // escapes.
   std::string_view Unescape(ondemand::raw_json_string escaped, std::size_t size) {
     auto* room = reinterpret_cast<std::uint8_t*>(store_->Reserve(size + kTextPadding));
     std::string_view text;
@@ -223,7 +220,7 @@ class Parser {
     return text;
   }
 
-  // Most text has no escapes, and is the node's as it stands in the document.
+  // A string without escapes, the usual case, refers to the document's text.
   Node* ParseText(ondemand::value value) {
     Node* const node = store_->Make(Node::Type::kText);
     const std::string_view token = WithoutSpaceBehind(value.raw_json_token());
@@ -247,9 +244,9 @@ class Parser {
     return escaped ? Unescape(raw, size) : std::string_view(begin, size);
   }
 
-  // A name that stands twice has two meanings, and one of them would be lost at the next write.
-  // Few are compared with each other; the set is for those of large branches. It is no hash table:
-  // names that are made to collide cost no more than others.
+  // False for a repeated name, of which the next write would lose one value. Compares pairwise in
+  // small branches and uses a set in large ones; a tree instead of a hash table, so that prepared
+  // names cannot collide.
   bool IsNew(std::string_view name, Container* branch) const {
     const auto begin = children_.begin() + static_cast<std::ptrdiff_t>(branch->first);
     if (children_.size() - branch->first < kFewMembers) {
@@ -271,14 +268,13 @@ class Parser {
     return name;
   }
 
-  // The children that were found from `first` on become the node's, which then takes no more room
-  // than it needs.
+  // Moves the children from `first` on to the node, with exact capacity.
   void TakeChildren(std::size_t first, Node* node) {
     node->children.assign(children_.begin() + static_cast<std::ptrdiff_t>(first), children_.end());
     children_.resize(first);
   }
 
-  // Numbers are kept as they were written: no digit of somebody else's number is lost.
+  // Keeps numbers literally, so that no digit of another program's number is lost.
   Node* ParseLiteral(ondemand::value value) {
     const std::string_view token = WithoutSpaceBehind(value.raw_json_token());
     if (token == "null") return store_->Make(Node::Type::kNull);
@@ -356,12 +352,12 @@ class Parser {
   const std::string& path_;
   simdjson::padded_string_view padded_;
   TreeStore* store_;
-  std::vector<Container> open_;  // each but the first in the one before
-  std::vector<Child> children_;  // of the branches and arrays that are not at their end
+  std::vector<Container> open_;  // innermost last
+  std::vector<Child> children_;  // children of the containers in open_
   ParserLock held_;
   ondemand::parser& parser_;
   ondemand::document document_;
-  bool started_ = false;  // the document may be asked where it is
+  bool started_ = false;  // the document has a current location
 };
 
 }  // namespace
@@ -378,12 +374,11 @@ Node* ParseDocument(std::unique_ptr<char[]> text, std::size_t size, const std::s
   return Parser(padded, path, store).Parse();
 }
 
-// The parsers themselves, and not only what they are made by: that is destroyed before the last
-// exit handlers run.
+// Constructs both parsers, since the factory object is destroyed before the last exit handlers run.
 void PrepareParser() try {
   shared.parser = MakeParser();
   shared.spare = MakeParser();
-} catch (const std::bad_alloc&) {  // asked for again at first use
+} catch (const std::bad_alloc&) {  // retried at first use
 }
 
 }  // namespace ZynCtl::Config

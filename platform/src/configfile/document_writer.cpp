@@ -26,7 +26,7 @@ bool NeedsEscape(char c) {
   return static_cast<unsigned char>(c) < ' ' || c == '"' || c == '\\';
 }
 
-// How a character is written that JSON text cannot hold as it is.
+// The escape sequence of a character.
 std::string Escaped(char c) {
   switch (c) {
     case '"':
@@ -48,7 +48,7 @@ std::string Escaped(char c) {
   }
 }
 
-// Copies up to the first character that needs an escape; most text has none. Returns how many.
+// Copies up to the first character that needs an escape; returns the number of bytes copied.
 std::size_t CopyPlain(std::string_view text, char* to) {
   std::size_t done = 0;
   for (; text.size() - done >= sizeof(ByteBlock); done += sizeof(ByteBlock)) {
@@ -111,7 +111,7 @@ class Writer {
       Put(" ");
   }
 
-  // The next child of the innermost container, or its end.
+  // Writes the next child of the innermost container, or its end.
   void PutNext() {
     const Node& node = *open_.back().node;
     const std::size_t number = open_.back().next++;
@@ -155,17 +155,16 @@ class Writer {
     open_.push_back({&node, 0});
   }
 
-  // A branch or an array that is not at its end. They are kept here and not on the stack: threads
-  // may have a small one.
+  // An open branch or array. An explicit stack, because threads may have a small one.
   struct Container {
     const Node* node;
-    std::size_t next;  // which child comes next
+    std::size_t next;  // index of the next child
   };
 
   const std::function<void(std::string_view)>& take_;
   std::unique_ptr<char[]> buffer_;
   std::size_t used_ = 0;
-  std::vector<Container> open_;  // each but the first in the one before
+  std::vector<Container> open_;  // innermost last
 };
 
 }  // namespace

@@ -13,7 +13,7 @@ using HostPlatform::Io::ErrorKind;
 
 namespace {
 
-// Its address is what is attached: nothing is owned, so nothing can fail.
+// Attached by its address, without ownership, so that attaching cannot fail.
 constinit const ErrorKind kPermission = ErrorKind::kPermissionDenied;
 
 ConfigFileException MakeException(std::string message) {

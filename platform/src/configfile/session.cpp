@@ -52,7 +52,7 @@ const char* NameOf(Node::Type type) {
   }
 }
 
-// Text, numbers and booleans take each other's place, and that of null.
+// Text, numbers and booleans may replace each other and null.
 bool MayBecome(Node::Type present, Node::Type wanted) {
   if (wanted == Node::Type::kText) {
     return present != Node::Type::kBranch && present != Node::Type::kArray;
@@ -60,9 +60,8 @@ bool MayBecome(Node::Type present, Node::Type wanted) {
   return present == wanted || present == Node::Type::kNull;
 }
 
-// What is replaced: the file, or what it points to where it is a link, which is looked at once.
-// Where a group may write to the host directory, a link of one of its members must not lead root
-// elsewhere.
+// The path to replace: the file, or its target if it is a symbolic link. The link is read once. A
+// link planted by a member of a group that may write to the host directory must not redirect root.
 std::filesystem::path TargetIn(const Directory& host) {
   const char* const name = HostPlatform::Io::kConfigFileName;
   const std::string path = host.PathOf(name);
@@ -138,7 +137,7 @@ std::shared_ptr<ConfigArray> Session::MakeArray(const Place& place) {
   return {shared_from_this(), &arrays_.emplace_back(place)};
 }
 
-// What was not there is looked for again: it may have been made since.
+// Absence is not cached, because the session may have created the node meanwhile.
 const Node* Session::Read(const Place& place) const {
   if (place.version == version_ && place.node != nullptr) return place.node;
   const Node* found = nullptr;
@@ -165,7 +164,7 @@ Node& Session::Change(const Place& place, Node::Type type) {
   PrepareToChange();
   if (place.version == version_ && place.node != nullptr && place.node->owner == number_ &&
       place.node->type == type) {
-    return *const_cast<Node*>(place.node);  // the session made it
+    return *const_cast<Node*>(place.node);  // the session's own node
   }
   Node*& slot = SlotOf(place, type);
   if (!MayBecome(slot->type, type)) {
@@ -187,7 +186,7 @@ std::size_t Session::Append(const Place& array) {
   return node.children.size() - 1;
 }
 
-// Where the parent keeps what is at the place, which is created when nothing is there.
+// The parent's pointer to the node at the place; creates the node if it is absent.
 Node*& Session::SlotOf(const Place& place, Node::Type type) {
   if (place.parent == nullptr) return tree_;
   if (place.index != Place::kNamed) {
@@ -229,8 +228,8 @@ void Session::PrepareToChange() {
   if (!locked) LockForChange();
 }
 
-// Reached by a process that found no lock file, or may not write it, when it wants to change
-// something.
+// Takes the lock at the first change of a session that was opened without it, because the lock file
+// was missing or not writable.
 void Session::LockForChange() try {
   const Directory directory(HostPlatform::Io::HostDirectoryPath());
   lock_.emplace(directory, HostPlatform::Io::kConfigFileLockName, HostPlatform::Io::LockDeadline());
@@ -245,7 +244,7 @@ void Session::LockForChange() try {
   lock_.reset();
   RaiseConfigFile(error);
 } catch (...) {
-  lock_.reset();  // the next change has to look again
+  lock_.reset();  // the next change tries again
   throw;
 }
 
@@ -272,12 +271,12 @@ void Session::Write() {
     auto nextStore = std::make_shared<TreeStore>();
     next.Flush();
     if (!IsUntouched()) {
-      next.Flush();  // with the owner and the mode that the file has now
+      next.Flush();  // copies the file's present owner and mode
       CheckPresent();
     }
     next.Commit();
     NoteWritten(std::move(written), next.file());
-    // What was written is not changed any more: later changes start from copies, elsewhere.
+    // The written tree is immutable from now on; later changes copy its nodes to a new store.
     store_ = std::move(nextStore);
     number_ = ++lastSession;
   } catch (const HostPlatform::Io::Error& error) {
@@ -285,16 +284,15 @@ void Session::Write() {
   }
 }
 
-// What the session has not changed, it copies: then its store holds the whole tree, which outlives
-// the document that the session began with.
+// Deep-copies the nodes still shared with `base_`, so that `store_` owns the whole tree.
 void Session::CopyRest(Node*& slot) {
   if (slot->owner != number_) slot = store_->Copy(*slot, number_);
   for (Child& child : slot->children)
     CopyRest(child.node);
 }
 
-// The rename has changed its times. Where those cannot be told the document is of no file: what is
-// there is read anew, and a second Write() does not overwrite it.
+// Takes the file's status after the rename, which has changed its times. If fstat() fails the
+// document belongs to no file: it is read anew, and a second Write() is refused.
 void Session::NoteWritten(std::shared_ptr<Document> written, const FileDescriptor& file) {
   struct stat status;
   base_ = written;
@@ -303,14 +301,14 @@ void Session::NoteWritten(std::shared_ptr<Document> written, const FileDescripto
   UseAsNewest(std::move(written));
 }
 
-// The lock keeps other writers out, unless somebody removed its file: then what they wrote must not
-// be overwritten.
+// False if another writer changed the file in spite of the lock, because the lock file was removed.
 bool Session::IsUntouched() const {
   struct stat status;
   return base_ ? base_->IsAt(path_) : stat(path_.c_str(), &status) != 0;
 }
 
-// Its owner, mode or times may have been changed, which alone is no reason to refuse.
+// Raises unless the file has the content of `base_`. Another owner or mode and other times are
+// accepted.
 void Session::CheckPresent() const {
   if (base_) {
     const std::shared_ptr<const Document> present = Document::Read(path_, nullptr);

@@ -21,7 +21,7 @@ using namespace std::string_view_literals;
 
 constexpr std::string_view kMark = "\0base64:"sv;
 
-// Whether all of it is ASCII without NUL, as most text is; that is told at once.
+// Fast path: true if the text is ASCII without NUL.
 bool IsPlain(std::string_view bytes) {
   const auto isOther = [](char c) { return static_cast<signed char>(c) <= 0; };
   const std::size_t at = HostPlatform::SkipBlocks(bytes, 0, [](HostPlatform::ByteBlock block) {

@@ -47,23 +47,23 @@ struct alignas(kPageSize) FeaturePage {
   unsigned char rest[kPageSize - kFeatureCount] = {};
 };
 
-// The file is moved over this page in one step of the kernel, so that the pointers never change and
-// a load beside it meets what was there before or the file.
+// mremap() replaces this page by the file's mapping atomically: the pointers never change, and a
+// concurrent load reads the old page or the file.
 constinit FeaturePage page;
 
 enum class Source { kBuiltIn, kFile, kOverride };
 
-// What is in the page; guarded by FeaturesMutex().
+// Origin of the page's content; guarded by FeaturesMutex().
 constinit Source source = Source::kBuiltIn;
 constinit struct stat fileStatus = {};  // of the file in the page
 
-// When the file has to be looked at again; 0 is at the next call.
+// Time of the next check of the file; 0: at the next call.
 constinit std::atomic<std::int64_t> nextLook{0};
 constexpr std::int64_t kLookInterval = 100'000'000;  // ns
 
 constexpr mode_t kFeaturesMode = 0640;
 
-// Maps the file elsewhere first: what is in the page stays where the system refuses.
+// Maps the file elsewhere first, so that the page survives a refused mapping.
 void MoveIntoPage(const Io::FileDescriptor& file, const std::string& path) {
   void* const elsewhere = mmap(nullptr, kPageSize, PROT_READ, MAP_SHARED, file.get(), 0);
   if (elsewhere == MAP_FAILED) Io::RaiseSystemError(errno, path, "map the feature switches");
@@ -83,7 +83,7 @@ void MapFile(const std::string& path) {
                                                std::to_string(kFeatureCount) +
                                                " bytes, one per feature switch; remove it");
   }
-  // A disk that cannot read them says so here, and not by a signal at the first load.
+  // Reports a read error of the disk here; the first load would raise SIGBUS.
   char bytes[kFeatureCount];
   Io::ReadAt(file, 0, bytes, sizeof bytes, path);
   MoveIntoPage(file, path);
@@ -91,7 +91,7 @@ void MapFile(const std::string& path) {
   fileStatus = status;
 }
 
-// A process that starts now would use the defaults.
+// Raises if the missing file had other values than the defaults, which a new process would use.
 void CheckThatDefaultsHold(const std::string& path) {
   if (source == Source::kBuiltIn || page.switches == kDefaults) return;
   throw Io::Error(Io::ErrorKind::kOther,
@@ -100,8 +100,8 @@ void CheckThatDefaultsHold(const std::string& path) {
                       "back, or choose the store again by quorctl switch");
 }
 
-// Makes the page what the host's file is now. Raises Io::Error and leaves the page as it is when
-// that cannot be told or used.
+// Brings the page in line with the host's file. Raises Io::Error and leaves the page alone if the
+// file cannot be examined or used.
 void FollowFile() {
   const std::lock_guard lock(Io::FeaturesMutex());
   if (source == Source::kOverride) return;
@@ -117,7 +117,7 @@ void FollowFile() {
   nextLook.store(Io::PresentTick() + kLookInterval, std::memory_order_relaxed);
 }
 
-// Puts the defaults back in place of a mapped file.
+// Replaces a mapped file by the defaults.
 void Unmap() {
   void* const fresh = mmap(&page, kPageSize, PROT_READ | PROT_WRITE,
                            MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED, -1, 0);
@@ -140,7 +140,7 @@ void WriteSwitch(const Io::Directory& directory, int index, bool on) {
   }
   const unsigned char value = on ? 1 : 0;
   Io::CheckFileSize(static_cast<std::uint64_t>(index), path);
-  // In place: the processes that have the file mapped must see it.
+  // In place, since other processes have the file mapped.
   if (Io::RetryInterrupted([&] { return pwrite(file.get(), &value, 1, index); }) != 1) {
     Io::RaiseSystemError(errno, path, "write");
   }
@@ -183,10 +183,10 @@ void FollowFeaturesNow() {
 }
 
 void EnsureFeaturesFile(const Io::Directory& directory) {
-  // Not by faccessat(), which asks for the real user.
+  // Not faccessat(), which checks the real user's permissions.
   struct stat status;
   if (fstatat(directory.get(), Io::kFeaturesName, &status, AT_SYMLINK_NOFOLLOW) == 0) return;
-  // Anything else does not say that there is none: the host's switches must not be written over.
+  // Other errors do not prove that the file is missing, and it must not be overwritten.
   if (errno != ENOENT) {
     Io::RaiseSystemError(errno, directory.PathOf(Io::kFeaturesName), "look for the file");
   }
@@ -203,7 +203,7 @@ void OverrideFeature(int index, bool on) {
   Unmap();
   page.switches = present;
   page.switches[static_cast<std::size_t>(index)] = on ? 1 : 0;
-  source = Source::kOverride;  // what is here stays
+  source = Source::kOverride;  // keeps the page's content
   nextLook.store(std::numeric_limits<std::int64_t>::max(), std::memory_order_relaxed);
 }
 

@@ -23,13 +23,13 @@ constexpr char kGroup[] = "quor";
 constexpr std::size_t kUsualGroupEntry = std::size_t{16} << 10;
 constexpr std::size_t kLargestGroupEntry = std::size_t{16} << 20;
 
-// getgrnam_r() has several ways to say so.
+// getgrnam_r() reports an unknown group by several errno values.
 bool MeansNoSuchGroup(int error) {
   return error == 0 || error == ENOENT || error == ESRCH || error == EBADF || error == EPERM;
 }
 
-// The group that a new directory is given to. Nothing when the system has no such group, or when
-// the process may not: only root can give a directory to a group that it is not in itself.
+// The group for a new directory; nullopt if the system has no such group or the process may not
+// assign it. Only root may assign a group of which it is not a member.
 std::optional<gid_t> GroupToGive(const std::string& path) {
   if (geteuid() != 0) return std::nullopt;
   std::vector<char> buffer(kUsualGroupEntry);
@@ -47,14 +47,14 @@ std::optional<gid_t> GroupToGive(const std::string& path) {
   }
 }
 
-// Some file systems cannot flush a directory and say EINVAL: nothing more can be done there.
+// Ignores EINVAL, which file systems return that cannot flush a directory.
 void FlushDirectory(const FileDescriptor& directory, const std::string& path) {
   if (RetryInterrupted([&] { return fsync(directory.get()); }) != 0 && errno != EINVAL) {
     RaiseSystemError(errno, path, "flush the directory");
   }
 }
 
-// So that the new directory is still there after a loss of power.
+// Makes the new directory's name durable.
 void SyncParentOf(const FileDescriptor& directory, const std::string& path) {
   const FileDescriptor parent(directory.get(), "..", O_RDONLY | O_DIRECTORY);
   if (!parent) RaiseSystemError(errno, path + "/..", "open the directory to flush it");
@@ -74,7 +74,7 @@ void FinishDirectory(const std::string& path, std::optional<gid_t> group) {
 }
 
 void CreateDirectory(const std::string& path) {
-  // Before: it can take long, and others cannot enter the new directory until it is finished.
+  // Before mkdir(), since it can take long and others cannot enter the unfinished directory.
   const std::optional<gid_t> group = GroupToGive(path);
   if (mkdir(path.c_str(), kUnfinishedMode) != 0) {
     if (errno == EEXIST) return;  // another process was faster
@@ -83,12 +83,12 @@ void CreateDirectory(const std::string& path) {
   try {
     FinishDirectory(path, group);
   } catch (...) {
-    rmdir(path.c_str());  // nobody would ever finish it
+    rmdir(path.c_str());  // otherwise it would stay unfinished
     throw;
   }
 }
 
-// Returns the path, so that the directory is there before the descriptor's initialiser opens it.
+// Returns the path, for use in the initialiser of the descriptor that opens the directory.
 const std::string& EnsureExists(const std::string& path) {
   struct stat status;
   if (stat(path.c_str(), &status) != 0) {
@@ -158,7 +158,7 @@ void Directory::Adopt(const FileDescriptor& file, mode_t mode, const std::string
   const auto isTheirs = [&](const struct stat& own) {
     return own.st_uid == status_.st_uid && own.st_gid == status_.st_gid;
   };
-  // Without CAP_CHOWN root may not, and need not where the file has them already.
+  // Root without CAP_CHOWN fails, which is harmless if the file has this owner and group already.
   if (geteuid() == 0 && fchown(file.get(), status_.st_uid, status_.st_gid) != 0) {
     const int error = errno;
     if (error != EPERM || !isTheirs(StatOf(file, path)))
@@ -171,8 +171,8 @@ void Directory::Sync() const {
   FlushDirectory(descriptor_, path_);
 }
 
-// The directory is opened and read by hand: opendir() has a descriptor of its own, which a child
-// that is forked meanwhile would keep.
+// Uses getdents64() directly, because a child forked meanwhile would inherit opendir()'s
+// descriptor.
 int ForEachName(const Directory& directory, const std::function<void(const char*)>& visit) {
   const FileDescriptor entries(directory.get(), ".", O_RDONLY | O_DIRECTORY);
   if (!entries) return errno;

@@ -53,7 +53,7 @@ void RaiseSystemError(int error, const std::string& path, const char* action) {
   throw Error(KindOf(error), path + ": cannot " + action, error, reason);
 }
 
-// std::system_error puts the code's text behind its own.
+// std::system_error appends the text of its code.
 void RaiseToTools(const Error& error) {
   if (error.systemError() != 0) {
     throw std::system_error(error.systemError(), std::generic_category(), error.context());

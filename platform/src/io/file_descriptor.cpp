@@ -24,13 +24,13 @@ extern "C" [[gnu::weak]] void __lsan_ignore_object(const void* object);  // NOLI
 namespace HostPlatform::Io {
 namespace {
 
-constexpr int kFreeSlot = 0;  // no descriptor of ours has the number
+constexpr int kFreeSlot = 0;  // never the number of a listed descriptor
 constexpr int kNoFile = -1;
 constexpr std::size_t kSlots = 64;
 constexpr int kAttempts = 5;
 constexpr struct timespec kLeasePause = {0, 1'000'000};
 
-// More are added where threads have more files open at one time; those stay.
+// A list that grows with the number of simultaneously open files and never shrinks.
 struct SlotBlock {
   std::atomic<int> slots[kSlots] = {};
   std::atomic<SlotBlock*> next{nullptr};
@@ -71,9 +71,9 @@ bool IsClosed(int fd) {
   return fcntl(fd, F_GETFD) < 0;
 }
 
-// Takes those of the numbers 0 to 2 that are free, for its lifetime, with descriptors that can be
-// neither read nor written. A file that was opened there and moved up afterwards would be open to
-// another thread's stray output for a moment, and a moment is enough.
+// Occupies the free numbers among 0 to 2 during its lifetime, by O_PATH descriptors that can be
+// neither read nor written. Otherwise a file could get such a number for a moment, before it is
+// moved up, and stray output of another thread could reach it.
 class StandardStreamsHolder {
  public:
   StandardStreamsHolder() {
@@ -94,7 +94,7 @@ class StandardStreamsHolder {
   int held_[STDERR_FILENO + 1] = {-1, -1, -1};
 };
 
-// The same file above the standard streams; -1 when there is no room.
+// Duplicates the descriptor above 2 and closes it; -1 if no number is free.
 int MoveUp(int fd) {
   const int above = fcntl(fd, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
   const ErrnoKeeper keeper;
@@ -106,12 +106,12 @@ int Open(int directory, const char* path, int flags, mode_t mode) {
   const std::lock_guard lock(OpeningMutex());
   const StandardStreamsHolder holder;
   const int fd = RetryInterrupted([&] { return openat(directory, path, flags | O_CLOEXEC, mode); });
-  // Where the number could not be held, or another thread has closed it just now.
+  // A number below 3 remains possible if another thread closed it just now.
   return fd >= 0 && fd <= STDERR_FILENO ? MoveUp(fd) : fd;
 }
 
-// The lease of a file server, which the system asks back of it at each attempt: with O_NONBLOCK an
-// opening does not wait for that.
+// Retries while a file server holds a lease. Each attempt makes the kernel recall the lease; with
+// O_NONBLOCK open() does not wait for it.
 int OpenBehindLease(int directory, const char* path, int flags, mode_t mode) {
   using Clock = std::chrono::steady_clock;
   int fd = Open(directory, path, flags, mode);
@@ -147,7 +147,7 @@ FileDescriptor::~FileDescriptor() {
 int FileDescriptor::Close() {
   const int fd = slot_ == nullptr ? kNoFile : slot_->exchange(kNoFile);
   if (fd < 0) return 0;
-  const int result = close(fd);  // never repeated: the descriptor is gone whatever it says
+  const int result = close(fd);  // not repeated: the descriptor is released even on failure
   return result == 0 || errno == EINTR ? 0 : errno;
 }
 
@@ -186,7 +186,7 @@ void WriteAll(const FileDescriptor& file, std::string_view bytes, const std::str
     const ssize_t written =
         RetryInterrupted([&] { return write(file.get(), bytes.data(), bytes.size()); });
     if (written < 0) RaiseSystemError(errno, path, "write");
-    if (written == 0) RaiseSystemError(EIO, path, "write");  // never to loop for nothing
+    if (written == 0) RaiseSystemError(EIO, path, "write");  // avoids an endless loop
     bytes.remove_prefix(static_cast<std::size_t>(written));
     position += static_cast<std::uint64_t>(written);
   }
@@ -194,7 +194,7 @@ void WriteAll(const FileDescriptor& file, std::string_view bytes, const std::str
 
 void StartFlush(const FileDescriptor& file) {
   const ErrnoKeeper keeper;
-  sync_file_range(file.get(), 0, 0, SYNC_FILE_RANGE_WRITE);  // 0 bytes: up to the end
+  sync_file_range(file.get(), 0, 0, SYNC_FILE_RANGE_WRITE);  // size 0: to the end
 }
 
 void ReadAt(const FileDescriptor& file, std::size_t offset, char* bytes, std::size_t size,

@@ -29,7 +29,7 @@ constexpr off_t kDataByte = 1;
 constexpr off_t kBothBytes = 2;
 constexpr std::size_t kHolderSize = 128;
 
-// Most holders are done before a sleep would end: who waits only yields at first.
+// Yields before the first sleep, because most holders release the lock sooner than a sleep ends.
 constexpr int kYields = 500;
 constexpr auto kFirstPause = std::chrono::microseconds(20);
 constexpr auto kLongestPause = std::chrono::microseconds(2000);
@@ -108,15 +108,14 @@ void FileLock::Create(const Directory& directory) {
     try {
       directory.Adopt(*file_, kLockFileMode, path_);
     } catch (...) {
-      // As root's it would lock the directory's owner out. Who waits for it notices that it is
-      // gone.
+      // A lock file of root's would lock the directory's owner out. Waiters notice the removal.
       if (SetLock(file_->get(), F_WRLCK, kDataByte) == 0) {
         unlinkat(directory.get(), name_.c_str(), 0);
         Unlock();
       }
       throw;
     }
-    // A child may have a copy of it that it does not know.
+    // A forked child may hold an unlisted copy of the descriptor.
     if (watch.SawFork() && !OpenExisting(directory.get()))
       RaiseSystemError(errno, path_, "open the lock file for writing");
   } else if (errno != EEXIST || !OpenExisting(directory.get())) {  // another writer was faster
@@ -124,8 +123,8 @@ void FileLock::Create(const Directory& directory) {
   }
 }
 
-// A writer was killed between the file's making and the end of it: the umask has left its owner
-// nothing. True when it is open now.
+// Completes the mode of a lock file whose writer was killed before chmod(), with a umask that left
+// no permission. True if the file is open now.
 bool FileLock::MakeAccessible(const Directory& directory) {
   const FileDescriptor file(directory.get(), name_.c_str(), O_PATH | O_NOFOLLOW);
   struct stat status;
@@ -139,15 +138,14 @@ bool FileLock::MakeAccessible(const Directory& directory) {
   return false;
 }
 
-// The same between the making and the change of the owner, which would be kept out for good.
+// Completes the owner of a lock file whose writer was killed before chown().
 void FileLock::Finish(const Directory& directory) const {
   const struct stat& parent = directory.status();
   if (geteuid() != 0 || parent.st_uid == 0) return;
   if (StatOf(*file_, path_).st_uid == 0) directory.Adopt(*file_, kLockFileMode, path_);
 }
 
-// False when the file that was locked is not the one of that name any more: somebody removed or
-// replaced it, and a lock on it excludes nobody.
+// False if the locked file was removed or replaced meanwhile, so that its lock excludes nobody.
 bool FileLock::Lock(int directory, Clock::time_point giveUp, std::chrono::milliseconds deadline) {
   const struct stat held = StatOf(*file_, path_);
   CheckLockFile(held);
@@ -177,8 +175,8 @@ void FileLock::TakeTurn(Clock::time_point giveUp, std::chrono::milliseconds dead
   SetLock(file_->get(), F_UNLCK, kGateByte);
 }
 
-// Said, and not just done by closing: a copy of the descriptor that a vfork() or a raw clone() made
-// would otherwise keep what is locked.
+// Explicit, because a copy of the descriptor made by vfork() or clone() would keep the lock beyond
+// close().
 void FileLock::Unlock() const {
   SetLock(file_->get(), F_UNLCK, kGateByte, kBothBytes);
 }
@@ -195,8 +193,8 @@ void FileLock::CheckLockFile(const struct stat& status) const {
   struct stat parent;
   const std::string directory = path_.substr(0, path_.rfind('/'));
   const bool isOfTheOwner = stat(directory.c_str(), &parent) == 0 && status.st_uid == parent.st_uid;
-  // A backup by hard links gives it a second name. Nobody but the directory's owner can have put
-  // it there as a name of another file, and of none but his own.
+  // A backup by hard links adds a second name. If only the directory's owner may write there, the
+  // name cannot belong to a file of somebody else.
   const bool mayHaveNames = isOfTheOwner && (parent.st_mode & (S_IWGRP | S_IWOTH)) == 0;
   if (S_ISREG(status.st_mode) && (status.st_nlink <= 1 || mayHaveNames) &&
       (isOfUs || isOfTheOwner)) {
@@ -233,8 +231,8 @@ void FileLock::Wait(off_t byte, Clock::time_point giveUp, std::chrono::milliseco
   }
 }
 
-// Who holds the lock is told to those who wait for it; the lock itself does not depend on it, so
-// that a disk without room for the text is no obstacle. Mostly it is there already, from before.
+// Writes the holder's name for the messages of waiters, unless it is there already. Best effort: a
+// full disk must not prevent locking.
 void FileLock::WriteHolder() {
   char text[kHolderSize] = {};
   char present[kHolderSize] = {};

@@ -29,8 +29,8 @@ std::string TemporaryPrefix(const char* name) {
   return std::string(".").append(name).append(".new-");
 }
 
-// Without random numbers the process's own does: nobody else writes while the lock is held, and a
-// name that is taken is passed over.
+// Falls back to the process number if getrandom() fails: the lock excludes other writers, and names
+// in use are skipped.
 std::string MakeTemporaryName(const char* name, int attempt) {
   std::uint64_t random = 0;
   if (getrandom(&random, sizeof random, GRND_NONBLOCK) != sizeof random) {
@@ -52,14 +52,14 @@ bool IsTemporaryOf(const char* name, const char* candidate) {
   RaiseSystemError(errno, path, "carry over the extended attributes");
 }
 
-// The file system has none, or the process has no right to this one (a security label, say), which
-// is set by the system's own policy then.
+// True if the file system has no attributes, or if the process may not set this one (a security
+// label, for example), which the system's policy sets then.
 bool IsNoneOfOurs(int error) {
   return error == ENOTSUP || error == EPERM || error == EACCES;
 }
 
-// A new file inherits the directory's default access list. Where a filter of system calls refuses
-// the removal, it does no harm but where there is a list.
+// Removes the access list inherited from the directory. A removal refused by a filter of system
+// calls is an error only if there is a list.
 void RemoveAccessList(int file, const std::string& path) {
   if (fremovexattr(file, kAccessList) == 0 || errno == ENODATA || errno == ENOTSUP) return;
   const int error = errno;
@@ -67,7 +67,7 @@ void RemoveAccessList(int file, const std::string& path) {
   RaiseSystemError(error, path, "leave out the access list of the directory");
 }
 
-// False when it is none of ours.
+// False if the attribute is not the platform's to set.
 bool CopyAttribute(int from, int to, const char* attribute, const std::string& path) {
   const auto value = std::make_unique_for_overwrite<char[]>(XATTR_SIZE_MAX);
   const ssize_t size = fgetxattr(from, attribute, value.get(), XATTR_SIZE_MAX);
@@ -81,7 +81,7 @@ bool CopyAttribute(int from, int to, const char* attribute, const std::string& p
   return false;
 }
 
-// False when the access list could not be copied.
+// False if the access list could not be copied.
 bool CopyAttributes(int from, int to, const std::string& path) {
   const ssize_t size = flistxattr(from, nullptr, 0);
   if (size == 0 || (size < 0 && IsNoneOfOurs(errno))) return true;
@@ -103,7 +103,7 @@ bool CopyAttributes(int from, int to, const std::string& path) {
 
 FileReplacement::FileReplacement(const Directory& directory, const char* name, mode_t mode)
     : directory_(directory), name_(name), mode_(mode), path_(directory.PathOf(name)) {
-  SweepStale();  // first: those that are left over keep their space and their names
+  SweepStale();  // before the new one, for which it frees space and names
   for (int attempt = 0; !file_; ++attempt) {
     temporaryName_ = MakeTemporaryName(name, attempt);
     file_.emplace(directory.get(), temporaryName_.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW,
@@ -119,11 +119,11 @@ FileReplacement::FileReplacement(const Directory& directory, const char* name, m
 
 FileReplacement::~FileReplacement() {
   const ErrnoKeeper keeper;
-  // In a forked child the temporary is the parent's, and the descriptor is closed already.
+  // In a forked child the descriptor is closed, and the temporary belongs to the parent.
   if (!committed_ && file_ && *file_) unlinkat(directory_.get(), temporaryName_.c_str(), 0);
 }
 
-// Names that cannot be listed are left: what is left over does no harm but for its size.
+// Best effort: a remaining temporary only costs space.
 void FileReplacement::SweepStale() const {
   ForEachName(directory_, [this](const char* name) {
     if (IsTemporaryOf(name_, name)) unlinkat(directory_.get(), name, 0);
@@ -139,16 +139,17 @@ void FileReplacement::CarryOverAttributes() {
   }
   const struct stat status = StatOf(old, path_);
   RemoveAccessList(file_->get(), path_);
-  // Only root can give a file away: the directory's owner keeps what root made before, in a group
-  // that it is in or else in the directory's.
+  // Only root can give a file away. The directory's owner takes over a file that root made, in a
+  // group of which it is a member, otherwise in the directory's group.
   const bool isRoot = geteuid() == 0;
   const uid_t owner = isRoot ? status.st_uid : static_cast<uid_t>(-1);
   if (fchown(file_->get(), owner, status.st_gid) != 0 &&
       (errno != EPERM || (isRoot && !HasOwnerOf(status)))) {
     RaiseSystemError(errno, path_, "carry over the owner");
   }
-  // With an access list the group's bits of the mode are the list's mask, and open nothing to the
-  // group by themselves: so they are set behind the list, and left out where it could not be kept.
+  // With an access list the group bits of the mode are the list's mask. They are set after the
+  // list, and omitted if the list could not be copied, since they would give the group permissions
+  // then.
   const bool keepsList = CopyAttributes(old.get(), file_->get(), path_);
   const mode_t kept = keepsList ? 0777 : 0707;
   if (fchmod(file_->get(), status.st_mode & kept) != 0) {
@@ -156,7 +157,7 @@ void FileReplacement::CarryOverAttributes() {
   }
 }
 
-// Root without the right to give files away (CAP_CHOWN) would keep the file from its owner.
+// False for root without CAP_CHOWN, who would take the file away from its owner.
 bool FileReplacement::HasOwnerOf(const struct stat& status) const {
   const struct stat own = StatOf(*file_, path_);
   return own.st_uid == status.st_uid && own.st_gid == status.st_gid;
@@ -164,7 +165,7 @@ bool FileReplacement::HasOwnerOf(const struct stat& status) const {
 
 void FileReplacement::Flush() {
   CarryOverAttributes();
-  // Never repeated after a failure: a second fsync() reports success for pages that were lost.
+  // Not repeated after a failure: a second fsync() reports success for lost pages.
   if (RetryInterrupted([&] { return fsync(file_->get()); }) != 0) {
     RaiseSystemError(errno, path_, "flush the new content");
   }

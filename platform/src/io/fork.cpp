@@ -19,7 +19,7 @@ namespace {
 
 enum State : unsigned { kForked, kRebuilding, kCurrent };
 
-// A page of zeros that nothing else lies in.
+// Fills a page of its own, which the kernel replaces by zeros in a child.
 struct alignas(kPageSize) WipedPage {
   std::atomic<unsigned> state{kForked};
   unsigned char rest[kPageSize - sizeof(std::atomic<unsigned>)] = {};
@@ -50,15 +50,15 @@ void AfterForkInParent() {
   ++forksEnded;
 }
 
-// The state is written too: a system that does not know how to wipe has left it as it was.
+// Resets the state too, for systems without MADV_WIPEONFORK.
 void AfterForkInChild() {
   const CallScope scope;
   FileDescriptor::CloseAllInChild();
   wiped.state.store(kForked);
 }
 
-// Whoever holds it is not in this process, or is a call of this thread that a signal interrupted
-// and that unlocks it once more, which does no harm.
+// A locked mutex belongs to a thread of the parent, or to a call of this thread that a signal
+// handler interrupted; the latter unlocks it a second time, which is harmless.
 void MakeAnewIfHeld(std::mutex* mutex) {
   if (mutex->try_lock()) {
     mutex->unlock();
@@ -90,7 +90,7 @@ void Rebuild() {
 void RegisterForkHandlers() {
   FollowFork();
   pthread_atfork(&BeforeFork, &AfterForkInParent, &AfterForkInChild);
-  // Systems before Linux 4.14 refuse it: there children of _Fork() and clone() must not call.
+  // Fails before Linux 4.14, where children of _Fork() and clone() must not call the platform.
   madvise(&wiped, sizeof wiped, MADV_WIPEONFORK);
 }
 

@@ -21,8 +21,8 @@ namespace HostPlatform {
 namespace Io {
 namespace {
 
-// Room for a name behind a directory of any length: a path that is too long is then refused by the
-// system with its own error instead of being cut short here.
+// Room for a name after the longest directory, so that the system refuses a path that is too long,
+// instead of a truncated one.
 constexpr std::size_t kRoom = PATH_MAX + 64;
 
 constinit char hostDirectory[kRoom] = {};
@@ -34,7 +34,7 @@ constinit char configFileLock[kRoom + 32] = {};
 constinit char features[kRoom + 32] = {};
 
 void SetPaths(const char* directory) {
-  // A relative path means the directory it named at this moment, also after a chdir().
+  // Made absolute now, since the process may call chdir() later.
   char here[PATH_MAX] = "";
   const bool relative = directory[0] != '/' && getcwd(here, sizeof here) != nullptr;
   std::snprintf(hostDirectory, sizeof hostDirectory, "%s%s%s", here, relative ? "/" : "",
