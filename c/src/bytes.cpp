@@ -11,7 +11,7 @@
 namespace QuorC {
 namespace {
 
-// What a string of libstdc++ asks for: its capacity and the NUL. `reserved` is the capacity.
+// Allocator of std::string, which allocates its capacity and the NUL. `reserved` is the capacity.
 using Allocator = std::allocator<char>;
 
 bool IsWithin(const char* data, const unsigned char* object, std::size_t size) {
@@ -29,7 +29,7 @@ quor_bytes Release(std::string&& text) {
   if (!IsWithin(kept->data(), place, sizeof place)) {
     return quor_bytes{kept->data(), kept->size(), kept->capacity()};
   }
-  // A short one lies within the string itself, which ends here.
+  // A short string is stored inside the object and must be copied.
   char* const copy = Allocator().allocate(kept->size() + 1);
   std::memcpy(copy, kept->data(), kept->size() + 1);
   return quor_bytes{copy, kept->size(), kept->size()};

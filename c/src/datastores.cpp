@@ -20,7 +20,7 @@ struct quor_datastores {
 
 namespace {
 
-// A quor_datastore is a QuorDatastoreInfo in a list, under a name that C can say.
+// quor_datastore is the opaque C name of a QuorDatastoreInfo in a list.
 const QuorDatastoreInfo& RecordOf(const quor_datastore* datastore) {
   return *reinterpret_cast<const QuorDatastoreInfo*>(datastore);
 }

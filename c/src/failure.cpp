@@ -20,7 +20,7 @@ struct quor_error {
 namespace QuorC {
 namespace {
 
-// Stands for every lack of memory; its address is all that is used of it.
+// Its address is the error object of every lack of memory.
 constinit char noMemory = 0;
 
 quor_error* NoMemory() {
@@ -54,11 +54,11 @@ quor_status FailCurrentException(quor_error** error) noexcept {
     throw;
   } catch (const std::bad_alloc&) {
     return FailForMemory(error);
-  } catch (const std::length_error&) {  // a length that no memory could hold
+  } catch (const std::length_error&) {  // a length beyond the address space
     return FailForMemory(error);
   } catch (const std::invalid_argument& misuse) {
     return Fail(QUOR_USAGE, misuse.what(), "", error);
-  } catch (const std::system_error& refusal) {  // of this library: libquor raises none
+  } catch (const std::system_error& refusal) {  // raised by this library; libquor raises none
     return Fail(QUOR_SYSTEM, refusal.what(), "", error);
   } catch (const std::exception& failure) {
     try {

@@ -17,7 +17,7 @@ struct Reason {
   quor_status kind;
 };
 
-// Found anywhere behind the name of the file; the first one counts.
+// Searched after the name of the file; the first match counts.
 constexpr Reason kReasons[] = {
     {"still locked after ", QUOR_BUSY},
     {"since the lock file was removed", QUOR_BUSY},
@@ -38,7 +38,7 @@ constexpr Reason kReasons[] = {
     {"Unable to Encode string", QUOR_NO_MEMORY},
 };
 
-// What the system says of a refused call, in the language of the process.
+// The system's text for an errno value, in the language of the process.
 struct SystemReason {
   int error;
   quor_status kind;
@@ -48,7 +48,7 @@ constexpr SystemReason kSystemReasons[] = {
     {ENOSPC, QUOR_NO_SPACE},   {EDQUOT, QUOR_NO_SPACE},  {EFBIG, QUOR_NO_SPACE},
 };
 
-// A value that has another type than the library's: "value "policy_id" is not a string".
+// A value of another type than the library's: "value "policy_id" is not a string".
 bool IsWrongType(std::string_view message) {
   return message.starts_with("value \"") && message.find("\" is not a") != message.npos;
 }

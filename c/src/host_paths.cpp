@@ -17,7 +17,7 @@ constexpr char kDefault[] = "/var/lib/quor";
 
 constinit char hostDirectory[2 * PATH_MAX] = {};
 
-// Once: the platform too reads it at load, and does not follow later changes.
+// At load time, like the platform, which ignores later changes too.
 [[gnu::constructor]] void ReadEnvironment() {
   const int before = errno;
   const char* directory = secure_getenv("QUOR_HOST_DIR");

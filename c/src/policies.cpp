@@ -20,7 +20,7 @@ struct quor_policies {
 
 namespace {
 
-// A quor_policy is a QuorPolicyInfo in a list, under a name that C can say.
+// quor_policy is the opaque C name of a QuorPolicyInfo in a list.
 const QuorPolicyInfo& RecordOf(const quor_policy* policy) {
   return *reinterpret_cast<const QuorPolicyInfo*>(policy);
 }

@@ -9,10 +9,10 @@
 
 namespace {
 
-// What a token holds.
+// Contents of a token.
 struct Content {
   QuorC::HostStamp stamp;
-  std::int64_t onlyOnce;  // of a young stamp: makes the token differ from all others
+  std::int64_t onlyOnce;  // unique number for a young stamp, else 0
 };
 static_assert(sizeof(Content) <= sizeof(quor_revision));
 

@@ -42,7 +42,7 @@ bool IsYoung(const HostStamp& stamp) {
   timespec now;
   clock_gettime(CLOCK_REALTIME, &now);
   return std::any_of(stamp.places.begin(), stamp.places.end(), [&](const Stamp& place) {
-    // A file system without fractions of a second ticks once in one or two.
+    // A file system without fractions of a second has a resolution of one or two seconds.
     const std::int64_t tick = place.changed % kSecond == 0 ? 2 * kSecond : kYoung;
     return Nanoseconds(now) - place.changed < tick;
   });

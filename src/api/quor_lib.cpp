@@ -9,7 +9,7 @@
 namespace TavQuor {
 namespace {
 
-// The storage namespace of the two lookups that need no datastore.
+// The storage namespace of the lookups without a datastore.
 const LastingString kRilkNamespace("RILK");
 
 }  // namespace

@@ -12,7 +12,7 @@ namespace {
 
 void Init() {}
 
-// Two locks, one after the other: others may come in between and find no policies but datastores.
+// Two sessions: other processes may read in between and find datastores without policies.
 void Reset() {
   ClearPolicies();
   ClearDatastores();

@@ -22,14 +22,14 @@ bool ReadDatastore(const ConfigBranch& instance, QuorDatastoreInfo* datastore) {
          instance.GetValue(kDefaultPolicyId, &datastore->defaultPolicyId);
 }
 
-// How an instance's URL is read: once for one of the lookups, twice for the other.
+// Reader of an instance's URL; one lookup reads it once, the other twice.
 using ReadUrl = bool (*)(const ConfigBranch& instance, std::string* url);
 
 bool ReadUrlOnce(const ConfigBranch& instance, std::string* url) {
   return instance.GetValue(kUrl, url);
 }
 
-// Callers of the file library see two reads of each URL, and the second one counts.
+// Reads the URL twice and uses the second value, as the file library's users observe.
 bool ReadUrlTwice(const ConfigBranch& instance, std::string* url) {
   instance.GetValue(kUrl, url);
   return instance.GetValue(kUrl, url);
@@ -83,7 +83,7 @@ std::vector<QuorDatastoreInfo> ListDatastoreInfo() {
       QuorDatastoreInfo datastore;
       if (ReadDatastore(*instance, &datastore)) datastores.push_back(std::move(datastore));
     } catch (const ConfigFileException&) {
-      // One record that cannot be read does not hide the others.
+      // An unreadable record is skipped.
     }
   }
   return datastores;

@@ -32,7 +32,7 @@ void WritePolicy(ConfigBranch& instance, const QuorPolicyInfo& policy) {
   }
 }
 
-// False when one of the policy's own values is absent. A blob entry that lacks a value is left out.
+// False if a value of the policy is absent. Blob entries without one of their values are skipped.
 bool ReadPolicy(ConfigBranch& instance, QuorPolicyInfo* policy) {
   int generationNumber = 0;
   if (!instance.GetValue(kName, &policy->name) ||
@@ -110,7 +110,7 @@ std::vector<QuorPolicyInfo> ListPolicyInfo() {
       QuorPolicyInfo policy;
       if (ReadPolicy(*instance, &policy)) policies.push_back(std::move(policy));
     } catch (const ConfigFileException&) {
-      // One record that cannot be read does not hide the others.
+      // An unreadable record is skipped.
     }
   }
   return policies;

@@ -13,8 +13,8 @@ namespace {
 
 void Init() {}
 
-// Empties both sets in one transaction. A refused deletion does not keep the other from being
-// made nor the commit from being tried.
+// Deletes both sets in one transaction. A refused deletion prevents neither the other deletion nor
+// the commit.
 void Reset() {
   ReplaceInTransaction([](const StorePtr& store) {
     ClearPolicyObjects(store, /*ignoreStoreErrors=*/true);

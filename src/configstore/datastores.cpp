@@ -58,7 +58,7 @@ std::vector<QuorDatastoreInfo> ListDatastoreInfo() {
     try {
       datastores.push_back(ReadDatastore(*object));
     } catch (const ConfigStoreException&) {
-      // One record that cannot be read does not hide the others.
+      // An unreadable record is skipped.
     }
   }
   return datastores;

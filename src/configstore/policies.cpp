@@ -33,8 +33,8 @@ void WritePolicy(const StorePtr& store, const QuorPolicyInfo& policy) {
   store->SetObject(object, /*writeMode=*/0);
 }
 
-// `generationNumber` is the caller's and outlives one policy: where a policy holds none, it keeps
-// the number of the policy read before, and callers rely on that.
+// `generationNumber` is shared by all policies of a listing: a policy without the value gets that
+// of the policy before it. Callers rely on that.
 QuorPolicyInfo ReadPolicy(const ConfigStoreObject& object, long long* generationNumber) {
   QuorPolicyInfo policy;
   object.GetValue(kName, &policy.name);
@@ -84,7 +84,7 @@ std::vector<QuorPolicyInfo> ListPolicyInfo() {
     try {
       policies.push_back(ReadPolicy(*object, &generationNumber));
     } catch (const ConfigStoreException&) {
-      // One record that cannot be read does not hide the others.
+      // An unreadable record is skipped.
     }
   }
   return policies;

@@ -15,7 +15,7 @@ namespace TavQuor::ConfigStoreBackend {
 
 using TavConfigStore::ConfigStoreObject;
 
-// A host's own platform need not have the search, nor its header.
+// A host's own platform may lack the search and its header.
 std::shared_ptr<ConfigStoreObject> FindPolicyById(const StorePtr& store,
                                                   const std::string& policyId) {
 #ifdef QUOR_PLATFORM_MAY_SEARCH

@@ -36,7 +36,7 @@ void ReplaceInTransaction(const std::function<void(const StorePtr&)>& change) {
     try {
       store->RollbackTransaction();
     } catch (...) {
-      // The transaction ends with its handle, and the first failure is the one to tell.
+      // Dropped, to report the first failure. The transaction ends with its handle.
     }
     throw ConfigStoreException(failure);
   }

@@ -17,7 +17,7 @@ namespace {
 
 constexpr std::size_t kDigestSize = 32;
 
-// noexcept: the formatters are relied upon; nothing could be cleaned up around them.
+// noexcept: a failure of the formatters ends the process.
 std::string PolicyHead(const QuorPolicyInfo& policy) noexcept {
   return Brisk::Misc::StrPrintf("%s%s%s%" PRId64, policy.name.c_str(), policy.policyId.c_str(),
                                 policy.description.c_str(), policy.generationNumber);
@@ -28,7 +28,7 @@ std::string DatastoreText(const QuorDatastoreInfo& datastore) noexcept {
                              datastore.defaultPolicyId);
 }
 
-// A record and how its key begins, as a number that orders like the bytes.
+// A record's index and the prefix of its sort key, as an integer with the order of the bytes.
 template <typename Record>
 struct Place {
   std::uint64_t start;
@@ -42,9 +42,8 @@ std::uint64_t StartOf(const std::string& key) {
   return start;
 }
 
-// The records in order, without moving them and mostly without looking at them: the sort compares
-// and exchanges their places just as it would the records, so that those which tie come out as if
-// they had been sorted themselves.
+// Sorts indexes by key prefix instead of moving records. The comparisons and exchanges are those of
+// a sort of the records themselves, so that equal keys end up in the same order.
 template <typename Record>
 void Sort(const std::vector<Record>& records, std::vector<Place<Record>>* sorted) {
   sorted->clear();
@@ -56,7 +55,7 @@ void Sort(const std::vector<Record>& records, std::vector<Place<Record>>* sorted
   });
 }
 
-// The text of one policy after the other, in the same memory.
+// Builds the text of each policy in a reused buffer.
 class PolicyText {
  public:
   const std::string& Of(const QuorPolicyInfo& policy) {

@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// The descriptor that is handed out is an epoll instance: what is behind it, inotify, a timer or
-// both, can change without the caller's event loop having to know.
+// The caller's descriptor is an epoll instance, so that its sources (inotify, a timer or both) can
+// change without the caller's event loop noticing.
 #include <sys/epoll.h>
 #include <sys/timerfd.h>
 #include <sys/vfs.h>
@@ -24,11 +24,11 @@ namespace {
 
 constexpr time_t kPeriod = 1;  // seconds
 
-// libquor looks for another file of switches every tenth of a second, and obeys it from the next
-// call on: a caller that looks at each of these wake-ups has seen it.
+// libquor checks the file of switches every 100 ms and obeys a new one from the next call on. A
+// caller that calls at each of these wake-ups has seen it.
 constexpr int kLooksAtSwitches = 2;
 
-// Other hosts change these without a notice to this one.
+// File systems that other hosts change without notifying this one.
 const char* NameOfSharedFileSystem(const std::string& path) {
   struct Kind {
     std::uint32_t magic;
@@ -57,7 +57,7 @@ struct quor_changes {
   unsigned Digests();
 
   std::string directory;
-  std::string fallback;  // why the timer runs; empty when it does not
+  std::string fallback;  // reason of the timer; empty without one
   QuorC::Descriptor epoll;
 
  private:
@@ -73,10 +73,10 @@ struct quor_changes {
   pid_t owner = getpid();
   bool watched = false;  // inotify is in the epoll instance
   bool timerRuns = false;
-  bool settling = false;    // the timer runs until nothing changes by hand any more
-  int looksAtSwitches = 0;  // that are still to be asked for
-  unsigned missed = 0;      // by a look that failed
-  unsigned unsure = 0;      // of a young stamp: may have changed again without a trace
+  bool settling = false;    // the timer runs until changes by hand have ended
+  int looksAtSwitches = 0;  // remaining wake-ups for the switches
+  unsigned missed = 0;      // kinds lost by a failed check
+  unsigned unsure = 0;      // kinds with a young stamp: a later change might not show
   bool hasDigests = false;
   std::pair<std::string, std::string> digests;
 };
@@ -106,7 +106,7 @@ unsigned BitOf(Place place) {
 void quor_changes::Open() {
   epoll = QuorC::Descriptor(epoll_create1(EPOLL_CLOEXEC));
   if (!epoll) RaiseSystem("cannot make a descriptor of changes");
-  // Made now, for what goes wrong later: when nothing else works the timer does.
+  // Created in advance as the fallback of last resort.
   timer = QuorC::Descriptor(timerfd_create(CLOCK_MONOTONIC, TFD_NONBLOCK | TFD_CLOEXEC));
   if (!timer) RaiseSystem("cannot make a timer");
   Add(timer.get());
@@ -143,7 +143,7 @@ void quor_changes::RunTimer(bool runs) {
   timerRuns = runs;
 }
 
-// What differs from the last look, by the files' stamps.
+// Kinds whose files' stamps differ from the last check.
 unsigned quor_changes::Compare() {
   const QuorC::HostStamp now = QuorC::StampOfHost(directory);
   unsigned changed = 0;
@@ -157,15 +157,14 @@ unsigned quor_changes::Compare() {
 
 unsigned quor_changes::Read() {
   if (getpid() != owner) {
-    // What it took from the queue that both share would be missing to the other process.
+    // The queue is shared with the parent, which would miss the events read here.
     throw std::invalid_argument(
         "these changes are another process's, which forked; open some here");
   }
   try {
     return Look() | std::exchange(missed, 0U);
   } catch (...) {
-    // What the look took from the queue and what it left unwatched is not known: the timer has all
-    // of it looked at anew.
+    // Events may be lost and watches missing: check everything anew by the timer.
     missed = kAll;
     RunTimer(true);
     throw;
@@ -197,8 +196,8 @@ unsigned quor_changes::Look() {
   }
   if (expired) changed |= std::exchange(unsure, 0);
   if (timerRuns && QuorC::IsYoung(stamp)) unsure |= seen;
-  // What is changed by hand is mostly not done with the first change: a restored backup comes file
-  // by file, and a directory is swapped before it is filled.
+  // A change by hand usually has several steps: a restore copies file by file, and a directory may
+  // be swapped before it is filled.
   const bool done = expired && (changed | seen | unsure) == 0;
   settling = byHand || looksAtSwitches > 0 || (settling && !done);
   RunTimer(settling || !fallback.empty());

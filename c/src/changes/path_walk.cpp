@@ -14,7 +14,7 @@ namespace {
 
 constexpr int kMostLinks = 40;  // as the kernel's own limit
 
-// Puts the parts of the path on the stack, so that its first one is on top.
+// Pushes the parts of the path on the stack, the first one on top.
 void Push(const std::string& path, std::vector<std::string>* parts) {
   std::size_t end = path.size();
   while (end > 0) {
@@ -25,7 +25,7 @@ void Push(const std::string& path, std::vector<std::string>* parts) {
   }
 }
 
-// Goes as far as it can; why no further, or 0.
+// Walks as far as possible. Returns the errno value of the obstacle, or 0.
 int Go(const std::string& path, PathWalk* walk) {
   std::vector<std::string> parts;
   Push(path, &parts);

@@ -69,7 +69,7 @@ std::string Watches::Arm() {
       added = added && AddFile(place, paths, &problem);
     }
     if (!added) break;
-    // What was swapped while it was being watched is watched anew.
+    // Starts over if the path changed meanwhile.
     if (WalkAll() == paths) return "";
   }
   Forget();
@@ -83,7 +83,7 @@ Watches::Paths Watches::WalkAll() const {
     PathWalk& walk = paths.files[place];
     walk = Walk(directory_ + '/' + NameOf(place));
     if (walk.steps.empty() || walk.steps.back().kind != PathStep::kEnd) continue;
-    walk.steps.back().inode = 0;  // any commit makes it another one, and is no change of the path
+    walk.steps.back().inode = 0;  // changed by every commit, which is no change of the path
   }
   return paths;
 }
@@ -100,8 +100,8 @@ void Watches::Forget() {
   }
 }
 
-// One that this process may not read cannot be watched, which is no obstacle for a step of the path
-// or for a file: what becomes of their names is seen in the directory.
+// EACCES is ignored for steps of the path and for files, whose names the watch on their directory
+// covers.
 bool Watches::Add(const std::string& path, std::uint32_t mask, Watched watched,
                   std::string* problem) {
   const int number = inotify_add_watch(inotify_.get(), path.c_str(), mask | IN_MASK_ADD);
@@ -129,11 +129,11 @@ bool Watches::AddPath(const PathWalk& walk, std::string* problem) {
     *problem = Problem(directory_, walk.error);
     return false;
   }
-  // A link that leads nowhere waits for its target where the walk has ended.
+  // The target of a dangling link is awaited where the walk ended.
   return Add(walk.last, kSelf | kNewName, {Watched::kPath, kStore, ""}, problem);
 }
 
-// What lies behind the directory: the file alone, or links and directories that lead to it.
+// Watches the rest of the path: the file alone, or links and directories that lead to it.
 bool Watches::AddFile(Place place, const Paths& paths, std::string* problem) {
   if (paths.directory.error != 0) return true;
   const PathWalk& walk = paths.files[place];
@@ -142,21 +142,20 @@ bool Watches::AddFile(Place place, const Paths& paths, std::string* problem) {
     const PathStep& step = walk.steps[i];
     if (step.kind == PathStep::kEnd) {
       if (!Add(step.path, kInPlace, {Watched::kContent, place, ""}, problem)) return false;
-      // Behind a link the file is replaced where the link leads to.
+      // A file behind a link is replaced in the directory of the link's target.
       Watched target = {Watched::kTarget, place, NameIn(step.path)};
       return Add(Parent(step.path), kSelf | IN_MOVED_TO, std::move(target), problem);
     }
     const std::uint32_t mask = step.kind == PathStep::kLink ? kLink : kSelf | IN_DONT_FOLLOW;
     if (!Add(step.path, mask, {Watched::kPath, kStore, ""}, problem)) return false;
   }
-  if (walk.steps.size() == first) return true;  // the directory tells of a file that comes
-  // A link that leads nowhere waits for its target where the walk has ended.
+  if (walk.steps.size() == first) return true;  // the directory's watch reports a new file
+  // The target of a dangling link is awaited where the walk ended.
   return Add(walk.last, kSelf | kNewName, {Watched::kPath, kStore, ""}, problem);
 }
 
-// Returns when no rename in the directory is half told: its events come one by one, the last ones
-// for the file itself, and until then the kernel holds a lock that reading the directory takes,
-// too.
+// Waits until all events of a rename in the directory are queued. They come one by one, those of
+// the file itself last, while the kernel holds a lock that reading the directory takes too.
 void Watches::AwaitRename() const {
   DIR* const directory = opendir(directory_.c_str());
   if (directory == nullptr) return;
@@ -164,8 +163,8 @@ void Watches::AwaitRename() const {
   closedir(directory);
 }
 
-// Watches the file that has the name now. The watch on the one before goes first: the end of a
-// replaced file, whenever its last reader goes, must wake nobody. False when it cannot be watched.
+// Watches the file that has the name now. Removes the former file's watch first, since its
+// deletion, when the last reader closes it, must wake nobody. False if the file cannot be watched.
 bool Watches::Follow(Place place) {
   for (auto at = watched_.begin(); at != watched_.end();) {
     if (at->second.role == Watched::kContent && at->second.place == place) {
@@ -186,7 +185,7 @@ Events Watches::Drain() {
     bool any = false;
     Read(&events, &any);
     if (!any) break;
-    if (events.MovedAny()) AwaitRename();  // so that its last events wake nobody once more
+    if (events.MovedAny()) AwaitRename();  // so that its last events are read too
     for (const Place place : kPlaces) {
       const bool changed = events.moved[place] || events.edited[place];
       if (changed && !Follow(place)) all.structure = true;
@@ -244,15 +243,15 @@ void Watches::Take(int number, std::uint32_t mask, const char* name, Events* eve
   }
 }
 
-// The file of the store that the host's switch selects. While it is not there it may be put there
-// in any way, and not by a commit alone.
+// True if the selected store has no file. Its first file may be made in any way, not only by a
+// commit.
 bool Watches::SelectedIsMissing() const {
   const auto exists = [this](Place place) {
     return access((directory_ + '/' + NameOf(place)).c_str(), F_OK) == 0;
   };
   const Descriptor file(
       open((directory_ + '/' + NameOf(kSwitches)).c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-  char value = 1;  // as without the file
+  char value = 1;  // the default
   if (file && pread(file.get(), &value, 1, kStoreSwitch) != 1) value = 1;
   return !exists(value != 0 ? kStore : kFile);
 }

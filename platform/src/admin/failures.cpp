@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// What a failure of a service means to a tool.
+// Classification of the services' failures, for tools.
 #include "configfile/failure.h"
 #include "platform/admin.h"
 #include "tavconfigstore/exception.h"

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// Another host directory for the whole process.
+// Change of the process's host directory.
 #include "configfile/document.h"
 #include "configstore/snapshot_cache.h"
 #include "features/feature_page.h"

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// Files that a tool keeps beside the host's own.
+// Numbered files of a tool in the host directory.
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -42,7 +42,7 @@ void EnsureFolder(const Io::Directory& host, const std::string& folder) {
     host.Adopt(created, kFolderMode, path);
     host.Sync();
   } catch (...) {
-    unlinkat(host.get(), folder.c_str(), AT_REMOVEDIR);  // nobody would ever finish it
+    unlinkat(host.get(), folder.c_str(), AT_REMOVEDIR);  // otherwise it would stay unfinished
     throw;
   }
 }
@@ -53,7 +53,7 @@ std::uint64_t NumberOf(std::string_view name) {
   return number;
 }
 
-// Of a numbered file: ".NUMBER….new-" and 16 digits, as FileReplacement names them.
+// True for a numbered file's temporary: ".NUMBER….new-" and 16 digits, by FileReplacement.
 bool IsTemporary(std::string_view name) {
   const std::size_t end =
       name.size() - std::min(name.size(), kTemporaryMark.size() + kRandomDigits);
@@ -63,8 +63,8 @@ bool IsTemporary(std::string_view name) {
              std::string_view::npos;
 }
 
-// Takes the highest number of the directory, and removes the temporaries that killed writers left:
-// the lock is held, so nobody is writing them.
+// Returns the highest number in the directory plus one. Removes temporaries of killed writers,
+// which nobody else writes while the lock is held.
 std::uint64_t NextNumber(const Io::Directory& directory) {
   std::uint64_t highest = 0;
   std::string last;
@@ -75,7 +75,7 @@ std::uint64_t NextNumber(const Io::Directory& directory) {
     }
     if (IsTemporary(name)) unlinkat(directory.get(), name, 0);
   });
-  // With a part of the names only, a number would be given twice.
+  // An incomplete listing could lead to a repeated number.
   if (error != 0) Io::RaiseSystemError(error, directory.path(), "list the directory");
   if (highest == std::numeric_limits<std::uint64_t>::max()) {
     throw Io::Error(Io::ErrorKind::kOther,

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// What the two host stores have on disk, for tools.
+// State of the two host stores on disk, for tools.
 #include <grp.h>
 #include <pwd.h>
 #include <sys/stat.h>
@@ -40,10 +40,10 @@ std::string GroupName(gid_t gid) {
   return error == 0 && found != nullptr ? found->gr_name : std::to_string(gid);
 }
 
-// `result` is that of the call that has filled in the status.
+// `result` is the return value of the stat() call.
 void Describe(int result, const struct stat& status, StoredFile* state) {
   if (result != 0) {
-    const int error = errno;  // no reason to say that there is no such file, but for one
+    const int error = errno;  // only ENOENT means that the file is missing
     if (error != ENOENT) {
       state->problem = state->path + ": cannot examine: " + std::generic_category().message(error);
     }

@@ -28,15 +28,16 @@ namespace {
 constexpr std::int64_t kYoung = 100'000'000;  // ns
 constexpr long kPause = 200'000;              // ns, of a tick of 1 to 10 ms
 
-// Readers and writers compare the same clock with the same time of the same file. A step of the
-// clock begins a new tick, so it cannot come between the two.
+// Readers and writers compare the same clock with the same file time. A step of the clock starts a
+// new tick, so both see it or neither does.
 bool IsOldEnough(std::int64_t changed, std::int64_t realTime) {
   return realTime - changed >= kYoung;
 }
 
 }  // namespace
 
-// The clocks are read behind the notice: a reader that did not find it had read them before.
+// Reads the clocks after creating the notice; a reader that did not find the notice has read them
+// before.
 ChangeNotice::ChangeNotice(const HostPlatform::Io::Directory& directory) : directory_(directory) {
   const FileDescriptor notice(directory.get(), kChangeNoticeName,
                               O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, 0600);
@@ -59,7 +60,7 @@ void ChangeNotice::WaitForReaders() const {
   }
 }
 
-// A notice that cannot be taken down costs readers time and nothing else.
+// Best effort: a remaining notice only slows readers down.
 void ChangeNotice::TakeDown() noexcept {
   const ErrnoKeeper keeper;
   if (isUp_) unlinkat(directory_.get(), kChangeNoticeName, 0);

@@ -121,7 +121,7 @@ void WritableObject::SetValue(const char* key, long long value) {
   TavConfigStore::SetValue(key, std::int64_t{value}, &MutableContents().values);
 }
 
-// A fetched object becomes one of its own, sub-objects included, before its first change.
+// Copy on write: copies a fetched object with its sub-objects before its first change.
 void WritableObject::CopyContents() {
   const RecordSource::Record record = (*stored_.source)->Read(stored_.number);
   auto contents = std::make_unique<ObjectContents>(std::string(record.kind), std::string(),

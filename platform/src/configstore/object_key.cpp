@@ -10,8 +10,8 @@
 
 namespace TavConfigStore {
 
-// So short that they hold no memory of their own: what calls read after the destructors of this
-// library ran, in the exit handlers of a program, is still there.
+// Short enough to be stored inside the string, so that exit handlers can still read them after the
+// library's destructors ran.
 const std::string kEmptyString;
 const std::string sGlobalNamespace = "global";
 
@@ -33,7 +33,7 @@ bool TakeWithLength(std::string_view* bytes, std::string_view* text) {
   const auto [stopped, error] = std::from_chars(bytes->data(), end, length);
   if (error != std::errc() || stopped == end || *stopped != ':') return false;
   if (bytes->front() == '0' && stopped != bytes->data() + 1)
-    return false;  // written in one way only
+    return false;  // only the canonical form
   const auto rest = static_cast<std::size_t>(end - stopped) - 1;
   if (length >= rest || stopped[1 + length] != ',') return false;
   *text = std::string_view(stopped + 1, length);

@@ -84,16 +84,16 @@ void Overlay::Set(EncodedRecord encoded) {
   if (found == changes_.end()) found = changes_.emplace(kind, Changes(key_)).first;
   Changes& changes = found->second;
   auto record = std::make_shared<const WrittenRecord>(std::move(encoded));
-  // Whatever cannot be done for lack of memory is tried before anything is changed.
+  // All allocations come before the first change, for the strong exception guarantee.
   if (auto added = changes.addedAt.extract(record->instance())) {
-    added.key() = record->instance();  // it was part of the record that goes
+    added.key() = record->instance();  // the old key refers to the replaced record
     changes.added[added.mapped()] = std::move(record);
     changes.addedAt.insert(std::move(added));
   } else if (const auto number = FindInBase(found->first, record->instance(), &changes)) {
     changes.replaced[*number] = std::move(record);
   } else {
     const std::size_t place = changes.added.size();
-    changes.added.resize(place + 1);  // a null is passed over
+    changes.added.resize(place + 1);  // null entries are skipped
     changes.addedAt.emplace(record->instance(), place);
     changes.added[place] = std::move(record);
   }
@@ -118,7 +118,7 @@ void Overlay::DeleteAll(const std::string& kind) {
   changes_.insert_or_assign(kind, std::move(cleared));
 }
 
-// What is carried over is read many records at once.
+// Prefetches the records to be copied.
 void Overlay::LoadBase(const std::string& kind) const {
   const Changes* const changes = ChangesOf(kind);
   const Snapshot::Kind* const stored = base_ ? base_->FindKind(kind) : nullptr;
@@ -137,7 +137,7 @@ void Overlay::Write(const HostPlatform::Io::FileDescriptor& file, const std::str
       writer.Add(record.instance, record.body);
     }
   };
-  // Kinds stay in their order, new ones come last.
+  // Existing kinds keep their order; new ones follow.
   if (base_) {
     for (const Snapshot::Kind& kind : base_->kinds())
       writeKind(std::string(kind.name));

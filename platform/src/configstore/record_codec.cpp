@@ -33,7 +33,7 @@ inline char* PutLength(std::size_t length, char* at) {
   return HostPlatform::PutInteger(static_cast<std::uint32_t>(length), at);
 }
 
-// Both lengths are checked before there is room, which would be left half filled.
+// Checks both lengths before it adds the value, which would otherwise stay incomplete.
 void AppendValue(char type, std::string_view name, std::string_view data, EncodedValues* values) {
   CheckLength(name.size());
   CheckLength(data.size());
@@ -44,7 +44,7 @@ void AppendValue(char type, std::string_view name, std::string_view data, Encode
   PutBytes(data, PutBytes(name, at));
 }
 
-// Takes the value of that name away, if there is one before the last.
+// Removes an earlier value of that name than the last one.
 void RemoveFormerValue(std::string_view name, EncodedValues* values) {
   BodyReader reader(*values);
   const char* start = reader.rest().data();
@@ -81,7 +81,7 @@ char* PutBody(const ObjectContents& contents, char* at) {
   return at;
 }
 
-// With its key; the body is still to be put.
+// A record with its key; the body is uninitialised.
 EncodedRecord NewRecord(std::string_view kind, std::string_view instance, std::size_t bodySize) {
   EncodedRecord record;
   record.kindSize = kind.size();
@@ -194,7 +194,7 @@ void CheckBody(std::string_view body) {
     BodyReader part(subObject.part);
     CheckValues(&part);
     StoredSubObject nested;
-    if (part.NextSubObject(&nested)) RaiseMalformedBody();  // sub-objects have none of their own
+    if (part.NextSubObject(&nested)) RaiseMalformedBody();  // sub-objects do not nest
     part.CheckEnd();
   }
   reader.CheckEnd();

@@ -29,7 +29,7 @@ using namespace SnapshotFormat;
 
 namespace {
 
-constexpr std::uint32_t kNone = 0xffffffff;  // no file holds as many records
+constexpr std::uint32_t kNone = 0xffffffff;  // more than a file can hold
 constexpr std::uint64_t kSmallestOfAnyFormat = 2048 + kFooterSize;
 
 std::uint32_t LoadLength(const char* bytes) {
@@ -49,7 +49,7 @@ void CheckSize(const std::string& path, const struct stat& status) {
 
 }  // namespace
 
-// One search for a hash: the numbers of all records that have it.
+// Iterates over the records with a given hash in an index.
 class Snapshot::Search {
  public:
   Search(const Snapshot& snapshot, const Index& index, std::uint64_t hash)
@@ -57,7 +57,7 @@ class Snapshot::Search {
     Enter(HomePage(hash, index.homePages));
   }
 
-  // kNone after the last.
+  // The next record's number; kNone after the last.
   std::uint32_t Next() {
     for (;;) {
       const IndexPage page(bytes_);
@@ -139,7 +139,7 @@ void Snapshot::ReadFooter() {
     RaiseCorrupt(path_, "its footer points outside of it");
   }
   const std::uint32_t kindCount = LoadLength(footer + 12);
-  // From here on all is of one copy, which the kinds' names stay in.
+  // One copy of all that follows, which keeps the kinds' names.
   std::string_view end(bytes_.Keep(bytes_.Read(kinds, size - kinds)), CheckedSize(size - kinds));
   if (LoadInteger<std::uint64_t>(end.data() + end.size() - kChecksumSize) !=
       Checksum(end.substr(0, end.size() - kChecksumSize))) {
@@ -206,13 +206,13 @@ void Snapshot::ReadKinds(std::string_view kinds, std::uint32_t kindCount) {
   IndexKinds();
 }
 
-// A kind that stands twice would be written twice at the next commit, with the first one's records.
+// Refuses repeated kinds: the next commit would write the first one's records twice.
 void Snapshot::IndexKinds() {
   for (std::uint32_t i = 0; i < kinds_.size(); ++i)
     kindsByHash_.emplace_back(kinds_[i].hash, i);
   std::sort(kindsByHash_.begin(), kindsByHash_.end());
   for (std::size_t i = 1; i < kindsByHash_.size(); ++i) {
-    // Names whose hashes collide come once in the life of the universe, unless by a forger.
+    // Only a forged file has colliding names of kinds.
     if (kindsByHash_[i - 1].first == kindsByHash_[i].first) {
       RaiseCorrupt(path_, "its list of kinds names a kind twice");
     }
@@ -261,7 +261,7 @@ std::uint32_t Snapshot::Position(std::uint32_t number) const {
                     std::size_t{4} * (number % kPositionsPerPage));
 }
 
-// There is such a number.
+// `number` must exist.
 const Snapshot::Kind& Snapshot::KindOf(std::uint32_t number) const {
   const auto after =
       std::upper_bound(kinds_.begin(), kinds_.end(), number,
@@ -269,8 +269,8 @@ const Snapshot::Kind& Snapshot::KindOf(std::uint32_t number) const {
   return *std::prev(after);
 }
 
-// A record ends where the next one starts. None overlaps another then, and what it costs to read
-// all of them is bounded by the size of the file, whoever made it.
+// A record ends at the start of the next. So records cannot overlap, and the cost of reading all is
+// bounded by the size of the file, even of a forged one.
 std::uint32_t Snapshot::EndOf(std::uint32_t number) const {
   const std::uint64_t end = number + 1 == recordCount_ ? recordsEnd_ : Position(number + 1);
   if (Position(number) >= end || end > recordsEnd_) {
@@ -289,7 +289,7 @@ RecordSource::Record Snapshot::Split(std::string_view bytes, std::uint32_t numbe
   return SplitRecord(bytes, kind.name, {path_, Position(number)});
 }
 
-// Where the record is, checked.
+// The verified record.
 const char* Snapshot::Load(std::uint32_t number) const {
   if (const char* const known = records_.Get(number)) return known;
   return Accept(ReadRecord(number), number, KindOf(number));
@@ -316,14 +316,13 @@ void Snapshot::LoadAll(const Kind& kind) const {
       any = true;
     } catch (const ConfigStoreException& failure) {
       if (failure.code() != kCorrupt) throw;
-      ++number;  // whoever asks for it is told
+      ++number;  // reported when it is read
     }
   }
   if (any) bytes_.ReleasePages();
 }
 
-// Records that were not read yet, from `first` on, in one copy. Returns the number of the one that
-// follows them.
+// Reads adjacent unread records from `first` on in one copy. Returns the number after the last.
 std::uint32_t Snapshot::LoadRun(std::uint32_t first, std::uint32_t end, const Kind& kind) const {
   constexpr std::uint32_t kRunSize = 256 << 10;
   const std::uint32_t start = Position(first);
@@ -339,7 +338,7 @@ std::uint32_t Snapshot::LoadRun(std::uint32_t first, std::uint32_t end, const Ki
     try {
       CheckRecord(Split(bytes, number, kind), number, key_, {path_, position});
       records_.Set(number, bytes.data());
-    } catch (const ConfigStoreException&) {  // whoever asks for it is told
+    } catch (const ConfigStoreException&) {  // reported when it is read
     }
   }
   return next;
@@ -351,8 +350,8 @@ RecordSource::Record Snapshot::Read(std::uint32_t number) const {
   return {kind, KeyOfRecord(record).substr(kind.size()), BodyOfRecord(record)};
 }
 
-// A damaged record whose key is whole is found, so that it can be replaced. One with the hash and
-// another key is either of a rare collision, and then its checksum is right, or damaged.
+// A damaged record with an intact key is found, so that it can be replaced. A record with the same
+// hash and another key is a rare collision if its checksum is right, otherwise damaged.
 bool Snapshot::HasInstance(std::uint32_t number, const Kind& kind,
                            std::string_view instance) const {
   if (const char* const known = records_.Get(number)) {
@@ -380,8 +379,7 @@ std::optional<std::uint32_t> Snapshot::Find(const Kind& kind, std::string_view i
 std::optional<std::uint32_t> Snapshot::FindFirst(const Kind& kind, std::string_view name,
                                                  std::string_view value) const {
   const std::uint64_t nameHash = HashOfName(name, kind.hash);
-  // Where the value is no string in some record, the answer is that of who asks one after the
-  // other.
+  // If some record has an integer under that name, a walk gives the answer of a scan.
   if (Search(*this, values_, nameHash).Next() != kNone) return Walk(kind, name, value);
   Search search(*this, values_, HashOfValue(value, nameHash));
   bool isOdd = false;
@@ -391,7 +389,7 @@ std::optional<std::uint32_t> Snapshot::FindFirst(const Kind& kind, std::string_v
       const ValueRef found = FindValue(Body(number), name);
       if (found.type == ValueRef::Type::kString && found.text == value) return number;
     }
-    isOdd = true;  // a rare collision, or a record that has two values of one name
+    isOdd = true;  // a hash collision, or a record with two values of that name
   }
   if (isOdd) return Walk(kind, name, value);
   RaiseIfUnreadable(kind, kNone);
@@ -408,7 +406,7 @@ std::optional<std::uint32_t> Snapshot::Walk(const Kind& kind, std::string_view n
   return std::nullopt;
 }
 
-// What one of the kind holds is not known, and it stands before that number.
+// Raises if an unreadable record of the kind precedes `before`: it may hold the answer.
 void Snapshot::RaiseIfUnreadable(const Kind& kind, std::uint32_t before) const {
   const auto first = std::lower_bound(unreadable_.begin(), unreadable_.end(), kind.first);
   if (first != unreadable_.end() && kind.Has(*first) && *first < before) Load(*first);

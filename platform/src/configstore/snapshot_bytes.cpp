@@ -22,7 +22,7 @@ namespace TavConfigStore {
 
 namespace {
 
-constexpr std::uint64_t kEndSize = 1024;  // mostly all that opening looks at
+constexpr std::uint64_t kEndSize = 1024;  // usually all that opening needs
 
 }  // namespace
 
@@ -40,7 +40,7 @@ SnapshotBytes::SnapshotBytes(const FileDescriptor& file, std::uint64_t size,
       mappedSize_(CheckedSize(size)) {
   if (mapping_ == MAP_FAILED) mapping_ = nullptr;
   if (mapping_ != nullptr && CopyOut(start_, memory_.size(), memory_.data())) return;
-  // The call is refused, or the file cannot be read: then this raises, with the reason.
+  // process_vm_readv() is refused, or the file is unreadable; ReadWhole() raises the reason then.
   Unmap();
   ReadWhole(file);
 }
@@ -69,7 +69,7 @@ void SnapshotBytes::Replace(std::string bytes) {
   Unmap();
 }
 
-// A copy that stops at an unreadable page has copied what is before it.
+// False if the kernel stopped at an unreadable page, after copying the bytes before it.
 // NOLINTNEXTLINE(readability-non-const-parameter): the kernel writes there
 bool SnapshotBytes::CopyOut(std::uint64_t position, std::size_t size, char* to) const noexcept {
   const iovec into{to, size};
@@ -110,7 +110,7 @@ void SnapshotBytes::ReleasePages() const noexcept {
   if (mapping_ != nullptr) madvise(mapping_, mappedSize_, MADV_DONTNEED);
 }
 
-// The kernel does not say why; reading the file does.
+// Reads the range from the file to learn the errno value, which process_vm_readv() does not give.
 void SnapshotBytes::RaiseUnreadable(std::uint64_t position, std::size_t size) const try {
   const HostPlatform::Io::CallScope scope;
   const std::string range =

@@ -28,7 +28,7 @@ struct Known {
   explicit Known(Pointer newestSnapshot) : snapshot(std::move(newestSnapshot)) {}
 
   Pointer snapshot;
-  mutable std::atomic<std::int64_t> tick{0};  // the last one in which it may be relied on
+  mutable std::atomic<std::int64_t> tick{0};  // until which it may be used unchecked
 };
 
 constinit HostPlatform::Io::Newest<Known> newest;
@@ -42,8 +42,8 @@ void Follow(void (*features)()) try { features(); } catch (const HostPlatform::I
   Raise(error);
 }
 
-// A bind mount of the single file shows the one that was there when it was mounted. Without a name
-// is also, for a moment within each commit, the file that it replaces; but that is no mount.
+// A bind mount of the single file keeps showing the file that was there when it was mounted. A file
+// replaced by a commit also loses its name for a moment, but is no mount point.
 void RefuseNamelessMount(const char* path) {
   struct statx status;
   if (statx(AT_FDCWD, path, AT_SYMLINK_NOFOLLOW, STATX_NLINK, &status) != 0) return;
@@ -54,8 +54,7 @@ void RefuseNamelessMount(const char* path) {
                              kIoError);
 }
 
-// That a damaged file is moved away is the way to begin with an empty store: its absence is no
-// surprise to a process that has met the damage.
+// After damage the file may be missing: moving it away is the way to start with an empty store.
 Pointer Open(const char* path) try {
   return Snapshot::Open(path);
 } catch (const ConfigStoreException& failure) {
@@ -83,7 +82,7 @@ Pointer LookFor(std::shared_ptr<const Known> known) {
   }
   known = opened ? std::make_shared<const Known>(opened) : nullptr;
   newest.Set(known);
-  Follow(&HostPlatform::FollowFeaturesNow);  // where one file was replaced the other may be too
+  Follow(&HostPlatform::FollowFeaturesNow);  // the switches may have been replaced too
   return known ? Share(std::move(known)) : nullptr;
 }
 

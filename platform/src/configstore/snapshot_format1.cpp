@@ -27,7 +27,7 @@ std::uint32_t LoadLength(std::string_view bytes) {
   return LoadInteger<std::uint32_t>(bytes.data());
 }
 
-// What the footer says, once its checksum is right.
+// Contents of the verified footer.
 struct Parts {
   std::uint32_t kindCount;
   std::uint64_t recordsEnd;
@@ -88,7 +88,7 @@ void ReadDirectory(const Parts& parts, const std::string& path, std::vector<Stor
   if (!directory.empty()) RaiseCorrupt(path, "its directory is too long");
 }
 
-// Gives the copy of a good record the checksum that the snapshot's key makes.
+// Replaces a good record's checksum by the one with the snapshot's key.
 void Seal(const RecordSource::Record& record, std::uint64_t key, std::string_view file,
           std::string* bytes) {
   const char* const start = record.instance.data() - record.kind.size();

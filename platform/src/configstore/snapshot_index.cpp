@@ -25,7 +25,7 @@ using namespace SnapshotFormat;
 
 namespace {
 
-// The value that starts there, in a body that was checked.
+// Decodes a value in a verified body.
 StoredValue ValueAt(const char* start) {
   const auto nameLength = LoadInteger<std::uint32_t>(start + 1);
   const auto dataLength = LoadInteger<std::uint32_t>(start + 5);
@@ -35,7 +35,7 @@ StoredValue ValueAt(const char* start) {
 
 }  // namespace
 
-// Where the system gives no random numbers, what differs from commit to commit has to do.
+// Falls back to time and process number if getrandom() fails.
 std::uint64_t NewIndexKey() {
   std::uint64_t key[3] = {};
   if (getrandom(key, sizeof key[0], GRND_NONBLOCK) != sizeof key[0]) {
@@ -105,17 +105,16 @@ void SnapshotIndex::Sort(std::vector<Entry>* entries) {
   });
 }
 
-// Of a value that is no string the name alone counts.
+// Integer values are indexed by their name only.
 bool SnapshotIndex::IsSame(const Entry& a, const Entry& b) {
   const StoredValue first = ValueAt(a.value), second = ValueAt(b.value);
   return a.kind == b.kind && first.IsString() == second.IsString() && first.name == second.name &&
          (!first.IsString() || first.data == second.data);
 }
 
-// Of those that are the same the first record's stays. Hashes that collide are rare, so that each
-// value is compared with one.
+// Keeps the first record of each value. Hash collisions are rare, so a value is compared with few.
 void SnapshotIndex::DropRepeatedValues() {
-  std::size_t kept = 0, run = 0;  // those of one hash start at `run`
+  std::size_t kept = 0, run = 0;  // `run`: first entry with the present hash
   for (const Entry& entry : values_) {
     if (kept == 0 || values_[run].hash != entry.hash) run = kept;
     const auto end = values_.begin() + static_cast<std::ptrdiff_t>(kept);
@@ -145,7 +144,7 @@ void SnapshotIndex::AppendPositions(std::string* bytes) {
   }
 }
 
-// A page that is full leaves the rest of its entries to the next, the last one to pages behind it.
+// A full home page overflows to the next page, the last one to additional pages.
 SnapshotIndex::Size SnapshotIndex::AppendIndex(const std::vector<Entry>& entries,
                                                std::string* bytes) {
   Size size;

@@ -17,7 +17,7 @@ using namespace SnapshotFormat;
 
 namespace {
 
-constexpr std::size_t kWriteSize = 512 << 10;  // small writes cost more than what they write
+constexpr std::size_t kWriteSize = 512 << 10;  // large, to save system calls
 
 [[noreturn]] void RaiseFull(const std::string& path) {
   throw ConfigStoreException(path +
@@ -62,7 +62,7 @@ void SnapshotWriter::Add(std::string_view instance, std::string_view body) {
   position_ += kRecordHead + keySize + dataSize;
 }
 
-// Where the next `size` bytes go.
+// Buffer space for the next `size` bytes.
 char* SnapshotWriter::Room(std::size_t size) {
   if (size > capacity_ - unwritten_) {
     Flush();

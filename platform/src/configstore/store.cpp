@@ -37,7 +37,7 @@ using HostPlatform::Io::FileReplacement;
 
 constexpr mode_t kSnapshotMode = 0640;
 
-// The writers' lock, and what is changed while it is held.
+// The writers' lock and the changes made under it.
 class Transaction {
  public:
   Transaction()
@@ -52,7 +52,7 @@ class Transaction {
   void Commit() {
     HostPlatform::EnsureFeaturesFile(directory_);
     std::optional<ChangeNotice> notice;
-    if (overlay_.base()) notice.emplace(directory_);  // that there is none nobody relies on
+    if (overlay_.base()) notice.emplace(directory_);  // readers never cache absence
     FileReplacement next(directory_, HostPlatform::Io::kConfigStoreName, kSnapshotMode);
     overlay_.Write(next.file(), next.path());
     next.Flush();
@@ -64,19 +64,18 @@ class Transaction {
     next.Commit();
   }
 
-  // Whether only the flush of the directory was left to fail.
+  // True if the commit failed at the flush of the directory, with the new file in place.
   bool IsInPlace() const { return inPlace_; }
 
  private:
-  // Before the directory is created: where a store that was there is gone, one would be in the way
-  // of the one that is put back.
+  // Checked before the directory is created: if a known store is gone, a new directory would be in
+  // the way of its restore.
   static const char* PathOfTheDirectory() {
     LookForNewestSnapshot();
     return HostPlatform::Io::HostDirectoryPath();
   }
 
-  // The lock keeps other writers out, unless somebody removed its file: then what was committed
-  // meanwhile must not be overwritten.
+  // Raises if another writer committed in spite of the lock, because the lock file was removed.
   void CheckBase(const std::string& path) const {
     struct stat status;
     const bool exists = fstatat(directory_.get(), HostPlatform::Io::kConfigStoreName, &status,
@@ -143,12 +142,11 @@ class HostConfigStore final : public ConfigStore, public ValueSearch {
   void Apply(Change change);
 
   std::shared_ptr<const Snapshot> snapshot_;  // null: nothing is stored
-  bool outdated_ = false;                     // by a commit of this handle
+  bool outdated_ = false;                     // this handle has committed
   std::unique_ptr<Transaction> transaction_;
 };
 
-// Read anew after a commit only when it is asked for: that a commit succeeded must not be hidden by
-// a failure to read.
+// Reloads lazily after a commit, so that a failed read does not hide the commit's success.
 const std::shared_ptr<const Snapshot>& HostConfigStore::Committed() {
   if (outdated_) {
     snapshot_ = NewestSnapshot();
@@ -191,7 +189,7 @@ std::vector<std::shared_ptr<ConfigStoreObject>> HostConfigStore::GetObjects(
   return objects;
 }
 
-// Within a transaction its own changes count, of which there is no index.
+// Walks within a transaction, whose changes are not indexed.
 std::shared_ptr<ConfigStoreObject> HostConfigStore::FindFirst(const ConfigStoreObjectId& kindId,
                                                               const char* name,
                                                               const std::string& value) {
@@ -237,7 +235,7 @@ void HostConfigStore::DeleteObjects(const std::shared_ptr<FilterSpecObject>& fil
   });
 }
 
-// A change outside of a transaction is one of its own.
+// Runs a change outside of a transaction in one of its own.
 template <typename Change>
 void HostConfigStore::Apply(Change change) {
   const CallScope scope;
@@ -291,8 +289,8 @@ void HostConfigStore::CommitTransaction() {
   outdated_ = true;
 }
 
-// What the transaction has seen is what the handle sees from then on: it has read the newest state,
-// and a commit that failed may be in place.
+// The handle keeps the state that the transaction saw: it is the newest read one, and a failed
+// commit may be in place.
 void HostConfigStore::RollbackTransaction() {
   if (!transaction_) return;
   const CallScope scope;

@@ -13,7 +13,7 @@ namespace {
 
 constexpr char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 
-// Two characters for each 12 bits: half the look-ups of a table of one.
+// Maps 12 bits to two characters, which halves the number of look-ups.
 constexpr std::array<std::array<char, 2>, 4096> MakeEncodeTable() {
   std::array<std::array<char, 2>, 4096> table{};
   for (unsigned bits = 0; bits < table.size(); ++bits) {
@@ -23,8 +23,8 @@ constexpr std::array<std::array<char, 2>, 4096> MakeEncodeTable() {
 }
 constexpr auto kEncodeTable = MakeEncodeTable();
 
-// For the character in each of the four places its six bits in place within 24; a character that
-// is not of the alphabet sets a bit above them.
+// Decode tables for the four positions of a quantum: the character's six bits, shifted to their
+// place within 24; kInvalid for other characters.
 constexpr std::uint32_t kInvalid = 1U << 24;
 using DecodeTable = std::array<std::uint32_t, 256>;
 constexpr std::array<DecodeTable, 4> MakeDecodeTables() {
@@ -61,8 +61,8 @@ void EncodeQuantum(std::uint32_t bits, char* out) {
   std::memcpy(out + 2, kEncodeTable[bits & 4095].data(), 2);
 }
 
-// The last quantum of a text, with its padding removed: `digits` is 2, 3 or 4. Returns the number
-// of bytes it holds, or 0 when it is not valid.
+// Decodes the last quantum without its padding: `digits` is 2, 3 or 4. Returns the number of bytes,
+// or 0 if it is invalid.
 unsigned DecodeLastQuantum(const unsigned char* text, unsigned digits, uint8_t* out) {
   unsigned char padded[4] = {'A', 'A', 'A', 'A'};
   std::memcpy(padded, text, digits);

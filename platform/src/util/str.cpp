@@ -19,8 +19,7 @@ bool IsByteFormat(const char* format) {
 
 int Str_Sprintf(char* buffer, size_t size, const char* format, ...) {
   va_list arguments;
-  // The bytes of digests come this way, sixteen for each record: printf's machinery would take
-  // longer over them than the digest itself.
+  // Fast path for the bytes of digests: vsnprintf() would take longer than the digest itself.
   if (size >= 3 && IsByteFormat(format)) {
     va_start(arguments, format);
     const unsigned value = va_arg(arguments, unsigned);
