@@ -67,9 +67,11 @@ class CompletionCase:
                                  line.rsplit(" ", maxsplit=1)[-1])
 
     def test_ChoicesAreThoseOfTheProgram(self):
-        self.expect_offer("quorctl list policies -o ", ["table", "wide", "json", "jsonl", "csv",
-                                                          "csv-raw"])
-        self.expect_offer("quorctl digest --output ", ["table", "json"])
+        formats = ["table", "wide", "json", "jsonl", "csv", "csv-raw"]
+        self.expect_offer("quorctl list policies -o ", ["name", *formats])
+        self.expect_offer("quorctl history -o ", formats)
+        for command in ("digest", "apply", "delete"):
+            self.expect_offer(f"quorctl {command} --output ", ["table", "json"])
         self.expect_offer("quorctl list ", ["policies", "datastores"])
         self.expect_offer("quorctl get ", ["policies", "datastores", "policy", "datastore"])
         for command in ("set", "add", "delete", "rename"):

@@ -10,7 +10,7 @@ VERBS = ["status", "list", "get", "blob", "explain", "digest", "watch", "export"
          "apply", "set", "add", "delete", "rename", "reset", "history", "restore", "switch", "migrate", "help"]
 OUTPUT_OPTIONS = ["-o, --output FORMAT", "--fields NAMES", "--sort NAMES",
                   "--where FIELD=PATTERN", "--no-headings"]
-CHANGE_OPTIONS = ["-y, --yes", "--dry-run", "--no-history", "--replace-damaged",
+CHANGE_OPTIONS = ["-y, --yes", "--dry-run", "--check", "-q, --quiet", "-o, --output FORMAT", "--no-history", "--replace-damaged",
                   "--expect DIGESTS"]
 OPTIONS = {"status": [], "metrics": [], "list": ["KIND", "KEY", *OUTPUT_OPTIONS],
            "get": ["KIND", "KEY", "--name NAME", *OUTPUT_OPTIONS],

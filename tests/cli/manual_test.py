@@ -154,7 +154,8 @@ class Examples(QuorctlCase):
         done = subprocess.run(["sh", "-ex"], input=commands, text=True, check=False,
                               capture_output=True, cwd=self.directory, env=environment)
         self.assertEqual(done.returncode, DONE, done.stderr)
-        for shown in ("differences: 1", "unchanged", "to be looked at", "would lose something: 1"):
+        for shown in ("differences: 1", "unchanged", "to be looked at", "would lose something: 1",
+                      "no blob: 3", "as it should be"):
             self.assertIn(shown, done.stdout.splitlines())
 
 

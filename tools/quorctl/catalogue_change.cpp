@@ -14,6 +14,7 @@
 #include "catalogue/difference.h"
 #include "catalogue/document_writer.h"
 #include "catalogue/duplicates.h"
+#include "catalogue/text/json_text.h"
 #include "catalogue/text/terminal_text.h"
 #include "change_record.h"
 #include "change_turn.h"
@@ -170,6 +171,19 @@ class Plan {
            (whyAnew_.empty() ? "" : "all records are to be written anew: " + whyAnew_ + '\n');
   }
 
+  // How much differs, and the digests that the catalogue is to have.
+  nlohmann::ordered_json AsJson() const {
+    const auto counts = [this](RecordKind kind) {
+      return nlohmann::ordered_json{{"deleted", CountOf(differences_, Change::kDeleted, kind)},
+                                    {"added", CountOf(differences_, Change::kAdded, kind)},
+                                    {"changed", CountOf(differences_, Change::kChanged, kind)}};
+    };
+    const Digests digests = DigestsOf(next_);
+    return {{"policies", counts(RecordKind::kPolicy)},
+            {"datastores", counts(RecordKind::kDatastore)},
+            {"digests", {{"policies", digests.first}, {"datastores", digests.second}}}};
+  }
+
   // What is taken away, in words; empty when nothing is.
   std::string Loss() const {
     if (request_.wipes) return "all policies and datastores" + present_.AndLost();
@@ -303,6 +317,12 @@ bool CarryOut(const std::string& verb, const ChangeOptions& options, const Prese
 void ChangeOptions::Declare(CLI::App& verb) {
   DeclareFlag(verb, "-y,--yes", &confirmed_, "confirm that something is to be deleted");
   DeclareFlag(verb, "--dry-run", &dryRun_, "show what would be done and write nothing");
+  DeclareFlag(verb, "--check", &check_,
+              "the same, with exit status 1 where something would be\n"
+              "done");
+  DeclareFlag(verb, "-q,--quiet", &quiet_, "print nothing of what differs and what was done");
+  format_.Declare(verb, "-o,--output", "FORMAT",
+                  "table, or json: what was done, counts and digests");
   DeclareFlag(verb, "--no-history", &noHistory_,
               "do not keep the present catalogue nor the new one: for\n"
               "a catalogue that is damaged, or a disk that is full");
@@ -318,6 +338,10 @@ void ChangeOptions::Check() const {
   if (expected_.Given() && expected_.Value().find(':') == std::string::npos) {
     throw UsageError("--expect needs the two digests with a colon between them");
   }
+  if (format_.Given() && format_.Value() != "json" && format_.Value() != "table") {
+    throw UsageError("unknown format " + Quoted(format_.Value()) + "; choose table or json");
+  }
+  if (format_.Given() && quiet_) throw UsageError("--quiet and --output exclude each other");
 }
 
 std::string CountedRecords(std::size_t policies, std::size_t datastores) {
@@ -329,9 +353,14 @@ namespace {
 
 enum class ChangeResult { kNothingDiffers, kDryRun, kDone };
 
-ChangeResult ChangeFrom(const ChangeRequest& request, const ChangeOptions& options,
-                        const MakeCatalogue& make, Catalogue next, ProgressLine* progress,
-                        CommandOutput* output) {
+struct ChangeOutcome {
+  ChangeResult result;
+  nlohmann::ordered_json json;  // with -o json
+};
+
+ChangeOutcome ChangeFrom(const ChangeRequest& request, const ChangeOptions& options,
+                         const MakeCatalogue& make, Catalogue next, ProgressLine* progress,
+                         CommandOutput* output) {
   options.Check();
   const InterruptNotice notice;
   const std::string shownBefore = output->text;
@@ -345,18 +374,24 @@ ChangeResult ChangeFrom(const ChangeRequest& request, const ChangeOptions& optio
     // A host without a catalogue has nothing to lose.
     const std::string basis = request.obeysBasis && !isEmpty ? next.basis : "";
     const Plan plan(request, present, &next);
-    if (!plan.IsNeeded() && !request.wipes) return ChangeResult::kNothingDiffers;
+    const auto end = [&](ChangeResult result) {
+      return ChangeOutcome{result, options.asJson() ? plan.AsJson() : nullptr};
+    };
+    if (!plan.IsNeeded() && (!request.wipes || options.dryRun())) {
+      return end(ChangeResult::kNothingDiffers);
+    }
     ExpectBasis(options.expected(), present, "look at the catalogue, and change it anew");
     ExpectBasis(basis, present, "export it and change it anew, or apply with --force");
-    if (!request.wipes || options.dryRun()) output->text = shownBefore + plan.Text();
-    if (options.dryRun()) return ChangeResult::kDryRun;
+    const bool shows = !options.quiet() && !options.asJson();
+    if (shows && (!request.wipes || options.dryRun())) output->text = shownBefore + plan.Text();
+    if (options.dryRun()) return end(ChangeResult::kDryRun);
     const std::string loss = plan.Loss();
     const bool asks = !loss.empty() && !options.confirmed();
     if (asks) Confirm(request, loss, progress, output);
-    if (!plan.IsNeeded()) return ChangeResult::kNothingDiffers;
+    if (!plan.IsNeeded()) return end(ChangeResult::kNothingDiffers);
     if (present.live.stamp.IsCurrent() &&
         CarryOut(request.verb, options, present, plan, progress, output)) {
-      return ChangeResult::kDone;
+      return end(ChangeResult::kDone);
     }
     if (asks) {
       progress->Hide();
@@ -370,14 +405,25 @@ ChangeResult ChangeFrom(const ChangeRequest& request, const ChangeOptions& optio
 ExitStatus ChangeAndTell(const ChangeRequest& request, const ChangeOptions& options,
                          const MakeCatalogue& make, Catalogue next, ProgressLine* progress,
                          CommandOutput* output) {
-  const ChangeResult result = ChangeFrom(request, options, make, std::move(next), progress, output);
+  auto [result, json] = ChangeFrom(request, options, make, std::move(next), progress, output);
   const bool done = result == ChangeResult::kDone;
-  const std::string what = done                                      ? request.done
-                           : result == ChangeResult::kNothingDiffers ? request.nothing
-                                                                     : "would " + request.would;
-  output->text += what + ' ' + SelectedBackendPlace() + (done ? "\n" : "; nothing was written\n") +
-                  NoteOfAnotherBackend();
-  return ExitStatus::kDone;
+  const bool differs = result != ChangeResult::kNothingDiffers;
+  if (options.asJson()) {
+    json["changed"] = done;
+    json["differs"] = differs;
+    json["store"] = BackendSwitch().on ? "store" : "file";
+    json["note"] = BytesAsJson(output->text + NoteOfAnotherBackend());
+    output->text = JsonOnOneLine(json) + '\n';
+  } else if (options.quiet()) {
+    output->text.clear();
+  } else {
+    const std::string what = done      ? request.done
+                             : differs ? "would " + request.would
+                                       : request.nothing;
+    output->text += what + ' ' + SelectedBackendPlace() +
+                    (done ? "\n" : "; nothing was written\n") + NoteOfAnotherBackend();
+  }
+  return options.checksOnly() && differs ? ExitStatus::kNo : ExitStatus::kDone;
 }
 
 }  // namespace

@@ -32,18 +32,24 @@ class ChangeOptions {
   void Check() const;
 
   bool confirmed() const { return confirmed_; }
-  bool dryRun() const { return dryRun_; }
+  bool checksOnly() const { return check_; }
+  bool dryRun() const { return dryRun_ || check_; }
   bool noHistory() const { return noHistory_; }
   bool replaceDamaged() const { return replaceDamaged_; }
   // The digests that the catalogue has to have; empty for any.
   std::string expected() const { return expected_.Given() ? expected_.Value() : ""; }
+  bool quiet() const { return quiet_; }
+  bool asJson() const { return format_.Given() && format_.Value() == "json"; }
 
  private:
   bool confirmed_ = false;
   bool dryRun_ = false;
+  bool check_ = false;
+  bool quiet_ = false;
   bool noHistory_ = false;
   bool replaceDamaged_ = false;
   Argument expected_;
+  Argument format_;
 };
 
 struct ChangeRequest {

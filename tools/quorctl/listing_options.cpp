@@ -24,12 +24,12 @@ constexpr std::array<std::pair<const char*, RecordFormat>, 6> kFormats = {{
     {"csv-raw", RecordFormat::kCsvRaw},
 }};
 
-RecordFormat FormatOf(const std::string& name) {
+RecordFormat FormatOf(const std::string& name, const std::string& another) {
   for (const auto& [known, format] : kFormats) {
     if (name == known) return format;
   }
-  throw UsageError("unknown output format " + Quoted(name) +
-                   "; choose table, wide, json, jsonl, csv or csv-raw");
+  throw UsageError("unknown output format " + Quoted(name) + "; choose table, wide, json, jsonl, " +
+                   another + "csv or csv-raw");
 }
 
 // The names between the commas, none of them empty or twice.
@@ -64,9 +64,14 @@ void ListingOptions::Declare(CLI::App& verb) {
   DeclareFlag(verb, "--no-headings", &noHeadings_, "leave out the headings of table, wide and csv");
 }
 
-RecordChoices ListingOptions::Choices() const {
+RecordChoices ListingOptions::Choices(const std::string& nameField) const {
   RecordChoices choices;
-  if (format_.Given()) choices.format = FormatOf(format_.Value());
+  const bool nameOnly = format_.Given() && format_.Value() == "name" && !nameField.empty();
+  if (nameOnly && fields_.Given()) throw UsageError("-o name and --fields exclude each other");
+  if (nameOnly) choices.fields = {nameField};
+  if (format_.Given() && !nameOnly) {
+    choices.format = FormatOf(format_.Value(), nameField.empty() ? "" : "name, ");
+  }
   if (fields_.Given()) choices.fields = NamesIn(fields_.Value(), "--fields");
   if (sort_.Given()) {
     for (const std::string& name : NamesIn(sort_.Value(), "--sort")) {
@@ -84,7 +89,7 @@ RecordChoices ListingOptions::Choices() const {
   const bool isJson =
       choices.format == RecordFormat::kJson || choices.format == RecordFormat::kJsonLines;
   if (noHeadings_ && isJson) throw UsageError("--no-headings: JSON has no headings");
-  choices.headings = !noHeadings_;
+  choices.headings = !noHeadings_ && !nameOnly;
   choices.forTerminal = isatty(STDOUT_FILENO) != 0;
   choices.colour = StandardOutputTakesColour();
   return choices;

@@ -17,8 +17,9 @@ class ListingOptions {
 
   void Declare(CLI::App& verb);
 
-  // Raises UsageError for what makes no sense whatever the records are.
-  RecordChoices Choices() const;
+  // Raises UsageError for what makes no sense whatever the records are. "-o name" writes
+  // `nameField` alone, the field by which a record is named, where there is one.
+  RecordChoices Choices(const std::string& nameField = "") const;
 
  private:
   Argument format_;

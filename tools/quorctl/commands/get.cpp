@@ -26,6 +26,7 @@ const CommandInfo kList = {
     "       nothing, and what could harm a terminal is shown as \\xHH or \\uHHHH\n"
     "wide   the same with more columns: BYTES of all blobs; of a datastore the name of\n"
     "       its default policy and the bytes of the blob that this one has for it\n"
+    "name   the identifiers or URLs alone, one per line\n"
     "json   the exact contents: an array as it stands in a catalogue document, which\n"
     "       \"quorctl export\" writes as a whole\n"
     "jsonl  the same, one object per line\n"
@@ -80,7 +81,7 @@ class GetCommand final : public Command {
                        (isPolicy ? " policies" : " datastores") + "\" shows all");
     }
     StayWithTheBackend();
-    const RecordChoices choices = options_.Choices();
+    const RecordChoices choices = options_.Choices(isPolicy ? "id" : "url");
     RecordWriter writer(isPolicy ? PolicyLayout() : DatastoreLayout(), choices);
     const StoredRecords stored;
     if (isPolicy) {

@@ -139,7 +139,7 @@ _quorctl_option_value() {
 
 # The options of a command; of every command without one.
 _quorctl_options() {
-  local output='-o --output --fields --sort --where --no-headings' change='-y --yes --dry-run --no-history --replace-damaged --expect'
+  local output='-o --output --fields --sort --where --no-headings' change='-y --yes --dry-run --check -q --quiet -o --output --no-history --replace-damaged --expect'
   case $1 in
     list | diff | history) echo "$output" ;;
     get) echo "--name $output" ;;
@@ -193,8 +193,11 @@ _quorctl_complete_value() {
     --root) compopt -o dirnames 2>/dev/null ;;
     --out) compopt -o default 2>/dev/null ;;
     -o | --output)
-      list='table wide json jsonl csv csv-raw'
-      [[ $3 != digest ]] || list='table json'
+      case $3 in
+        list | get) list='table wide name json jsonl csv csv-raw' ;;
+        diff | check | history) list='table wide json jsonl csv csv-raw' ;;
+        *) list='table json' ;;
+      esac
       # shellcheck disable=SC2086
       _quorctl_offer "$2" $list
       ;;
