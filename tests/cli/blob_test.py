@@ -75,20 +75,19 @@ class Blob(QuorctlCase):
     def test_NothingFoundIsAbsent(self):
         for options, message in (
                 (["--policy-id", "nobody"],
-                 'no blob: there is no policy with the identifier "nobody", or its blob for the '
-                 'namespace "RILK" is absent or empty'),
+                 'the policy with the identifier "nobody" for the namespace "RILK"; "quorctl get '
+                 'policy KEY" shows what a policy has'),
                 (["--policy-name", "nobody"],
-                 'no blob: there is no policy named "nobody", or its blob for the namespace '
-                 '"RILK" is absent or empty'),
+                 'the policy "nobody" for the namespace "RILK"; "quorctl get policy KEY" shows what '
+                 "a policy has"),
                 (["--default-of", "ds:///x/"],
-                 'no blob: there is no datastore "ds:///x/", it has no default policy, that policy '
-                 "does not exist, or its blob for the datastore's namespace is absent or empty"),
+                 'the default policy of the datastore "ds:///x/"; "quorctl explain" tells why'),
                 (["--policy-id", "gold-01", "--datastore", "ds:///x/"],
-                 'no blob: there is no policy with the identifier "gold-01", no datastore '
-                 '"ds:///x/", or the policy\'s blob for the datastore\'s namespace is absent or '
-                 'empty')):
+                 'the policy with the identifier "gold-01" for the datastore "ds:///x/"; "quorctl '
+                 'explain" tells why')):
             result = self.refuse(ABSENT, "blob", *options)
-            self.assertEqual(result.errors, f"quorctl: {message}\n")
+            self.assertEqual(result.errors,
+                             f"quorctl: no blob: there is none, or an empty one, of {message}\n")
 
     def test_OtherReasonsForNoBlobAreAbsentToo(self):
         for options in (["--policy-id", "silver-01"], ["--policy-name", "Silver"],

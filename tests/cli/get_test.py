@@ -109,7 +109,7 @@ class Get(QuorctlCase):
                 (["datastore"], 'get datastore needs a KEY; "quorctl get datastores" shows all'),
                 (["datastore", "u", "--name", "n"], "--name goes with policies only"),
                 (["datastore", "--name", "n"], "--name goes with policies only"),
-                (["policies", "--where", "id"], '--where "id": give FIELD=PATTERN'),
+                (["policies", "--where", "id"], '"id": give --where FIELD=PATTERN'),
                 (["policies", "--where", "iid=x"], 'unknown field "iid"; choose among id, name,'),
                 (["policy", "a", "-o", "xml"], 'unknown output format "xml"')):
             self.refuse(USAGE, "get", *words, message=message)

@@ -5,6 +5,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "catalogue/text/terminal_text.h"
 #include "exit_status.h"
 
 namespace Quorctl {
@@ -39,6 +40,12 @@ void Arguments::Declare(CLI::App& app, const std::string& name, const std::strin
 
 std::vector<std::string> Arguments::Values() const {
   return option_->count() > 0 ? option_->results() : std::vector<std::string>();
+}
+
+std::pair<std::string, std::string> SplitWord(const std::string& word, const std::string& form) {
+  const std::size_t equals = word.find('=');
+  if (equals == word.npos) throw UsageError(Quoted(word) + ": give " + form);
+  return {word.substr(0, equals), word.substr(equals + 1)};
 }
 
 void DeclareFlag(CLI::App& app, const std::string& name, bool* flag,

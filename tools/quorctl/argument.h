@@ -7,6 +7,7 @@
 #define TOOLS_QUORCTL_ARGUMENT_H_
 
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace CLI {
@@ -44,6 +45,9 @@ class Arguments {
  private:
   CLI::Option* option_ = nullptr;
 };
+
+// The two sides of "KEY=VALUE". Raises UsageError, which tells the form.
+std::pair<std::string, std::string> SplitWord(const std::string& word, const std::string& form);
 
 // An option without a value, which sets `flag`.
 void DeclareFlag(CLI::App& app, const std::string& name, bool* flag,

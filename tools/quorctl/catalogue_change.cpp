@@ -7,7 +7,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <system_error>
 #include <utility>
 
 #include "backend_choice.h"
@@ -81,15 +80,6 @@ Present ReadPresent(bool replacesDamaged, bool noHistory) {
   return present;
 }
 
-void Write(CommandOutput* output, ProgressLine* progress) {
-  progress->Hide();
-  if (const int error = WriteStandardOutput(std::exchange(output->text, ""))) {
-    throw CommandError(ExitStatus::kStore, "cannot write to standard output: " +
-                                               std::generic_category().message(error) +
-                                               "; nothing was changed");
-  }
-}
-
 // Shows what was found out so far and asks; raises CommandError for a no.
 void Confirm(const ChangeRequest& request, const std::string& loss, ProgressLine* progress,
              CommandOutput* output) {
@@ -99,10 +89,8 @@ void Confirm(const ChangeRequest& request, const std::string& loss, ProgressLine
                                                       " from " + place +
                                                       "; nothing was changed; confirm with --yes");
   }
-  Write(output, progress);
-  if (!Ask("Delete " + loss + " from " + place + '?', !request.mayAsk)) {
-    throw CommandError(ExitStatus::kNotConfirmed, "not confirmed; nothing was changed");
-  }
+  progress->Hide();
+  AskOrRefuse("Delete " + loss + " from " + place + '?', &output->text, !request.mayAsk);
 }
 
 std::string NameOf(const Difference& difference) {
@@ -414,9 +402,7 @@ ExitStatus ChangeAndTell(const ChangeRequest& request, const ChangeOptions& opti
     json["store"] = BackendSwitch().on ? "store" : "file";
     json["note"] = BytesAsJson(output->text + NoteOfAnotherBackend());
     output->text = JsonOnOneLine(json) + '\n';
-  } else if (options.quiet()) {
-    output->text.clear();
-  } else {
+  } else if (!options.quiet()) {
     const std::string what = done      ? request.done
                              : differs ? "would " + request.would
                                        : request.nothing;

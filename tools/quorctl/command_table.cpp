@@ -12,28 +12,14 @@ namespace Quorctl {
 
 CommandTable MakeCommandTable() {
   CommandTable table;
-  table.push_back(MakeStatusCommand());
-  table.push_back(MakeListCommand());
-  table.push_back(MakeGetCommand());
-  table.push_back(MakeBlobCommand());
-  table.push_back(MakeExplainCommand());
-  table.push_back(MakeDigestCommand());
-  table.push_back(MakeWatchCommand());
-  table.push_back(MakeExportCommand());
-  table.push_back(MakeDiffCommand());
-  table.push_back(MakeCheckCommand());
-  table.push_back(MakeMetricsCommand());
-  table.push_back(MakeApplyCommand());
-  table.push_back(MakeSetCommand());
-  table.push_back(MakeAddCommand());
-  table.push_back(MakeDeleteCommand());
-  table.push_back(MakeRenameCommand());
-  table.push_back(MakeResetCommand());
-  table.push_back(MakeHistoryCommand());
-  table.push_back(MakeRestoreCommand());
-  table.push_back(MakeSwitchCommand());
-  table.push_back(MakeMigrateCommand());
-  table.push_back(MakeHelpCommand());
+  for (const auto make :
+       {MakeStatusCommand,  MakeListCommand,    MakeGetCommand,     MakeBlobCommand,
+        MakeExplainCommand, MakeDigestCommand,  MakeWatchCommand,   MakeExportCommand,
+        MakeDiffCommand,    MakeCheckCommand,   MakeMetricsCommand, MakeApplyCommand,
+        MakeSetCommand,     MakeAddCommand,     MakeDeleteCommand,  MakeRenameCommand,
+        MakeResetCommand,   MakeHistoryCommand, MakeRestoreCommand, MakeSwitchCommand,
+        MakeMigrateCommand, MakeHelpCommand})
+    table.push_back(make());
   return table;
 }
 

@@ -9,7 +9,10 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <system_error>
+#include <utility>
 
+#include "exit_status.h"
 #include "standard_streams.h"
 
 namespace Quorctl {
@@ -35,12 +38,18 @@ bool CanAsk(bool inputIsUsed) {
   return isatty(STDERR_FILENO) == 1 && tcgetsid(STDERR_FILENO) == getsid(0);
 }
 
-bool Ask(const std::string& question, bool inputIsUsed) {
+void AskOrRefuse(const std::string& question, std::string* shown, bool inputIsUsed) {
+  if (const int error = WriteStandardOutput(std::exchange(*shown, ""))) {
+    throw CommandError(ExitStatus::kStore, "cannot write to standard output: " +
+                                               std::generic_category().message(error) +
+                                               "; nothing was changed");
+  }
   WriteTerminal(question + " [y/N] ");
   const int terminal = inputIsUsed ? open("/dev/tty", O_RDONLY | O_CLOEXEC) : STDIN_FILENO;
   const std::string answer = ReadLine(terminal);
   if (inputIsUsed && terminal != -1) close(terminal);
-  return strcasecmp(answer.c_str(), "y") == 0 || strcasecmp(answer.c_str(), "yes") == 0;
+  if (strcasecmp(answer.c_str(), "y") == 0 || strcasecmp(answer.c_str(), "yes") == 0) return;
+  throw CommandError(ExitStatus::kNotConfirmed, "not confirmed; nothing was changed");
 }
 
 }  // namespace Quorctl

@@ -13,10 +13,10 @@ namespace Quorctl {
 // error is the terminal that this process is controlled from.
 bool CanAsk(bool inputIsUsed = false);
 
-// Asks on standard error and reads one line of standard input, or of the
-// controlling terminal. True for "y" and "yes" in any case;
-// anything else, the end of the input and a failure are a no.
-bool Ask(const std::string& question, bool inputIsUsed = false);
+// Writes `shown`, which is empty then, to standard output, and asks on
+// standard error. Reads one line of standard input, or of the controlling terminal. Raises
+// CommandError, which says that nothing was changed, for all but "y" and "yes" in any case.
+void AskOrRefuse(const std::string& question, std::string* shown, bool inputIsUsed = false);
 
 }  // namespace Quorctl
 

@@ -80,11 +80,8 @@ RecordChoices ListingOptions::Choices(const std::string& nameField) const {
     }
   }
   for (const std::string& condition : where_.Values()) {
-    const std::size_t equals = condition.find('=');
-    if (equals == condition.npos) {
-      throw UsageError("--where " + Quoted(condition) + ": give FIELD=PATTERN");
-    }
-    choices.where.push_back({condition.substr(0, equals), condition.substr(equals + 1)});
+    const auto [field, pattern] = SplitWord(condition, "--where FIELD=PATTERN");
+    choices.where.push_back({field, pattern});
   }
   const bool isJson =
       choices.format == RecordFormat::kJson || choices.format == RecordFormat::kJsonLines;

@@ -107,12 +107,6 @@ void FieldWords::SetOn(Record* record) const {
   }
 }
 
-std::pair<std::string, std::string> SplitWord(const std::string& word, const std::string& form) {
-  const std::size_t equals = word.find('=');
-  if (equals == word.npos) throw UsageError(Quoted(word) + ": give " + form);
-  return {word.substr(0, equals), word.substr(equals + 1)};
-}
-
 template <typename Record>
 void SetField(const std::string& assignment, Record* record) {
   const auto [name, text] = SplitWord(assignment, "FIELD=VALUE");

@@ -8,7 +8,6 @@
 
 #include <functional>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "argument.h"
@@ -60,9 +59,6 @@ class FieldWords {
   Blobs blobs_;
   bool useInput_ = false;
 };
-
-// The two sides of "KEY=VALUE". Raises UsageError, which tells the form.
-std::pair<std::string, std::string> SplitWord(const std::string& word, const std::string& form);
 
 // Sets the field that a word FIELD=VALUE names.
 template <typename Record>

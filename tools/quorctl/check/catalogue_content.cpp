@@ -3,7 +3,6 @@
 
 #include "check/catalogue_content.h"
 
-#include <algorithm>
 #include <string_view>
 #include <unordered_map>
 #include <unordered_set>
@@ -90,10 +89,9 @@ Findings NewProblems(const Catalogue& before, const Catalogue& after) {
   for (const Finding& finding : problemsOf(before))
     known.insert(finding.subject + finding.problem);
   Findings findings = problemsOf(after);
-  const auto isOld = [&known](const Finding& finding) {
+  std::erase_if(findings, [&known](const Finding& finding) {
     return known.count(finding.subject + finding.problem) > 0;
-  };
-  findings.erase(std::remove_if(findings.begin(), findings.end(), isOld), findings.end());
+  });
   return findings;
 }
 

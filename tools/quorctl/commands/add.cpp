@@ -42,14 +42,8 @@ class AddCommand final : public Command {
     ChangeRequest request{"add", "add " + what, "added " + what};
     request.mayAsk = !fields_.UseInput();
     const auto edit = [&](Catalogue* catalogue) {
-      if (isPolicy) {
-        QuorPolicyInfo policy;
-        policy.policyId = record_.Key();
-        policy.name = name;
-        Add(policy, &catalogue->policies);
-      } else {
-        Add(QuorDatastoreInfo{record_.Key(), "", ""}, &catalogue->datastores);
-      }
+      isPolicy ? Add(QuorPolicyInfo{{}, name, record_.Key(), "", 0}, &catalogue->policies)
+               : Add(QuorDatastoreInfo{record_.Key(), "", ""}, &catalogue->datastores);
     };
     return EditCatalogue(request, options_, edit, output);
   }

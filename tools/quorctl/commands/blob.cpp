@@ -3,8 +3,6 @@
 
 #include <unistd.h>
 
-#include <algorithm>
-
 #include "argument.h"
 #include "catalogue/text/terminal_text.h"
 #include "command_table.h"
@@ -23,9 +21,7 @@ namespace {
 
 // What a terminal may be given as it is.
 bool IsPlainText(std::string text) {
-  text.erase(
-      std::remove_if(text.begin(), text.end(), [](char c) { return c == '\n' || c == '\t'; }),
-      text.end());
+  std::erase_if(text, [](char c) { return c == '\n' || c == '\t'; });
   return EscapeForTerminal(text) == text;
 }
 
@@ -70,7 +66,7 @@ class BlobCommand final : public Command {
   ExitStatus Run(CommandOutput* output) override {
     CheckCombination();
     const std::string blob = FindOrTell();
-    if (blob.empty()) throw CommandError(ExitStatus::kAbsent, "no blob: " + WhyNone());
+    if (blob.empty()) throw CommandError(ExitStatus::kAbsent, NoBlob());
     if (file_.Given()) {
       ReplaceFile(file_.Value(), blob);
     } else {
@@ -128,23 +124,11 @@ class BlobCommand final : public Command {
   }
 
   // The library's answer is the same whatever is missing.
-  std::string WhyNone() const {
-    if (defaultOf_.Given()) {
-      return "there is no datastore " + Quoted(defaultOf_.Value()) +
-             ", it has no default policy, that policy does not exist, or its blob for the "
-             "datastore's namespace is absent or empty";
-    }
-    if (policyName_.Given()) {
-      return "there is no policy named " + Quoted(policyName_.Value()) +
-             ", or its blob for the namespace \"RILK\" is absent or empty";
-    }
-    const std::string noPolicy =
-        "there is no policy with the identifier " + Quoted(policyId_.Value());
-    if (!datastore_.Given()) {
-      return noPolicy + ", or its blob for the namespace \"RILK\" is absent or empty";
-    }
-    return noPolicy + ", no datastore " + Quoted(datastore_.Value()) +
-           ", or the policy's blob for the datastore's namespace is absent or empty";
+  std::string NoBlob() const {
+    const bool ofDatastore = defaultOf_.Given() || datastore_.Given();
+    return "no blob: there is none, or an empty one, of " + Wanted() + "; " +
+           (ofDatastore ? "\"quorctl explain\" tells why"
+                        : "\"quorctl get policy KEY\" shows what a policy has");
   }
 
   Argument policyId_;

@@ -8,9 +8,6 @@
 #include "record_names.h"
 
 namespace Quorctl {
-
-using TavQuor::QuorPolicyInfo;
-
 namespace {
 
 class RenameCommand final : public Command {

@@ -1,10 +1,8 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-#include "backend_choice.h"
-#include "catalogue_change.h"
 #include "command_table.h"
-#include "host_backend.h"
+#include "record_edit.h"
 
 namespace Quorctl {
 namespace {
@@ -27,13 +25,11 @@ class ResetCommand final : public Command {
   void Declare(CLI::App& verb) override { options_.Declare(verb); }
 
   ExitStatus Run(CommandOutput* output) override {
-    ExpectReadable(BackendSwitch());
-    StayWithTheBackend();
-    ProgressLine progress;
     ChangeRequest request{"reset", "delete all policies and datastores from",
                           "deleted all policies and datastores from", "nothing is stored in"};
     request.wipes = true;
-    return ChangeCatalogue(request, options_, Catalogue(), &progress, output);
+    const auto empty = [](Catalogue* catalogue) { *catalogue = Catalogue(); };
+    return EditCatalogue(request, options_, empty, output);
   }
 
  private:

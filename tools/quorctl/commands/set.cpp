@@ -1,7 +1,6 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-#include <algorithm>
 #include <type_traits>
 
 #include "command_table.h"
@@ -12,13 +11,9 @@ namespace Quorctl {
 namespace {
 
 void RemoveBlob(const std::string& blobNamespace, Blobs* blobs) {
-  const auto kept =
-      std::remove_if(blobs->begin(), blobs->end(),
-                     [&blobNamespace](const auto& entry) { return entry.second == blobNamespace; });
-  if (kept == blobs->end()) {
-    throw CommandError(ExitStatus::kAbsent, "there is no blob for " + Quoted(blobNamespace));
-  }
-  blobs->erase(kept, blobs->end());
+  const auto isIt = [&](const auto& entry) { return entry.second == blobNamespace; };
+  if (std::erase_if(*blobs, isIt) > 0) return;
+  throw CommandError(ExitStatus::kAbsent, "there is no blob for " + Quoted(blobNamespace));
 }
 
 class SetCommand final : public Command {

@@ -6,9 +6,9 @@
 #include <algorithm>
 #include <cstdio>
 #include <system_error>
-#include <tuple>
 
-#include "catalogue/losses.h"
+#include "catalogue/digests.h"
+#include "catalogue_change.h"
 #include "command_table.h"
 #include "history.h"
 #include "host_backend.h"
@@ -93,8 +93,7 @@ std::string CountsOfStore(bool configStore) {
   std::string counts = "its records cannot be counted";
   try {
     const std::size_t policies = QuorLib::ListPolicyInfo().size();
-    counts = Counted(policies, "policy", "policies") + " and " +
-             Counted(QuorLib::ListDatastoreInfo().size(), "datastore", "datastores");
+    counts = CountedRecords(policies, QuorLib::ListDatastoreInfo().size());
   } catch (const Brisk::Lib::BriskException&) {
     // Its problem is told, or it is locked.
   }
@@ -133,24 +132,15 @@ void AddHistory(LabelledLines* lines) {
 struct Answers {
   std::size_t policies = 0;
   std::size_t datastores = 0;
-  std::string policyDigest;
-  std::string datastoreDigest;
+  Digests digests;
 };
-
-Answers AskLibrary() {
-  Answers answers;
-  answers.policies = QuorLib::ListPolicyInfo().size();
-  answers.datastores = QuorLib::ListDatastoreInfo().size();
-  std::tie(answers.policyDigest, answers.datastoreDigest) = QuorLib::GetDbHash();
-  return answers;
-}
 
 void AddAnswers(const Answers& answers, LabelledLines* lines) {
   const auto withDigest = [](std::size_t count, const std::string& digest) {
     return std::to_string(count) + (digest.empty() ? "" : ", digest " + digest);
   };
-  lines->Add("policies:", withDigest(answers.policies, answers.policyDigest));
-  lines->Add("datastores:", withDigest(answers.datastores, answers.datastoreDigest));
+  lines->Add("policies:", withDigest(answers.policies, answers.digests.first));
+  lines->Add("datastores:", withDigest(answers.datastores, answers.digests.second));
 }
 
 class StatusCommand final : public Command {
@@ -183,7 +173,8 @@ class StatusCommand final : public Command {
     lines.Add("lock deadline:", std::to_string(HostPlatform::LockTimeout()) + " ms");
     Answers answers;
     try {
-      answers = AskLibrary();
+      answers = {QuorLib::ListPolicyInfo().size(), QuorLib::ListDatastoreInfo().size(),
+                 QuorLib::GetDbHash()};
       AddAnswers(answers, &lines);
     } catch (...) {
       output->text += lines.Text();  // all that could be found out

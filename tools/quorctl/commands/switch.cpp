@@ -1,9 +1,6 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-#include <system_error>
-#include <utility>
-
 #include "argument.h"
 #include "catalogue/digests.h"
 #include "catalogue_change.h"
@@ -12,7 +9,6 @@
 #include "host_backend.h"
 #include "platform/feature_list.h"
 #include "quor/quor_lib.h"
-#include "standard_streams.h"
 #include "stored_records.h"
 #include "text/table.h"
 
@@ -117,14 +113,7 @@ class SwitchCommand final : public Command {
                              (chosen ? kStore : kFile) +
                              "\" copies the catalogue first, --yes selects it as it is");
     }
-    if (const int error = WriteStandardOutput(std::exchange(output->text, ""))) {
-      throw CommandError(ExitStatus::kStore, "cannot write to standard output: " +
-                                                 std::generic_category().message(error) +
-                                                 "; nothing was changed");
-    }
-    if (!Ask(what + ". Select it?")) {
-      throw CommandError(ExitStatus::kNotConfirmed, "not confirmed; nothing was changed");
-    }
+    AskOrRefuse(what + ". Select it?", &output->text);
   }
 
   static void Select(bool usesConfigStore) {
