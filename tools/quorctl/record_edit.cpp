@@ -15,7 +15,6 @@
 
 namespace Quorctl {
 
-using TavQuor::QuorDatastoreInfo;
 using TavQuor::QuorPolicyInfo;
 
 namespace {
@@ -144,13 +143,13 @@ void ExpectStorable(const std::vector<Record>& records, std::size_t index, const
 }
 
 template void FieldWords::SetOn(QuorPolicyInfo*) const;
-template void FieldWords::SetOn(QuorDatastoreInfo*) const;
+template void FieldWords::SetOn(TavQuor::QuorDatastoreInfo*) const;
 template void SetField(const std::string&, QuorPolicyInfo*);
-template void SetField(const std::string&, QuorDatastoreInfo*);
+template void SetField(const std::string&, TavQuor::QuorDatastoreInfo*);
 template void ExpectStorable(const std::vector<QuorPolicyInfo>&, std::size_t,
                              const QuorPolicyInfo&);
-template void ExpectStorable(const std::vector<QuorDatastoreInfo>&, std::size_t,
-                             const QuorDatastoreInfo&);
+template void ExpectStorable(const std::vector<TavQuor::QuorDatastoreInfo>&, std::size_t,
+                             const TavQuor::QuorDatastoreInfo&);
 
 ExitStatus EditCatalogue(const ChangeRequest& request, const ChangeOptions& options,
                          const std::function<void(Catalogue* catalogue)>& edit,
