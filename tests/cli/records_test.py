@@ -42,6 +42,14 @@ class RecordCase(QuorctlCase):
             self.assertEqual(self.listed_document(), CONTENT)
 
 
+class Damage(RecordCase):
+    def test_OfAStoreIsNotReplacedByOneRecord(self):
+        for words in (["add", "policy", "new-01", "New"], ["set", "policy", "gold-01", "name=Au"],
+                      ["delete", "policy", "gold-01"], ["rename", "policy", "gold-01", "id=g"]):
+            self.expect_refusals(words[0], (USAGE, [*words[1:], "--replace-damaged", "--yes"],
+                                            "--replace-damaged goes with whole catalogues only"))
+
+
 class Add(RecordCase):
     def test_APolicy(self):
         text = self.expect(["add", "policy", "new-01", "New"],

@@ -154,6 +154,11 @@ template void ExpectStorable(const std::vector<TavQuor::QuorDatastoreInfo>&, std
 ExitStatus EditCatalogue(const ChangeRequest& request, const ChangeOptions& options,
                          const std::function<void(Catalogue* catalogue)>& edit,
                          CommandOutput* output) {
+  if (options.replaceDamaged()) {
+    throw UsageError(
+        "--replace-damaged goes with whole catalogues only: this record would be all "
+        "that is left of a damaged one; see \"quorctl help restore\"");
+  }
   ExpectReadable(BackendSwitch());
   StayWithTheBackend();
   ProgressLine progress;
