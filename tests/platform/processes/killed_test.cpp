@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <csignal>
 #include <string>
@@ -26,6 +27,8 @@ struct Notes {
 };
 
 constexpr int kObjects = 8;
+constexpr unsigned kShortestLife = 4000;  // us, of a writer at most
+constexpr unsigned kStep = 500;
 
 class KilledWriter : public HostTest {
  protected:
@@ -64,11 +67,16 @@ class KilledWriter : public HostTest {
   void KillOften(std::uint64_t seed, int times) {
     Random random(seed);
     HostPlatform::UseLockTimeout(5000);
+    unsigned longest = kShortestLife;
     for (int i = 0; i < times && !HasFailure(); ++i) {
       SCOPED_TRACE("kill " + std::to_string(i));
       ChildProcess writer([this] { WriteForEver(&*notes_); });
-      usleep(static_cast<useconds_t>(random.Below(4000)));
+      const int doneBefore = notes_->done;
+      usleep(static_cast<useconds_t>(random.Below(longest)));
       writer.Kill();
+      // As long as half of the writers need for a commit, on this machine.
+      longest =
+          notes_->done == doneBefore ? longest + kStep : std::max(longest - kStep, kShortestLife);
       const int number = StoredNumber();
       EXPECT_GE(number, notes_->done) << "a commit that had returned is lost";
       EXPECT_LE(number, notes_->begun);
