@@ -39,7 +39,7 @@ class Reference(unittest.TestCase):
         self.assertEqual((result.returncode, result.stderr), (0, ""))
         for page, words in (("classTavQuor_1_1QuorLib", "an empty vector deletes them all"),
                             ("structTavQuor_1_1QuorDatastoreInfo", "empty when it has none"),
-                            ("quor__lib_8h", "Not found is never an error"),
+                            ("quor__lib_8h", "A lookup that finds nothing answers the empty string"),
                             ("classTavConfigStore_1_1ConfigStore", "Opens a transaction"),
                             ("namespaceHostPlatform", "how long a writer waits")):
             with open(os.path.join(self.output, "html", page + ".html"), encoding="utf-8") as file:
