@@ -118,7 +118,7 @@ FILE_WRITING = ("On top of the same bytes written, blobs are put into Base64, ev
 FILE_READING = "On top of reading and the parser, the document's own tree is built and checked."
 FILE_MEMORY = ("The process holds the text of the file, with the blobs as Base64, the tree over it, "
                "and the answer: the text alone is more than the answer.")
-PAGES = ("On top of the answer and the mapped records come the library's own code and the loader's "
+PAGES = ("On top of the answer and the copied records come the library's own code and the loader's "
          "pages, which weigh more the smaller the catalogue is.")
 TWO_THREADS = "Two threads need two idle processors; a peer with a connection for each shows them."
 FILE_LOCK = ("Whoever reads the file may be about to change it, so a caller that may write holds its one "
