@@ -126,13 +126,13 @@ void ExpectStorable(const std::vector<Record>& records, std::size_t index, const
   std::vector<std::string> problems;
   const auto names = NamesOf(records[index]);
   for (std::size_t name = 0; name < names.size(); ++name) {
-    if (names[name] == NamesOf(before)[name]) continue;
+    if (*names[name] == *NamesOf(before)[name]) continue;
     const auto others = std::count_if(records.begin(), records.end(), [&](const Record& record) {
-      return NamesOf(record)[name] == names[name];
+      return *NamesOf(record)[name] == *names[name];
     });
     if (others == 1) continue;
     problems.push_back("another record has the " + std::string(kFields<Record>[name].key) + ' ' +
-                       Quoted(names[name]) + " already");
+                       Quoted(*names[name]) + " already");
   }
   if constexpr (std::is_same_v<Record, QuorPolicyInfo>) {
     const auto losses = LostIn(BackendSwitch().on, {{records[index]}, {}, ""});

@@ -21,11 +21,11 @@
 namespace Quorctl {
 
 // By what a record is named, the first before the second: its first fields.
-inline std::array<std::string, 2> NamesOf(const TavQuor::QuorPolicyInfo& policy) {
-  return {policy.policyId, policy.name};
+inline std::array<const std::string*, 2> NamesOf(const TavQuor::QuorPolicyInfo& policy) {
+  return {&policy.policyId, &policy.name};
 }
-inline std::array<std::string, 1> NamesOf(const TavQuor::QuorDatastoreInfo& datastore) {
-  return {datastore.url};
+inline std::array<const std::string*, 1> NamesOf(const TavQuor::QuorDatastoreInfo& datastore) {
+  return {&datastore.url};
 }
 
 template <typename Record>
@@ -44,7 +44,7 @@ std::vector<std::size_t> FindByKey(const std::vector<Record>& records, const std
   std::vector<std::size_t> found;
   for (std::size_t name = 0; name < kNameCount<Record> && found.empty(); ++name) {
     for (std::size_t i = 0; i < records.size(); ++i) {
-      if (NamesOf(records[i])[name] == key) found.push_back(i);
+      if (*NamesOf(records[i])[name] == key) found.push_back(i);
     }
   }
   return found;
@@ -69,8 +69,8 @@ std::vector<std::size_t> FindNamed(const std::vector<Record>& records, const std
   if (!found.empty() || wanted.find_first_of("*?[") == wanted.npos) return found;
   for (std::size_t i = 0; i < records.size(); ++i) {
     const auto names = NamesOf(records[i]);
-    const auto fits = [&wanted](const std::string& name) {
-      return fnmatch(wanted.c_str(), name.c_str(), 0) == 0;
+    const auto fits = [&wanted](const std::string* name) {
+      return fnmatch(wanted.c_str(), name->c_str(), 0) == 0;
     };
     if (std::any_of(names.begin(), names.end(), fits)) found.push_back(i);
   }

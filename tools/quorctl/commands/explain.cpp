@@ -53,10 +53,9 @@ class ExplainCommand final : public Command {
     try {
       const std::string blob = Ask();
       found = !blob.empty();
-      lines.Add("answer:", !found ? "empty: " + reason
-                           : reason.empty()
-                               ? Counted(blob.size(), "byte", "bytes")
-                               : Counted(blob.size(), "byte", "bytes") + ", although " + reason);
+      const std::string size = Counted(blob.size(), "byte", "bytes");
+      lines.Add("answer:",
+                found ? size + (reason.empty() ? "" : ", although " + reason) : "empty: " + reason);
     } catch (const Brisk::Lib::BriskException& failure) {
       lines.Add("answer:", std::string("an exception: ") + failure.what() +
                                "; \"quorctl check\" names the record and what to do");

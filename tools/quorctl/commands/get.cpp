@@ -113,7 +113,7 @@ class GetCommand final : public Command {
     if (ShowsAll() || name_.Given()) {
       shown.any = ShowsAll();
       for (const Record& record : records) {
-        if (name_.Given() && NamesOf(record).back() != name_.Value()) continue;
+        if (name_.Given() && *NamesOf(record).back() != name_.Value()) continue;
         add(record);
         shown.any = true;
       }

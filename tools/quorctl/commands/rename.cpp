@@ -77,7 +77,7 @@ class RenameCommand final : public Command {
     for (const std::string& word : names_.Values())
       SetField(word, &record);
     ExpectStorable(*records, index, before);
-    return {NamesOf(before).front(), NamesOf(record).front()};
+    return {*NamesOf(before).front(), *NamesOf(record).front()};
   }
 
   RecordWords record_;
