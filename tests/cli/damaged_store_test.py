@@ -61,6 +61,13 @@ class Damaged(QuorctlCase):
             self.assertEqual(len(self.aside(path)), 1)
             self.assertEqual([p["name"] for p in self.listed("policies")], ["New"])
 
+    def test_ResetReplacesTheDamagedFileWhenAskedTo(self):
+        for path in self.on_each_store():
+            self.damage(path, b"{")
+            self.ask("reset", "--replace-damaged", "--yes")
+            self.assertEqual(len(self.aside(path)), 1)
+            self.assertEqual(self.listed("policies"), [])
+
     def test_SingleRecordsThatCannotBeRead(self):
         for path in self.on_each_store():
             with open(path, "rb") as file:

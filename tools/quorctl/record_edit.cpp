@@ -154,7 +154,7 @@ template void ExpectStorable(const std::vector<TavQuor::QuorDatastoreInfo>&, std
 ExitStatus EditCatalogue(const ChangeRequest& request, const ChangeOptions& options,
                          const std::function<void(Catalogue* catalogue)>& edit,
                          CommandOutput* output) {
-  if (options.replaceDamaged()) {
+  if (options.replaceDamaged() && !request.wipes) {
     throw UsageError(
         "--replace-damaged goes with whole catalogues only: this record would be all "
         "that is left of a damaged one; see \"quorctl help restore\"");

@@ -70,7 +70,8 @@ template <typename Record>
 void ExpectStorable(const std::vector<Record>& records, std::size_t index, const Record& before);
 
 // Changes the selected store's catalogue by `edit`, which is called again when another process was
-// faster: what that one has changed is kept.
+// faster: what that one has changed is kept. Raises UsageError for --replace-damaged, unless
+// the request wipes everything.
 ExitStatus EditCatalogue(const ChangeRequest& request, const ChangeOptions& options,
                          const std::function<void(Catalogue* catalogue)>& edit,
                          CommandOutput* output);
