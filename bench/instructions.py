@@ -13,7 +13,8 @@ Two counts a call: `own` are the instructions in the library and its platform al
 the other libraries too: a copy too many shows there only. What would make them differ from machine
 to machine is taken out: the C library is told to use none of the instructions that a newer
 processor has, and simdjson its portable code; valgrind's processor is its own; the store's clock
-stands still (standing_clock.cpp). System calls count nothing but what enters them.
+stands still (standing_clock.cpp), and a block of memory always costs the same (steady_memory.cpp).
+System calls count nothing but what enters them.
 """
 from __future__ import annotations
 
@@ -47,10 +48,10 @@ ENVIRONMENT = {"GLIBC_TUNABLES": TUNABLES, "SIMDJSON_FORCE_IMPLEMENTATION": "fal
 Counts = dict[str, dict[str, int]]
 
 
-def standing_clock(program: str) -> str:
+def repeatable(program: str) -> str:
     """The library beside the program; without it each run would count other looks at the files."""
     path = os.path.join(os.path.dirname(os.path.dirname(os.path.abspath(program))), "lib",
-                        "libstanding_clock.so")
+                        "librepeatable.so")
     if not os.path.exists(path):
         sys.exit(f"instructions.py: there is no {path}; build the benchmark anew")
     return path
@@ -67,7 +68,7 @@ def profiles(program: str) -> list[str]:
              "--compress-strings=no", "--compress-pos=no", f"--callgrind-out-file={output}",
              program, "calls", f"--directory={directory}"],
             capture_output=True, text=True, errors="replace", check=False,
-            env={"PATH": os.environ["PATH"], "LD_PRELOAD": standing_clock(program), **ENVIRONMENT})
+            env={"PATH": os.environ["PATH"], "LD_PRELOAD": repeatable(program), **ENVIRONMENT})
         if finished.returncode != 0:
             sys.exit(f"instructions.py: the run failed:\n{finished.stderr}")
         texts = []
