@@ -41,6 +41,10 @@ tests python3-cffi  makes the Python package's module
 tests python3-pytest tests of the Python package
 tests python3-hypothesis tests of the Python package with made-up records
 tests python3-prometheus-client reads the metrics of quorctl
+tests libpq-dev       client of the centre of many hosts
+tests libssl-dev      hashes and signatures of releases
+tests zlib1g-dev      compression of releases
+tests postgresql      centre of many hosts
 tests reuse           finds files without copyright and licence
 reference doxygen     makes the reference of the headers
 packages build-essential what every build of a Debian package takes for granted
@@ -145,6 +149,16 @@ show_progress() {
   [[ ! -t 2 ]] || printf '\r\e[K' >&2
 }
 
+# Debian's PostgreSQL makes a server for everybody and starts it, unless its first package says
+# otherwise before the others come: the tests have servers of their own. Uses names of ensure_packages.
+start_no_server() {
+  local settings=/etc/postgresql-common/createcluster.conf
+  [[ " ${names[*]} " == *" postgresql "* ]] || return 0
+  [[ ! -e /etc/postgresql-common ]] || return 0
+  as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends postgresql-common &&
+    as_root sed -i 's/^#\? *create_main_cluster *=.*/create_main_cluster = false/' "$settings"
+}
+
 ensure_packages() {
   if ! command -v dpkg-query >/dev/null || ! command -v apt-get >/dev/null; then
     echo "note: this is no Debian system, so nothing is installed here. Needed are the equivalents of:" >&2
@@ -169,7 +183,7 @@ ensure_packages() {
   echo "Installing them ..." >&2
   local log
   log=$(mktemp)
-  if as_root apt-get -q update >"$log" 2>&1 &&
+  if as_root apt-get -q update >"$log" 2>&1 && start_no_server >>"$log" 2>&1 &&
     as_root env DEBIAN_FRONTEND=noninteractive "${install[@]}" -o APT::Status-Fd=1 2>&1 |
     show_progress >>"$log"; then
     rm -f "$log"

@@ -82,6 +82,14 @@ LAYERS = {
         ["include/quor", "tools/catalogue", "src/digest/catalogue_digest.h",
          "platform/include/platform/base64.h"],
         external=STANDARD_HEADERS | {"nlohmann/json.hpp"}),
+    "tools/fleet": Layer(
+        ["include/quor", "tools/catalogue", "tools/fleet"],
+        external=STANDARD_HEADERS | {"libpq-fe.h", "openssl/bio.h", "openssl/err.h", "openssl/evp.h",
+                                     "openssl/pem.h", "poll.h", "zlib.h"}),
+    "tools/quor-publish": Layer(
+        ["include/quor", "tools/catalogue", "tools/fleet", "tools/quorctl", "tools/quor-publish"]),
+    "tools/quor-agent": Layer(
+        ["include/quor", "tools/catalogue", "tools/fleet", "tools/quor-agent"]),
     "tools": Layer(["include/quor", PLATFORM_HEADERS, "tools"]),
 }
 FOLDERS = ["include", "src", "c", "platform", "tools"]
