@@ -1,0 +1,59 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
+#include "centre.h"
+
+#include <string>
+
+#include "fleet/fleet_error.h"
+#include "timing.h"
+
+namespace QuorAgent {
+
+using QuorFleet::Deadline;
+
+Centre::Centre(const Settings& settings)
+    : settings_(settings), deadline_(Deadline::In(milliseconds(0))) {}
+
+void Centre::BeginCycle() {
+  deadline_ = Deadline::In(SecondsOf(settings_.timeout));
+}
+
+void Centre::EndCycle() {
+  if (!settings_.keepsConnection) connection_.reset();
+}
+
+// A kept connection may be gone since the last cycle, which is no failure of this one.
+std::optional<QuorFleet::ReleaseHead> Centre::AskHead() {
+  const bool isKept = connection_.has_value();
+  try {
+    return QuorFleet::FetchHead(Connected(), deadline_);
+  } catch (const QuorFleet::FleetError& failure) {
+    if (!isKept || failure.problem() != QuorFleet::FleetProblem::kLost) throw;
+  }
+  Close();
+  return QuorFleet::FetchHead(Connected(), deadline_);
+}
+
+QuorFleet::ReleaseDocument Centre::Fetch(std::int64_t release) {
+  auto document = QuorFleet::FetchDocument(Connected(), release, deadline_);
+  if (document) return std::move(*document);
+  throw QuorFleet::FleetError(QuorFleet::FleetProblem::kRefused, connection_->server(),
+                              "it has no document of release " + std::to_string(release),
+                              "look for the release with \"quor-publish log\"");
+}
+
+void Centre::Report(const QuorFleet::HostReport& report) {
+  QuorFleet::SendReport(Connected(), report, deadline_);
+}
+
+QuorFleet::Connection& Centre::Connected() {
+  if (!connection_ || !connection_->IsUsable()) {
+    connection_.reset();
+    connection_.emplace(QuorFleet::ConnectionOptions{settings_.connection, "quor-agent"},
+                        deadline_);
+  }
+  return *connection_;
+}
+
+}  // namespace QuorAgent

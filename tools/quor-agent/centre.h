@@ -1,0 +1,42 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
+// The agent's connection to the centre.
+#ifndef TOOLS_QUOR_AGENT_CENTRE_H_
+#define TOOLS_QUOR_AGENT_CENTRE_H_
+
+#include <cstdint>
+#include <optional>
+
+#include "fleet/connection.h"
+#include "fleet/host_calls.h"
+#include "settings.h"
+
+namespace QuorAgent {
+
+// Opened by the first question of a cycle, to any of several servers. One deadline holds for all
+// questions of a cycle. Failures are FleetError; the next question opens another connection.
+class Centre {
+ public:
+  explicit Centre(const Settings& settings);
+
+  void BeginCycle();
+  void EndCycle();  // closes the connection unless the settings keep it
+  void Close() { connection_.reset(); }
+
+  // What the host's channel has; nothing where the centre does not know the host.
+  std::optional<QuorFleet::ReleaseHead> AskHead();
+  QuorFleet::ReleaseDocument Fetch(std::int64_t release);
+  void Report(const QuorFleet::HostReport& report);
+
+ private:
+  QuorFleet::Connection& Connected();
+
+  const Settings& settings_;
+  QuorFleet::Deadline deadline_;
+  std::optional<QuorFleet::Connection> connection_;
+};
+
+}  // namespace QuorAgent
+
+#endif  // TOOLS_QUOR_AGENT_CENTRE_H_

@@ -1,0 +1,78 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
+// Keeps the host equal to the wanted release, with the centre or without.
+#ifndef TOOLS_QUOR_AGENT_HOST_KEEPER_H_
+#define TOOLS_QUOR_AGENT_HOST_KEEPER_H_
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "catalogue/catalogue.h"
+#include "condition.h"
+#include "kept_release.h"
+#include "metrics.h"
+#include "settings.h"
+#include "state_directory.h"
+#include "timing.h"
+
+namespace QuorAgent {
+
+// A release is durable in the state directory before the host is touched, so a change that was
+// interrupted is ended by the next Check(). Problems are logged once and kept as the condition;
+// what can be tried again is, sooner at first.
+class HostKeeper {
+ public:
+  HostKeeper(const Settings& settings, Chance* chance, Metrics* metrics)
+      : settings_(settings), chance_(*chance), metrics_(*metrics) {}
+
+  // Takes the state directory and reads it. Raises DirectoryTaken and std::system_error. A damaged
+  // file is logged and taken for none.
+  void Open(StateDirectory::Use use);
+  bool IsOpen() const { return state_ != nullptr; }
+
+  // Compares the host's digests with the kept ones, and ends or repeats what is to be done.
+  void Check();
+  Clock::time_point NextCheck() const { return nextCheck_; }
+
+  // Keeps the release durably as the wanted one, then makes the host equal. Raises
+  // std::system_error, with the host untouched, when it cannot be kept.
+  void Accept(const Wanted& wanted);
+
+  const std::optional<ReleaseName>& WantedRelease() const { return wanted_; }
+  const std::optional<Applied>& LastApplied() const { return applied_; }
+
+  // The highest release that was taken, of which the document may be lost.
+  std::optional<ReleaseName> Floor() const;
+
+  // The catalogue that a new release is compared with: the wanted one, else the host's.
+  Quorctl::Catalogue Basis() const;
+
+  const Condition& condition() const { return condition_; }
+
+ private:
+  void MakeEqual(const std::string& why);
+  void FoundDrift(const Quorctl::Digests& found);
+  void Keep(const Applied& applied);
+  void Fail(const std::string& kind, const std::string& reason);
+  void Set(const Condition& condition);
+
+  const Settings& settings_;
+  Chance& chance_;
+  Metrics& metrics_;
+  std::unique_ptr<StateDirectory> state_;
+  std::optional<ReleaseName> wanted_;  // its document stays on the disk
+  std::optional<Applied> applied_;
+  bool appliedIsKept_ = true;  // on the disk too
+  std::optional<Quorctl::Digests> drift_;
+  Condition condition_{State::kWaiting, "", ""};
+  BackOff backOff_;
+  Clock::time_point nextCheck_;
+  Clock::time_point nextRepair_;
+};
+
+}  // namespace QuorAgent
+
+#endif  // TOOLS_QUOR_AGENT_HOST_KEEPER_H_

@@ -1,0 +1,20 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
+// The agent's log: one line an event on standard error, which the service manager keeps.
+#ifndef TOOLS_QUOR_AGENT_JOURNAL_H_
+#define TOOLS_QUOR_AGENT_JOURNAL_H_
+
+#include <string>
+
+namespace QuorAgent {
+
+enum class Severity { kError = 3, kWarning = 4, kInfo = 6 };
+
+// Bytes that a terminal acts on are escaped. Where standard error is the journal's, the line begins
+// with the severity as the journal reads it ("<4>").
+void Log(Severity severity, const std::string& event);
+
+}  // namespace QuorAgent
+
+#endif  // TOOLS_QUOR_AGENT_JOURNAL_H_
