@@ -129,6 +129,10 @@ class CompletingShell:
         os.remove(self.taken)
         return text
 
+    def wait_for(self, text):
+        """Until the terminal shows it."""
+        self._wait(lambda: text.encode() in self.shown)
+
     def words(self, line):
         """The words that quorctl would get from the command line."""
         script = 'quorctl() { printf "%s\\0" "$@"; }; eval "$1"'

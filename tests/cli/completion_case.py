@@ -83,6 +83,16 @@ class CompletionCase:
             offered = self.shell.offered(line)  # options, at the most
             self.assertEqual([word for word in offered if not word.startswith("-")], [], line)
 
+    def test_TheProgramAnswersWithoutAShell(self):
+        self.ask("apply", EXAMPLE)
+        for words, answer in (
+                (["check", "--severity=e"], "\n--severity=\nerror\t\n"),
+                (["list", "policies", "--sort", "id,-na"], "no-space\nid,-\nname\t\n"),
+                (["get", "policy", "gold-0"], "\n\ngold-01\tGold\n"),
+                (["apply", "x"], "files\n\n"), (["--root", "x"], "directories\n\n"),
+                (["frobnicate", ""], "\n\n"), (["get", "frobs", ""], "\n\n")):
+            self.assertEqual(self.ask("__complete", *words).text, answer)
+
     def test_RecordsComeFromTheCatalogueAsItIsNow(self):
         for line in ("quorctl get policy ", "quorctl get datastore ", "quorctl restore "):
             self.expect_offer(line, [])

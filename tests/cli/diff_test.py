@@ -2,11 +2,12 @@
 # SPDX-License-Identifier: Apache-2.0
 """quorctl diff: what apply would delete, add and change."""
 import json
+import os
 import subprocess
 import unittest
 
 from digest_test import PUT_CATALOGUE, as_records, plain_datastore, plain_policy
-from quorctl_case import (BAD_INPUT, DONE, NO, TIMEOUT, USAGE, QuorctlCase, base64_of, blob,
+from quorctl_case import (ABSENT, BAD_INPUT, DONE, NO, NO_HOST, TIMEOUT, USAGE, QuorctlCase, base64_of, blob,
                           datastore, document, entries_of, policy)
 
 
@@ -26,6 +27,36 @@ class Diff(QuorctlCase):
         for words in ([], ["-o", "wide"]):
             self.assertEqual(self.ask("diff", path, *words).text, "")
         self.assertEqual(self.ask("diff", path, "-o", "json").text, "[]\n")
+
+    def names_in(self, *words, status=NO):
+        result = self.run_quorctl("diff", *words, "-o", "json")
+        self.assertEqual((result.status, result.errors), (status, ""))
+        return [(found["change"], found["name"]) for found in json.loads(result.text)]
+
+    def test_TwoDocumentsOrNumbersOfTheHistory(self):
+        contents = [document([policy(name) for name in names]) for names in ("A", "AB", "B")]
+        for content in contents:
+            self.apply(content)
+        paths = [self.write(f"{i}.json", json.dumps(content))
+                 for i, content in enumerate(contents)]
+        for old, new in ((paths[0], paths[1]), ("2", "3"), ("2", paths[1]), (paths[0], "3")):
+            self.assertEqual(self.names_in(old, new), [("added", "B")])
+        self.assertEqual(self.names_in("4", "2"), [("deleted", "B"), ("added", "A")])
+        self.assertEqual(self.names_in("2", paths[0], status=DONE), [])
+        self.assertEqual(self.names_in("3"), [("added", "A")])
+        self.refuse(ABSENT, "diff", "77", "2")
+
+    def test_AnotherHostDirectory(self):
+        self.apply(document([policy("A")]))
+        other = os.path.join(self.directory, "other")
+        self.ask("--root", other, "apply", "--create", "-",
+                 given=json.dumps(document([policy("A"), policy("B")])).encode())
+        self.ask("--root", other, "migrate", "--to", "file")
+        self.ask("--root", other, "switch", "file")
+        self.assertEqual(self.names_in("--other-root", other), [("added", "B")])
+        self.assertEqual(self.names_in("--other-root", self.host, status=DONE), [])
+        self.refuse(NO_HOST, "diff", "--other-root", os.path.join(self.directory, "none"))
+        self.refuse(USAGE, "diff", "--other-root", other, "x.json")
 
     def test_OrderIsNoDifference(self):
         self.apply(document([policy("A", blobs=[blob("R"), blob("V")]), policy("B")],
@@ -144,8 +175,8 @@ class Diff(QuorctlCase):
         self.refuse(BAD_INPUT, "diff", path, message=f"cannot read {path}: No such file")
 
     def test_FileIsRequired(self):
-        self.refuse(USAGE, "diff", message="diff needs a FILE, or - for standard input")
-        self.refuse(USAGE, "diff", "a", "b", message='unexpected argument "b"')
+        self.refuse(USAGE, "diff", message="diff needs a document, - for standard input, a number or --other-root")
+        self.refuse(USAGE, "diff", "a", "b", "c", message='unexpected argument "c"')
 
 
 if __name__ == "__main__":

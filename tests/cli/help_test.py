@@ -12,14 +12,15 @@ OUTPUT_OPTIONS = ["-o, --output FORMAT", "--fields NAMES", "--sort NAMES",
                   "--where FIELD=PATTERN", "--no-headings"]
 CHANGE_OPTIONS = ["-y, --yes", "--dry-run", "--check", "-q, --quiet", "-o, --output FORMAT", "--no-history", "--replace-damaged",
                   "--expect DIGESTS"]
-OPTIONS = {"status": [], "metrics": [], "list": ["KIND", "KEY", *OUTPUT_OPTIONS],
+OPTIONS = {"status": ["-o, --output FORMAT"], "metrics": [], "list": ["KIND", "KEY", *OUTPUT_OPTIONS],
            "get": ["KIND", "KEY", "--name NAME", *OUTPUT_OPTIONS],
            "blob": ["--policy-id ID", "--policy-name NAME", "--datastore URL",
                     "--default-of URL", "--out FILE", "--raw"],
            "explain": ["URL", "--policy-id ID"],
            "digest": ["-o, --output FORMAT", "--expect POLICIES:DATASTORES"],
-           "watch": ["--period SECONDS", "--exec CMD"], "export": [],
-           "diff": ["FILE", *OUTPUT_OPTIONS], "check": ["--severity LEAST", "--verbose", *OUTPUT_OPTIONS],
+           "watch": ["--period SECONDS", "--exec CMD", "-o, --output FORMAT",
+                     "--from DIGESTS", "--first"], "export": [],
+           "diff": ["OLD", "NEW", "--other-root DIR", *OUTPUT_OPTIONS], "check": ["--severity LEAST", "--verbose", *OUTPUT_OPTIONS],
            "apply": ["FILE", "--policies-only", "--datastores-only", "--force", "--create",
                      "--resume",
                      *CHANGE_OPTIONS],
@@ -28,7 +29,7 @@ OPTIONS = {"status": [], "metrics": [], "list": ["KIND", "KEY", *OUTPUT_OPTIONS]
            "add": ["KIND", "KEY", "FIELD=VALUE", "--blob NAMESPACE=@FILE", *CHANGE_OPTIONS],
            "delete": ["KIND", "KEY", *CHANGE_OPTIONS],
            "rename": ["KIND", "KEY", "FIELD=NEW", "--defaults", *CHANGE_OPTIONS],
-           "reset": CHANGE_OPTIONS, "history": OUTPUT_OPTIONS,
+           "reset": CHANGE_OPTIONS, "history": ["ACTION", "NUMBER", *OUTPUT_OPTIONS],
            "restore": ["NUMBER", "--last", *CHANGE_OPTIONS], "switch": ["CHOICE", "--yes"],
            "migrate": ["--to CHOICE", *CHANGE_OPTIONS], "help": ["COMMAND"]}
 GLOBAL_OPTIONS = ["--root DIR", "-h, --help", "--version"]

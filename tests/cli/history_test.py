@@ -53,6 +53,49 @@ class History(HistoryCase):
         self.assertIn(middle["datastoreDigest"], json.dumps(digests))
         self.assertRegex(middle["time"], r"\A\d{4}-\d\d-\d\dT\d\d:\d\d:\d\dZ\Z")
 
+    def test_OneIsShown(self):
+        content = document([policy("A")], [datastore()])
+        self.apply(content)
+        self.apply(document())
+        self.assertEqual(json.loads(self.ask("history", "show", "2").text), content)
+        self.refuse(ABSENT, "history", "show", "77")
+        self.refuse(USAGE, "history", "show", "x", message='"x" is no number of the history')
+        self.refuse(USAGE, "history", "show", message="history show needs a number")
+        self.refuse(USAGE, "history", "drop", "2",
+                    message='unknown action "drop"; choose show, keep, release or length')
+
+    def numbers_after_changes(self, *generations):
+        for generation in generations:
+            self.apply(document([policy("A", generation=generation)]))
+        return [entry["number"] for entry in self.entries()]
+
+    def test_LengthIsThatOfTheHost(self):
+        self.refuse(ABSENT, "history", "length", "3")
+        self.apply(document([policy("A")]))
+        self.ask("history", "length", "3")
+        self.assertEqual(self.numbers_after_changes(2, 3, 4, 5), [6, 5, 4])
+        for count in ("0", "10001"):
+            self.refuse(USAGE, "history", "length", count,
+                        message="history length: give a count from 1 to 10000")
+        with open(os.path.join(self.host, "history", ".length"), "w", encoding="utf-8") as file:
+            file.write("many")
+        result = self.run_quorctl("apply", "--yes", "-", given=json.dumps(document()).encode())
+        self.assertIn('.length: no number from 1 to 10000; set one by "quorctl history length '
+                      'COUNT"', result.errors)
+        self.assertEqual(self.listed("policies"), [])
+
+    def test_OneThatIsKeptStaysWhateverComes(self):
+        self.apply(document([policy("A")]))
+        self.ask("history", "length", "2")
+        self.ask("history", "keep", "2")
+        self.ask("history", "keep", "2")
+        self.assertEqual(self.numbers_after_changes(2, 3, 4), [5, 4, 2])
+        self.assertEqual([entry["kept"] for entry in self.entries()], ["no", "no", "yes"])
+        self.ask("restore", "--yes", "2")
+        self.assertEqual(self.listed_document(), document([policy("A")]))
+        self.ask("history", "release", "2")
+        self.assertEqual(self.numbers_after_changes(5), [7, 6])
+
     def test_KeptDocumentIsOneThatApplyTakes(self):
         content = document([policy("\u00e9", description={"base64": base64_of(b"\xff\0")},
                                    blobs=[blob("N", base64=base64_of(b"\0\1\xfe"))])],

@@ -1,6 +1,7 @@
 # SPDX-FileCopyrightText: 2026 libquor developers
 # SPDX-License-Identifier: Apache-2.0
 """quorctl status: on an empty host, a stored catalogue, and a damaged one."""
+import json
 import os
 import re
 import time
@@ -54,6 +55,34 @@ class Status(StatusCase):
         self.assertTrue(before <= time.mktime(modified) - time.timezone <= time.time() + 1)
         self.assertRegex(shown["policies"], r"\A2, digest [0-9a-f]{32}\Z")
         self.assertRegex(shown["datastores"], r"\A1, digest [0-9a-f]{32}\Z")
+
+    def test_TheSameAsAnObject(self):
+        self.apply(document([policy("A"), policy("B")], [datastore()]))
+        shown, _ = self.lines()
+        found = json.loads(self.ask("status", "-o", "json").text)
+        file = found["file"]
+        self.assertEqual((found["hostDirectory"], found["store"]), (self.host, "store"))
+        self.assertEqual((file["path"], file["mode"], f"{file['size']} bytes"),
+                         (shown["stored in"], shown["mode"], shown["size"]))
+        self.assertEqual(f"{file['owner']}:{file['group']}", shown["owner"])
+        self.assertEqual(file["modified"].replace("T", " ").replace("Z", " UTC"),
+                         shown["modified"])
+        self.assertEqual(found["otherFile"],
+                         {"path": f"{self.host}/host-config.json", "exists": False})
+        self.assertEqual((found["history"], found["interrupted"]), (2, []))
+        self.assertEqual((f"{found['policies']}, digest {found['policyDigest']}",
+                          f"{found['datastores']}, digest {found['datastoreDigest']}"),
+                         (shown["policies"], shown["datastores"]))
+
+    def test_AnObjectTellsOfADamagedStoreToo(self):
+        self.apply(document([policy("A")], []))
+        with open(self.snapshot_path(), "r+b") as file:
+            file.truncate(10)
+        result = self.run_quorctl("status", "-o", "json")
+        self.assertEqual(result.status, STORE)
+        found = json.loads(result.text)
+        self.assertEqual(found["file"]["size"], 10)
+        self.assertNotIn("policies", found)
 
     def test_DigestsTellChangeAndOnlyChange(self):
         self.apply(document([policy("A"), policy("B")], [datastore("1"), datastore("2")]))

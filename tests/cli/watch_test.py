@@ -1,6 +1,7 @@
 # SPDX-FileCopyrightText: 2026 libquor developers
 # SPDX-License-Identifier: Apache-2.0
 """quorctl watch: lines for changes by other processes, --exec, and the ways in which it ends."""
+import json
 import os
 import re
 import select
@@ -107,6 +108,32 @@ class Watch(WatchCase):
         self.apply(document([policy("C")], [datastore("w")]))
         process.send_signal(signal.SIGCONT)
         self.expect_change(process, "policies,datastores")
+        self.expect_end(process, by=signal.SIGINT)
+
+    def test_FirstLineIsTheCatalogueAsItIs(self):
+        process = self.watch("--first")
+        self.expect_change(process, "first")
+        self.apply(document([policy("B")], [datastore("u")]))
+        self.expect_change(process, "policies")
+        self.expect_end(process, by=signal.SIGINT)
+
+    def test_ChangesSinceAnEarlierWatchAreTold(self):
+        before = json.loads(self.ask("digest", "-o", "json").text)
+        seen = f"{before['policies']}:{before['datastores']}"
+        self.apply(document([policy("B")], [datastore("u")]))
+        process = self.watch("--from", seen)
+        self.expect_change(process, "policies")
+        self.expect_end(process, by=signal.SIGINT)
+
+    def test_ObjectsInPlaceOfLines(self):
+        process = self.watch("-o", "json", "--first")
+        for changed in ([], ["policies"]):
+            line = json.loads(self.read_line(process.stdout))
+            self.assertRegex(line.pop("time"), r"\A\d{4}-\d\d-\d\dT\d\d:\d\d:\d\dZ\Z")
+            self.assertEqual(line, {"changed": changed,
+                                    **json.loads(self.ask("digest", "-o", "json").text)})
+            if not changed:
+                self.apply(document([policy("B")], [datastore("u")]))
         self.expect_end(process, by=signal.SIGINT)
 
     def test_TwoWatchersSeeTheSame(self):
@@ -339,6 +366,14 @@ class WrongWords(QuorctlCase):
                        "0x10"):
             self.refuse(USAGE, "watch", f"--period={period}",
                         message=f'--period "{period}": give seconds from 0.05 to 86400')
+
+    def test_BeginningsExcludeEachOther(self):
+        self.refuse(USAGE, "watch", "--first", "--from", ":",
+                    message="--first and --from exclude each other")
+        self.refuse(USAGE, "watch", "--from", "x",
+                    message="--from needs the two digests with a colon between them")
+        self.refuse(USAGE, "watch", "-o", "csv",
+                    message='unknown format "csv"; choose table or json')
 
     def test_CommandIsNotEmpty(self):
         self.refuse(USAGE, "watch", "--exec=", message="--exec: CMD is empty")

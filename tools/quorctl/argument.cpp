@@ -21,6 +21,11 @@ void Argument::Declare(CLI::App& app, const std::string& name, const std::string
   option_->type_name(valueName);
 }
 
+// Kept where the parser's own help would look for a text; quorctl's is another one.
+void Argument::OfferChoices(const std::string& choices) {
+  option_->option_text(choices);
+}
+
 bool Argument::Given() const {
   return option_ != nullptr && option_->count() > 0;
 }

@@ -25,6 +25,9 @@ class Argument {
   void Declare(CLI::App& app, const std::string& name, const std::string& valueName,
                const std::string& description);
 
+  // Of a value that can only be one of a few: these words, with blanks between them.
+  void OfferChoices(const std::string& choices);
+
   bool Given() const;
 
   // The value; REQUIRES: Given().

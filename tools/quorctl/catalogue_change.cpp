@@ -311,6 +311,7 @@ void ChangeOptions::Declare(CLI::App& verb) {
   DeclareFlag(verb, "-q,--quiet", &quiet_, "print nothing of what differs and what was done");
   format_.Declare(verb, "-o,--output", "FORMAT",
                   "table, or json: what was done, counts and digests");
+  format_.OfferChoices("table json");
   DeclareFlag(verb, "--no-history", &noHistory_,
               "do not keep the present catalogue nor the new one: for\n"
               "a catalogue that is damaged, or a disk that is full");
@@ -323,12 +324,8 @@ void ChangeOptions::Declare(CLI::App& verb) {
 }
 
 void ChangeOptions::Check() const {
-  if (expected_.Given() && expected_.Value().find(':') == std::string::npos) {
-    throw UsageError("--expect needs the two digests with a colon between them");
-  }
-  if (format_.Given() && format_.Value() != "json" && format_.Value() != "table") {
-    throw UsageError("unknown format " + Quoted(format_.Value()) + "; choose table or json");
-  }
+  if (expected_.Given()) DigestsIn(expected_, "--expect");
+  IsJson(format_);
   if (format_.Given() && quiet_) throw UsageError("--quiet and --output exclude each other");
 }
 

@@ -17,6 +17,7 @@
 #include "catalogue/digests.h"
 #include "catalogue/losses.h"
 #include "command.h"
+#include "option_values.h"
 #include "progress_line.h"
 
 namespace Quorctl {
@@ -39,7 +40,7 @@ class ChangeOptions {
   // The digests that the catalogue has to have; empty for any.
   std::string expected() const { return expected_.Given() ? expected_.Value() : ""; }
   bool quiet() const { return quiet_; }
-  bool asJson() const { return format_.Given() && format_.Value() == "json"; }
+  bool asJson() const { return IsJson(format_); }
 
  private:
   bool confirmed_ = false;

@@ -16,6 +16,8 @@ class App;
 
 namespace Quorctl {
 
+struct RecordLayout;
+
 struct CommandInfo {
   std::string name;
   std::vector<std::string> synopses;  // each the words after the name
@@ -42,6 +44,9 @@ class Command {
 
   // Whether it may make a host directory that is named and not there.
   virtual bool MakesHost() const { return false; }
+
+  // What it lists; `kind` is the first word behind the verb. Null where it lists nothing.
+  virtual const RecordLayout* Lists(const std::string& /*kind*/) const { return nullptr; }
 
   // Does the work. Failures are raised.
   virtual ExitStatus Run(CommandOutput* output) = 0;

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "catalogue/text/terminal_text.h"
+#include "completion.h"
 #include "help.h"
 #include "text/suggestion.h"
 
@@ -22,6 +23,10 @@ CommandLine::CommandLine(CommandTable commands) : commands_(std::move(commands))
 }
 
 ExitStatus CommandLine::Run(const std::vector<std::string>& words, CommandOutput* output) {
+  if (!words.empty() && words.front() == kCompletionWord) {
+    output->text += CompletionOf({words.begin() + 1, words.end()});
+    return ExitStatus::kDone;
+  }
   try {
     return RunParsed(words, output);
   } catch (const UsageError& failure) {

@@ -43,19 +43,23 @@ void ExpectLockTimeout() {
 
 }  // namespace
 
-void GlobalOptions::Apply(bool mayMakeHost) const {
-  ExpectLockTimeout();
-  if (!root_.Given()) return;
-  if (root_.Value().empty()) throw UsageError("--root: the name of the directory is empty");
+void UseHost(const Argument& root, const std::string& option, bool mayMakeHost) {
+  const std::string& directory = root.Value();
+  if (directory.empty()) throw UsageError(option + ": the name of the directory is empty");
   struct stat status;
-  const bool missing = stat(root_.Value().c_str(), &status) != 0 && errno == ENOENT;
+  const bool missing = stat(directory.c_str(), &status) != 0 && errno == ENOENT;
   if (missing && !mayMakeHost) {
     throw CommandError(ExitStatus::kNoHost,
-                       root_.Value() +
+                       directory +
                            ": there is no such host directory; \"quorctl apply "
                            "--create\" makes one");
   }
-  HostPlatform::UseHostDirectory(root_.Value());
+  HostPlatform::UseHostDirectory(directory);
+}
+
+void GlobalOptions::Apply(bool mayMakeHost) const {
+  ExpectLockTimeout();
+  if (root_.Given()) UseHost(root_, "--root", mayMakeHost);
 }
 
 }  // namespace Quorctl

@@ -5,9 +5,15 @@
 #ifndef TOOLS_QUORCTL_GLOBAL_OPTIONS_H_
 #define TOOLS_QUORCTL_GLOBAL_OPTIONS_H_
 
+#include <string>
+
 #include "argument.h"
 
 namespace Quorctl {
+
+// Points the process at the host directory that the option names. Raises UsageError for an empty
+// name, CommandError for one that is not there unless the command makes it.
+void UseHost(const Argument& root, const std::string& option, bool mayMakeHost);
 
 class GlobalOptions {
  public:

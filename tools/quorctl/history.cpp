@@ -15,6 +15,7 @@
 #include "catalogue/document_writer.h"
 #include "exit_status.h"
 #include "input_file.h"
+#include "output_file.h"
 #include "platform/admin.h"
 #include "text/utc_time.h"
 
@@ -26,6 +27,7 @@ constexpr char kInStore[] = "store";
 constexpr char kInFile[] = "file";
 constexpr char kNoDigest[] = "-";
 constexpr char kPending[] = ".pending";
+constexpr char kKept[] = ".kept";
 constexpr std::uint64_t kNumbersEnd = std::numeric_limits<std::int64_t>::max();
 constexpr std::size_t kDigestLength = 32;
 
@@ -127,9 +129,17 @@ std::vector<HistoryEntry> ListEntries(const std::string& ending) {
     if (name.compare(end, name.npos, ending) != 0) continue;
     if (const auto entry = ParseName(file.path(), name.substr(0, end))) entries.push_back(*entry);
   }
+  return entries;
+}
+
+std::vector<HistoryEntry> NewestFirst(std::vector<HistoryEntry> entries) {
   std::sort(entries.begin(), entries.end(),
             [](const auto& a, const auto& b) { return a.number > b.number; });
   return entries;
+}
+
+std::string LengthFile() {
+  return HistoryDirectory() + "/.length";
 }
 
 std::uint64_t Keep(const std::string& document, const std::string& name) {
@@ -157,11 +167,16 @@ bool IsNewest(const std::string& document, const Digests& digests, bool inStore)
 }  // namespace
 
 std::vector<HistoryEntry> ListHistory() {
-  return ListEntries("");
+  std::vector<HistoryEntry> entries = ListEntries("");
+  for (HistoryEntry& entry : ListEntries(kKept)) {
+    entry.kept = true;
+    entries.push_back(std::move(entry));
+  }
+  return NewestFirst(std::move(entries));
 }
 
 std::vector<HistoryEntry> ListPending() {
-  return ListEntries(kPending);
+  return NewestFirst(ListEntries(kPending));
 }
 
 HistoryEntry FindHistoryEntry(std::uint64_t number) {
@@ -238,10 +253,36 @@ void RemoveFromHistory(std::uint64_t number) noexcept {
   }
 }
 
+std::size_t HistoryLength() {
+  if (!std::filesystem::exists(LengthFile())) return kUsualHistoryLength;
+  std::string text = ReadKeptFile(LengthFile());
+  if (!text.empty() && text.back() == '\n') text.pop_back();
+  std::size_t length = 0;
+  if (ReadNumber(text, &length) && length >= 1 && length <= kLongestHistory) return length;
+  throw CommandError(ExitStatus::kStore, LengthFile() + ": no number from 1 to " +
+                                             std::to_string(kLongestHistory) +
+                                             "; set one by \"quorctl history length COUNT\"");
+}
+
+void SetHistoryLength(std::size_t length) {
+  if (!std::filesystem::exists(HistoryDirectory())) {
+    throw CommandError(ExitStatus::kAbsent,
+                       "there is no " + HistoryDirectory() + " yet; the first change makes it");
+  }
+  ReplaceFile(LengthFile(), std::to_string(length) + '\n');
+}
+
 void TrimHistory() {
-  const std::vector<HistoryEntry> entries = ListHistory();
-  for (std::size_t i = kHistoryLength; i < entries.size(); ++i)
+  std::vector<HistoryEntry> entries = NewestFirst(ListEntries(""));
+  for (std::size_t i = HistoryLength(); i < entries.size(); ++i)
     std::filesystem::remove(entries[i].path);
+}
+
+void MakeKept(const HistoryEntry& entry, bool kept) {
+  if (entry.kept == kept) return;
+  std::filesystem::rename(
+      entry.path,
+      kept ? entry.path + kKept : entry.path.substr(0, entry.path.size() + 1 - sizeof kKept));
 }
 
 }  // namespace Quorctl

@@ -12,6 +12,8 @@
 // file's name, so that entry and document cannot come apart:
 //
 //   NUMBER.TIME.REASON.STORE.POLICIES.DATASTORES.POLICY-DIGEST.DATASTORE-DIGEST.json
+//
+// One that is to stay ends in ".kept" behind it. How many of the others stay is said in .length.
 #ifndef TOOLS_QUORCTL_HISTORY_H_
 #define TOOLS_QUORCTL_HISTORY_H_
 
@@ -25,7 +27,8 @@
 
 namespace Quorctl {
 
-inline constexpr std::size_t kHistoryLength = 20;
+inline constexpr std::size_t kUsualHistoryLength = 20;
+inline constexpr std::size_t kLongestHistory = 10000;
 inline constexpr char kFound[] = "found";  // as the reason: quorctl did not put it there
 
 struct HistoryEntry {
@@ -37,6 +40,7 @@ struct HistoryEntry {
   std::size_t datastores = 0;
   Digests digests;
   std::string path;
+  bool kept = false;  // stays whatever comes later
 };
 
 // "/var/lib/quor/history"
@@ -72,8 +76,18 @@ void EndPending(std::uint64_t number, bool inStore);
 // Takes an entry back whose change did not happen. Raises nothing.
 void RemoveFromHistory(std::uint64_t number) noexcept;
 
-// Removes the oldest ones beyond kHistoryLength. Raises std::system_error.
+// How many are left of those that need not stay. Raises CommandError when .length holds no such
+// number.
+std::size_t HistoryLength();
+
+// Raises CommandError when there is no history yet, std::system_error.
+void SetHistoryLength(std::size_t length);
+
+// Removes the oldest ones beyond HistoryLength(). Raises std::system_error.
 void TrimHistory();
+
+// The entry stays, or need not stay any more. Raises std::system_error.
+void MakeKept(const HistoryEntry& entry, bool kept);
 
 }  // namespace Quorctl
 

@@ -50,10 +50,14 @@ std::vector<std::string> NamesIn(const std::string& list, const std::string& opt
 
 }  // namespace
 
-void ListingOptions::Declare(CLI::App& verb) {
+void ListingOptions::Declare(CLI::App& verb, bool named) {
   format_.Declare(verb, "-o,--output", "FORMAT",
                   "table (as without this option), wide, json, jsonl, csv\n"
                   "or csv-raw");
+  std::string formats = named ? "name" : "";
+  for (const auto& [format, ignored] : kFormats)
+    formats += std::string(" ") + format;
+  format_.OfferChoices(formats);
   fields_.Declare(verb, "--fields", "NAMES",
                   "write these fields in this order, with commas between\n"
                   "them; -o json shows how they are named");

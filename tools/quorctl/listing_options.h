@@ -15,7 +15,8 @@ class ListingOptions {
   // The words for a synopsis.
   static constexpr char kSynopsis[] = "[OUTPUT OPTION]...";
 
-  void Declare(CLI::App& verb);
+  // With `named` also "-o name".
+  void Declare(CLI::App& verb, bool named = false);
 
   // Raises UsageError for what makes no sense whatever the records are. "-o name" writes
   // `nameField` alone, the field by which a record is named, where there is one.

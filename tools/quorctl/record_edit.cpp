@@ -45,6 +45,7 @@ void SetValue(const std::string& field, const std::string& /*text*/, Blobs* /*va
 
 void RecordWords::Declare(CLI::App& verb) {
   kind_.Declare(verb, "KIND", "", "policy or datastore");
+  kind_.OfferChoices("policy datastore");
   key_.Declare(verb, "KEY", "", "the policy's identifier or name, the datastore's URL");
 }
 

@@ -86,9 +86,12 @@ class CheckCommand final : public Command {
 
   void Declare(CLI::App& verb) override {
     severity_.Declare(verb, "--severity", "LEAST", "tell and count errors only: error; or warning");
+    severity_.OfferChoices("error warning");
     DeclareFlag(verb, "--verbose", &verbose_, "tell also what was looked at and is right");
     options_.Declare(verb);
   }
+
+  const RecordLayout* Lists(const std::string& /*kind*/) const override { return &FindingLayout(); }
 
   ExitStatus Run(CommandOutput* output) override {
     onlyErrors_ = severity_.Given() && severity_.Value() == "error";

@@ -4,8 +4,8 @@
 #include "argument.h"
 #include "catalogue/digests.h"
 #include "catalogue/text/json_text.h"
-#include "catalogue/text/terminal_text.h"
 #include "command_table.h"
+#include "option_values.h"
 #include "quor/quor_lib.h"
 #include "stored_records.h"
 #include "text/table.h"
@@ -37,23 +37,20 @@ class DigestCommand final : public Command {
 
   void Declare(CLI::App& verb) override {
     format_.Declare(verb, "-o,--output", "FORMAT", "table or json");
+    format_.OfferChoices("table json");
     expected_.Declare(verb, "--expect", "POLICIES:DATASTORES", "the digests to compare with");
   }
 
   ExitStatus Run(CommandOutput* output) override {
-    const std::string format = format_.Given() ? format_.Value() : "table";
-    if (format != "table" && format != "json") {
-      throw UsageError("unknown format " + Quoted(format) + "; choose table or json");
-    }
-    if (expected_.Given() && expected_.Value().find(':') == std::string::npos) {
-      throw UsageError("--expect needs the two digests with a colon between them");
-    }
+    const bool json = IsJson(format_);
+    Digests expected;
+    if (expected_.Given()) expected = DigestsIn(expected_, "--expect");
     const Digests digests = QuorLib::GetDbHash();
     WarnOfLostRecords();
     if (expected_.Given()) {
-      return Joined(digests) == expected_.Value() ? ExitStatus::kDone : ExitStatus::kNo;
+      return digests == expected ? ExitStatus::kDone : ExitStatus::kNo;
     }
-    if (format == "json") {
+    if (json) {
       const nlohmann::ordered_json pair = {{"policies", digests.first},
                                            {"datastores", digests.second}};
       output->text += JsonOnOneLine(pair) + '\n';

@@ -63,9 +63,16 @@ class GetCommand final : public Command {
 
   void Declare(CLI::App& verb) override {
     kind_.Declare(verb, "KIND", "", "policies or datastores");
+    kind_.OfferChoices(&info_ == &kGet ? "policies datastores policy datastore"
+                                       : "policies datastores");
     keys_.Declare(verb, "KEY", "", "an identifier, a name, a URL or a pattern; all without");
     if (&info_ == &kGet) name_.Declare(verb, "--name", "NAME", "the policy of this name");
-    options_.Declare(verb);
+    options_.Declare(verb, /*named=*/true);
+  }
+
+  const RecordLayout* Lists(const std::string& kind) const override {
+    if (kind.rfind("polic", 0) == 0) return &PolicyLayout();
+    return kind.rfind("datastore", 0) == 0 ? &DatastoreLayout() : nullptr;
   }
 
   ExitStatus Run(CommandOutput* output) override {

@@ -3,8 +3,12 @@
 
 #include "history.h"
 
+#include "argument.h"
+#include "catalogue/document_writer.h"
+#include "catalogue/text/terminal_text.h"
 #include "command_table.h"
 #include "listing_options.h"
+#include "option_values.h"
 #include "text/record_writer.h"
 
 namespace Quorctl {
@@ -24,10 +28,11 @@ const RecordLayout& HistoryLayout() {
                    {"datastores", "DATASTORES", Table::Align::kRight},
                    {"policyDigest", "POLICY DIGEST"},
                    {"datastoreDigest", "DATASTORE DIGEST"},
-                   {"path", "PATH"}};
+                   {"path", "PATH"},
+                   {"kept", "KEPT"}};
     made.inTable = kAll;
     made.inWide = kAll;
-    made.inWide.emplace_back("path");
+    made.inWide.insert(made.inWide.end(), {"kept", "path"});
     made.inData = made.inWide;
     return made;
   }();
@@ -39,25 +44,66 @@ class HistoryCommand final : public Command {
   const CommandInfo& Info() const override {
     static const CommandInfo info = {
         "history",
-        {ListingOptions::kSynopsis},
+        {ListingOptions::kSynopsis, "show NUMBER", "keep|release NUMBER", "length COUNT"},
         "list the catalogues that were in place",
         "Every change keeps the catalogue that it puts in place, and the one that it replaces\n"
         "where another program had changed it: the newest " +
-            std::to_string(kHistoryLength) +
+            std::to_string(kUsualHistoryLength) +
             ", in history/ in the host\n"
             "directory. Each is a whole catalogue document. \"quorctl restore NUMBER\" puts one\n"
             "back; diff takes it too, and so does apply, unless a name, namespace or URL repeats\n"
             "in it. Lists the newest first. REASON is the command that put it there, \"found\"\n"
             "where it was none of quorctl; STORE where it was: store or file. Not in the\n"
             "document, and so not kept, are keys that somebody wrote into a record of the\n"
-            "configuration file by hand.\n",
+            "configuration file by hand.\n"
+            "\n"
+            "show writes the document of one. keep lets one stay whatever comes later, and does\n"
+            "not count it; release takes that back. length sets how many others stay on this\n"
+            "host, from the next change on.\n",
     };
     return info;
   }
 
-  void Declare(CLI::App& verb) override { options_.Declare(verb); }
+  void Declare(CLI::App& verb) override {
+    action_.Declare(verb, "ACTION", "", "show, keep, release or length; the list without one");
+    action_.OfferChoices("show keep release length");
+    number_.Declare(verb, "NUMBER", "", "one of the list; for length how many");
+    options_.Declare(verb);
+  }
+
+  const RecordLayout* Lists(const std::string& /*kind*/) const override { return &HistoryLayout(); }
 
   ExitStatus Run(CommandOutput* output) override {
+    action_.Given() ? Act(output) : List(output);
+    return ExitStatus::kDone;
+  }
+
+ private:
+  void Act(CommandOutput* output) const {
+    const std::string& action = action_.Value();
+    if (action != "show" && action != "keep" && action != "release" && action != "length") {
+      throw UsageError("unknown action " + Quoted(action) +
+                       "; choose show, keep, release or length");
+    }
+    if (!number_.Given()) throw UsageError("history " + action + " needs a number");
+    if (action == "length") {
+      const std::uint64_t length = NumberIn(number_.Value(), "count");
+      if (length < 1 || length > kLongestHistory) {
+        throw UsageError("history length: give a count from 1 to " +
+                         std::to_string(kLongestHistory));
+      }
+      SetHistoryLength(length);
+      return;
+    }
+    const HistoryEntry entry = FindHistoryEntry(NumberIn(number_.Value(), "number of the history"));
+    if (action == "show") {
+      output->text += CatalogueAsDocument(ReadHistoryEntry(entry));
+    } else {
+      MakeKept(entry, action == "keep");
+    }
+  }
+
+  void List(CommandOutput* output) const {
     RecordWriter writer(HistoryLayout(), options_.Choices());
     for (const HistoryEntry& entry : ListHistory()) {
       writer.Add({NumberValue(static_cast<std::int64_t>(entry.number)), TextValue(entry.time),
@@ -65,13 +111,13 @@ class HistoryCommand final : public Command {
                   NumberValue(static_cast<std::int64_t>(entry.policies)),
                   NumberValue(static_cast<std::int64_t>(entry.datastores)),
                   TextValue(entry.digests.first), TextValue(entry.digests.second),
-                  TextValue(entry.path)});
+                  TextValue(entry.path), TextValue(entry.kept ? "yes" : "no")});
     }
     output->text += writer.Text();
-    return ExitStatus::kDone;
   }
 
- private:
+  Argument action_;
+  Argument number_;
   ListingOptions options_;
 };
 

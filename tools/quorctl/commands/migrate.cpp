@@ -36,6 +36,7 @@ class MigrateCommand final : public Command {
   void Declare(CLI::App& verb) override {
     target_.Declare(verb, "--to", "CHOICE",
                     "store: the configuration store; file: the configuration file");
+    target_.OfferChoices("store file");
     options_.Declare(verb);
   }
 

@@ -1,26 +1,16 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-#include <charconv>
-
 #include "argument.h"
-#include "catalogue/text/terminal_text.h"
 #include "catalogue_change.h"
 #include "command_table.h"
 #include "history.h"
 #include "host_backend.h"
+#include "option_values.h"
 #include "store_limits.h"
 
 namespace Quorctl {
 namespace {
-
-std::uint64_t ReadNumber(const std::string& text) {
-  std::uint64_t number = 0;
-  const char* const end = text.data() + text.size();
-  const auto [stopped, error] = std::from_chars(text.data(), end, number);
-  if (error == std::errc() && stopped == end) return number;
-  throw UsageError(Quoted(text) + " is no number of the history");
-}
 
 class RestoreCommand final : public Command {
  public:
@@ -50,7 +40,7 @@ class RestoreCommand final : public Command {
     if (number_.Given() == last_) {
       throw UsageError("restore needs a NUMBER of the history or --last, one of the two");
     }
-    const std::uint64_t number = last_ ? 0 : ReadNumber(number_.Value());
+    const std::uint64_t number = last_ ? 0 : NumberIn(number_.Value(), "number of the history");
     ExpectReadable(BackendSwitch());
     ProgressLine progress;
     progress.Begin("reading the history");

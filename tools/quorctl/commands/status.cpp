@@ -7,12 +7,15 @@
 #include <cstdio>
 #include <system_error>
 
+#include "argument.h"
 #include "catalogue/digests.h"
+#include "catalogue/text/json_text.h"
 #include "catalogue_change.h"
 #include "command_table.h"
 #include "history.h"
 #include "host_backend.h"
 #include "interrupted_change.h"
+#include "option_values.h"
 #include "platform/feature_list.h"
 #include "quor/quor_lib.h"
 #include "stored_records.h"
@@ -23,6 +26,7 @@ namespace Quorctl {
 
 using HostPlatform::FeatureState;
 using HostPlatform::StoredFile;
+using nlohmann::ordered_json;
 using TavQuor::QuorLib;
 
 namespace {
@@ -143,12 +147,75 @@ void AddAnswers(const Answers& answers, LabelledLines* lines) {
   lines->Add("datastores:", withDigest(answers.datastores, answers.digests.second));
 }
 
+ordered_json AsJson(const StoredFile& file) {
+  ordered_json object = {{"path", BytesAsJson(file.path)}, {"exists", file.exists}};
+  if (file.exists) {
+    object["size"] = file.size;
+    object["owner"] = file.owner;
+    object["group"] = file.group;
+    object["mode"] = ModeInOctal(file.mode);
+    object["modified"] = ExtendedUtcTime(CompactUtcTime(file.modified)).value_or("");
+  }
+  if (!file.problem.empty()) object["problem"] = BytesAsJson(file.problem);
+  return object;
+}
+
+ordered_json AsJson(const FeatureState& backend) {
+  ordered_json object = {{"hostDirectory", BytesAsJson(HostPlatform::HostDirectory())},
+                         {"store", backend.on ? "store" : "file"},
+                         {"switchFile", backend.mapped},
+                         {"lockTimeoutMs", HostPlatform::LockTimeout()},
+                         {"file", AsJson(StateOf(backend.on))},
+                         {"otherFile", AsJson(StateOf(!backend.on))},
+                         {"history", ListHistory().size()},
+                         {"interrupted", ordered_json::array()}};
+  if (!backend.problem.empty()) object["problem"] = BytesAsJson(backend.problem);
+  for (const HistoryEntry& entry : ListInterrupted())
+    object["interrupted"].push_back(DescribeInterrupted(entry));
+  return object;
+}
+
+void AddAnswers(const Answers& answers, ordered_json* object) {
+  (*object)["policies"] = answers.policies;
+  (*object)["datastores"] = answers.datastores;
+  (*object)["policyDigest"] = answers.digests.first;
+  (*object)["datastoreDigest"] = answers.digests.second;
+}
+
+// What could be found out, also where the rest raises.
+class StatusText {
+ public:
+  StatusText(const FeatureState& backend, const StoredFile& file, bool json) : json_(json) {
+    if (json_) {
+      object_ = AsJson(backend);
+      return;
+    }
+    lines_.Add("host directory:", HostPlatform::HostDirectory());
+    AddSwitch(backend, &lines_);
+    AddFile(file, &lines_);
+    AddOtherFile(backend.on, &lines_);
+    AddHistory(&lines_);
+    lines_.Add("lock deadline:", std::to_string(HostPlatform::LockTimeout()) + " ms");
+  }
+
+  void Add(const Answers& answers) {
+    json_ ? AddAnswers(answers, &object_) : AddAnswers(answers, &lines_);
+  }
+
+  std::string Text() const { return json_ ? IndentedJson(object_) + '\n' : lines_.Text(); }
+
+ private:
+  bool json_;
+  ordered_json object_;
+  LabelledLines lines_;
+};
+
 class StatusCommand final : public Command {
  public:
   const CommandInfo& Info() const override {
     static const CommandInfo info = {
         "status",
-        {""},
+        {"[-o table|json]"},
         "show where the catalogue is kept and in which state",
         "Shows which host store keeps the catalogue and why, the files on disk and who may\n"
         "read them, how many records there are with the digests over them, how many replaced\n"
@@ -157,36 +224,37 @@ class StatusCommand final : public Command {
     return info;
   }
 
-  void Declare(CLI::App& /*verb*/) override {}
+  void Declare(CLI::App& verb) override {
+    format_.Declare(verb, "-o,--output", "FORMAT", "table or json");
+    format_.OfferChoices("table json");
+  }
 
   ExitStatus Run(CommandOutput* output) override {
+    const bool json = IsJson(format_);
     const FeatureState backend = BackendSwitch();
     UseBackend(backend.on);  // all that follows tells of the same store
     const StoredRecords stored;
-    LabelledLines lines;
     const StoredFile file = StateOf(backend.on);
-    lines.Add("host directory:", HostPlatform::HostDirectory());
-    AddSwitch(backend, &lines);
-    AddFile(file, &lines);
-    AddOtherFile(backend.on, &lines);
-    AddHistory(&lines);
-    lines.Add("lock deadline:", std::to_string(HostPlatform::LockTimeout()) + " ms");
+    StatusText text(backend, file, json);
     Answers answers;
     try {
       answers = {QuorLib::ListPolicyInfo().size(), QuorLib::ListDatastoreInfo().size(),
                  QuorLib::GetDbHash()};
-      AddAnswers(answers, &lines);
+      text.Add(answers);
     } catch (...) {
-      output->text += lines.Text();  // all that could be found out
+      output->text += text.Text();  // all that could be found out
       throw;
     }
-    output->text += lines.Text();
+    output->text += text.Text();
     stored.ExpectPolicies(answers.policies);
     stored.ExpectDatastores(answers.datastores);
     if (!file.problem.empty()) throw CommandError(ExitStatus::kStore, file.problem);
     ExpectReadable(backend);
     return ExitStatus::kDone;
   }
+
+ private:
+  Argument format_;
 };
 
 }  // namespace

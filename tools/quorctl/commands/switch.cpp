@@ -69,6 +69,7 @@ class SwitchCommand final : public Command {
   void Declare(CLI::App& verb) override {
     choice_.Declare(verb, "CHOICE", "",
                     "store: the configuration store; file: the configuration file");
+    choice_.OfferChoices("store file");
     DeclareFlag(verb, "--yes", &confirmed_, "select it whatever it holds");
   }
 

@@ -16,9 +16,11 @@
 
 #include "argument.h"
 #include "catalogue/digests.h"
+#include "catalogue/text/json_text.h"
 #include "catalogue/text/terminal_text.h"
 #include "command_table.h"
 #include "host_backend.h"
+#include "option_values.h"
 #include "platform/admin.h"
 #include "quor/quor.h"
 #include "quor/quor_lib.h"
@@ -92,6 +94,19 @@ std::string WhatChanged(const Digests& before, const Digests& after) {
   return before.second == after.second ? "policies" : "policies,datastores";
 }
 
+constexpr char kFirst[] = "first";  // in place of what changed
+
+std::string AsJson(const std::string& what, const Digests& digests) {
+  nlohmann::ordered_json changed = nlohmann::ordered_json::array();
+  for (const char* const kind : {"policies", "datastores"}) {
+    if (what.find(kind) != what.npos) changed.push_back(kind);
+  }
+  return JsonOnOneLine({{"time", TimeNow()},
+                        {"changed", changed},
+                        {"policies", digests.first},
+                        {"datastores", digests.second}});
+}
+
 void WriteLine(const std::string& line) {
   const int error = WriteStandardOutput(line + '\n');
   if (error == 0) return;
@@ -121,11 +136,17 @@ class WatchCommand final : public Command {
   const CommandInfo& Info() const override {
     static const CommandInfo info = {
         "watch",
-        {"[--period SECONDS] [--exec CMD]"},
+        {"[--first | --from DIGESTS] [-o FORMAT] [--period SECONDS]\n"
+         "                     [--exec CMD]"},
         "print a line whenever the catalogue changes",
         "Waits until the host's files change, and asks for the two digests. Whenever they are\n"
         "others than before it prints the time, which of them changed (policies, datastores or\n"
         "policies,datastores), and both digests as \"quorctl digest --expect\" takes them.\n"
+        "With --first it begins with a line for the catalogue as it is, \"first\" in place of\n"
+        "what changed. With --from it begins where an earlier watch ended: a catalogue with\n"
+        "other digests is a change. With -o json each line is an object, \"changed\" an array\n"
+        "of the two words, empty for the first line.\n"
+        "\n"
         "What is changed and changed back before it looks goes unnoticed, and so do the few\n"
         "changes that leave the digests as they are: see \"quorctl help digest\".\n"
         "\n"
@@ -144,19 +165,30 @@ class WatchCommand final : public Command {
   void Declare(CLI::App& verb) override {
     period_.Declare(verb, "--period", "SECONDS", "ask also when no file has changed for so long");
     script_.Declare(verb, "--exec", "CMD", "run this by the shell after each change");
+    format_.Declare(verb, "-o,--output", "FORMAT", "table or json");
+    format_.OfferChoices("table json");
+    from_.Declare(verb, "--from", "DIGESTS",
+                  "the digests that were seen last,\n"
+                  "POLICIES:DATASTORES");
+    DeclareFlag(verb, "--first", &first_, "begin with a line for the catalogue as it is");
   }
 
   ExitStatus Run(CommandOutput* /*output*/) override {
     const milliseconds period = period_.Given() ? PeriodOf(period_.Value()) : kNever;
     if (script_.Given() && script_.Value().empty()) throw UsageError("--exec: CMD is empty");
+    json_ = IsJson(format_);
+    if (first_ && from_.Given()) throw UsageError("--first and --from exclude each other");
+    std::optional<Digests> known;
+    if (from_.Given()) known = DigestsIn(from_, "--from");
     WaitBriefly();
     StopSignals signals;
     Changes changes(HostPlatform::HostDirectory());
-    std::optional<Digests> known;
     do {
       const std::optional<Digests> now = AskForDigests();
       if (now && known && *now != *known) {
-        if (Report(*known, *now, &signals)) return ExitStatus::kDone;
+        if (Report(WhatChanged(*known, *now), *now, &signals)) return ExitStatus::kDone;
+      } else if (now && !known && first_) {
+        Print(kFirst, *now);
       }
       if (now) known = now;
     } while (!AwaitChange(problem_.empty() ? period : kRetryPeriod, &changes, &signals));
@@ -200,11 +232,14 @@ class WatchCommand final : public Command {
     fallback_ = fallback;
   }
 
+  void Print(const std::string& what, const Digests& digests) const {
+    WriteLine(json_ ? AsJson(what, digests) : TimeNow() + ' ' + what + ' ' + Joined(digests));
+  }
+
   // True when the watch was told to stop meanwhile.
-  bool Report(const Digests& before, const Digests& after, StopSignals* signals) const {
-    const std::string what = WhatChanged(before, after);
-    const std::string digests = after.first + ':' + after.second;
-    WriteLine(TimeNow() + ' ' + what + ' ' + digests);
+  bool Report(const std::string& what, const Digests& after, StopSignals* signals) const {
+    Print(what, after);
+    const std::string digests = Joined(after);
     if (!script_.Given()) return false;
     setenv("QUORCTL_CHANGED", what.c_str(), /*replace=*/1);
     setenv("QUORCTL_DIGESTS", digests.c_str(), /*replace=*/1);
@@ -221,6 +256,10 @@ class WatchCommand final : public Command {
 
   Argument period_;
   Argument script_;
+  Argument format_;
+  Argument from_;
+  bool first_ = false;
+  bool json_ = false;
   std::string fallback_;  // reported already
   std::string problem_;   // reported already; empty while the catalogue can be read
 };
