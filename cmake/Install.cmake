@@ -10,6 +10,7 @@
 #   python                the Python package
 #   platform-development  headers of the platform, for programs that bring or administer one
 #   tools                 quorctl, its manual pages and completions
+#   quor-agent            the daemon of a host in a fleet, its unit, settings and manual page
 #   documentation         texts, examples, bill of materials
 #
 # The prefix may be moved afterwards, unless it is /usr: every path below it is found relative to the
@@ -26,6 +27,9 @@ set(QUOR_PLATFORM_INCLUDEDIR ${CMAKE_INSTALL_INCLUDEDIR}/quor-platform)
 set(QUOR_CMAKEDIR ${CMAKE_INSTALL_LIBDIR}/cmake/quor)
 set(QUOR_SYSUSERSDIR lib/sysusers.d CACHE STRING "Directory of the description of the group")
 set(QUOR_ZSHDIR ${CMAKE_INSTALL_DATADIR}/zsh/site-functions CACHE STRING "Directory of zsh's completions")
+set(QUOR_UNITDIR lib/systemd/system CACHE STRING "Directory of systemd's units")
+set(QUOR_AGENT_CONFDIR ${CMAKE_INSTALL_DATADIR}/doc/quor-agent CACHE STRING
+    "Directory of quor-agent's settings, all of them commented out")
 set(QUOR_TMPFILESDIR lib/tmpfiles.d CACHE STRING "Directory of the description of /var/lib/quor")
 
 # The path that leads from one directory below the prefix to another.
@@ -115,6 +119,22 @@ if(TARGET quorctl)
   install(FILES tools/quorctl/completion/quorctl.bash RENAME quorctl
           DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT tools)
   install(FILES tools/quorctl/completion/_quorctl DESTINATION ${QUOR_ZSHDIR} COMPONENT tools)
+endif()
+
+# The unit names the program by the prefix, which is known at installation.
+if(TARGET quor-agent)
+  quor_relative_path(QUOR_BIN_TO_LIB ${CMAKE_INSTALL_BINDIR} ${CMAKE_INSTALL_LIBDIR})
+  set_target_properties(quor-agent PROPERTIES INSTALL_RPATH "$ORIGIN/${QUOR_BIN_TO_LIB}")
+  install(TARGETS quor-agent RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT quor-agent)
+  install(FILES docs/man/quor-agent.8 DESTINATION ${CMAKE_INSTALL_MANDIR}/man8 COMPONENT quor-agent)
+  install(FILES packaging/quor-agent.conf DESTINATION ${QUOR_AGENT_CONFDIR} COMPONENT quor-agent)
+  install(CODE "
+    set(QUOR_AGENT_PATH \"\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_BINDIR}/quor-agent\")
+    configure_file(\"${PROJECT_SOURCE_DIR}/packaging/systemd/quor-agent.service.in\"
+                   \"${CMAKE_CURRENT_BINARY_DIR}/quor-agent.service\" @ONLY)
+    file(INSTALL \"${CMAKE_CURRENT_BINARY_DIR}/quor-agent.service\"
+         DESTINATION \"\${CMAKE_INSTALL_PREFIX}/${QUOR_UNITDIR}\" TYPE FILE)"
+    COMPONENT quor-agent)
 endif()
 
 # Texts for users: README.md without the parts that are about the source tree, its links without those

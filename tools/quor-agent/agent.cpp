@@ -3,6 +3,8 @@
 
 #include "agent.h"
 
+#include <malloc.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <exception>
@@ -33,6 +35,7 @@ Outcome Agent::Run() {
     keeper_.Check();
     Publish();
     notice_.Ready(Summary());
+    malloc_trim(0);
     while (!WaitForWork())
       Turn();
   }
@@ -75,7 +78,9 @@ void Agent::Turn() {
   const bool asks = Clock::now() >= channel_.NextAsk();
   if (checks) keeper_.Check();
   if (asks) channel_.Ask();
-  if (checks || asks) Publish();
+  if (!checks && !asks) return;
+  Publish();
+  malloc_trim(0);  // what a large catalogue took is not needed until the next change
 }
 
 Outcome Agent::RunOnce() {

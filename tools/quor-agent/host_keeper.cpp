@@ -3,8 +3,6 @@
 
 #include "host_keeper.h"
 
-#include <malloc.h>
-
 #include <exception>
 #include <utility>
 
@@ -121,7 +119,6 @@ void HostKeeper::MakeEqual(const std::string& why) {
     Fail("host", "the host could not be made equal to " +
                      (wanted_ ? ReleaseInWords(*wanted_) : "its release") + ": " + failure.what());
   }
-  malloc_trim(0);  // a large catalogue's memory is not needed until the next change
 }
 
 void HostKeeper::Keep(const Applied& applied) {

@@ -92,11 +92,12 @@ void ReplaceMetricsFile(const std::string& path, const std::string& text) {
   const std::string next = path + ".new";
   const int file =
       open(next.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, kReadableByAll);
-  bool done =
-      file != -1 && write(file, text.data(), text.size()) == static_cast<ssize_t>(text.size());
+  errno = file == -1 ? errno : ENOSPC;  // what a write that was cut short means
+  bool done = file != -1 && fchmod(file, kReadableByAll) == 0 &&
+              write(file, text.data(), text.size()) == static_cast<ssize_t>(text.size());
   const int error = errno;
   if (file != -1) close(file);
-  if (!done) errno = file != -1 && error == 0 ? ENOSPC : error;
+  errno = error;
   done = done && rename(next.c_str(), path.c_str()) == 0;
   if (done) return;
   throw std::system_error(errno, std::generic_category(),

@@ -5,12 +5,13 @@ import hashlib
 import json
 import os
 import re
+import shutil
 import subprocess
 import unittest
 import zlib
 
-from agent_case import (DONE, NO_CENTRE, REFUSED, WOULD_CHANGE, AgentCase, datastore, document,
-                        generation, policy)
+from agent_case import (DONE, NO_CENTRE, REFUSED, WOULD_CHANGE, AgentCase, blob, datastore, document,
+                        generation, in_order, policy)
 from postgres import Cluster
 
 HOST = "h1"
@@ -350,6 +351,60 @@ class Failures(CentreCase):
             os.rmdir(obstacle)
             self.wait_for(lambda: self.status() == (2, "applied", ""))
             self.expect_host(generation("B"))
+
+
+class Disk(CentreCase):
+    """State and host on a small disk of their own, in the agent's mount namespace."""
+
+    SMALL = ('mount -t tmpfs -o size=$SIZE none "$DISK" && cp -a "$DISK.old/." "$DISK" && '
+             'exec "$@"')
+
+    def setUp(self):
+        super().setUp()
+        self.disk = os.path.join(self.directory, "disk")
+        os.mkdir(self.disk)
+        self.host = os.path.join(self.disk, "host")
+        self.state = os.path.join(self.disk, "state")
+        if subprocess.run(["unshare", "-m", "true"], check=False, stderr=subprocess.DEVNULL).returncode:
+            self.skipTest("this user may not mount")
+        self.publish(generation("A"))
+        self.once()
+        shutil.copytree(self.disk, self.disk + ".old")
+
+    def on_small_disk(self):
+        words = super().words
+        self.words = lambda *arguments: [
+            "unshare", "-m", "sh", "-c", self.SMALL, "sh", *words(*arguments)]
+        return self.daemon(environment={"DISK": self.disk, "SIZE": "256k"})
+
+    def inside(self, process, command):
+        return subprocess.run(["nsenter", "-t", str(process.pid), "-m", "sh", "-c", command],
+                              check=True, capture_output=True, text=True,
+                              env=self.environment(DISK=self.disk, Q=self.program)).stdout
+
+    def heals(self, harm, remedy, reason):
+        with self.on_small_disk() as process:
+            self.wait_for_log("nothing was to be written", 0)
+            self.wait_for(lambda: self.server.sql("select 1 from quor.host_status"))
+            self.inside(process, harm)
+            self.publish(generation("B", blobs=[blob(text="x" * 999)]), may_shrink=True)
+            self.wait_for(lambda: self.status()[1] == "failed")
+            self.assertIn(reason, self.status()[2])
+            listed = json.loads(self.inside(process, "$Q export"))
+            self.assertEqual(in_order(listed), in_order(generation("A")))
+            self.inside(process, remedy)
+            self.wait_for(lambda: self.status() == (2, "applied", ""))
+            listed = json.loads(self.inside(process, "$Q export"))
+            self.assertEqual(in_order(listed),
+                             in_order(generation("B", blobs=[blob(text="x" * 999)])))
+
+    def test_FullDiskHealsAlone(self):
+        self.heals('dd if=/dev/zero of="$DISK/fill" 2>/dev/null || true', 'rm "$DISK/fill"',
+                   "No space left on device")
+
+    def test_ReadOnlyDiskHealsAlone(self):
+        self.heals('mount -o remount,ro "$DISK"', 'mount -o remount,rw "$DISK"',
+                   "Read-only file system")
 
 
 if __name__ == "__main__":

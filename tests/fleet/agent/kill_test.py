@@ -12,11 +12,13 @@ import subprocess
 import time
 import unittest
 
-from agent_case import (NO_CENTRE, TIMEOUT, AgentCase, blob, datastore, generation,
+from agent_case import (DONE, NO_CENTRE, TIMEOUT, AgentCase, blob, datastore, generation,
                         in_order, policy)
+from centre_test import CentreCase
+from postgres import binaries
 
 AT_CALL = os.environ["QUOR_AT_CALL"]
-STEP = 1 + int(os.environ.get("QUOR_CALLS_BETWEEN", "30"))
+STEP = 1 + int(os.environ.get("QUOR_CALLS_BETWEEN", "52"))
 HEALS = 2  # seconds
 SWITCH = 62
 NOT_ALLOWED = 77
@@ -47,7 +49,9 @@ def sorted_policies(policies):
                    for record in policies), key=lambda record: record["name"])
 
 
-class AtCalls(AgentCase):
+class AtCalls:
+    """What the cases below share."""
+
     def setUp(self):
         super().setUp()
         self.old, self.new = pair()
@@ -90,10 +94,10 @@ class AtCalls(AgentCase):
             self.assertIn((record["defaultPolicy"], record["namespace"]), blobs, f"call {call}")
         return found[0]
 
-    def heal(self, status, *words):
+    def heal(self, status):
         """Starts the agent again; the host is to hold what is kept as wanted."""
         began = time.monotonic()
-        self.expect(status, "--once", *words)
+        self.expect(status, "--once")
         self.assertLess(time.monotonic() - began, HEALS)
         self.expect_host({1: self.old, 2: self.new}[self.kept("wanted")])
         self.assertEqual(self.kept("applied"), self.kept("wanted"))
@@ -111,6 +115,8 @@ class AtCalls(AgentCase):
         self.assertLessEqual({"old", "new"}, seen)
         return calls
 
+
+class WithoutACentre(AtCalls, AgentCase):
     def test_KilledWithTheCentreGone(self):
         for store in ("store", "file"):
             self.templates(store)
@@ -141,6 +147,17 @@ class AtCalls(AgentCase):
         self.assertLessEqual(sum(counts), 3 + 2, f"call {call}: {errors + healed}")
         again = self.agent("--once").errors
         self.assertNotIn("the host holds", again, f"call {call}")
+
+
+@unittest.skipUnless(binaries(), "there is no PostgreSQL server")
+class WithACentre(AtCalls, CentreCase):
+    def test_KilledBetweenTheFirstQuestionAndTheReport(self):
+        self.publish(self.old)
+        self.publish(self.new, may_shrink=True)
+        for store in ("store", "file"):
+            self.templates(store)
+            calls = self.kill_everywhere(DONE, self.words("--once"))
+            self.assertEqual(self.status(), (2, "applied", ""), calls)
 
 
 if __name__ == "__main__":
