@@ -7,7 +7,7 @@ import unittest
 from quorctl_case import USAGE, QuorctlCase
 
 VERBS = ["status", "list", "get", "blob", "explain", "digest", "watch", "export", "diff", "check", "metrics",
-         "apply", "set", "add", "delete", "rename", "reset", "history", "restore", "switch", "migrate", "help"]
+         "apply", "edit", "set", "add", "delete", "rename", "reset", "history", "restore", "switch", "migrate", "help"]
 OUTPUT_OPTIONS = ["-o, --output FORMAT", "--fields NAMES", "--sort NAMES",
                   "--where FIELD=PATTERN", "--no-headings"]
 CHANGE_OPTIONS = ["-y, --yes", "--dry-run", "--check", "-q, --quiet", "-o, --output FORMAT", "--no-history", "--replace-damaged",
@@ -24,6 +24,7 @@ OPTIONS = {"status": ["-o, --output FORMAT"], "metrics": [], "list": ["KIND", "K
            "apply": ["FILE", "--policies-only", "--datastores-only", "--force", "--create",
                      "--resume",
                      *CHANGE_OPTIONS],
+           "edit": CHANGE_OPTIONS,
            "set": ["KIND", "KEY", "FIELD=VALUE", "--blob NAMESPACE=@FILE", "--no-blob NAMESPACE",
                    *CHANGE_OPTIONS],
            "add": ["KIND", "KEY", "FIELD=VALUE", "--blob NAMESPACE=@FILE", *CHANGE_OPTIONS],

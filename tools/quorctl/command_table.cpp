@@ -16,9 +16,9 @@ CommandTable MakeCommandTable() {
        {MakeStatusCommand,  MakeListCommand,    MakeGetCommand,     MakeBlobCommand,
         MakeExplainCommand, MakeDigestCommand,  MakeWatchCommand,   MakeExportCommand,
         MakeDiffCommand,    MakeCheckCommand,   MakeMetricsCommand, MakeApplyCommand,
-        MakeSetCommand,     MakeAddCommand,     MakeDeleteCommand,  MakeRenameCommand,
-        MakeResetCommand,   MakeHistoryCommand, MakeRestoreCommand, MakeSwitchCommand,
-        MakeMigrateCommand, MakeHelpCommand})
+        MakeEditCommand,    MakeSetCommand,     MakeAddCommand,     MakeDeleteCommand,
+        MakeRenameCommand,  MakeResetCommand,   MakeHistoryCommand, MakeRestoreCommand,
+        MakeSwitchCommand,  MakeMigrateCommand, MakeHelpCommand})
     table.push_back(make());
   return table;
 }
@@ -26,12 +26,14 @@ CommandTable MakeCommandTable() {
 void RaiseUnknownCommand(const std::string& word) {
   // What hands know from other programs.
   static const std::map<std::string, std::string> kElsewhere = {
-      {"show", "get"},          {"describe", "get"},     {"ls", "list"},      {"cat", "export"},
-      {"dump", "export"},       {"load", "apply"},       {"import", "apply"}, {"log", "history"},
-      {"undo", "restore"},      {"rollback", "restore"}, {"verify", "check"}, {"validate", "check"},
-      {"version", "--version"}, {"info", "status"},      {"clear", "reset"},  {"edit", "set"},
-      {"update", "set"},        {"monitor", "watch"},    {"rm", "delete"},    {"remove", "delete"},
-      {"create", "add"},        {"new", "add"},          {"mv", "rename"},    {"why", "explain"}};
+      {"show", "get"},          {"describe", "get"},  {"ls", "list"},
+      {"cat", "export"},        {"dump", "export"},   {"load", "apply"},
+      {"import", "apply"},      {"log", "history"},   {"undo", "restore"},
+      {"rollback", "restore"},  {"verify", "check"},  {"validate", "check"},
+      {"version", "--version"}, {"info", "status"},   {"clear", "reset"},
+      {"update", "set"},        {"monitor", "watch"}, {"rm", "delete"},
+      {"remove", "delete"},     {"create", "add"},    {"new", "add"},
+      {"mv", "rename"},         {"why", "explain"}};
   const auto other = kElsewhere.find(word);
   std::vector<std::string> names;
   for (const auto& command : MakeCommandTable())

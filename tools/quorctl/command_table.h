@@ -36,6 +36,7 @@ std::unique_ptr<Command> MakeApplyCommand();
 std::unique_ptr<Command> MakeHistoryCommand();
 std::unique_ptr<Command> MakeRestoreCommand();
 std::unique_ptr<Command> MakeMigrateCommand();
+std::unique_ptr<Command> MakeEditCommand();
 std::unique_ptr<Command> MakeSetCommand();
 std::unique_ptr<Command> MakeAddCommand();
 std::unique_ptr<Command> MakeDeleteCommand();

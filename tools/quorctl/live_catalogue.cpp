@@ -3,6 +3,9 @@
 
 #include "live_catalogue.h"
 
+#include "catalogue/canonical_order.h"
+#include "catalogue/digests.h"
+#include "catalogue/document_writer.h"
 #include "exit_status.h"
 #include "stored_records.h"
 
@@ -40,6 +43,13 @@ LiveCatalogue ReadLiveCatalogue(bool complete) {
   }
   throw CommandError(ExitStatus::kStore,
                      "other processes keep changing the catalogue while it is read; try again");
+}
+
+std::string LiveDocument() {
+  Catalogue catalogue = ReadLiveCatalogue().catalogue;
+  catalogue.basis = Joined(DigestsOf(catalogue));
+  PutInCanonicalOrder(&catalogue);
+  return CatalogueAsDocument(catalogue);
 }
 
 }  // namespace Quorctl

@@ -5,6 +5,8 @@
 #ifndef TOOLS_QUORCTL_LIVE_CATALOGUE_H_
 #define TOOLS_QUORCTL_LIVE_CATALOGUE_H_
 
+#include <string>
+
 #include "catalogue/catalogue.h"
 #include "store_stamp.h"
 
@@ -20,6 +22,9 @@ struct LiveCatalogue {
 // Both kinds of records, of one moment, each read once. Raises CommandError when the catalogue does
 // not stay the same for that long, and with `complete` when a record cannot be read.
 LiveCatalogue ReadLiveCatalogue(bool complete = true);
+
+// The same as a document in canonical order, which tells on which digests it is based.
+std::string LiveDocument();
 
 }  // namespace Quorctl
 

@@ -1,40 +1,17 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
+#include "applied_document.h"
 #include "argument.h"
-#include "catalogue/document_reader.h"
-#include "catalogue/document_rules.h"
 #include "catalogue_change.h"
 #include "command_table.h"
 #include "history.h"
 #include "host_backend.h"
 #include "input_file.h"
 #include "interrupted_change.h"
-#include "store_limits.h"
 
 namespace Quorctl {
 namespace {
-
-Catalogue ReadAndCheck(const std::string& path) {
-  const std::string source = InputName(path);
-  const std::string text = ReadInput(path);
-  Catalogue catalogue = ReadCatalogueDocument(text, source);
-  const bool inStore = BackendSwitch().on;
-  DocumentProblems problems;
-  FindRepeatedKeys(catalogue,
-                   inStore ? "only one of the two would be kept"
-                           : "only the first of the two would be found by it",
-                   &problems);
-  if (inStore) {
-    FindNamelessBlobs(catalogue, "the configuration store keeps no blob without a namespace",
-                      &problems);
-  }
-  problems.Raise(text, source);
-  const std::vector<std::string> losses = LostIn(inStore, catalogue);
-  if (losses.empty()) return catalogue;
-  throw CommandError(ExitStatus::kBadInput, source + ": " + losses.front() + "; the " +
-                                                BackendName(inStore) + " would not keep it");
-}
 
 std::string BlobCount(const Catalogue& catalogue) {
   std::size_t blobs = 0;
@@ -100,7 +77,8 @@ class ApplyCommand final : public Command {
     UseBackend(selected.on);
     ProgressLine progress;
     progress.Begin("reading the document");
-    Catalogue catalogue = ReadAndCheck(file_.Value());
+    const std::string& path = file_.Value();
+    Catalogue catalogue = ReadAppliedDocument(ReadInput(path), InputName(path));
     ExpectReadable(selected);
     ChangeRequest request = RequestFor("apply", catalogue);
     request.replacesPolicies = !datastoresOnly_;

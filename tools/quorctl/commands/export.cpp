@@ -2,9 +2,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
 #include "backend_choice.h"
-#include "catalogue/canonical_order.h"
-#include "catalogue/digests.h"
-#include "catalogue/document_writer.h"
 #include "command_table.h"
 #include "live_catalogue.h"
 
@@ -35,10 +32,7 @@ class ExportCommand final : public Command {
 
   ExitStatus Run(CommandOutput* output) override {
     StayWithTheBackend();
-    Catalogue catalogue = ReadLiveCatalogue().catalogue;
-    catalogue.basis = Joined(DigestsOf(catalogue));
-    PutInCanonicalOrder(&catalogue);
-    output->text += CatalogueAsDocument(catalogue);
+    output->text += LiveDocument();
     return ExitStatus::kDone;
   }
 };

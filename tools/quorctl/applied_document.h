@@ -1,0 +1,21 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
+// A document that is to become this host's catalogue.
+#ifndef TOOLS_QUORCTL_APPLIED_DOCUMENT_H_
+#define TOOLS_QUORCTL_APPLIED_DOCUMENT_H_
+
+#include <string>
+
+#include "catalogue/catalogue.h"
+
+namespace Quorctl {
+
+// Raises DocumentError for a document that breaks the rules, also those of the host store that this
+// process uses; `source` is what messages call it. Raises CommandError (bad input) for one of which
+// the store would not keep all.
+Catalogue ReadAppliedDocument(const std::string& text, const std::string& source);
+
+}  // namespace Quorctl
+
+#endif  // TOOLS_QUORCTL_APPLIED_DOCUMENT_H_
