@@ -11,6 +11,7 @@
 #   platform-development  headers of the platform, for programs that bring or administer one
 #   tools                 quorctl, its manual pages and completions
 #   quor-agent            the daemon of a host in a fleet, its unit, settings and manual page
+#   quor-publish          the operator's tool for a fleet, its manual page
 #   documentation         texts, examples, bill of materials
 #
 # The prefix may be moved afterwards, unless it is /usr: every path below it is found relative to the
@@ -135,6 +136,13 @@ if(TARGET quor-agent)
     file(INSTALL \"${CMAKE_CURRENT_BINARY_DIR}/quor-agent.service\"
          DESTINATION \"\${CMAKE_INSTALL_PREFIX}/${QUOR_UNITDIR}\" TYPE FILE)"
     COMPONENT quor-agent)
+endif()
+
+if(TARGET quor-publish)
+  quor_relative_path(QUOR_BIN_TO_LIB ${CMAKE_INSTALL_BINDIR} ${CMAKE_INSTALL_LIBDIR})
+  set_target_properties(quor-publish PROPERTIES INSTALL_RPATH "$ORIGIN/${QUOR_BIN_TO_LIB}")
+  install(TARGETS quor-publish RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT quor-publish)
+  install(FILES docs/man/quor-publish.8 DESTINATION ${CMAKE_INSTALL_MANDIR}/man8 COMPONENT quor-publish)
 endif()
 
 # Texts for users: README.md without the parts that are about the source tree, its links without those

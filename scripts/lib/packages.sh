@@ -4,7 +4,7 @@
 # shellcheck shell=bash
 # The Debian packages that the scripts need, and their installation. To be sourced by bash.
 #
-#   ensure_packages GROUP...     groups: build tests compilers cross reference packages lint fuzz bench wheel long
+#   ensure_packages GROUP...     groups: build tests fleet compilers cross reference packages lint fuzz bench wheel long
 #
 # Nothing is run but a look into dpkg's database when all packages are there.
 
@@ -45,6 +45,12 @@ tests libpq-dev       client of the centre of many hosts
 tests libssl-dev      hashes and signatures of releases
 tests zlib1g-dev      compression of releases
 tests postgresql      centre of many hosts
+fleet libpq-dev       client of the centre of many hosts
+fleet libssl-dev      hashes and signatures of releases
+fleet zlib1g-dev      compression of releases
+fleet postgresql      centre of many hosts
+fleet python3         reads what quor-publish answers
+long  chromium        looks at the page of quor-publish status
 tests reuse           finds files without copyright and licence
 reference doxygen     makes the reference of the headers
 packages build-essential what every build of a Debian package takes for granted

@@ -138,12 +138,17 @@ class Server:
 
     def freeze(self):
         """Stops all its processes: connections stay and nothing answers."""
-        for pid in [self.process.pid, *descendants(self.process.pid)]:
-            os.kill(pid, signal.SIGSTOP)
+        self._signal(signal.SIGSTOP)
 
     def thaw(self):
+        self._signal(signal.SIGCONT)
+
+    def _signal(self, number):
         for pid in [self.process.pid, *descendants(self.process.pid)]:
-            os.kill(pid, signal.SIGCONT)
+            try:
+                os.kill(pid, number)
+            except ProcessLookupError:  # it ended meanwhile
+                pass
 
     def _end(self, number):
         if not self.is_up():
@@ -168,11 +173,15 @@ class Server:
         return [line.split("\t") for line in result.stdout.decode().splitlines()]
 
     def make_centre(self):
-        """The tables of the centre, and roles of a person for each group."""
+        """The tables of the centre, new, and a person's role for each group."""
+        statements = ["drop schema if exists quor cascade",
+                      "do $$ declare r name; begin for r in select rolname from pg_roles where rolcanlogin and "
+                      f"rolname <> '{SUPERUSER}' loop execute format('drop role %I', r); end loop; end $$"]
         for path in sorted(glob.glob(os.path.join(MIGRATIONS, "*.sql"))):
             with open(path, encoding="utf-8") as file:
-                self.sql(file.read())
-        self.sql("create role ann login in role quor_publisher; create role vic login in role quor_viewer")
+                statements.append(file.read().rstrip().rstrip(";"))
+        statements.append("create role ann login in role quor_publisher; create role vic login in role quor_viewer")
+        self.sql("; ".join(statements))
 
     def add_host(self, name, channel="prod"):
         """A host whose role has its name."""

@@ -43,6 +43,9 @@ COMPONENTS = {
               r"share/man/man7/quorctl-examples\.7", r"share/man/man8/quorctl\.8",
               r"share/bash-completion/completions/quorctl",
               r"share/zsh/(site-functions|vendor-completions)/_quorctl"],
+    "quor-agent": [r"bin/quor-agent", r"share/man/man8/quor-agent\.8", r"lib/systemd/system/quor-agent\.service",
+                   r"share/doc/quor-agent/quor-agent\.conf"],
+    "quor-publish": [r"bin/quor-publish", r"share/man/man8/quor-publish\.8"],
     "documentation": [
         r"share/doc/[\w-]+/(README|CHANGELOG|SECURITY)\.md", r"share/doc/[\w-]+/LICENSE",
         r"share/doc/[\w-]+/docs/(formats|platform|python)\.md", r"share/doc/[\w-]+/quor\.cdx\.json",
@@ -65,6 +68,10 @@ class Components(unittest.TestCase):
     def setUpClass(cls):
         directory = installed_tree.temporary_directory(cls)
         cls.prefixes = {}
+        # The tools of a fleet are built where their needs are met.
+        for tool in ("quor-agent", "quor-publish"):
+            if not os.path.exists(os.path.join(BUILD, "bin", tool)):
+                COMPONENTS.pop(tool, None)
         for component in COMPONENTS:
             cls.prefixes[component] = os.path.join(directory, component)
             installed_tree.install(CMAKE, BUILD, cls.prefixes[component], component)

@@ -135,6 +135,10 @@ bool Connection::TryServer(const ConnectionWords& words, const ConnectionOptions
   all["application_name"] = options.programName;
   for (const auto& [keyword, value] : words)
     all[keyword] = value;
+  // libpq's default is told as if somebody had asked for it.
+  if (options.takesChanges && all["target_session_attrs"] == "any") {
+    all["target_session_attrs"] = "read-write";
+  }
   if (all["target_session_attrs"] == "prefer-standby") all["target_session_attrs"] = "standby";
   std::vector<const char*> keywords;
   std::vector<const char*> values;

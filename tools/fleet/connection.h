@@ -73,6 +73,7 @@ struct ConnectionOptions {
   std::string connectionString;  // as libpq knows it; what is not in it comes from the environment
   std::string programName;       // shown by the server as application_name
   std::chrono::milliseconds perServer = std::chrono::seconds(5);
+  bool takesChanges = false;  // a standby will not do, unless the string asks for one
 };
 
 class Connection {

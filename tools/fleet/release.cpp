@@ -72,19 +72,19 @@ Catalogue OpenRelease(std::int64_t release, const std::string& sha256,
   const std::optional<std::string> bytes = Uncompressed(document.compressed);
   if (!bytes) {
     throw ReleaseRefused(Refusal::kHash, release,
-                         "the document at the centre is damaged; publish it again");
+                         "the document at the centre is damaged; publish it anew with --again");
   }
   const std::string found = Sha256Hex(*bytes);
   if (found != sha256 || document.sha256 != sha256) {
     throw ReleaseRefused(Refusal::kHash, release,
                          "the document has the hash " + Shortened(found) + ", promised was " +
-                             Shortened(sha256) + "; publish it again");
+                             Shortened(sha256) + "; publish it anew with --again");
   }
   if (keys.Any() && !keys.Accept(release, sha256, document.signature)) {
     throw ReleaseRefused(
         Refusal::kSignature, release,
         std::string(document.signature.empty() ? "it is not signed" : "no known key signed it") +
-            "; publish it again with --key");
+            "; publish it anew with --again and --key");
   }
   try {
     Catalogue catalogue = ReadWholeDocument(*bytes, "the document");

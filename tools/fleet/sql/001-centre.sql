@@ -285,6 +285,13 @@ begin
   return true;
 end $$;
 
+-- What a roll-out did that moved nothing: that it began, and why it stopped.
+create function quor.note(action text, release bigint, channel text, detail text) returns void
+language sql security definer set search_path = pg_catalog, pg_temp as $$
+  insert into quor.event (action, release, channel, detail)
+    values ('rollout ' || left($1, 20), $2, left($3, 63), left($4, 2000))
+$$;
+
 -- What synchronous_commit waits for. The statistics are hidden from who is not in pg_monitor.
 create function quor.synchronous_standbys() returns bigint
 language sql stable security definer set search_path = pg_catalog, pg_temp as $$
@@ -307,6 +314,6 @@ grant insert (id, sha256, document, document_bytes, policies, datastores, parent
 grant insert (name, paused), update (release, paused, next_release, next_below) on quor.channel
   to quor_publisher;
 grant execute on function quor.next_release(bigint), quor.retain(integer), quor.add_host(text, text, text),
-  quor.move_host(text, text), quor.remove_host(text) to quor_publisher;
+  quor.move_host(text, text), quor.remove_host(text), quor.note(text, bigint, text, text) to quor_publisher;
 
 insert into quor.channel (name) values ('prod'), ('canary');

@@ -1,0 +1,20 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
+// What was done at the centre, by whom and why.
+#ifndef TOOLS_QUOR_PUBLISH_EVENT_LOG_H_
+#define TOOLS_QUOR_PUBLISH_EVENT_LOG_H_
+
+#include "answer.h"
+#include "centre.h"
+#include "text/record_writer.h"
+
+namespace QuorPublish {
+
+// The newest `most` entries, the newest first.
+void ShowLog(const CentreOptions& options, int most, const Quorctl::RecordChoices& choices,
+             Answer* answer);
+
+}  // namespace QuorPublish
+
+#endif  // TOOLS_QUOR_PUBLISH_EVENT_LOG_H_

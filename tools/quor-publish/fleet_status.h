@@ -1,0 +1,64 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
+// Which host has which release, and how it is.
+#ifndef TOOLS_QUOR_PUBLISH_FLEET_STATUS_H_
+#define TOOLS_QUOR_PUBLISH_FLEET_STATUS_H_
+
+#include <array>
+#include <chrono>
+#include <cstdint>
+#include <map>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "centre.h"
+#include "release_store.h"
+
+namespace QuorPublish {
+
+// From worst to best; each host is in one of them.
+enum class Condition { kRefusing, kSilent, kDrift, kBehind, kCurrent };
+inline constexpr std::array<Condition, 5> kConditions = {Condition::kRefusing, Condition::kSilent,
+                                                         Condition::kDrift, Condition::kBehind,
+                                                         Condition::kCurrent};
+const char* ConditionWord(Condition condition);
+
+struct HostRow {
+  std::string name;
+  std::string channel;
+  std::optional<ReleaseId> offered;
+  std::optional<ReleaseId> has;
+  std::string state;  // as the host reported it; empty: never
+  std::string reason;
+  std::string agentVersion;
+  std::optional<std::int64_t> age;  // seconds since the report
+  Condition condition = Condition::kSilent;
+};
+
+using ConditionCounts = std::map<Condition, std::size_t>;
+
+struct FleetStatus {
+  std::string server;
+  std::string at;  // of the centre's clock
+  std::chrono::seconds silentAfter = std::chrono::seconds(0);
+  std::vector<ChannelRow> channels;
+  std::vector<ReleaseRow> releases;  // the newest first
+  std::vector<HostRow> hosts;        // the worst first, then by name
+  std::size_t standbys = 0;
+
+  // Of the hosts of one channel.
+  ConditionCounts CountsOf(const std::string& channel) const;
+};
+
+// `silentAfter`: a host that said nothing for so long is silent.
+FleetStatus ReadStatus(Centre& centre, std::chrono::seconds silentAfter);
+
+// All of it, for programs and for the page.
+nlohmann::ordered_json AsJson(const FleetStatus& status);
+
+}  // namespace QuorPublish
+
+#endif  // TOOLS_QUOR_PUBLISH_FLEET_STATUS_H_

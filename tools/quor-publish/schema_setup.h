@@ -1,0 +1,22 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
+// The tables of the centre: made, brought up to date, and kept small.
+#ifndef TOOLS_QUOR_PUBLISH_SCHEMA_SETUP_H_
+#define TOOLS_QUOR_PUBLISH_SCHEMA_SETUP_H_
+
+#include "answer.h"
+#include "centre.h"
+
+namespace QuorPublish {
+
+// Makes what is missing, each version in a transaction. Raises CommandError for tables of a later
+// version than this program knows.
+void SetUpSchema(const CentreOptions& options, Answer* answer);
+
+// Deletes the releases that are older than the newest `keep`, but for those of a channel or a host.
+void Retain(const CentreOptions& options, int keep, Answer* answer);
+
+}  // namespace QuorPublish
+
+#endif  // TOOLS_QUOR_PUBLISH_SCHEMA_SETUP_H_
