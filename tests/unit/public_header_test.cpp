@@ -28,8 +28,12 @@ TEST(PublicHeader, PolicyFieldsKeepTheirOrderAndTypes) {
   EXPECT_EQ(offsetof(QuorPolicyInfo, name), sizeof(Blobs));
   EXPECT_EQ(offsetof(QuorPolicyInfo, policyId), sizeof(Blobs) + sizeof(Text));
   EXPECT_EQ(offsetof(QuorPolicyInfo, description), sizeof(Blobs) + 2 * sizeof(Text));
-  EXPECT_EQ(offsetof(QuorPolicyInfo, generationNumber), sizeof(Blobs) + 3 * sizeof(Text));
-  EXPECT_EQ(sizeof(QuorPolicyInfo), sizeof(Blobs) + 3 * sizeof(Text) + sizeof(std::int64_t));
+  // The number stands at its alignment, which is 4 or 8 where pointers have 32 bits.
+  constexpr std::size_t kAlignment = alignof(std::int64_t);
+  constexpr std::size_t kNumber =
+      (sizeof(Blobs) + 3 * sizeof(Text) + kAlignment - 1) / kAlignment * kAlignment;
+  EXPECT_EQ(offsetof(QuorPolicyInfo, generationNumber), kNumber);
+  EXPECT_EQ(sizeof(QuorPolicyInfo), kNumber + sizeof(std::int64_t));
 }
 
 TEST(PublicHeader, DatastoreFieldsKeepTheirOrderAndTypes) {
