@@ -7,7 +7,7 @@
 #include <utility>
 
 #include "catalogue/document_reader.h"
-#include "host_catalogue.h"
+#include "child_work.h"
 #include "journal.h"
 #include "quor/quor_lib.h"
 
@@ -27,6 +27,12 @@ auto ReadKept(const Read& read) -> decltype(read()) {
     Log(Severity::kWarning, failure.what());
     return std::nullopt;
   }
+}
+
+// Of "POLICIES:DATASTORES".
+Digests SplitDigests(const std::string& joined) {
+  const std::size_t colon = joined.find(':');
+  return {joined.substr(0, colon), joined.substr(colon + 1)};
 }
 
 std::string ReleaseInWords(const ReleaseName& release) {
@@ -51,7 +57,8 @@ void HostKeeper::Check() {
   if (!wanted_) return;
   if (!applied_ || applied_->release != *wanted_) return MakeEqual("ending what was interrupted");
   try {
-    const Digests found = TavQuor::QuorLib::GetDbHash();
+    const Digests found =
+        SplitDigests(InChild([] { return Quorctl::Joined(TavQuor::QuorLib::GetDbHash()); }));
     if (found != applied_->digests) return FoundDrift(found);
   } catch (const std::exception& failure) {
     return Fail("host", std::string("the host's catalogue cannot be read: ") + failure.what());
@@ -93,14 +100,7 @@ void HostKeeper::Accept(const Wanted& wanted) {
 void HostKeeper::MakeEqual(const std::string& why) {
   const auto began = Clock::now();
   try {
-    const std::optional<Wanted> wanted = state_->ReadWanted();
-    if (!wanted || wanted->release != *wanted_) {
-      wanted_.reset();  // the centre is asked for it anew
-      return Fail("state", state_->path() + "/wanted is not the file that the agent wrote");
-    }
-    const Catalogue catalogue =
-        Quorctl::ReadCatalogueDocument(wanted->document, state_->path() + "/wanted");
-    const HostChange change = MakeHostEqual(catalogue);
+    const HostChange change = ChangeTo(*wanted_);
     const std::chrono::duration<double> took = Clock::now() - began;
     if (change.replacements > 0) {
       ++metrics_.changes;
@@ -119,6 +119,23 @@ void HostKeeper::MakeEqual(const std::string& why) {
     Fail("host", "the host could not be made equal to " +
                      (wanted_ ? ReleaseInWords(*wanted_) : "its release") + ": " + failure.what());
   }
+}
+
+// In a child: the document, the records and what the library keeps of them are megabytes.
+HostChange HostKeeper::ChangeTo(ReleaseName release) {
+  const std::string answer = InChild([&] {
+    const auto wanted = ReadKept([this] { return state_->ReadWanted(); });
+    if (!wanted || wanted->release != release) return std::string();
+    const HostChange change =
+        MakeHostEqual(Quorctl::ReadCatalogueDocument(wanted->document, state_->path() + "/wanted"));
+    return std::to_string(change.replacements) + ' ' + Quorctl::Joined(change.digests);
+  });
+  if (answer.empty()) {
+    wanted_.reset();  // the centre is asked for it anew
+    throw BadKeptFile(state_->path() + "/wanted is not the file that the agent wrote");
+  }
+  const std::size_t space = answer.find(' ');
+  return {SplitDigests(answer.substr(space + 1)), std::stoi(answer.substr(0, space))};
 }
 
 void HostKeeper::Keep(const Applied& applied) {

@@ -12,6 +12,7 @@
 
 #include "catalogue/catalogue.h"
 #include "condition.h"
+#include "host_catalogue.h"
 #include "kept_release.h"
 #include "metrics.h"
 #include "settings.h"
@@ -54,6 +55,7 @@ class HostKeeper {
 
  private:
   void MakeEqual(const std::string& why);
+  HostChange ChangeTo(ReleaseName release);  // a copy: the member may be forgotten
   void FoundDrift(const Quorctl::Digests& found);
   void Keep(const Applied& applied);
   void Fail(const std::string& kind, const std::string& reason);

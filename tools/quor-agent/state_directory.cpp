@@ -9,7 +9,9 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <system_error>
+#include <thread>
 
 #include "catalogue/text/terminal_text.h"
 
@@ -20,6 +22,8 @@ constexpr char kWanted[] = "wanted";
 constexpr char kApplied[] = "applied";
 constexpr mode_t kDirectoryMode = 0700;
 constexpr mode_t kFileMode = 0600;
+constexpr int kLockAttempts = 25;
+constexpr auto kLockPause = std::chrono::milliseconds(20);
 
 class OpenFile {
  public:
@@ -35,6 +39,17 @@ class OpenFile {
  private:
   int descriptor_;
 };
+
+// A child of an agent that was just killed may hold it for a moment.
+bool Lock(int directory) {
+  for (int attempt = 0; attempt < kLockAttempts; ++attempt) {
+    if (flock(directory, LOCK_EX | LOCK_NB) == 0) return true;
+    if (errno != EWOULDBLOCK) return false;
+    std::this_thread::sleep_for(kLockPause);
+  }
+  errno = EWOULDBLOCK;
+  return false;
+}
 
 bool WriteAll(int file, const std::string& bytes) {
   std::size_t written = 0;
@@ -58,7 +73,7 @@ StateDirectory::StateDirectory(const std::string& path, Use use) : path_(path) {
     if (!exclusive && errno == ENOENT) return;
     RaiseErrno("cannot be opened", "");
   }
-  if (!exclusive || flock(directory_, LOCK_EX | LOCK_NB) == 0) return;
+  if (!exclusive || Lock(directory_)) return;
   const int error = errno;
   close(directory_);
   errno = error;

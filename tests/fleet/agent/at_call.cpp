@@ -8,8 +8,8 @@
 //
 // Calls are counted from the first one that names PATH or something below it, which leaves out what
 // the loader does. COMMAND is for the shell, and may be empty. With N = 0 nothing happens. Prints
-// how many calls were counted and the program's wait status. Ends with 77 where the system does not
-// allow it.
+// how many calls were counted and the program's wait status. Its children are followed too; they
+// end with it. Ends with 77 where the system does not allow it.
 #include <sys/ptrace.h>
 #include <sys/uio.h>
 #include <sys/wait.h>
@@ -51,32 +51,29 @@ int main(int count, char** words) {
   int status = 0;
   waitpid(child, &status, 0);
   if (!WIFSTOPPED(status)) return kNotAllowed;
-  ptrace(PTRACE_SETOPTIONS, child, nullptr, PTRACE_O_TRACESYSGOOD | PTRACE_O_EXITKILL);
+  ptrace(PTRACE_SETOPTIONS, child, nullptr,
+         PTRACE_O_TRACESYSGOOD | PTRACE_O_EXITKILL | PTRACE_O_TRACEFORK | PTRACE_O_TRACECLONE);
+  ptrace(PTRACE_SYSCALL, child, nullptr, 0);
   long calls = 0;
-  int signal = 0;
-  for (;;) {
-    ptrace(PTRACE_SYSCALL, child, nullptr, signal);
-    waitpid(child, &status, 0);
-    if (!WIFSTOPPED(status)) break;
-    signal = WSTOPSIG(status);
-    if (signal != (SIGTRAP | 0x80)) {
-      if (signal == SIGTRAP) signal = 0;  // of the new program
+  int ended = 0;
+  for (pid_t process = 0; (process = waitpid(-1, &status, __WALL)) > 0;) {
+    if (!WIFSTOPPED(status)) {
+      if (process == child) ended = status;
       continue;
     }
-    signal = 0;
     __ptrace_syscall_info info = {};
     const auto size = reinterpret_cast<void*>(sizeof(info));  // NOLINT
-    if (ptrace(PTRACE_GET_SYSCALL_INFO, child, size, &info) <= 0) return kNotAllowed;
-    if (info.op != PTRACE_SYSCALL_INFO_ENTRY) continue;
-    const bool counts = calls > 0 || Names(child, info.entry.args[0], path) ||
-                        Names(child, info.entry.args[1], path);
-    calls += counts;
-    if (!counts || calls != at) continue;
-    if (command.empty()) {
-      kill(child, SIGKILL);
-    } else if (std::system(command.c_str()) != 0) {
-      return 1;
+    const bool isCall = WSTOPSIG(status) == (SIGTRAP | 0x80);
+    if (isCall && ptrace(PTRACE_GET_SYSCALL_INFO, process, size, &info) <= 0) return kNotAllowed;
+    if (isCall && info.op == PTRACE_SYSCALL_INFO_ENTRY) {
+      const bool counts = calls > 0 || Names(process, info.entry.args[0], path) ||
+                          Names(process, info.entry.args[1], path);
+      calls += counts;
+      if (counts && calls == at && command.empty()) kill(child, SIGKILL);
+      if (counts && calls == at && !command.empty() && std::system(command.c_str()) != 0) return 1;
     }
+    ptrace(PTRACE_SYSCALL, process, nullptr, 0);  // no signal but SIGKILL is sent to these
   }
+  status = ended;
   std::printf("%ld %d\n", calls, status);
 }

@@ -139,6 +139,17 @@ class Releases(CentreCase):
         self.expect(REFUSED, "--dry-run", message="--may-empty")
         self.assertEqual(self.status(), (1, "applied", ""))
 
+    def test_KeptFileDamagedMeanwhileIsFetchedAgain(self):
+        self.publish(generation("A"))
+        with self.daemon():
+            self.wait_for(lambda: self.status() == (1, "applied", ""))
+            path = os.path.join(self.state, "wanted")
+            os.truncate(path, os.path.getsize(path) - 3)
+            self.apply(generation("B"))
+            self.wait_for(lambda: self.holds(generation("A")))
+            self.assertEqual(self.kept("wanted"), 1)
+        self.assertIn("wanted is not the file that the agent wrote", self.log())
+
     def test_HostThatIsNotKnown(self):
         self.server.sql(f"delete from quor.host where name = '{HOST}'")
         self.once(message="quor-publish host add NAME")
