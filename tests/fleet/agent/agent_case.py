@@ -26,7 +26,8 @@ REFUSED = 4
 FAILED = 5
 TAKEN = 75
 
-QUICK = {"--period": "0.2", "--splay": "0", "--check-period": "0.2"}  # of a daemon
+QUICK = {"--period": "0.2", "--splay": "0", "--check-period": "0.2",  # of a daemon
+         "--repair-period": "0.5"}
 NOWHERE = "host=127.0.0.1 port=1 dbname=postgres"  # nothing listens there
 
 
@@ -117,6 +118,11 @@ class AgentCase(QuorctlCase):
 
     def expect_host(self, content):
         self.assertEqual(in_order(self.listed_document()), in_order(content))
+
+    def disturb(self, content):
+        """Another program's change; the agent may undo it before it has read its work back."""
+        path = self.write("disturbing.json", json.dumps(content))
+        self.run_quorctl("apply", "--yes", path)
 
     def replacements(self):
         """How many replacements the agent of the present log made."""

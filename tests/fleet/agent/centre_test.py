@@ -145,7 +145,7 @@ class Releases(CentreCase):
             self.wait_for(lambda: self.status() == (1, "applied", ""))
             path = os.path.join(self.state, "wanted")
             os.truncate(path, os.path.getsize(path) - 3)
-            self.apply(generation("B"))
+            self.disturb(generation("B"))
             self.wait_for(lambda: self.holds(generation("A")))
             self.assertEqual(self.kept("wanted"), 1)
         self.assertIn("wanted is not the file that the agent wrote", self.log())
@@ -293,7 +293,7 @@ class Failures(CentreCase):
             self.wait_for(lambda: self.holds(generation("A")))
             self.server.stop()
             self.wait_for_log("no connection")
-            self.apply(generation("B"))
+            self.disturb(generation("B"))
             self.wait_for(lambda: self.holds(generation("A")))  # drift needs no centre
             self.server.start()
             self.wait_for_log("the centre answers again")
@@ -301,10 +301,17 @@ class Failures(CentreCase):
             try:
                 self.wait_for_log("no answer before the deadline")
             finally:
-                self.server.thaw()
+                self.thaw()
             self.wait_for_log("the centre answers again", 2)
             self.publish(generation("B"), may_shrink=True)
             self.wait_for(lambda: self.holds(generation("B")))
+
+    def thaw(self):
+        while True:
+            try:
+                return self.server.thaw()
+            except ProcessLookupError:  # one of its processes has just ended
+                continue
 
     def test_KeptConnectionThatWasLostIsMadeAnew(self):
         self.publish(generation("A"))

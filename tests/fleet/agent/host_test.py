@@ -169,19 +169,19 @@ class Drift(AgentCase):
             self.take(generation("A"))
             with self.daemon():
                 self.wait_for_log("no connection")
-                self.apply(generation("B"))
+                self.disturb(generation("B"))
                 self.wait_for(lambda: self.holds(generation("A")))
                 self.wait_for_log("repairing it")
-            self.assertEqual(self.log().count("changed by others"), 1, self.log())
+            self.assertIn("changed by others", self.log())
 
     def test_IsRepairedOnceInAPeriod(self):
         self.take(generation("A"))
-        with self.daemon("--repair-period", "2"):
+        with self.daemon("--repair-period", "4"):
             self.wait_for_log("no connection")
-            self.apply(generation("B"))
+            self.disturb(generation("B"))
             self.wait_for_log("repairing it")
-            self.apply(generation("B"))
-            self.wait_for_log("again; it is repaired once in 2 s")
+            self.disturb(generation("B"))
+            self.wait_for_log("again; it is repaired once in 4 s")
             self.expect_host(generation("B"))
             self.wait_for_log("repairing it", 2)
             self.expect_host(generation("A"))
@@ -191,7 +191,7 @@ class Drift(AgentCase):
         metrics = os.path.join(self.directory, "metrics")
         with self.daemon("--drift", "report", "--metrics", metrics):
             self.wait_for_log("no connection")
-            self.apply(generation("B"))
+            self.disturb(generation("B"))
             self.wait_for_log("it is left so")
             self.expect_host(generation("B"))
             self.apply(generation("A"))
