@@ -75,6 +75,7 @@ class Failover(PublishCase):
             if extra and max(extra) > max(acknowledged, default=0) and "not known" in problem:
                 unknown += 1
             total += len(acknowledged)
+            self.server.remove()
             self.server = standby
             head = self.newest()
             self.refuse(CENTRE, "no synchronous standby is streaming; nothing was changed; .*--no-standby",

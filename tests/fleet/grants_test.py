@@ -145,6 +145,11 @@ class Grants(unittest.TestCase):
         self.assertEqual(self.server.sql("select quor.next_release(1)", user="ann"), [["35"]])
         self.server.sql(insert(35, 1), user="ann")
 
+    def test_HostThatLiesDoesNotUseUpTheNumbers(self):
+        self.publish(1)
+        self.server.sql(f"select quor.report({2 ** 63 - 1}, 'aa', 'p', 'd', 'held', 'why', '1.0')", user="h1")
+        self.publish(2)
+
     def test_ChannelsGoForwardAlone(self):
         for number in (1, 2, 3):
             self.publish(number)

@@ -159,6 +159,12 @@ class Server:
         except subprocess.TimeoutExpired:
             self.kill()
 
+    def remove(self):
+        """Kills it and deletes its directory."""
+        self.kill()
+        shutil.rmtree(self.directory)
+        self.cluster.servers.remove(self)
+
     def promote(self):
         """Makes a standby the primary; returns when it takes changes."""
         self.cluster.run("pg_ctl", "promote", "-w", "-D", self.directory)
@@ -222,6 +228,7 @@ class Cluster:
         if self.user:
             os.chown(self.directory, self.user.pw_uid, self.user.pw_gid)
         self.servers = []
+        self.count = 0  # of all that there were
 
     def __enter__(self):
         return self
@@ -250,9 +257,13 @@ class Cluster:
         assert not check or result.returncode == 0, f"{program}: {errors.decode()}"
         return result
 
+    def _new_server(self):
+        self.count += 1
+        self.servers.append(Server(self, f"server{self.count}"))
+        return self.servers[-1]
+
     def start_primary(self, **settings):
-        server = Server(self, f"server{len(self.servers) + 1}")
-        self.servers.append(server)
+        server = self._new_server()
         self.run("initdb", "-D", server.directory, "-A", "trust", "-U", SUPERUSER, "--no-sync",
                  "-E", "UTF8", "--no-locale", "--no-instructions")
         # What a killed process leaves is in the kernel's memory: nothing has to reach a disk.
@@ -264,8 +275,7 @@ class Cluster:
 
     def start_standby(self, primary, synchronous):
         """A standby that has caught up; `primary` waits for it from now on if it is synchronous."""
-        server = Server(self, f"server{len(self.servers) + 1}")
-        self.servers.append(server)
+        server = self._new_server()
         self.run("pg_basebackup", "-D", server.directory, "-R", "-X", "stream", "-c", "fast",
                  "--no-sync", "-d", primary.connection(application_name=server.name))
         # Promoted, it waits for nobody; it has the settings of its primary otherwise.

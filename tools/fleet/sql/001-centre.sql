@@ -99,8 +99,10 @@ begin
     raise exception 'the newest release is %, not %', coalesce(newest, 0), coalesce(wanted_parent, 0)
       using errcode = 'QR001';
   end if;
-  -- A number that a host has seen is not given again, even where this server has lost the release.
-  return 1 + greatest(coalesce(newest, 0), coalesce((select max(release) from quor.host_status), 0));
+  -- A number that a host has seen is not given again, even where this server has lost the release. What is
+  -- far beyond was never given: a host that says so does not use up the numbers.
+  return 1 + greatest(coalesce(newest, 0), coalesce((select max(release) from quor.host_status
+    where release < coalesce(newest, 0) + 1000000), 0));
 end $$;
 
 create function quor.check_release() returns trigger
