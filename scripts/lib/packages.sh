@@ -158,9 +158,9 @@ show_progress() {
 # Debian's PostgreSQL makes a server for everybody and starts it, unless its first package says
 # otherwise before the others come: the tests have servers of their own. Uses names of ensure_packages.
 start_no_server() {
-  local settings=/etc/postgresql-common/createcluster.conf
+  local settings=${POSTGRESQL_SETTINGS:-/etc/postgresql-common}/createcluster.conf
   [[ " ${names[*]} " == *" postgresql "* ]] || return 0
-  [[ ! -e /etc/postgresql-common ]] || return 0
+  [[ ! -e $settings ]] || return 0
   as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends postgresql-common &&
     as_root sed -i 's/^#\? *create_main_cluster *=.*/create_main_cluster = false/' "$settings"
 }

@@ -27,7 +27,7 @@ STAND_INS = {
     "sudo": _LOG + '[[ ${SUDO_WORKS-} ]] || exit 1\n[[ $1 != -n ]] || shift\nexec "$@"\n',
     "id": '#!/bin/bash\necho "$USER_ID"\n',
 }
-GROUPS = ["build", "tests", "reference", "packages", "lint", "fuzz", "bench", "wheel", "long", "compilers", "cross",
+GROUPS = ["build", "tests", "fleet", "reference", "packages", "lint", "fuzz", "bench", "wheel", "long", "compilers", "cross",
           *(f"cross-{arch}" for arch in ("arm64", "armhf", "i386", "ppc64el", "riscv64", "s390x"))]
 
 
@@ -91,6 +91,23 @@ class Packages(unittest.TestCase):
             "apt-get install -y --no-install-recommends libxxhash-dev ninja-build "
             "-o APT::Status-Fd=1"])
         self.assertRegex(result.stderr, "libxxhash-dev +checksums of stored records")
+
+    def test_no_server_of_the_system_is_started(self):
+        settings = os.path.join(self.bin, "..", "settings")
+        path = os.path.join(self.bin, "apt-get")
+        with open(path, "w", encoding="utf-8") as file:
+            file.write(_LOG + '[[ "$*" != *" postgresql-common"* ]] || { mkdir -p "$POSTGRESQL_SETTINGS" && '
+                       'echo "#create_main_cluster = true" >"$POSTGRESQL_SETTINGS/createcluster.conf"; }\n'
+                       '[[ "$*" != *" postgresql "* ]] || cp "$POSTGRESQL_SETTINGS/createcluster.conf" "$SEEN"\n')
+        os.chmod(path, 0o755)
+        seen = os.path.join(self.bin, "..", "seen")
+        for again in (False, True):  # the second time it is an administrator's file, which stays
+            result, calls = self.run_bash("ensure_packages fleet", POSTGRESQL_SETTINGS=settings, SEEN=seen)
+            self.assertEqual(result.returncode, 0, result.stderr)
+            with open(seen, encoding="utf-8") as file:
+                self.assertEqual(file.read(), "create_main_cluster = false\n")
+            first = [call for call in calls if call.endswith(" postgresql-common")]
+            self.assertEqual(len(first), 0 if again else 1)
 
     def test_another_user_installs_by_sudo(self):
         result, calls = self.run_bash("ensure_packages build", USER_ID="1000", SUDO_WORKS="1")
