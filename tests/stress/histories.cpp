@@ -48,6 +48,7 @@ constexpr std::size_t kMostProcesses = 8;
 constexpr std::size_t kMostCalls = 6;  // of one process
 constexpr std::uint32_t kPatience = 60'000;
 constexpr unsigned kLongestLife = 120;        // seconds of a process; longer, and it hangs
+constexpr int kMostTimesAsMany = 10;
 constexpr std::size_t kLatestKill = 2000;     // microseconds after the start: most are done
 constexpr int kHistoriesUntilNoticed = 2000;  // of those with wrong answers
 
@@ -84,7 +85,10 @@ class Histories {
     untilStaleAnswers_ = TryWith(Sabotage::kStaleAnswers);
     untilLostReplacements_ = TryWith(Sabotage::kLostReplacements);
     counts_ = Counts();
-    for (; counts_.histories < arguments_.times; ++counts_.histories) {
+    // More of them where chance killed nobody within a change yet.
+    for (; counts_.histories < arguments_.times ||
+           (!HasVariety() && counts_.histories < kMostTimesAsMany * arguments_.times);
+         ++counts_.histories) {
       const StoredSets initial = RunOne(Sabotage::kNone);
       if (IsExplained(history_, initial, resets_, &counts_.configurations)) continue;
       throw std::runtime_error("history " + std::to_string(counts_.histories) +
@@ -300,11 +304,13 @@ class Histories {
     throw std::logic_error("wrong answers were not noticed");
   }
 
+  bool HasVariety() const { return counts_.busy > 0 && counts_.withoutEnd > 0; }
+
   void RequireVariety() const {
     if (counts_.overlapping < counts_.calls / 2) {
       throw std::runtime_error("the processes were hardly ever there at the same time");
     }
-    if (counts_.busy == 0 || counts_.withoutEnd == 0) {
+    if (!HasVariety()) {
       throw std::runtime_error("nobody was refused, or killed within a change");
     }
   }
