@@ -57,6 +57,9 @@ packages build-essential what every build of a Debian package takes for granted
 packages dpkg-dev     builds the Debian packages
 packages debhelper    rules of the Debian packages
 packages dh-python    rules of the Debian package for Python
+packages libpq-dev    client of the centre of many hosts
+packages libssl-dev   hashes and signatures of releases
+packages zlib1g-dev   compression of releases
 packages libpython3-dev headers of the Python package's module
 packages python3-cffi makes the Python package's module
 packages lintian      finds mistakes in the Debian packages

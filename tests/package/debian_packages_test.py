@@ -25,7 +25,7 @@ from clean_root import CleanRoot
 ROOT = ""
 
 NAMES = ["libquor-dev", "libquor-doc", "libquor-platform-dev", "libquor1",
-         "libquorc-dev", "libquorc1", "python3-quor", "quor-common", "quorctl"]
+         "libquorc-dev", "libquorc1", "python3-quor", "quor-agent", "quor-common", "quor-publish", "quorctl"]
 DOCUMENTATION = "/usr/share/doc/libquor-doc"
 CATALOGUE = DOCUMENTATION + "/examples/catalogue.json"
 HOST = "var/lib/quor"
@@ -164,6 +164,12 @@ class DebianPackages(unittest.TestCase):
                 ("quorctl", r"/usr/share/man/man8/quorctl\.8\.gz"),
                 ("quorctl", "/usr/share/bash-completion/completions/quorctl"),
                 ("quorctl", "/usr/share/zsh/vendor-completions/_quorctl"),
+                ("quor-agent", "/usr/bin/quor-agent"),
+                ("quor-agent", "/etc/quor/quor-agent.conf"),
+                ("quor-agent", "/lib/systemd/system/quor-agent.service"),
+                ("quor-agent", r"/usr/share/man/man8/quor-agent\.8\.gz"),
+                ("quor-publish", "/usr/bin/quor-publish"),
+                ("quor-publish", r"/usr/share/man/man8/quor-publish\.8\.gz"),
                 ("quor-common", r"/usr/lib/sysusers\.d/quor\.conf"),
                 ("quor-common", r"/usr/lib/tmpfiles\.d/quor\.conf"),
                 ("libquor-doc", DOCUMENTATION + r"/README\.md"),
@@ -297,7 +303,7 @@ class DebianPackages(unittest.TestCase):
         commands = """
             mount -t tmpfs none "$1"; cp -a "$0/." "$1"; mkdir "$1/lost+found"
             mount -t tmpfs none "$1/history"; cp -a "$0/history/." "$1/history"
-            dpkg --root="$2" --purge quor-common quorctl python3-quor libquorc-dev libquorc1 libquor1 libquor-dev libquor-platform-dev >&2
+            dpkg --root="$2" --purge quor-common quorctl quor-agent quor-publish python3-quor libquorc-dev libquorc1 libquor1 libquor-dev libquor-platform-dev >&2
             find "$1" -mindepth 1"""
         purged = subprocess.run(["unshare", "--mount", "sh", "-ec", commands, copy, host,
                                  self.root.path],

@@ -17,11 +17,11 @@ from installed_tree import run
 
 BUILD = CMAKE = ROOT = VERSION = ""
 
-PACKAGES = ["libquor", "libquor-c", "libquor-c-devel", "libquor-devel", "libquor-doc", "libquor-platform-devel", "python3-quor", "quor-common",
-            "quorctl"]
+PACKAGES = ["libquor", "libquor-c", "libquor-c-devel", "libquor-devel", "libquor-doc", "libquor-platform-devel", "python3-quor", "quor-agent", "quor-common",
+            "quor-publish", "quorctl"]
 # Directories that a system with RPM packages defines.
 DIRECTORIES = {"python3_sitearch": "/usr/lib/python3/dist-packages",
-               "_sysusersdir": "/usr/lib/sysusers.d", "_tmpfilesdir": "/usr/lib/tmpfiles.d"}
+               "_sysusersdir": "/usr/lib/sysusers.d", "_unitdir": "/usr/lib/systemd/system", "_tmpfilesdir": "/usr/lib/tmpfiles.d"}
 
 
 def description():
