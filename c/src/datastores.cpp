@@ -21,37 +21,37 @@ struct quor_datastores {
 namespace {
 
 // quor_datastore is the opaque C name of a QuorDatastoreInfo in a list.
-const QuorDatastoreInfo& RecordOf(const quor_datastore* datastore) {
+const QuorDatastoreInfo& DatastoreOf(const quor_datastore* datastore) {
   return *reinterpret_cast<const QuorDatastoreInfo*>(datastore);
 }
-QuorDatastoreInfo& RecordOf(quor_datastore* datastore) {
+QuorDatastoreInfo& DatastoreOf(quor_datastore* datastore) {
   return *reinterpret_cast<QuorDatastoreInfo*>(datastore);
 }
 
 }  // namespace
 
 quor_view quor_datastore_url(const quor_datastore* datastore) {
-  return ViewOf(RecordOf(datastore).url);
+  return ViewOf(DatastoreOf(datastore).url);
 }
 quor_view quor_datastore_namespace(const quor_datastore* datastore) {
-  return ViewOf(RecordOf(datastore).datastoreNamespace);
+  return ViewOf(DatastoreOf(datastore).datastoreNamespace);
 }
 quor_view quor_datastore_default_policy(const quor_datastore* datastore) {
-  return ViewOf(RecordOf(datastore).defaultPolicyId);
+  return ViewOf(DatastoreOf(datastore).defaultPolicyId);
 }
 
 quor_status quor_datastore_set_url(quor_datastore* datastore, const char* data, size_t length) {
-  return GuardMemory(datastore, [&] { RecordOf(datastore).url = Argument(data, length); });
+  return GuardMemory(datastore, [&] { DatastoreOf(datastore).url = Argument(data, length); });
 }
 quor_status quor_datastore_set_namespace(quor_datastore* datastore, const char* data,
                                          size_t length) {
   return GuardMemory(datastore,
-                     [&] { RecordOf(datastore).datastoreNamespace = Argument(data, length); });
+                     [&] { DatastoreOf(datastore).datastoreNamespace = Argument(data, length); });
 }
 quor_status quor_datastore_set_default_policy(quor_datastore* datastore, const char* data,
                                               size_t length) {
   return GuardMemory(datastore,
-                     [&] { RecordOf(datastore).defaultPolicyId = Argument(data, length); });
+                     [&] { DatastoreOf(datastore).defaultPolicyId = Argument(data, length); });
 }
 
 quor_datastores* quor_datastores_new(void) {

@@ -21,55 +21,55 @@ struct quor_policies {
 namespace {
 
 // quor_policy is the opaque C name of a QuorPolicyInfo in a list.
-const QuorPolicyInfo& RecordOf(const quor_policy* policy) {
+const QuorPolicyInfo& PolicyOf(const quor_policy* policy) {
   return *reinterpret_cast<const QuorPolicyInfo*>(policy);
 }
-QuorPolicyInfo& RecordOf(quor_policy* policy) {
+QuorPolicyInfo& PolicyOf(quor_policy* policy) {
   return *reinterpret_cast<QuorPolicyInfo*>(policy);
 }
 
 }  // namespace
 
 quor_view quor_policy_id(const quor_policy* policy) {
-  return ViewOf(RecordOf(policy).policyId);
+  return ViewOf(PolicyOf(policy).policyId);
 }
 quor_view quor_policy_name(const quor_policy* policy) {
-  return ViewOf(RecordOf(policy).name);
+  return ViewOf(PolicyOf(policy).name);
 }
 quor_view quor_policy_description(const quor_policy* policy) {
-  return ViewOf(RecordOf(policy).description);
+  return ViewOf(PolicyOf(policy).description);
 }
 int64_t quor_policy_generation(const quor_policy* policy) {
-  return RecordOf(policy).generationNumber;
+  return PolicyOf(policy).generationNumber;
 }
 size_t quor_policy_blob_count(const quor_policy* policy) {
-  return RecordOf(policy).blobs.size();
+  return PolicyOf(policy).blobs.size();
 }
 quor_view quor_policy_blob(const quor_policy* policy, size_t index) {
-  const auto& blobs = RecordOf(policy).blobs;
+  const auto& blobs = PolicyOf(policy).blobs;
   return index < blobs.size() ? ViewOf(blobs[index].first) : QuorC::EmptyView();
 }
 quor_view quor_policy_blob_namespace(const quor_policy* policy, size_t index) {
-  const auto& blobs = RecordOf(policy).blobs;
+  const auto& blobs = PolicyOf(policy).blobs;
   return index < blobs.size() ? ViewOf(blobs[index].second) : QuorC::EmptyView();
 }
 
 quor_status quor_policy_set_id(quor_policy* policy, const char* data, size_t length) {
-  return GuardMemory(policy, [&] { RecordOf(policy).policyId = Argument(data, length); });
+  return GuardMemory(policy, [&] { PolicyOf(policy).policyId = Argument(data, length); });
 }
 quor_status quor_policy_set_name(quor_policy* policy, const char* data, size_t length) {
-  return GuardMemory(policy, [&] { RecordOf(policy).name = Argument(data, length); });
+  return GuardMemory(policy, [&] { PolicyOf(policy).name = Argument(data, length); });
 }
 quor_status quor_policy_set_description(quor_policy* policy, const char* data, size_t length) {
-  return GuardMemory(policy, [&] { RecordOf(policy).description = Argument(data, length); });
+  return GuardMemory(policy, [&] { PolicyOf(policy).description = Argument(data, length); });
 }
 void quor_policy_set_generation(quor_policy* policy, int64_t generation) {
-  if (policy != nullptr) RecordOf(policy).generationNumber = generation;
+  if (policy != nullptr) PolicyOf(policy).generationNumber = generation;
 }
 quor_status quor_policy_add_blob(quor_policy* policy, const char* storage_namespace,
                                  size_t namespace_length, const char* blob, size_t blob_length) {
   return GuardMemory(policy, [&] {
-    RecordOf(policy).blobs.emplace_back(Argument(blob, blob_length),
+    PolicyOf(policy).blobs.emplace_back(Argument(blob, blob_length),
                                         Argument(storage_namespace, namespace_length));
   });
 }

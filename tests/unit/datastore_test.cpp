@@ -2,15 +2,13 @@
 // SPDX-License-Identifier: Apache-2.0
 
 // Datastores in the configuration store: replacing, listing and the two lookups.
-#include "configstore/backend.h"
+#include "support/backends.h"
 #include "support/fixture.h"
 
 namespace QuorTest {
 namespace {
 
 using TavQuor::QuorLib;
-
-const TavQuor::Backend& backend = TavQuor::ConfigStoreBackend::kBackend;
 
 class DatastoreTest : public RecordingTest {
  protected:
@@ -86,8 +84,8 @@ TEST_F(DatastoreReplacement, AnyBytesAreStored) {
   const Datastores datastores = {Datastore(bytes, bytes + "1", bytes + "2")};
   QuorLib::AddDatastoreInfo(datastores);
   EXPECT_EQ(QuorLib::ListDatastoreInfo(), datastores);
-  EXPECT_EQ(backend.GetDatastoreNamespace(bytes), bytes + "1");
-  EXPECT_EQ(backend.GetDatastoreDefaultPolicyId(bytes), bytes + "2");
+  EXPECT_EQ(kStoreBackend.GetDatastoreNamespace(bytes), bytes + "1");
+  EXPECT_EQ(kStoreBackend.GetDatastoreDefaultPolicyId(bytes), bytes + "2");
 }
 
 TEST_F(DatastoreReplacement, FailingCommitIsFollowedByARollbackAndACopyOfTheException) {
@@ -165,7 +163,7 @@ TEST_F(DatastoreListing, InstanceWithoutTheDefaultValueListsAnEmptyDefaultPolicy
   ThePlatform().stored[0].values.erase("drp_policy_id");
   EXPECT_EQ(QuorLib::ListDatastoreInfo(),
             (Datastores{Datastore("ds:///a", "vol", ""), SampleDatastores()[1]}));
-  EXPECT_EQ(backend.GetDatastoreDefaultPolicyId("ds:///a"), "");
+  EXPECT_EQ(kStoreBackend.GetDatastoreDefaultPolicyId("ds:///a"), "");
 }
 
 TEST_F(DatastoreListing, UrlIsReadFromItsValueAndNotFromTheInstanceKey) {
@@ -195,7 +193,7 @@ TEST_F(DatastoreListing, FailingEnumerationIsRaisedAsTheStoreThrewIt) {
 }
 
 TEST_F(DatastoreLookup, NamespaceIsReadFromTheInstanceOfTheUrl) {
-  EXPECT_EQ(backend.GetDatastoreNamespace("ds:///b"), "RILK");
+  EXPECT_EQ(kStoreBackend.GetDatastoreNamespace("ds:///b"), "RILK");
   EXPECT_EQ(ThePlatform().log,
             (Lines{
                 R"(GetStore global)",
@@ -205,7 +203,7 @@ TEST_F(DatastoreLookup, NamespaceIsReadFromTheInstanceOfTheUrl) {
 }
 
 TEST_F(DatastoreLookup, DefaultPolicyIdIsReadFromTheInstanceOfTheUrl) {
-  EXPECT_EQ(backend.GetDatastoreDefaultPolicyId("ds:///b"), "id-2");
+  EXPECT_EQ(kStoreBackend.GetDatastoreDefaultPolicyId("ds:///b"), "id-2");
   EXPECT_EQ(ThePlatform().log,
             (Lines{
                 R"(GetStore global)",
@@ -217,28 +215,28 @@ TEST_F(DatastoreLookup, DefaultPolicyIdIsReadFromTheInstanceOfTheUrl) {
 // Also where a datastore with an empty URL is stored.
 TEST_F(DatastoreLookup, EmptyUrlIsAnsweredWithoutTouchingTheStore) {
   ThePlatform().stored = Stored({}, {Datastore("", "vol", "id-1")});
-  EXPECT_EQ(backend.GetDatastoreNamespace(""), "");
-  EXPECT_EQ(backend.GetDatastoreDefaultPolicyId(""), "");
+  EXPECT_EQ(kStoreBackend.GetDatastoreNamespace(""), "");
+  EXPECT_EQ(kStoreBackend.GetDatastoreDefaultPolicyId(""), "");
   EXPECT_EQ(ThePlatform().log, Lines());
 }
 
 TEST_F(DatastoreLookup, UnknownUrlIsEmptyAndRaisesNothing) {
-  EXPECT_EQ(backend.GetDatastoreNamespace("ds:///none"), "");
-  EXPECT_EQ(backend.GetDatastoreDefaultPolicyId("ds:///A"), "");
+  EXPECT_EQ(kStoreBackend.GetDatastoreNamespace("ds:///none"), "");
+  EXPECT_EQ(kStoreBackend.GetDatastoreDefaultPolicyId("ds:///A"), "");
   EXPECT_EQ(CallsOf("GetValue"), Lines());
 }
 
 TEST_F(DatastoreLookup, MissingValueIsEmpty) {
   ThePlatform().stored = Stored({}, SampleDatastores());
   ThePlatform().stored[0].values.clear();
-  EXPECT_EQ(backend.GetDatastoreNamespace("ds:///a"), "");
-  EXPECT_EQ(backend.GetDatastoreDefaultPolicyId("ds:///a"), "");
+  EXPECT_EQ(kStoreBackend.GetDatastoreNamespace("ds:///a"), "");
+  EXPECT_EQ(kStoreBackend.GetDatastoreDefaultPolicyId("ds:///a"), "");
 }
 
 TEST_F(DatastoreLookup, EmptyDefaultPolicyIdListsEmptyAndLooksUpEmpty) {
   QuorLib::AddDatastoreInfo({Datastore("ds:///a", "vol", "")});
   EXPECT_EQ(QuorLib::ListDatastoreInfo(), Datastores{Datastore("ds:///a", "vol", "")});
-  EXPECT_EQ(backend.GetDatastoreDefaultPolicyId("ds:///a"), "");
+  EXPECT_EQ(kStoreBackend.GetDatastoreDefaultPolicyId("ds:///a"), "");
 }
 
 }  // namespace

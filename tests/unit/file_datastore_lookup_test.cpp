@@ -2,13 +2,11 @@
 // SPDX-License-Identifier: Apache-2.0
 
 // The two datastore lookups in the configuration file: the namespace and the default policy.
-#include "configfile/backend.h"
+#include "support/backends.h"
 #include "support/file_fixture.h"
 
 namespace QuorTest {
 namespace {
-
-const TavQuor::Backend& backend = TavQuor::ConfigFileBackend::kBackend;
 
 // One of the two lookups, and what it reads.
 struct DatastoreValue {
@@ -143,9 +141,9 @@ TEST_P(FileDatastoreLookup, FileExceptionIsRaisedHereAfterExactlyOneUnlock) {
 
 INSTANTIATE_TEST_SUITE_P(
     , FileDatastoreLookup,
-    testing::Values(DatastoreValue{"Namespace", backend.GetDatastoreNamespace,
+    testing::Values(DatastoreValue{"Namespace", kFileBackend.GetDatastoreNamespace,
                                    "datastore-namespace", 1},
-                    DatastoreValue{"DefaultPolicyId", backend.GetDatastoreDefaultPolicyId,
+                    DatastoreValue{"DefaultPolicyId", kFileBackend.GetDatastoreDefaultPolicyId,
                                    "default-policy-id", 2}),
     [](const testing::TestParamInfo<DatastoreValue>& value) { return value.param.name; });
 
@@ -161,9 +159,9 @@ class FileDefaultPolicyIdLookup : public FileTest {};
 
 TEST_F(FileDefaultPolicyIdLookup, SecondReadOfTheUrlIsTheOneThatCounts) {
   ChangeUrlAtRead(2, [](std::string& url) { url = "ds:///new"; });
-  EXPECT_EQ(backend.GetDatastoreDefaultPolicyId("ds:///a"), "");
+  EXPECT_EQ(kFileBackend.GetDatastoreDefaultPolicyId("ds:///a"), "");
   ChangeUrlAtRead(2, [](std::string& url) { url = "ds:///new"; });
-  EXPECT_EQ(backend.GetDatastoreDefaultPolicyId("ds:///new"), "id-1");
+  EXPECT_EQ(kFileBackend.GetDatastoreDefaultPolicyId("ds:///new"), "id-1");
 }
 
 TEST_F(FileDefaultPolicyIdLookup, UrlThatOnlyTheFirstReadFindsIsNoMatch) {
@@ -171,13 +169,13 @@ TEST_F(FileDefaultPolicyIdLookup, UrlThatOnlyTheFirstReadFindsIsNoMatch) {
     if (line != "GetValue Datastore[0] url: text" || ++reads != 2) return;
     DatastoreAt(ThePlatform().openFile, 0).values.erase("url");
   };
-  EXPECT_EQ(backend.GetDatastoreDefaultPolicyId("ds:///a"), "");
+  EXPECT_EQ(kFileBackend.GetDatastoreDefaultPolicyId("ds:///a"), "");
 }
 
 TEST_F(FileDefaultPolicyIdLookup, UrlThatOnlyTheSecondReadFindsIsAMatch) {
   DatastoreAt(ThePlatform().file, 0).values.erase("url");
   ChangeUrlAtRead(2, [](std::string& url) { url = "ds:///a"; });
-  EXPECT_EQ(backend.GetDatastoreDefaultPolicyId("ds:///a"), "id-1");
+  EXPECT_EQ(kFileBackend.GetDatastoreDefaultPolicyId("ds:///a"), "id-1");
 }
 
 TEST_F(FileDefaultPolicyIdLookup, FailureOfEitherReadIsRaised) {
@@ -188,7 +186,7 @@ TEST_F(FileDefaultPolicyIdLookup, FailureOfEitherReadIsRaised) {
         Raise(Failure::kFileException);
       }
     };
-    EXPECT_EQ(Attempt([] { backend.GetDatastoreDefaultPolicyId("ds:///a"); }),
+    EXPECT_EQ(Attempt([] { kFileBackend.GetDatastoreDefaultPolicyId("ds:///a"); }),
               Unchanged(Failure::kFileException));
     EXPECT_EQ(CallsOf("GetValue").size(), static_cast<std::size_t>(failing));
     EXPECT_EQ(CallsOf("Unlock").size(), 1U);

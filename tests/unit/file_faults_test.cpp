@@ -5,7 +5,7 @@
 // reaches the caller, what is still called, and what the file holds afterwards.
 #include <algorithm>
 
-#include "configfile/backend.h"
+#include "support/backends.h"
 #include "support/fault_loop.h"
 #include "support/file_catalogue.h"
 #include "support/reference_digest.h"
@@ -15,8 +15,6 @@ namespace {
 
 using Recording::FileTree;
 using TavQuor::QuorLib;
-
-const TavQuor::Backend& backend = TavQuor::ConfigFileBackend::kBackend;
 
 // Three of each, so that a record that is left out may be the first, the middle or the last.
 const Policies kPolicies = {
@@ -196,28 +194,29 @@ TEST_P(FileFaults, GetDbHashLeavesOutARecordThatTheFileCannotReadAndNothingElse)
 }
 
 TEST_P(FileFaults, LookupOfABlobByIdRaisesEveryFailureUnchanged) {
-  ExpectEveryFailurePropagates([] { return backend.GetPolicyBlob("id-1", "vol"); }, "G-vol");
+  ExpectEveryFailurePropagates([] { return kFileBackend.GetPolicyBlob("id-1", "vol"); }, "G-vol");
 }
 
 TEST_P(FileFaults, LookupOfABlobByNameRaisesEveryFailureUnchanged) {
-  ExpectEveryFailurePropagates([] { return backend.GetPolicyBlobByName("silver", "vol"); },
+  ExpectEveryFailurePropagates([] { return kFileBackend.GetPolicyBlobByName("silver", "vol"); },
                                "S-vol");
 }
 
 TEST_P(FileFaults, LookupOfABlobWithoutAMatchRaisesEveryFailureUnchanged) {
-  ExpectEveryFailurePropagates([] { return backend.GetPolicyBlob("none", "vol"); }, "");
-  ExpectEveryFailurePropagates([] { return backend.GetPolicyBlobByName("gold", "none"); }, "");
+  ExpectEveryFailurePropagates([] { return kFileBackend.GetPolicyBlob("none", "vol"); }, "");
+  ExpectEveryFailurePropagates([] { return kFileBackend.GetPolicyBlobByName("gold", "none"); }, "");
 }
 
 TEST_P(FileFaults, LookupOfANamespaceRaisesEveryFailureUnchanged) {
-  ExpectEveryFailurePropagates([] { return backend.GetDatastoreNamespace("ds:///b"); }, "RILK");
-  ExpectEveryFailurePropagates([] { return backend.GetDatastoreNamespace("ds:///none"); }, "");
+  ExpectEveryFailurePropagates([] { return kFileBackend.GetDatastoreNamespace("ds:///b"); },
+                               "RILK");
+  ExpectEveryFailurePropagates([] { return kFileBackend.GetDatastoreNamespace("ds:///none"); }, "");
 }
 
 TEST_P(FileFaults, LookupOfADefaultPolicyIdRaisesEveryFailureUnchanged) {
-  ExpectEveryFailurePropagates([] { return backend.GetDatastoreDefaultPolicyId("ds:///c"); },
+  ExpectEveryFailurePropagates([] { return kFileBackend.GetDatastoreDefaultPolicyId("ds:///c"); },
                                "id-3");
-  ExpectEveryFailurePropagates([] { return backend.GetDatastoreDefaultPolicyId("none"); }, "");
+  ExpectEveryFailurePropagates([] { return kFileBackend.GetDatastoreDefaultPolicyId("none"); }, "");
 }
 
 TEST_P(FileFaults, ComposedLookupsRaiseEveryFailureUnchanged) {

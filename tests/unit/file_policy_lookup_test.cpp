@@ -2,13 +2,11 @@
 // SPDX-License-Identifier: Apache-2.0
 
 // The two blob lookups in the configuration file: by policy identifier and by policy name.
-#include "configfile/backend.h"
+#include "support/backends.h"
 #include "support/file_fixture.h"
 
 namespace QuorTest {
 namespace {
-
-const TavQuor::Backend& backend = TavQuor::ConfigFileBackend::kBackend;
 
 // One of the two lookups, the key that it compares and the arguments for the sample.
 struct PolicyKey {
@@ -221,8 +219,9 @@ TEST_P(FilePolicyLookup, BlobThatDoesNotDecodeIsRaisedAfterExactlyOneUnlock) {
 
 INSTANTIATE_TEST_SUITE_P(
     , FilePolicyLookup,
-    testing::Values(PolicyKey{"ById", backend.GetPolicyBlob, "policy-id", "id-1", "id-2"},
-                    PolicyKey{"ByName", backend.GetPolicyBlobByName, "name", "gold", "silver"}),
+    testing::Values(PolicyKey{"ById", kFileBackend.GetPolicyBlob, "policy-id", "id-1", "id-2"},
+                    PolicyKey{"ByName", kFileBackend.GetPolicyBlobByName, "name", "gold",
+                              "silver"}),
     [](const testing::TestParamInfo<PolicyKey>& key) { return key.param.name; });
 
 }  // namespace

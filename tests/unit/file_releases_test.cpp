@@ -3,13 +3,11 @@
 
 // In which order the handles to the configuration file are released: what an instance holds before
 // the instance, the instances before their array.
-#include "configfile/backend.h"
+#include "support/backends.h"
 #include "support/file_fixture.h"
 
 namespace QuorTest {
 namespace {
-
-const TavQuor::Backend& backend = TavQuor::ConfigFileBackend::kBackend;
 
 class FileReleases : public FileTest {
  protected:
@@ -22,33 +20,33 @@ class FileReleases : public FileTest {
 };
 
 TEST_F(FileReleases, OfWrittenInstancesComeBeforeTheNextInstance) {
-  EXPECT_EQ(Of([] { backend.AddPolicyInfo(SamplePolicies()); }),
+  EXPECT_EQ(Of([] { kFileBackend.AddPolicyInfo(SamplePolicies()); }),
             (Lines{"policy[0].blobs[0]", "policy[0].blobs[1]", "policy[0].blobs", "policy[0]",
                    "policy[1].blobs[0]", "policy[1].blobs", "policy[1]", "policy",
                    "/Quor/Policy-Info", "Unlock"}));
-  EXPECT_EQ(Of([] { backend.AddDatastoreInfo(SampleDatastores()); }),
+  EXPECT_EQ(Of([] { kFileBackend.AddDatastoreInfo(SampleDatastores()); }),
             (Lines{"Datastore[0]", "Datastore[1]", "Datastore", "/Quor/Datastore-Info", "Unlock"}));
 }
 
 TEST_F(FileReleases, OfListedInstancesComeBeforeTheirArray) {
-  EXPECT_EQ(Of([] { backend.ListPolicyInfo(); }),
+  EXPECT_EQ(Of([] { kFileBackend.ListPolicyInfo(); }),
             (Lines{"policy[0].blobs[0]", "policy[0].blobs[1]", "policy[0].blobs",
                    "policy[1].blobs[0]", "policy[1].blobs", "policy[0]", "policy[1]", "policy",
                    "/Quor/Policy-Info", "Unlock"}));
-  EXPECT_EQ(Of([] { backend.ListDatastoreInfo(); }),
+  EXPECT_EQ(Of([] { kFileBackend.ListDatastoreInfo(); }),
             (Lines{"Datastore[0]", "Datastore[1]", "Datastore", "/Quor/Datastore-Info", "Unlock"}));
 }
 
 TEST_F(FileReleases, OfSearchedInstancesComeBeforeTheirArray) {
-  EXPECT_EQ(Of([] { backend.GetPolicyBlob("id-1", "vol"); }),
+  EXPECT_EQ(Of([] { kFileBackend.GetPolicyBlob("id-1", "vol"); }),
             (Lines{"policy[0].blobs[0]", "policy[0].blobs[1]", "policy[0].blobs", "policy[0]",
                    "policy[1]", "policy", "/Quor/Policy-Info", "Unlock"}));
-  EXPECT_EQ(Of([] { backend.GetDatastoreNamespace("ds:///a"); }),
+  EXPECT_EQ(Of([] { kFileBackend.GetDatastoreNamespace("ds:///a"); }),
             (Lines{"Datastore[0]", "Datastore[1]", "Datastore", "/Quor/Datastore-Info", "Unlock"}));
 }
 
 TEST_F(FileReleases, OfResetAreAllBeforeTheLockThatTheyBelongTo) {
-  EXPECT_EQ(Of([] { backend.Reset(); }),
+  EXPECT_EQ(Of([] { kFileBackend.Reset(); }),
             (Lines{"policy", "/Quor/Policy-Info", "Unlock", "/Quor/Datastore-Info", "Unlock"}));
 }
 

@@ -4,8 +4,7 @@
 // Getters that leave something in their output and find nothing, and what outputs hold before.
 #include "recording/getters.h"
 
-#include "configfile/backend.h"
-#include "configstore/backend.h"
+#include "support/backends.h"
 #include "support/entry_points.h"
 #include "support/file_fixture.h"
 
@@ -50,26 +49,24 @@ class FileGetters : public Getters {
 };
 
 TEST_F(FileGetters, WhatIsLeftByAValueThatWasNotFoundIsNoAnswer) {
-  const auto& backend = TavQuor::ConfigFileBackend::kBackend;
   FindNothingAt("GetValue Datastore[0] datastore-namespace", "left");
-  EXPECT_EQ(backend.GetDatastoreNamespace("ds:///a"), "");
+  EXPECT_EQ(kFileBackend.GetDatastoreNamespace("ds:///a"), "");
   FindNothingAt("GetValue Datastore[0] default-policy-id", "left");
-  EXPECT_EQ(backend.GetDatastoreDefaultPolicyId("ds:///a"), "");
+  EXPECT_EQ(kFileBackend.GetDatastoreDefaultPolicyId("ds:///a"), "");
   FindNothingAt("GetValue policy[0].blobs[0] blob", "TWFu");
-  EXPECT_EQ(backend.GetPolicyBlob("id-1", "RILK"), "");
+  EXPECT_EQ(kFileBackend.GetPolicyBlob("id-1", "RILK"), "");
 }
 
 TEST_F(FileGetters, WhatIsLeftByAKeyThatWasNotFoundIsNoMatch) {
-  const auto& backend = TavQuor::ConfigFileBackend::kBackend;
   FindNothingAt("GetValue Datastore[0] url", "ds:///x");
-  EXPECT_EQ(backend.GetDatastoreNamespace("ds:///x"), "");
-  EXPECT_EQ(backend.GetDatastoreDefaultPolicyId("ds:///x"), "");
+  EXPECT_EQ(kFileBackend.GetDatastoreNamespace("ds:///x"), "");
+  EXPECT_EQ(kFileBackend.GetDatastoreDefaultPolicyId("ds:///x"), "");
   FindNothingAt("GetValue policy[0] policy-id", "id-x");
-  EXPECT_EQ(backend.GetPolicyBlob("id-x", "RILK"), "");
+  EXPECT_EQ(kFileBackend.GetPolicyBlob("id-x", "RILK"), "");
   FindNothingAt("GetValue policy[0] name", "x");
-  EXPECT_EQ(backend.GetPolicyBlobByName("x", "RILK"), "");
+  EXPECT_EQ(kFileBackend.GetPolicyBlobByName("x", "RILK"), "");
   FindNothingAt("GetValue policy[0].blobs[0] datastore-namespace", "x");
-  EXPECT_EQ(backend.GetPolicyBlob("id-1", "x"), "");
+  EXPECT_EQ(kFileBackend.GetPolicyBlob("id-1", "x"), "");
 }
 
 TEST_F(FileGetters, RecordsOfWhichAValueWasNotFoundAreNotListed) {
@@ -85,15 +82,14 @@ TEST_F(FileGetters, RecordsOfWhichAValueWasNotFoundAreNotListed) {
 
 // What a getter of the store returns is not looked at: its output is the answer.
 TEST_F(Getters, OfTheStoreAnswerByTheirOutputAlone) {
-  const auto& backend = TavQuor::ConfigStoreBackend::kBackend;
   getters.text = [](const std::string&, bool, std::string*) { return false; };
   getters.number = [](const std::string&, bool) { return false; };
   EXPECT_EQ(QuorLib::ListPolicyInfo(), SamplePolicies());
   EXPECT_EQ(QuorLib::ListDatastoreInfo(), SampleDatastores());
-  EXPECT_EQ(backend.GetPolicyBlob("id-2", "vol"), "S-vol");
-  EXPECT_EQ(backend.GetPolicyBlobByName("gold", "RILK"), "G-rilk");
-  EXPECT_EQ(backend.GetDatastoreNamespace("ds:///a"), "vol");
-  EXPECT_EQ(backend.GetDatastoreDefaultPolicyId("ds:///b"), "id-2");
+  EXPECT_EQ(kStoreBackend.GetPolicyBlob("id-2", "vol"), "S-vol");
+  EXPECT_EQ(kStoreBackend.GetPolicyBlobByName("gold", "RILK"), "G-rilk");
+  EXPECT_EQ(kStoreBackend.GetDatastoreNamespace("ds:///a"), "vol");
+  EXPECT_EQ(kStoreBackend.GetDatastoreDefaultPolicyId("ds:///b"), "id-2");
 }
 
 // The two kinds of output that are meant to hold something: the number of the policy listed before

@@ -2,13 +2,11 @@
 // SPDX-License-Identifier: Apache-2.0
 
 // The two blob lookups in the configuration store: by policy identifier and by policy name.
-#include "configstore/backend.h"
+#include "support/backends.h"
 #include "support/fixture.h"
 
 namespace QuorTest {
 namespace {
-
-const TavQuor::Backend& backend = TavQuor::ConfigStoreBackend::kBackend;
 
 class PolicyLookup : public RecordingTest {
  protected:
@@ -19,7 +17,7 @@ class PolicyLookup : public RecordingTest {
 };
 
 TEST_F(PolicyLookup, ByNameFetchesOnePolicyAndReadsOneBlob) {
-  EXPECT_EQ(backend.GetPolicyBlobByName("gold", "vol"), "G-vol");
+  EXPECT_EQ(kStoreBackend.GetPolicyBlobByName("gold", "vol"), "G-vol");
   EXPECT_EQ(ThePlatform().log,
             (Lines{
                 R"(GetStore global)",
@@ -30,7 +28,7 @@ TEST_F(PolicyLookup, ByNameFetchesOnePolicyAndReadsOneBlob) {
 }
 
 TEST_F(PolicyLookup, ByIdReadsIdentifiersUntilOneMatches) {
-  EXPECT_EQ(backend.GetPolicyBlob("id-1", "vol"), "G-vol");
+  EXPECT_EQ(kStoreBackend.GetPolicyBlob("id-1", "vol"), "G-vol");
   EXPECT_EQ(ThePlatform().log,
             (Lines{
                 R"(GetStore global)",
@@ -43,7 +41,7 @@ TEST_F(PolicyLookup, ByIdReadsIdentifiersUntilOneMatches) {
 }
 
 TEST_F(PolicyLookup, ByIdWithoutAMatchReadsEveryIdentifierAndNoBlob) {
-  EXPECT_EQ(backend.GetPolicyBlob("id-none", "vol"), "");
+  EXPECT_EQ(kStoreBackend.GetPolicyBlob("id-none", "vol"), "");
   EXPECT_EQ(ThePlatform().log,
             (Lines{
                 R"(GetStore global)",
@@ -55,7 +53,7 @@ TEST_F(PolicyLookup, ByIdWithoutAMatchReadsEveryIdentifierAndNoBlob) {
 }
 
 TEST_F(PolicyLookup, ByNameOfAnUnknownPolicyIsEmpty) {
-  EXPECT_EQ(backend.GetPolicyBlobByName("copper", "vol"), "");
+  EXPECT_EQ(kStoreBackend.GetPolicyBlobByName("copper", "vol"), "");
   EXPECT_EQ(ThePlatform().log, (Lines{
                                    R"(GetStore global)",
                                    R"(GetObject quor_policies/storage/tav["copper"])",
@@ -63,54 +61,54 @@ TEST_F(PolicyLookup, ByNameOfAnUnknownPolicyIsEmpty) {
 }
 
 TEST_F(PolicyLookup, EmptyArgumentIsAnsweredWithoutTouchingTheStore) {
-  EXPECT_EQ(backend.GetPolicyBlob("", "vol"), "");
-  EXPECT_EQ(backend.GetPolicyBlob("id-1", ""), "");
-  EXPECT_EQ(backend.GetPolicyBlob("", ""), "");
-  EXPECT_EQ(backend.GetPolicyBlobByName("", "vol"), "");
-  EXPECT_EQ(backend.GetPolicyBlobByName("gold", ""), "");
-  EXPECT_EQ(backend.GetPolicyBlobByName("", ""), "");
+  EXPECT_EQ(kStoreBackend.GetPolicyBlob("", "vol"), "");
+  EXPECT_EQ(kStoreBackend.GetPolicyBlob("id-1", ""), "");
+  EXPECT_EQ(kStoreBackend.GetPolicyBlob("", ""), "");
+  EXPECT_EQ(kStoreBackend.GetPolicyBlobByName("", "vol"), "");
+  EXPECT_EQ(kStoreBackend.GetPolicyBlobByName("gold", ""), "");
+  EXPECT_EQ(kStoreBackend.GetPolicyBlobByName("", ""), "");
   EXPECT_EQ(ThePlatform().log, Lines());
 }
 
 // A stored policy may have an empty identifier or name, and a blob an empty namespace.
 TEST_F(PolicyLookup, EmptyArgumentFindsNothingEvenWhereTheStoreHasSuchARecord) {
   ThePlatform().stored = Stored({Policy("", "", "", 0, {{"B", ""}, {"C", "vol"}})}, {});
-  EXPECT_EQ(backend.GetPolicyBlob("", "vol"), "");
-  EXPECT_EQ(backend.GetPolicyBlobByName("", "vol"), "");
-  EXPECT_EQ(backend.GetPolicyBlobByName("", ""), "");
+  EXPECT_EQ(kStoreBackend.GetPolicyBlob("", "vol"), "");
+  EXPECT_EQ(kStoreBackend.GetPolicyBlobByName("", "vol"), "");
+  EXPECT_EQ(kStoreBackend.GetPolicyBlobByName("", ""), "");
 }
 
 TEST_F(PolicyLookup, FirstListedPolicyOfTwoWithOneIdAnswers) {
   ThePlatform().stored = Stored({Policy("z", "id", "", 0, {{"from z", "vol"}}),
                                  Policy("a", "id", "", 0, {{"from a", "vol"}})},
                                 {});
-  EXPECT_EQ(backend.GetPolicyBlob("id", "vol"), "from z");
+  EXPECT_EQ(kStoreBackend.GetPolicyBlob("id", "vol"), "from z");
 }
 
 // The first match is taken for good; a later policy of the same identifier is no second chance.
 TEST_F(PolicyLookup, FirstMatchWithoutTheBlobIsEmptyEvenIfALaterMatchHasIt) {
   ThePlatform().stored =
       Stored({Policy("z", "id", "", 0, {}), Policy("a", "id", "", 0, {{"from a", "vol"}})}, {});
-  EXPECT_EQ(backend.GetPolicyBlob("id", "vol"), "");
+  EXPECT_EQ(kStoreBackend.GetPolicyBlob("id", "vol"), "");
 }
 
 TEST_F(PolicyLookup, PolicyWithoutABlobForTheNamespaceIsEmpty) {
-  EXPECT_EQ(backend.GetPolicyBlob("id-2", "RILK"), "");
-  EXPECT_EQ(backend.GetPolicyBlobByName("silver", "RILK"), "");
+  EXPECT_EQ(kStoreBackend.GetPolicyBlob("id-2", "RILK"), "");
+  EXPECT_EQ(kStoreBackend.GetPolicyBlobByName("silver", "RILK"), "");
   EXPECT_EQ(LastOf(ThePlatform().log),
             R"(GetSubObject quor_policies/storage/tav["silver"] blobs["RILK"])");
 }
 
 TEST_F(PolicyLookup, NamespaceThatDiffersOnlyInCaseFindsNoBlob) {
-  EXPECT_EQ(backend.GetPolicyBlob("id-1", "rilk"), "");
-  EXPECT_EQ(backend.GetPolicyBlob("id-1", "VOL"), "");
-  EXPECT_EQ(backend.GetPolicyBlobByName("gold", "rilk"), "");
-  EXPECT_EQ(backend.GetPolicyBlobByName("gold", "VOL"), "");
+  EXPECT_EQ(kStoreBackend.GetPolicyBlob("id-1", "rilk"), "");
+  EXPECT_EQ(kStoreBackend.GetPolicyBlob("id-1", "VOL"), "");
+  EXPECT_EQ(kStoreBackend.GetPolicyBlobByName("gold", "rilk"), "");
+  EXPECT_EQ(kStoreBackend.GetPolicyBlobByName("gold", "VOL"), "");
 }
 
 TEST_F(PolicyLookup, IdOrNameThatDiffersOnlyInCaseMatchesNoPolicy) {
-  EXPECT_EQ(backend.GetPolicyBlob("ID-1", "vol"), "");
-  EXPECT_EQ(backend.GetPolicyBlobByName("Gold", "vol"), "");
+  EXPECT_EQ(kStoreBackend.GetPolicyBlob("ID-1", "vol"), "");
+  EXPECT_EQ(kStoreBackend.GetPolicyBlobByName("Gold", "vol"), "");
 }
 
 TEST_F(PolicyLookup, IdsAreComparedWholeWithLengthAndZeroBytesAndNeverTrimmed) {
@@ -119,35 +117,35 @@ TEST_F(PolicyLookup, IdsAreComparedWholeWithLengthAndZeroBytesAndNeverTrimmed) {
                                  Policy("prefix", "id", "", 0, {{"prefix", "vol"}}),
                                  Policy("zero", withZero, "", 0, {{"zero", "vol"}})},
                                 {});
-  EXPECT_EQ(backend.GetPolicyBlob("id-1", "vol"), "");
-  EXPECT_EQ(backend.GetPolicyBlob("id-1 ", "vol"), "long");
-  EXPECT_EQ(backend.GetPolicyBlob("id", "vol"), "prefix");
-  EXPECT_EQ(backend.GetPolicyBlob(withZero, "vol"), "zero");
-  EXPECT_EQ(backend.GetPolicyBlob(std::string("id\0y", 4), "vol"), "");
+  EXPECT_EQ(kStoreBackend.GetPolicyBlob("id-1", "vol"), "");
+  EXPECT_EQ(kStoreBackend.GetPolicyBlob("id-1 ", "vol"), "long");
+  EXPECT_EQ(kStoreBackend.GetPolicyBlob("id", "vol"), "prefix");
+  EXPECT_EQ(kStoreBackend.GetPolicyBlob(withZero, "vol"), "zero");
+  EXPECT_EQ(kStoreBackend.GetPolicyBlob(std::string("id\0y", 4), "vol"), "");
 }
 
 TEST_F(PolicyLookup, PolicyWithoutAnIdentifierIsPassedOver) {
   ThePlatform().stored[0].values.erase("policy_id");
-  EXPECT_EQ(backend.GetPolicyBlob("id-1", "vol"), "");
-  EXPECT_EQ(backend.GetPolicyBlob("id-2", "vol"), "S-vol");
+  EXPECT_EQ(kStoreBackend.GetPolicyBlob("id-1", "vol"), "");
+  EXPECT_EQ(kStoreBackend.GetPolicyBlob("id-2", "vol"), "S-vol");
 }
 
 TEST_F(PolicyLookup, BlobInstanceWithoutTheBlobValueIsEmpty) {
   ThePlatform().stored[0].subObjects[0].values.erase("blob");
-  EXPECT_EQ(backend.GetPolicyBlob("id-1", "RILK"), "");
-  EXPECT_EQ(backend.GetPolicyBlobByName("gold", "RILK"), "");
+  EXPECT_EQ(kStoreBackend.GetPolicyBlob("id-1", "RILK"), "");
+  EXPECT_EQ(kStoreBackend.GetPolicyBlobByName("gold", "RILK"), "");
 }
 
 TEST_F(PolicyLookup, BlobIsFoundByItsInstanceKeyAndNotByItsNamespaceValue) {
   ThePlatform().stored[0].subObjects[0].values["datastore_namespace"] = std::string("other");
-  EXPECT_EQ(backend.GetPolicyBlobByName("gold", "RILK"), "G-rilk");
-  EXPECT_EQ(backend.GetPolicyBlobByName("gold", "other"), "");
+  EXPECT_EQ(kStoreBackend.GetPolicyBlobByName("gold", "RILK"), "G-rilk");
+  EXPECT_EQ(kStoreBackend.GetPolicyBlobByName("gold", "other"), "");
 }
 
 TEST_F(PolicyLookup, PolicyIsFoundByNameThroughItsInstanceKeyAndNotByItsNameValue) {
   ThePlatform().stored[0].values["name"] = std::string("other");
-  EXPECT_EQ(backend.GetPolicyBlobByName("gold", "RILK"), "G-rilk");
-  EXPECT_EQ(backend.GetPolicyBlobByName("other", "RILK"), "");
+  EXPECT_EQ(kStoreBackend.GetPolicyBlobByName("gold", "RILK"), "G-rilk");
+  EXPECT_EQ(kStoreBackend.GetPolicyBlobByName("other", "RILK"), "");
 }
 
 }  // namespace

@@ -3,7 +3,7 @@
 
 // Every store call of the operations that read, failing one at a time with every type of
 // exception. Nothing that reads begins, commits or rolls back a transaction.
-#include "configstore/backend.h"
+#include "support/backends.h"
 #include "support/fault_loop.h"
 #include "support/reference_digest.h"
 
@@ -11,8 +11,6 @@ namespace QuorTest {
 namespace {
 
 using TavQuor::QuorLib;
-
-const TavQuor::Backend& backend = TavQuor::ConfigStoreBackend::kBackend;
 
 // Three of each, so that a record that is left out may be the first, the middle or the last.
 const Policies kPolicies = {
@@ -150,11 +148,12 @@ TEST_P(ReadingFaults, GetPolicyBlobByIdRaisesEveryFailureUnchanged) {
 }
 
 TEST_P(ReadingFaults, LookupOfANamespaceRaisesEveryFailureUnchanged) {
-  ExpectEveryFailurePropagates([] { return backend.GetDatastoreNamespace("ds:///b"); }, "RILK");
+  ExpectEveryFailurePropagates([] { return kStoreBackend.GetDatastoreNamespace("ds:///b"); },
+                               "RILK");
 }
 
 TEST_P(ReadingFaults, LookupOfADefaultPolicyIdRaisesEveryFailureUnchanged) {
-  ExpectEveryFailurePropagates([] { return backend.GetDatastoreDefaultPolicyId("ds:///c"); },
+  ExpectEveryFailurePropagates([] { return kStoreBackend.GetDatastoreDefaultPolicyId("ds:///c"); },
                                "id-3");
 }
 

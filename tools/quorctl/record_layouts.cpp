@@ -22,7 +22,7 @@ using TavQuor::QuorPolicyInfo;
 namespace {
 
 // "RILK:512 VOLB:96": each namespace with the size of its blob.
-std::string Shown(const Blobs& blobs) {
+std::string ForTable(const Blobs& blobs) {
   std::string sizes;
   for (const auto& [blob, blobNamespace] : blobs) {
     if (!sizes.empty()) sizes += ' ';
@@ -31,11 +31,11 @@ std::string Shown(const Blobs& blobs) {
   return sizes;
 }
 
-std::string Shown(const std::string& text) {
+std::string ForTable(const std::string& text) {
   return text;
 }
 
-std::string Shown(std::int64_t number) {
+std::string ForTable(std::int64_t number) {
   return std::to_string(number);
 }
 
@@ -58,7 +58,7 @@ std::vector<FieldValue> ValuesOf(const Record& record) {
   for (const Field<Record>& field : kFields<Record>) {
     values.push_back(field.Visit(
         [](const auto& value) {
-          return FieldValue{Shown(value), ValueAsJson(value)};
+          return FieldValue{ForTable(value), ValueAsJson(value)};
         },
         record));
   }

@@ -34,8 +34,8 @@ std::size_t CountInstances(const char* branch, const char* array) {
   return locked.file->GetBranch(branch)->GetArray(array)->GetInstances().size();
 }
 
-std::string Describe(std::size_t lost, std::size_t listed, const std::string& records,
-                     bool inStore) {
+std::string LossInWords(std::size_t lost, std::size_t listed, const std::string& records,
+                        bool inStore) {
   if (lost == 0) return std::string();
   const std::string path =
       inStore ? HostPlatform::GetConfigStoreState().path : HostPlatform::GetConfigFileState().path;
@@ -89,11 +89,11 @@ std::size_t StoredRecords::LostDatastores(std::size_t listed) const {
 }
 
 std::string StoredRecords::ProblemOfPolicies(std::size_t listed) const {
-  return Describe(LostPolicies(listed), listed, "policies", inStore_);
+  return LossInWords(LostPolicies(listed), listed, "policies", inStore_);
 }
 
 std::string StoredRecords::ProblemOfDatastores(std::size_t listed) const {
-  return Describe(LostDatastores(listed), listed, "datastores", inStore_);
+  return LossInWords(LostDatastores(listed), listed, "datastores", inStore_);
 }
 
 void StoredRecords::ExpectPolicies(std::size_t listed) const {

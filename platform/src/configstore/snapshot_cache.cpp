@@ -55,7 +55,7 @@ void RefuseNamelessMount(const char* path) {
 }
 
 // After damage the file may be missing: moving it away is the way to start with an empty store.
-Pointer Open(const char* path) try {
+Pointer OpenSnapshot(const char* path) try {
   return Snapshot::Open(path);
 } catch (const ConfigStoreException& failure) {
   if (failure.code() == kCorrupt) newest.Set(nullptr);
@@ -76,7 +76,7 @@ Pointer LookFor(std::shared_ptr<const Known> known) {
     }
     return Share(std::move(known));
   }
-  const Pointer opened = Open(path);
+  const Pointer opened = OpenSnapshot(path);
   if (!opened && known) {
     throw ConfigStoreException(path + std::string(HostPlatform::Io::kGone), kIoError);
   }

@@ -23,7 +23,7 @@ namespace {
 
 constexpr std::uint32_t kTableSize = 2048;
 
-std::uint32_t LoadLength(std::string_view bytes) {
+std::uint32_t FirstLength(std::string_view bytes) {
   return LoadInteger<std::uint32_t>(bytes.data());
 }
 
@@ -74,11 +74,11 @@ void ReadDirectory(const Parts& parts, const std::string& path, std::vector<Stor
   };
   for (std::uint32_t i = 0; i < parts.kindCount; ++i) {
     const std::string_view lengths = take(8);
-    const std::uint32_t count = LoadLength(lengths.substr(4));
-    kinds->push_back({take(LoadLength(lengths)), count});
+    const std::uint32_t count = FirstLength(lengths.substr(4));
+    kinds->push_back({take(FirstLength(lengths)), count});
     const std::string_view bytes = take(std::uint64_t{4} * count);
     for (std::size_t next = 0; next < bytes.size(); next += 4) {
-      const std::uint32_t position = LoadLength(bytes.substr(next));
+      const std::uint32_t position = FirstLength(bytes.substr(next));
       if (position <= (positions->empty() ? 0 : positions->back())) {
         RaiseCorrupt(path, "its directory is not in the order of the records");
       }

@@ -15,10 +15,10 @@ namespace {
 std::atomic<bool> locked{false};
 pthread_mutex_t heap = PTHREAD_MUTEX_INITIALIZER;
 
-void Lock() {
+void LockHeap() {
   pthread_mutex_lock(&heap);
 }
-void Unlock() {
+void UnlockHeap() {
   pthread_mutex_unlock(&heap);
 }
 
@@ -27,7 +27,7 @@ void Unlock() {
 namespace ConfigFileTest {
 
 void LockAllocationsAroundForks() {
-  pthread_atfork(&Lock, &Unlock, &Unlock);
+  pthread_atfork(&LockHeap, &UnlockHeap, &UnlockHeap);
   locked = true;
 }
 
@@ -35,18 +35,18 @@ void LockAllocationsAroundForks() {
 
 void* operator new(std::size_t size) {
   const bool locks = locked;
-  if (locks) Lock();
+  if (locks) LockHeap();
   void* const memory = std::malloc(size == 0 ? 1 : size);
-  if (locks) Unlock();
+  if (locks) UnlockHeap();
   if (memory == nullptr) throw std::bad_alloc();
   return memory;
 }
 
 void operator delete(void* memory) noexcept {
   const bool locks = locked;
-  if (locks) Lock();
+  if (locks) LockHeap();
   std::free(memory);
-  if (locks) Unlock();
+  if (locks) UnlockHeap();
 }
 
 void operator delete(void* memory, std::size_t) noexcept {

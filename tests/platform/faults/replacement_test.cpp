@@ -25,7 +25,7 @@ namespace {
 using HostPlatform::Io::Directory;
 using HostPlatform::Io::FileReplacement;
 
-constexpr char kName[] = "some.file";
+constexpr char kFileName[] = "some.file";
 
 // The calls that make something durable, with their files; "" for the temporary.
 Texts DurableStepsOf(const std::vector<SystemCall>& calls) {
@@ -40,7 +40,7 @@ Texts DurableStepsOf(const std::vector<SystemCall>& calls) {
 
 class Replacement : public HostTest {
  protected:
-  Replacement() : directory_(HostPath()) { WriteFile(PathOf(kName), "old"); }
+  Replacement() : directory_(HostPath()) { WriteFile(PathOf(kFileName), "old"); }
 
   void Write(const FileReplacement& next) const {
     HostPlatform::Io::WriteAll(next.file(), "new", next.path());
@@ -51,12 +51,12 @@ class Replacement : public HostTest {
 
 // Who looks at the old file once more does so between the two, and the flush is slow.
 TEST_F(Replacement, ThatWasFlushedIsOnlyRenamedByTheCommit) {
-  FileReplacement next(directory_, kName, 0640);
+  FileReplacement next(directory_, kFileName, 0640);
   Write(next);
   Watch();
   next.Flush();
   EXPECT_EQ(DurableStepsOf(Stop()), Texts{"fsync "});
-  EXPECT_EQ(ReadFile(PathOf(kName)), "old");
+  EXPECT_EQ(ReadFile(PathOf(kFileName)), "old");
   std::vector<std::string> names;
   Watch([&names](const SystemCall& call) {
     names.push_back(call.name);
@@ -65,26 +65,26 @@ TEST_F(Replacement, ThatWasFlushedIsOnlyRenamedByTheCommit) {
   next.Commit();
   EXPECT_EQ(DurableStepsOf(Stop()), (Texts{"rename some.file", "fsync host"}));
   EXPECT_EQ(names, (Texts{"rename", "fsync"})) << "and nothing else is done in between";
-  EXPECT_EQ(ReadFile(PathOf(kName)), "new");
+  EXPECT_EQ(ReadFile(PathOf(kFileName)), "new");
 }
 
 TEST_F(Replacement, ThatWasNotFlushedIsFlushedByTheCommit) {
-  FileReplacement next(directory_, kName, 0640);
+  FileReplacement next(directory_, kFileName, 0640);
   Write(next);
   Watch();
   next.PutInPlace();
   EXPECT_EQ(DurableStepsOf(Stop()), (Texts{"fsync ", "rename some.file"}));
-  EXPECT_EQ(ReadFile(PathOf(kName)), "new");
+  EXPECT_EQ(ReadFile(PathOf(kFileName)), "new");
 }
 
 TEST_F(Replacement, ThatWasFlushedAndIsGivenUpLeavesTheOldFileAndNothingElse) {
   {
-    FileReplacement next(directory_, kName, 0640);
+    FileReplacement next(directory_, kFileName, 0640);
     Write(next);
     next.Flush();
   }
-  EXPECT_EQ(ReadFile(PathOf(kName)), "old");
-  EXPECT_EQ(NamesIn(HostPath()), Texts{kName});
+  EXPECT_EQ(ReadFile(PathOf(kFileName)), "old");
+  EXPECT_EQ(NamesIn(HostPath()), Texts{kFileName});
 }
 
 // Without a random number the name follows from the process's own, which others know.
@@ -101,12 +101,12 @@ TEST_F(Replacement, WritesThroughNoLinkThatWasPlantedAtAForeseeableName) {
       return call.name == "getrandom" ? EAGAIN : 0;
     });
     {
-      FileReplacement next(directory_, kName, 0640);
+      FileReplacement next(directory_, kFileName, 0640);
       Write(next);
       next.Commit();
     }
     Stop();
-    EXPECT_EQ(ReadFile(PathOf(kName)), "new");
+    EXPECT_EQ(ReadFile(PathOf(kFileName)), "new");
     EXPECT_EQ(ReadFile(victim), "untouched");
     ASSERT_EQ(unlink(planted.c_str()), 0);
   }
@@ -119,30 +119,30 @@ TEST_F(Replacement, IsNotKeptFromItsNameByATemporaryThatIsLeftOver) {
   WriteFile(PathOf(std::string(".some.file.new-") + digits), "left over");
   Watch([](const SystemCall& call) { return call.name == "getrandom" ? ENOSYS : 0; });
   {
-    FileReplacement next(directory_, kName, 0640);
+    FileReplacement next(directory_, kFileName, 0640);
     Write(next);
     next.Commit();
   }
   Stop();
-  EXPECT_EQ(ReadFile(PathOf(kName)), "new");
-  EXPECT_EQ(NamesIn(HostPath()), Texts{kName});
+  EXPECT_EQ(ReadFile(PathOf(kFileName)), "new");
+  EXPECT_EQ(NamesIn(HostPath()), Texts{kFileName});
 }
 
 // A filter of system calls refuses what would change nothing.
 TEST_F(Replacement, GoesOnWhereAFilterRefusesTheRemovalOfAnAccessListThatIsNotThere) {
   for (const int error : {EPERM, EACCES}) {
     Watch([&](const SystemCall& call) { return call.name == "fremovexattr" ? error : 0; });
-    FileReplacement next(directory_, kName, 0640);
+    FileReplacement next(directory_, kFileName, 0640);
     Write(next);
     EXPECT_NO_THROW(next.Commit());
     Stop();
   }
-  EXPECT_EQ(ReadFile(PathOf(kName)), "new");
+  EXPECT_EQ(ReadFile(PathOf(kFileName)), "new");
 }
 
 // Root without CAP_CHOWN, in a container say.
 TEST_F(Replacement, GoesOnWithoutTheRightToGiveFilesAwayWhereNoneIsGivenAway) {
-  for (const char* name : {kName, "another.file"}) {
+  for (const char* name : {kFileName, "another.file"}) {
     Watch([](const SystemCall& call) { return call.name == "fchown" ? EPERM : 0; });
     FileReplacement next(directory_, name, 0640);
     Write(next);
@@ -154,16 +154,16 @@ TEST_F(Replacement, GoesOnWithoutTheRightToGiveFilesAwayWhereNoneIsGivenAway) {
 
 TEST_F(Replacement, RefusesToTakeAFileFromItsOwnerWithoutTheRightToGiveFilesAway) {
   Machine::NeedRoot();
-  ASSERT_EQ(chown(PathOf(kName).c_str(), kStranger, kReaders), 0);
+  ASSERT_EQ(chown(PathOf(kFileName).c_str(), kStranger, kReaders), 0);
   Watch([](const SystemCall& call) { return call.name == "fchown" ? EPERM : 0; });
   {
-    FileReplacement next(directory_, kName, 0640);
+    FileReplacement next(directory_, kFileName, 0640);
     Write(next);
     EXPECT_THROW(next.Commit(), HostPlatform::Io::Error);
   }
   Stop();
-  EXPECT_EQ(ReadFile(PathOf(kName)), "old");
-  EXPECT_EQ(NamesIn(HostPath()), Texts{kName});
+  EXPECT_EQ(ReadFile(PathOf(kFileName)), "old");
+  EXPECT_EQ(NamesIn(HostPath()), Texts{kFileName});
 }
 
 // Not while a file is opened, of which the child may have a copy.
@@ -181,14 +181,14 @@ TEST_F(Replacement, LeavesNoDescriptorToAChildThatIsForkedAtAnyOfItsCalls) {
     return 0;
   });
   {
-    FileReplacement next(directory_, kName, 0640);
+    FileReplacement next(directory_, kFileName, 0640);
     Write(next);
     next.Commit();
   }
   Stop();
   for (const char* name : {"getdents64", "write", "flistxattr", "fchmod", "fsync", "rename"})
     EXPECT_NE(std::find(forkedAt.begin(), forkedAt.end(), name), forkedAt.end()) << name;
-  EXPECT_EQ(NamesIn(HostPath()), Texts{kName});
+  EXPECT_EQ(NamesIn(HostPath()), Texts{kFileName});
 }
 
 }  // namespace

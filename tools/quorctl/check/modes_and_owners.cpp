@@ -22,7 +22,7 @@ std::string Octal(mode_t mode) {
 }
 
 // Nothing when there is none.
-bool StatusOf(const std::string& path, struct stat* status) {
+bool FindStatus(const std::string& path, struct stat* status) {
   if (stat(path.c_str(), status) == 0) return true;
   if (errno == ENOENT) return false;
   throw std::system_error(errno, std::generic_category(), path + ": cannot look at it");
@@ -56,7 +56,7 @@ class ModeCheck {
 
   void DataFile(const std::string& path) const {
     struct stat status;
-    if (!StatusOf(path, &status)) return;
+    if (!FindStatus(path, &status)) return;
     if ((status.st_mode & (S_IWGRP | S_IWOTH)) != 0) {
       Add(Severity::kError, path,
           "others than its owner may change it (mode " + Octal(status.st_mode) + ")",
@@ -81,7 +81,7 @@ class ModeCheck {
 
   void LockFile(const std::string& path) const {
     struct stat status;
-    if (!StatusOf(path, &status)) return;
+    if (!FindStatus(path, &status)) return;
     if (!S_ISREG(status.st_mode) || status.st_nlink > 1) {
       Add(Severity::kError, path, "is no plain file of one name, and so refused as a lock",
           "remove it while nobody writes");
@@ -118,7 +118,7 @@ class ModeCheck {
 void CheckModesAndOwners(Findings* findings) {
   const std::string host = HostPlatform::HostDirectory();
   struct stat directory;
-  if (!StatusOf(host, &directory)) {
+  if (!FindStatus(host, &directory)) {
     findings->push_back({Severity::kInfo, host, "is not there: nothing was ever stored", ""});
     return;
   }
@@ -131,7 +131,7 @@ void CheckModesAndOwners(Findings* findings) {
   for (const HostPlatform::LockState& lock : HostPlatform::GetLockStates())
     check.LockFile(lock.path);
   struct stat history;
-  if (!StatusOf(HistoryDirectory(), &history)) return;
+  if (!FindStatus(HistoryDirectory(), &history)) return;
   check.Directory(HistoryDirectory(), history);
   check.Owner(HistoryDirectory(), history);
   if (!S_ISDIR(history.st_mode)) return;

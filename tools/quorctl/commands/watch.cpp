@@ -96,7 +96,7 @@ std::string WhatChanged(const Digests& before, const Digests& after) {
 
 constexpr char kFirst[] = "first";  // in place of what changed
 
-std::string AsJson(const std::string& what, const Digests& digests) {
+std::string EventAsJson(const std::string& what, const Digests& digests) {
   nlohmann::ordered_json changed = nlohmann::ordered_json::array();
   for (const char* const kind : {"policies", "datastores"}) {
     if (what.find(kind) != what.npos) changed.push_back(kind);
@@ -233,7 +233,7 @@ class WatchCommand final : public Command {
   }
 
   void Print(const std::string& what, const Digests& digests) const {
-    WriteLine(json_ ? AsJson(what, digests) : TimeNow() + ' ' + what + ' ' + Joined(digests));
+    WriteLine(json_ ? EventAsJson(what, digests) : TimeNow() + ' ' + what + ' ' + Joined(digests));
   }
 
   // True when the watch was told to stop meanwhile.
