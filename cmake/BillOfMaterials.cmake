@@ -6,6 +6,8 @@
 # It has no date, so that a second build makes the same file.
 find_package(CLI11 CONFIG REQUIRED)
 find_package(nlohmann_json CONFIG REQUIRED)
+find_package(yaml-cpp CONFIG REQUIRED)
+set(YAML_CPP_VERSION ${yaml-cpp_VERSION})
 
 set(probe ${CMAKE_CURRENT_BINARY_DIR}/documentation/materials.cpp)
 file(WRITE ${probe} "#include <features.h>\n#include <linux/version.h>\n#include <simdjson.h>\n#include <xxhash.h>\n")

@@ -19,6 +19,7 @@ build libmd-dev       MD5 of the catalogue digests
 build libsimdjson-dev parser of the configuration file
 build libcli11-dev    command line of quorctl
 build nlohmann-json3-dev catalogue documents of quorctl
+build libyaml-cpp-dev catalogue documents in YAML
 tests libgtest-dev    test framework
 tests python3         tests of the source tree, the headers and the built files
 tests binutils        reads the exported symbols of the built libraries
@@ -40,6 +41,7 @@ tests libpython3-dev headers of the Python package's module
 tests python3-cffi  makes the Python package's module
 tests python3-pytest tests of the Python package
 tests python3-hypothesis tests of the Python package with made-up records
+tests python3-yaml     second reader of documents in YAML
 tests python3-prometheus-client reads the metrics of quorctl
 tests libpq-dev       client of the centre of many hosts
 tests libssl-dev      hashes and signatures of releases

@@ -107,7 +107,7 @@ class Names(QuorctlCase):
                          "id-Gold\n")
         self.refuse(USAGE, "get", "policies", "-o", "name", "--fields", "id",
                     message="exclude each other")
-        self.refuse(USAGE, "get", "policies", "-o", "x", message="json, jsonl, name, csv or csv-raw")
+        self.refuse(USAGE, "get", "policies", "-o", "x", message="json, jsonl, yaml, name, csv or csv-raw")
         self.refuse(USAGE, "check", "-o", "name", message="unknown output format")
 
 

@@ -97,7 +97,7 @@ class Words(QuorctlCase):
 
     def test_UnknownOptionIsNamed(self):
         for words in (["--frob"], ["status", "--frob"], ["--frob", "status"], ["list", "--frob=1"],
-                      ["reset", "-f"], ["list", "policies", "--yes"], ["export", "-o", "json"]):
+                      ["reset", "-f"], ["list", "policies", "--yes"], ["export", "--force"]):
             option = next(word for word in words if word.startswith("-"))
             self.refuse(USAGE, *words, message=f'unknown option "{option}"')
 

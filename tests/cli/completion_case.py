@@ -67,7 +67,7 @@ class CompletionCase:
                                  line.rsplit(" ", maxsplit=1)[-1])
 
     def test_ChoicesAreThoseOfTheProgram(self):
-        formats = ["table", "wide", "json", "jsonl", "csv", "csv-raw"]
+        formats = ["table", "wide", "json", "jsonl", "yaml", "csv", "csv-raw"]
         self.expect_offer("quorctl list policies -o ", ["name", *formats])
         self.expect_offer("quorctl history -o ", formats)
         for command in ("digest", "apply", "delete"):

@@ -28,7 +28,7 @@ class Syntax(QuorctlCase):
         self.assertIn("unexpected end of input", self.refuse_text_at("", "line 1, column 1"))
 
     def test_FileThatIsNoJsonIsNamedWithLineAndColumn(self):
-        path = self.write("notes.txt", "first line\n")
+        path = self.write("notes.json", "first line\n")
         self.refuse(BAD_INPUT, "apply", path, message=f"quorctl: {path}: line 1, column 2: ")
 
     def test_TrailingCommaIsRefused(self):

@@ -127,7 +127,7 @@ class WrongWords(QuorctlCase):
 
     def test_UnknownFormatIsRefused(self):
         for kind in ("policies", "datastores"):
-            self.refuse(USAGE, "list", kind, "-o", "yaml", message='unknown output format "yaml"')
+            self.refuse(USAGE, "list", kind, "-o", "toml", message='unknown output format "toml"')
             self.refuse(USAGE, "list", kind, "--output=", message='unknown output format ""')
 
 

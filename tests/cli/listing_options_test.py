@@ -136,7 +136,7 @@ class NoHeadings(Options):
     def test_JsonHasNoHeadingsToLeaveOut(self):
         for form in ("json", "jsonl"):
             self.refuse(USAGE, "list", "policies", "-o", form, "--no-headings",
-                        message="--no-headings: JSON has no headings")
+                        message="--no-headings: JSON and YAML have no headings")
 
 
 class Wide(Options):

@@ -21,7 +21,7 @@ PAGES = ["libquor.3", "libquorc.3", "quor-catalogue.5", "quorctl-examples.7", "q
 # Of programs that stand on quorctl's documents; their own tests know their options.
 OF_THE_FLEET = [name for name in ("quor-agent.8", "quor-publish.8")
                 if name in os.listdir(MANUAL)]
-FOREIGN = {"epoll.7", "fork.2", "inotify.7", "poll.2", "sh.1"}  # pages of others that ours refer to
+FOREIGN = {"epoll.7", "fork.2", "inotify.7", "less.1", "poll.2", "sh.1", "sudo.8"}  # pages of others that ours refer to
 
 # A watch that ends.
 QUORCTL_IN_EXAMPLES = """#!/bin/sh
@@ -124,18 +124,20 @@ class Quorctl(QuorctlCase):
 
 class Catalogue(QuorctlCase):
     def test_ItsExampleIsWhatTheProgramReadsAndWrites(self):
-        [example] = page("quor-catalogue.5").literal()
+        example, in_yaml = page("quor-catalogue.5").literal()
         self.ask("apply", "-", given=example.encode())
         self.assertEqual(self.ask("export").text, example)
+        self.ask("apply", "--yes", "-", given=in_yaml.encode())
+        self.assertEqual(re.sub("basis.*\n", "", self.ask("export", "-o", "yaml").text), in_yaml)
 
     def test_MembersAreThoseOfTheExample(self):
         the_page = page("quor-catalogue.5")
-        [example] = the_page.literal()
+        example, _ = the_page.literal()
         members = set(re.findall(r'"(\w+)":', example))
         self.assertEqual(set(re.findall(r"^\.It Li (\w+)$", the_page.source, re.MULTILINE)), members)
 
     def test_EveryMemberIsRequired(self):
-        [example] = page("quor-catalogue.5").literal()
+        example, _ = page("quor-catalogue.5").literal()
         for member in set(re.findall(r'"(\w+)":', example)):
             wrong = json.loads(example.replace(f'"{member}":', f'"x{member}":'))
             result = self.run_quorctl("apply", "-", given=json.dumps(wrong).encode())

@@ -23,9 +23,9 @@ class OnTerminal(QuorctlCase):
              policy("\u6c4e\u7528", id="wide", blobs=[blob("RILK", text="text")])],
             [datastore("a\x1b[31m\nb,\"c\"", namespace="RILK")]))
 
-    def run_it(self, *words, status=DONE, **environment):
+    def run_it(self, *words, status=DONE, size=None, **environment):
         """What the terminal is given, with the line feeds that the program wrote."""
-        terminal = Terminal(self, *words, output_too=True,
+        terminal = Terminal(self, *words, output_too=True, size=size,
                             environment={"TERM": "xterm", "NO_COLOR": "", **environment})
         self.assertEqual(terminal.finish().status, status)
         self.assertNotIn(b"quorctl: ", terminal.shown)  # an error message
@@ -74,6 +74,68 @@ class Colours(OnTerminal):
     def test_DataHasNoColour(self):
         for form in ("json", "jsonl", "csv"):
             self.assertNotIn(b"\x1b", self.run_it("list", "policies", "-o", form))
+
+
+class Width(OnTerminal):
+    def lines(self, *words, columns, **options):
+        shown = self.run_it(*words, size=(100, columns), NO_COLOR="1", **options)
+        return shown.decode().splitlines()
+
+    def test_LinesAreCutToTheTerminalAndNumbersAreNot(self):
+        self.apply(document(
+            [policy("N" * 60, id="i" * 50, description="\u6c4e" * 70, generation=2**62)],
+            [datastore("ds:///" + "u" * 90, defaultPolicy="i" * 50)]))
+        for kind in ("policies", "datastores"):
+            for form in ("table", "wide"):
+                for columns in (400, 80, 60):
+                    lines = self.lines("list", kind, "-o", form, columns=columns)
+                    for line in lines:
+                        width = len(line) + line.count("\u6c4e")
+                        self.assertLessEqual(width, columns, line)
+                    self.assertEqual("\u2026" in lines[1], columns < 400, lines)
+        self.assertIn(str(2**62), self.lines("list", "policies", columns=60)[1])
+        self.assertEqual(self.lines("list", "policies", "-o", "name", columns=20)[0], "i" * 50)
+
+    def test_WhatFitsAndWhatIsNoTableStaysAsItIs(self):
+        for words in (("list", "policies"), ("list", "policies", "-o", "csv"), ("list", "policies", "-o", "json")):
+            piped = self.ask(*words).text
+            self.assertNotIn("\u2026", piped)
+            columns = max(map(len, piped.splitlines())) + 2 if len(words) == 2 else 20
+            if "csv" not in words:
+                self.assertEqual(self.lines(*words, columns=columns), piped.splitlines())
+
+    def test_SentencesAreNotCut(self):
+        self.apply(document([policy("Gold")], [datastore("ds:///x/", defaultPolicy="gone")]))
+        self.assertIn("\n".join(self.lines("check", columns=30, status=NO)),
+                      self.run_quorctl("check").text)
+
+
+class Pager(OnTerminal):
+    def setUp(self):
+        super().setUp()
+        self.apply(document([policy(f"P{i}") for i in range(30)]))
+        self.listing = self.ask("list", "policies").text
+
+    def test_WhatIsLongerThanTheTerminalIsShownByIt(self):
+        for name in ("QUORCTL_PAGER", "PAGER"):
+            shown = self.run_it("list", "policies", size=(20, 0), NO_COLOR="1",
+                                **{name: "sed s/^/paged:/"}).decode()
+            self.assertEqual(shown, "".join(f"paged:{line}\n" for line in self.listing.splitlines()))
+
+    def test_OneThatEndsEarlyIsNoError(self):
+        big = document([policy(f"P{i}", description="d" * 1000) for i in range(300)])
+        self.apply(big)
+        shown = self.run_it("list", "policies", "-o", "wide", size=(20, 0), NO_COLOR="1", PAGER="head -n 1").decode()
+        self.assertEqual(shown.count("\n"), 1)
+
+    def test_NoneWhereItIsNotWantedOrNotNeeded(self):
+        sign = "sed s/^/paged:/"
+        for size, environment in (((20, 0), {"QUORCTL_PAGER": "cat", "PAGER": sign}),
+                                  ((20, 0), {"PAGER": ""}), ((0, 0), {"PAGER": sign}),
+                                  ((32, 0), {"PAGER": sign}), ((20, 0), {"PAGER": "exit 127"}),
+                                  ((20, 0), {"PAGER": sign, "SUDO_UID": "1000", "PATH": "/nonexistent"})):
+            shown = self.run_it("list", "policies", size=size, NO_COLOR="1", **environment).decode()
+            self.assertEqual(shown, self.listing, environment)
 
 
 class HostileText(OnTerminal):

@@ -73,12 +73,16 @@ ordered_json ValueAsJson(const Blobs& value) {
   return blobs;
 }
 
-std::string CatalogueAsDocument(const Catalogue& catalogue) {
+ordered_json CatalogueAsJson(const Catalogue& catalogue) {
   ordered_json document = {{"format", kDocumentFormat}};
   if (!catalogue.basis.empty()) document["basis"] = catalogue.basis;
   document["policies"] = RecordsAsJson(catalogue.policies);
   document["datastores"] = RecordsAsJson(catalogue.datastores);
-  return IndentedJson(document) + '\n';
+  return document;
+}
+
+std::string CatalogueAsDocument(const Catalogue& catalogue) {
+  return IndentedJson(CatalogueAsJson(catalogue)) + '\n';
 }
 
 }  // namespace Quorctl

@@ -19,8 +19,9 @@ nlohmann::ordered_json ValueAsJson(const std::string& value);
 nlohmann::ordered_json ValueAsJson(std::int64_t value);
 nlohmann::ordered_json ValueAsJson(const Blobs& value);
 
-// The whole document, with the records in the order given: what ReadCatalogueDocument() reads.
-// Valid JSON whatever bytes the records hold, and safe to show on a terminal.
+// The whole document, with the records in the order given, whatever bytes they hold: as a tree, and
+// as the text that ReadCatalogueDocument() reads, which is safe to show on a terminal.
+nlohmann::ordered_json CatalogueAsJson(const Catalogue& catalogue);
 std::string CatalogueAsDocument(const Catalogue& catalogue);
 
 }  // namespace Quorctl

@@ -3,7 +3,6 @@
 
 #include "catalogue_change.h"
 
-#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -30,6 +29,7 @@
 #include "replacement.h"
 #include "signal_block.h"
 #include "standard_streams.h"
+#include "text/terminal_size.h"
 
 namespace Quorctl {
 
@@ -211,10 +211,10 @@ class Plan {
 
   // The counts, the headings, what follows and the question are to be seen too.
   static std::size_t RowsOnTerminal(const std::string& following) {
-    winsize size = {};
-    if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_row == 0) return SIZE_MAX;
+    const auto rows = static_cast<std::ptrdiff_t>(SizeOfTerminal().rows);
+    if (rows == 0) return SIZE_MAX;
     const auto lines = std::count(following.begin(), following.end(), '\n');
-    return static_cast<std::size_t>(std::max<std::ptrdiff_t>(size.ws_row - 5 - lines, 3));
+    return static_cast<std::size_t>(std::max<std::ptrdiff_t>(rows - 5 - lines, 3));
   }
 
   // Records that are all the same can be stored in a way that the library would not have.

@@ -78,7 +78,8 @@ const RecordLayout& DifferenceLayout() {
                                       {"change", "kind", "name", "id", "fields"},
                                       {"change", "kind", "name", "id", "fields"},
                                       {"change", "kind", "name", "id", "fields", "values"},
-                                      /*headingsWhenEmpty=*/false};
+                                      /*headingsWhenEmpty=*/false,
+                                      /*hasSentences=*/true};
   return layout;
 }
 

@@ -11,15 +11,17 @@
 
 #include "catalogue/text/terminal_text.h"
 #include "exit_status.h"
+#include "text/terminal_size.h"
 
 namespace Quorctl {
 namespace {
 
-constexpr std::array<std::pair<const char*, RecordFormat>, 6> kFormats = {{
+constexpr std::array<std::pair<const char*, RecordFormat>, 7> kFormats = {{
     {"table", RecordFormat::kTable},
     {"wide", RecordFormat::kWide},
     {"json", RecordFormat::kJson},
     {"jsonl", RecordFormat::kJsonLines},
+    {"yaml", RecordFormat::kYaml},
     {"csv", RecordFormat::kCsv},
     {"csv-raw", RecordFormat::kCsvRaw},
 }};
@@ -28,8 +30,8 @@ RecordFormat FormatOf(const std::string& name, const std::string& another) {
   for (const auto& [known, format] : kFormats) {
     if (name == known) return format;
   }
-  throw UsageError("unknown output format " + Quoted(name) + "; choose table, wide, json, jsonl, " +
-                   another + "csv or csv-raw");
+  throw UsageError("unknown output format " + Quoted(name) +
+                   "; choose table, wide, json, jsonl, yaml, " + another + "csv or csv-raw");
 }
 
 // The names between the commas, none of them empty or twice.
@@ -52,8 +54,8 @@ std::vector<std::string> NamesIn(const std::string& list, const std::string& opt
 
 void ListingOptions::Declare(CLI::App& verb, bool named) {
   format_.Declare(verb, "-o,--output", "FORMAT",
-                  "table (as without this option), wide, json, jsonl, csv\n"
-                  "or csv-raw");
+                  "table (as without this option), wide, json, jsonl, yaml,\n"
+                  "csv or csv-raw");
   std::string formats = named ? "name" : "";
   for (const auto& [format, ignored] : kFormats)
     formats += std::string(" ") + format;
@@ -87,12 +89,14 @@ RecordChoices ListingOptions::Choices(const std::string& nameField) const {
     const auto [field, pattern] = SplitWord(condition, "--where FIELD=PATTERN");
     choices.where.push_back({field, pattern});
   }
-  const bool isJson =
-      choices.format == RecordFormat::kJson || choices.format == RecordFormat::kJsonLines;
-  if (noHeadings_ && isJson) throw UsageError("--no-headings: JSON has no headings");
+  const bool isTree = choices.format == RecordFormat::kJson ||
+                      choices.format == RecordFormat::kJsonLines ||
+                      choices.format == RecordFormat::kYaml;
+  if (noHeadings_ && isTree) throw UsageError("--no-headings: JSON and YAML have no headings");
   choices.headings = !noHeadings_ && !nameOnly;
   choices.forTerminal = isatty(STDOUT_FILENO) != 0;
   choices.colour = StandardOutputTakesColour();
+  choices.width = nameOnly ? 0 : SizeOfTerminal().columns;
   return choices;
 }
 

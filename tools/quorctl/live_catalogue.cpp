@@ -45,11 +45,11 @@ LiveCatalogue ReadLiveCatalogue(bool complete) {
                      "other processes keep changing the catalogue while it is read; try again");
 }
 
-std::string LiveDocument() {
+Catalogue LiveDocument() {
   Catalogue catalogue = ReadLiveCatalogue().catalogue;
   catalogue.basis = Joined(DigestsOf(catalogue));
   PutInCanonicalOrder(&catalogue);
-  return CatalogueAsDocument(catalogue);
+  return catalogue;
 }
 
 }  // namespace Quorctl

@@ -23,8 +23,8 @@ struct LiveCatalogue {
 // not stay the same for that long, and with `complete` when a record cannot be read.
 LiveCatalogue ReadLiveCatalogue(bool complete = true);
 
-// The same as a document in canonical order, which tells on which digests it is based.
-std::string LiveDocument();
+// The same for a document: in canonical order, and telling on which digests it is based.
+Catalogue LiveDocument();
 
 }  // namespace Quorctl
 

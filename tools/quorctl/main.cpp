@@ -11,6 +11,7 @@
 #include <system_error>
 
 #include "command_line.h"
+#include "pager.h"
 #include "signal_block.h"
 #include "standard_streams.h"
 
@@ -18,6 +19,7 @@ namespace Quorctl {
 namespace {
 
 void WriteOutput(const CommandOutput& output) {
+  if (!output.changedHost && ShowInPager(output.text)) return;
   const int error = WriteStandardOutput(output.text);
   if (error == 0) return;
   throw CommandError(ExitStatus::kStore,

@@ -9,6 +9,7 @@
 #include "host_backend.h"
 #include "input_file.h"
 #include "interrupted_change.h"
+#include "yaml_document.h"
 
 namespace Quorctl {
 namespace {
@@ -78,7 +79,7 @@ class ApplyCommand final : public Command {
     ProgressLine progress;
     progress.Begin("reading the document");
     const std::string& path = file_.Value();
-    Catalogue catalogue = ReadAppliedDocument(ReadInput(path), InputName(path));
+    Catalogue catalogue = ReadAppliedDocument(ReadDocument(path), InputName(path));
     ExpectReadable(selected);
     ChangeRequest request = RequestFor("apply", catalogue);
     request.replacesPolicies = !datastoresOnly_;

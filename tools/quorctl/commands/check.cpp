@@ -33,6 +33,7 @@ const RecordLayout& FindingLayout() {
     made.inWide = made.inTable;
     made.inData = made.inTable;
     made.headingsWhenEmpty = false;
+    made.hasSentences = true;
     return made;
   }();
   return layout;

@@ -12,6 +12,7 @@
 #include "listing_options.h"
 #include "live_catalogue.h"
 #include "option_values.h"
+#include "yaml_document.h"
 
 namespace Quorctl {
 namespace {
@@ -73,7 +74,7 @@ class DiffCommand final : public Command {
     if (word.find_first_not_of("0123456789") == word.npos) {
       return ReadHistoryEntry(FindHistoryEntry(NumberIn(word, "number of the history")));
     }
-    return ReadCatalogueDocument(ReadInput(word), InputName(word));
+    return ReadCatalogueDocument(ReadDocument(word), InputName(word));
   }
 
   static Catalogue LiveCatalogueOfHost() {

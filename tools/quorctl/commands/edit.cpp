@@ -11,24 +11,27 @@
 #include "applied_document.h"
 #include "backend_choice.h"
 #include "catalogue/document_error.h"
+#include "catalogue/document_writer.h"
 #include "catalogue_change.h"
 #include "command_table.h"
+#include "document_form.h"
 #include "host_backend.h"
 #include "input_file.h"
 #include "live_catalogue.h"
 #include "output_file.h"
+#include "yaml_document.h"
 
 namespace Quorctl {
 namespace {
 
-constexpr char kMark[] = "# ";  // no line of JSON begins so
+constexpr char kMark[] = "# ";  // no line of a document begins so
 constexpr char kSource[] = "the document";
 
-std::string MakeTemporaryFile() {
+std::string MakeTemporaryFile(const std::string& ending) {
   const char* const directory = std::getenv("TMPDIR");
   std::string path = std::string(directory != nullptr && *directory != '\0' ? directory : "/tmp") +
-                     "/quorctl-edit-XXXXXX.json";
-  const int file = mkstemps(path.data(), sizeof ".json" - 1);
+                     "/quorctl-edit-XXXXXX" + ending;
+  const int file = mkstemps(path.data(), static_cast<int>(ending.size()));
   if (file == -1) throw std::system_error(errno, std::generic_category(), "cannot make " + path);
   close(file);
   return path;
@@ -79,7 +82,7 @@ class EditCommand final : public Command {
   const CommandInfo& Info() const override {
     static const CommandInfo info = {
         "edit",
-        {ChangeOptions::kSynopsis},
+        {std::string("[--yaml] ") + ChangeOptions::kSynopsis},
         "change the catalogue in an editor",
         "Writes the document of \"quorctl export\" to a file, starts VISUAL, else EDITOR, else\n"
         "vi on it, and applies what it holds then as \"quorctl apply\" does. Where the document\n"
@@ -90,13 +93,17 @@ class EditCommand final : public Command {
     return info;
   }
 
-  void Declare(CLI::App& verb) override { options_.Declare(verb); }
+  void Declare(CLI::App& verb) override {
+    options_.Declare(verb);
+    DeclareFlag(verb, "--yaml", &yaml_, "write the document as YAML");
+  }
 
   ExitStatus Run(CommandOutput* output) override {
     StayWithTheBackend();
     ExpectReadable(BackendSwitch());
-    const std::string before = LiveDocument();
-    const std::string path = MakeTemporaryFile();
+    const std::string before =
+        yaml_ ? AsYamlDocument(LiveDocument()) : CatalogueAsDocument(LiveDocument());
+    const std::string path = MakeTemporaryFile(yaml_ ? ".yaml" : ".json");
     ReplaceFile(path, before);
     Edit(path);
     if (WithoutMarks(ReadInput(path)) == before) {
@@ -127,11 +134,11 @@ class EditCommand final : public Command {
   }
 
   // Raises CommandError when the editor left an error as it was.
-  static Catalogue ReadUntilRight(const std::string& path) {
+  Catalogue ReadUntilRight(const std::string& path) const {
     for (;;) {
       const std::string text = WithoutMarks(ReadInput(path));
       try {
-        return ReadAppliedDocument(text, kSource);
+        return ReadAppliedDocument(yaml_ ? YamlAsJson(text, kSource) : text, kSource);
       } catch (const DocumentError& error) {
         ReplaceFile(path, WithMarks(text, error));
         Edit(path);
@@ -143,6 +150,7 @@ class EditCommand final : public Command {
   }
 
   ChangeOptions options_;
+  bool yaml_ = false;
 };
 
 }  // namespace

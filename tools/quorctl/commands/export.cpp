@@ -3,6 +3,7 @@
 
 #include "backend_choice.h"
 #include "command_table.h"
+#include "document_form.h"
 #include "live_catalogue.h"
 
 namespace Quorctl {
@@ -13,7 +14,7 @@ class ExportCommand final : public Command {
   const CommandInfo& Info() const override {
     static const CommandInfo info = {
         "export",
-        {""},
+        {DocumentForm::kSynopsis},
         "write the whole catalogue as a document",
         "Writes the document that \"quorctl apply\" reads, to standard output. One catalogue\n"
         "gives the same bytes whatever the order in which it is stored: policies are sorted\n"
@@ -23,18 +24,23 @@ class ExportCommand final : public Command {
         "the configuration file allows, \"quorctl apply\" refuses the document until each is\n"
         "there once. Nothing is written when a record cannot be read. The document tells on\n"
         "which digests it is based: \"quorctl apply\" refuses it when the catalogue has become\n"
-        "another one since.\n",
+        "another one since. -o yaml writes the same document as YAML, in which texts of\n"
+        "several lines stand as such.\n",
     };
     return info;
   }
 
-  void Declare(CLI::App& /*verb*/) override {}
+  void Declare(CLI::App& verb) override { form_.Declare(verb); }
 
   ExitStatus Run(CommandOutput* output) override {
     StayWithTheBackend();
-    output->text += LiveDocument();
+    form_.IsYaml();  // what is wrong with the words is told first
+    output->text += form_.Text(LiveDocument());
     return ExitStatus::kDone;
   }
+
+ private:
+  DocumentForm form_;
 };
 
 }  // namespace

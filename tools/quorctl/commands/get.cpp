@@ -30,6 +30,7 @@ const CommandInfo kList = {
     "json   the exact contents: an array as it stands in a catalogue document, which\n"
     "       \"quorctl export\" writes as a whole\n"
     "jsonl  the same, one object per line\n"
+    "yaml   the same as YAML, texts of several lines as such\n"
     "csv    the same for a spreadsheet: what is no text or number stands as JSON, and a\n"
     "       text that begins with = + - @, a tab or a carriage return, which it would\n"
     "       calculate, gets an apostrophe before it; csv-raw leaves such texts as they are\n"

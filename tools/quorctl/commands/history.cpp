@@ -7,6 +7,7 @@
 #include "catalogue/document_writer.h"
 #include "catalogue/text/terminal_text.h"
 #include "command_table.h"
+#include "document_form.h"
 #include "listing_options.h"
 #include "option_values.h"
 #include "text/record_writer.h"
@@ -97,7 +98,9 @@ class HistoryCommand final : public Command {
     }
     const HistoryEntry entry = FindHistoryEntry(NumberIn(number_.Value(), "number of the history"));
     if (action == "show") {
-      output->text += CatalogueAsDocument(ReadHistoryEntry(entry));
+      const Catalogue kept = ReadHistoryEntry(entry);
+      const bool asYaml = options_.Choices().format == RecordFormat::kYaml;
+      output->text += asYaml ? AsYamlDocument(kept) : CatalogueAsDocument(kept);
     } else {
       MakeKept(entry, action == "keep");
     }

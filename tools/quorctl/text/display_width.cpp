@@ -38,4 +38,15 @@ std::size_t DisplayWidth(std::string_view text) {
   return width;
 }
 
+std::string FirstColumns(std::string_view text, std::size_t columns) {
+  std::size_t position = 0;
+  for (std::size_t width = 0; position < text.size();) {
+    const DecodedCharacter character = DecodeCharacter(text, position);
+    width += CharacterWidth(character.codePoint);
+    if (width > columns) break;
+    position += character.length;
+  }
+  return std::string(text.substr(0, position));
+}
+
 }  // namespace Quorctl

@@ -12,6 +12,7 @@
 #include "catalogue/text/terminal_text.h"
 #include "exit_status.h"
 #include "text/suggestion.h"
+#include "text/yaml_text.h"
 
 namespace Quorctl {
 
@@ -132,9 +133,11 @@ std::string RecordWriter::Text() {
     case RecordFormat::kWide:
       return TableText();
     case RecordFormat::kJson:
-      return JsonText();
+      return IndentedJson(AsArray()) + '\n';
     case RecordFormat::kJsonLines:
       return JsonLinesText();
+    case RecordFormat::kYaml:
+      return AsYaml(AsArray());
     case RecordFormat::kCsv:
     case RecordFormat::kCsvRaw:
       return CsvText();
@@ -160,7 +163,8 @@ std::string RecordWriter::TableText() const {
   std::vector<Table::Column> columns;
   for (const std::size_t i : columns_)
     columns.push_back({layout_.fields[i].heading, layout_.fields[i].align});
-  Table table(std::move(columns), {choices_.headings, choices_.colour});
+  Table table(std::move(columns),
+              {choices_.headings, choices_.colour, layout_.hasSentences ? 0 : choices_.width});
   for (const Record& record : records_) {
     std::vector<Table::Cell> cells;
     for (const std::size_t i : columns_)
@@ -177,11 +181,11 @@ ordered_json RecordWriter::AsObject(const Record& record) const {
   return object;
 }
 
-std::string RecordWriter::JsonText() const {
+ordered_json RecordWriter::AsArray() const {
   ordered_json array = ordered_json::array();
   for (const Record& record : records_)
     array.push_back(AsObject(record));
-  return IndentedJson(array) + '\n';
+  return array;
 }
 
 std::string RecordWriter::JsonLinesText() const {

@@ -53,11 +53,12 @@ struct RecordLayout {
   // The names of those that are written without --fields, in this order.
   std::vector<std::string> inTable;
   std::vector<std::string> inWide;
-  std::vector<std::string> inData;  // json, jsonl, csv
+  std::vector<std::string> inData;  // json, jsonl, yaml, csv
   bool headingsWhenEmpty = true;    // false: a table without rows is the empty text
+  bool hasSentences = false;        // which are to be read whole, on several lines if need be
 };
 
-enum class RecordFormat { kTable, kWide, kJson, kJsonLines, kCsv, kCsvRaw };
+enum class RecordFormat { kTable, kWide, kJson, kJsonLines, kYaml, kCsv, kCsvRaw };
 
 struct SortKey {
   std::string field;
@@ -78,6 +79,7 @@ struct RecordChoices {
   bool headings = true;
   bool forTerminal = false;  // CSV too is then escaped
   bool colour = false;
+  std::size_t width = 0;  // of the terminal; 0: without end
 };
 
 class RecordWriter {
@@ -96,6 +98,7 @@ class RecordWriter {
   //   table, wide  headings and one line per record, the columns aligned
   //   json         one array of objects, indented
   //   jsonl        one object per line
+  //   yaml         the array of json as YAML
   //   csv          RFC 4180: lines end in CR LF; what is no string in JSON stands as its JSON text;
   //                a text that a spreadsheet would calculate begins with an apostrophe
   //   csv-raw      the same without apostrophes
@@ -107,7 +110,7 @@ class RecordWriter {
   std::size_t IndexOf(const std::string& field) const;
   void Sort();
   std::string TableText() const;
-  std::string JsonText() const;
+  nlohmann::ordered_json AsArray() const;
   std::string JsonLinesText() const;
   std::string CsvText() const;
   nlohmann::ordered_json AsObject(const Record& record) const;

@@ -4,6 +4,7 @@
 #include "text/table.h"
 
 #include <algorithm>
+#include <numeric>
 
 #include "catalogue/text/terminal_text.h"
 #include "text/display_width.h"
@@ -12,8 +13,10 @@ namespace Quorctl {
 namespace {
 
 constexpr char kGap[] = "  ";
-// A cell that is wider pushes the rest of its own row only, and all rows stay readable.
+// Without an end of the line a cell that is wider pushes the rest of its own row only.
 constexpr std::size_t kWidestColumn = 72;
+constexpr std::size_t kNarrowestColumn = 4;
+constexpr char kEllipsis[] = "\u2026";
 
 std::string Spaces(std::size_t used, std::size_t width) {
   return std::string(used < width ? width - used : 0, ' ');
@@ -31,7 +34,8 @@ void Table::AddRow(const std::vector<Cell>& cells) {
 
 std::string Table::Text() const {
   const Row headings = style_.headings ? Headings() : Row();
-  const std::vector<std::size_t> widths = ColumnWidths(headings);
+  std::vector<std::size_t> widths = ColumnWidths(headings);
+  if (style_.width > 0) Narrow(&widths);
   std::string text;
   AppendLine(headings, widths, &text);
   for (const Row& row : rows_)
@@ -47,24 +51,48 @@ Table::Row Table::Headings() const {
 }
 
 std::vector<std::size_t> Table::ColumnWidths(const Row& headings) const {
+  const std::size_t widest = style_.width > 0 ? style_.width : kWidestColumn;
   std::vector<std::size_t> widths(columns_.size());
   for (std::size_t i = 0; i < headings.size(); ++i)
     widths[i] = DisplayWidth(headings[i].text);
   for (const Row& row : rows_) {
     for (std::size_t i = 0; i < row.size(); ++i) {
-      widths[i] = std::max(widths[i], std::min(DisplayWidth(row[i].text), kWidestColumn));
+      widths[i] = std::max(widths[i], std::min(DisplayWidth(row[i].text), widest));
     }
   }
   return widths;
 }
 
+// A number that was cut would be another one, so only texts are; the longest first.
+void Table::Narrow(std::vector<std::size_t>* widths) const {
+  const std::size_t gaps = (sizeof kGap - 1) * (widths->size() - 1);
+  std::size_t all = std::accumulate(widths->begin(), widths->end(), gaps);
+  for (; all > style_.width; --all) {
+    std::size_t* widest = nullptr;
+    for (std::size_t i = 0; i < widths->size(); ++i) {
+      std::size_t& width = (*widths)[i];
+      if (columns_[i].align == Align::kRight || width <= kNarrowestColumn) continue;
+      if (widest == nullptr || width > *widest) widest = &width;
+    }
+    if (widest == nullptr) return;
+    --*widest;
+  }
+}
+
+std::string Table::Shown(const Cell& cell, std::size_t column, std::size_t width) const {
+  const bool isCut =
+      style_.width > 0 && columns_[column].align == Align::kLeft && DisplayWidth(cell.text) > width;
+  return isCut ? FirstColumns(cell.text, width - 1) + kEllipsis : cell.text;
+}
+
 void Table::AppendLine(const Row& row, const std::vector<std::size_t>& widths,
                        std::string* text) const {
   for (std::size_t i = 0; i < row.size(); ++i) {
-    const std::string spaces = Spaces(DisplayWidth(row[i].text), widths[i]);
+    const std::string shown = Shown(row[i], i, widths[i]);
+    const std::string spaces = Spaces(DisplayWidth(shown), widths[i]);
     const bool isLast = i + 1 == row.size();
     if (columns_[i].align == Align::kRight) *text += spaces;
-    *text += style_.colour ? Coloured(row[i].text, row[i].colour) : row[i].text;
+    *text += style_.colour ? Coloured(shown, row[i].colour) : shown;
     if (columns_[i].align == Align::kLeft && !isLast) *text += spaces;
     *text += isLast ? "\n" : kGap;
   }

@@ -31,7 +31,8 @@ class Table {
 
   struct Style {
     bool headings = true;
-    bool colour = false;  // false: the colours of cells are not shown
+    bool colour = false;    // false: the colours of cells are not shown
+    std::size_t width = 0;  // longer lines are made to fit by cutting cells; 0: none is too long
   };
 
   Table(std::vector<Column> columns, Style style) : columns_(std::move(columns)), style_(style) {}
@@ -47,6 +48,8 @@ class Table {
 
   Row Headings() const;
   std::vector<std::size_t> ColumnWidths(const Row& headings) const;
+  void Narrow(std::vector<std::size_t>* widths) const;
+  std::string Shown(const Cell& cell, std::size_t column, std::size_t width) const;
   void AppendLine(const Row& row, const std::vector<std::size_t>& widths, std::string* text) const;
 
   std::vector<Column> columns_;

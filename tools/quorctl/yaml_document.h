@@ -1,0 +1,26 @@
+// SPDX-FileCopyrightText: 2026 libquor developers
+// SPDX-License-Identifier: Apache-2.0
+
+// Catalogue documents that people write by hand may be YAML.
+#ifndef TOOLS_QUORCTL_YAML_DOCUMENT_H_
+#define TOOLS_QUORCTL_YAML_DOCUMENT_H_
+
+#include <string>
+
+namespace Quorctl {
+
+// The document in the file, or of standard input for "-", as JSON: YAML is changed into JSON. A
+// file is YAML when its name ends in .yaml or .yml; standard input, and a file with another name
+// than
+// *.json, when its first character cannot begin a JSON document. Raises as ReadInput() does, and
+// DocumentError for what is not YAML, or uses aliases or tags, which JSON does not have.
+std::string ReadDocument(const std::string& path);
+
+// YAML as JSON whose values stand on the lines on which they stand there, so that what reads the
+// JSON tells the right lines. Scalars without quotation marks are what the core schema of YAML 1.2
+// takes them for; numbers are decimal.
+std::string YamlAsJson(const std::string& yaml, const std::string& source);
+
+}  // namespace Quorctl
+
+#endif  // TOOLS_QUORCTL_YAML_DOCUMENT_H_
