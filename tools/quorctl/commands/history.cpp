@@ -93,7 +93,7 @@ class HistoryCommand final : public Command {
         throw UsageError("history length: give a count from 1 to " +
                          std::to_string(kLongestHistory));
       }
-      SetHistoryLength(length);
+      SetHistoryLength(static_cast<std::size_t>(length));
       return;
     }
     const HistoryEntry entry = FindHistoryEntry(NumberIn(number_.Value(), "number of the history"));
