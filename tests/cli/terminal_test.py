@@ -96,6 +96,12 @@ class Width(OnTerminal):
         self.assertIn(str(2**62), self.lines("list", "policies", columns=60)[1])
         self.assertEqual(self.lines("list", "policies", "-o", "name", columns=20)[0], "i" * 50)
 
+    def test_WhatTellsRecordsApartIsCutLast(self):
+        url = "ds:///" + "u" * 50
+        self.apply(document([policy("Gold")], [datastore(url, defaultPolicy="d" * 60)]))
+        line = self.lines("list", "datastores", columns=80)[1]
+        self.assertRegex(line, f"^{url}  RILK  +d+\u2026$")
+
     def test_WhatFitsAndWhatIsNoTableStaysAsItIs(self):
         for words in (("list", "policies"), ("list", "policies", "-o", "csv"), ("list", "policies", "-o", "json")):
             piped = self.ask(*words).text

@@ -79,7 +79,8 @@ const RecordLayout& DifferenceLayout() {
                                       {"change", "kind", "name", "id", "fields"},
                                       {"change", "kind", "name", "id", "fields", "values"},
                                       /*headingsWhenEmpty=*/false,
-                                      /*hasSentences=*/true};
+                                      /*hasSentences=*/true,
+                                      /*names=*/{}};
   return layout;
 }
 

@@ -96,6 +96,9 @@ const RecordLayout& PolicyLayout() {
       {"name", "id", "generation", "blobs", "description"},
       {"name", "id", "generation", "blobs", "blobBytes", "description"},
       KeysOf<QuorPolicyInfo>(),
+      /*headingsWhenEmpty=*/true,
+      /*hasSentences=*/false,
+      /*names=*/{"name", "id"},
   };
   return layout;
 }
@@ -113,6 +116,9 @@ const RecordLayout& DatastoreLayout() {
       {"url", "namespace", "defaultPolicy"},
       {"url", "namespace", "defaultPolicy", "defaultPolicyName", "defaultBlobBytes"},
       KeysOf<QuorDatastoreInfo>(),
+      /*headingsWhenEmpty=*/true,
+      /*hasSentences=*/false,
+      /*names=*/{"url"},
   };
   return layout;
 }

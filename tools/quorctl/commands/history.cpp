@@ -35,6 +35,7 @@ const RecordLayout& HistoryLayout() {
     made.inWide = kAll;
     made.inWide.insert(made.inWide.end(), {"kept", "path"});
     made.inData = made.inWide;
+    made.names = {"time"};
     return made;
   }();
   return layout;

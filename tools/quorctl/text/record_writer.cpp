@@ -161,8 +161,12 @@ void RecordWriter::Sort() {
 std::string RecordWriter::TableText() const {
   if (records_.empty() && !layout_.headingsWhenEmpty) return "";
   std::vector<Table::Column> columns;
-  for (const std::size_t i : columns_)
-    columns.push_back({layout_.fields[i].heading, layout_.fields[i].align});
+  for (const std::size_t i : columns_) {
+    const RecordField& field = layout_.fields[i];
+    const auto& names = layout_.names;
+    const bool isName = std::find(names.begin(), names.end(), field.name) != names.end();
+    columns.push_back({field.heading, field.align, isName});
+  }
   Table table(std::move(columns),
               {choices_.headings, choices_.colour, layout_.hasSentences ? 0 : choices_.width});
   for (const Record& record : records_) {

@@ -56,6 +56,7 @@ struct RecordLayout {
   std::vector<std::string> inData;  // json, jsonl, yaml, csv
   bool headingsWhenEmpty = true;    // false: a table without rows is the empty text
   bool hasSentences = false;        // which are to be read whole, on several lines if need be
+  std::vector<std::string> names;   // the fields that tell records apart: cut last
 };
 
 enum class RecordFormat { kTable, kWide, kJson, kJsonLines, kYaml, kCsv, kCsvRaw };

@@ -15,7 +15,7 @@ namespace {
 constexpr char kGap[] = "  ";
 // Without an end of the line a cell that is wider pushes the rest of its own row only.
 constexpr std::size_t kWidestColumn = 72;
-constexpr std::size_t kNarrowestColumn = 4;
+constexpr std::size_t kNarrowestColumn = 5;
 constexpr char kEllipsis[] = "\u2026";
 
 std::string Spaces(std::size_t used, std::size_t width) {
@@ -63,20 +63,31 @@ std::vector<std::size_t> Table::ColumnWidths(const Row& headings) const {
   return widths;
 }
 
-// A number that was cut would be another one, so only texts are; the longest first.
 void Table::Narrow(std::vector<std::size_t>* widths) const {
   const std::size_t gaps = (sizeof kGap - 1) * (widths->size() - 1);
   std::size_t all = std::accumulate(widths->begin(), widths->end(), gaps);
   for (; all > style_.width; --all) {
-    std::size_t* widest = nullptr;
-    for (std::size_t i = 0; i < widths->size(); ++i) {
-      std::size_t& width = (*widths)[i];
-      if (columns_[i].align == Align::kRight || width <= kNarrowestColumn) continue;
-      if (widest == nullptr || width > *widest) widest = &width;
-    }
+    std::size_t* const widest = WidestToCut(widths);
     if (widest == nullptr) return;
     --*widest;
   }
+}
+
+// A number that was cut would be another one, so only texts are; a name only when nothing else can
+// be.
+std::size_t* Table::WidestToCut(std::vector<std::size_t>* widths) const {
+  for (const bool isName : {false, true}) {
+    std::size_t* widest = nullptr;
+    for (std::size_t i = 0; i < widths->size(); ++i) {
+      std::size_t& width = (*widths)[i];
+      const std::size_t least = isName ? 1 : kNarrowestColumn;
+      const Column& column = columns_[i];
+      if (column.align == Align::kRight || column.namesTheRow != isName || width <= least) continue;
+      if (widest == nullptr || width > *widest) widest = &width;
+    }
+    if (widest != nullptr) return widest;
+  }
+  return nullptr;
 }
 
 std::string Table::Shown(const Cell& cell, std::size_t column, std::size_t width) const {

@@ -22,6 +22,7 @@ class Table {
   struct Column {
     std::string heading;
     Align align = Align::kLeft;
+    bool namesTheRow = false;  // its cells are cut last
   };
 
   struct Cell {
@@ -49,6 +50,7 @@ class Table {
   Row Headings() const;
   std::vector<std::size_t> ColumnWidths(const Row& headings) const;
   void Narrow(std::vector<std::size_t>* widths) const;
+  std::size_t* WidestToCut(std::vector<std::size_t>* widths) const;
   std::string Shown(const Cell& cell, std::size_t column, std::size_t width) const;
   void AppendLine(const Row& row, const std::vector<std::size_t>& widths, std::string* text) const;
 
