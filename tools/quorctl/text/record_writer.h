@@ -53,10 +53,10 @@ struct RecordLayout {
   // The names of those that are written without --fields, in this order.
   std::vector<std::string> inTable;
   std::vector<std::string> inWide;
-  std::vector<std::string> inData;  // json, jsonl, yaml, csv
-  bool headingsWhenEmpty = true;    // false: a table without rows is the empty text
-  bool hasSentences = false;        // which are to be read whole, on several lines if need be
-  std::vector<std::string> names;   // the fields that tell records apart: cut last
+  std::vector<std::string> inData;      // json, jsonl, yaml, csv
+  bool headingsWhenEmpty = true;        // false: a table without rows is the empty text
+  bool hasSentences = false;            // which are to be read whole, on several lines if need be
+  std::vector<std::string> names = {};  // the fields that tell records apart: cut last
 };
 
 enum class RecordFormat { kTable, kWide, kJson, kJsonLines, kYaml, kCsv, kCsvRaw };
