@@ -290,14 +290,14 @@ class Files(CheckCase):
             path = os.path.join(self.host, name)
             with open(path, "r+b") as file:
                 file.truncate(0)
-                file.write(b"process 4711 (backup)\n")
+                file.write(f"process {os.getpid()} (backup)\n".encode())
                 file.flush()
                 both = struct.pack("hhqqi4x", fcntl.F_WRLCK, os.SEEK_SET, 1, 1, 0)
                 fcntl.fcntl(file, fcntl.F_OFD_SETLK, both)
                 found = self.findings()
             self.assertIn(("warning", path), [(f["severity"], f["subject"]) for f in found])
-            self.assertIn("has been held for a second by process 4711 (backup), and writers wait "
-                          "for it", [f["problem"] for f in found])
+            self.assertIn(f"has been held for a second by process {os.getpid()} (backup), and writers "
+                          "wait for it", [f["problem"] for f in found])
             self.expect_nothing()
 
     def test_LockThatIsHeldForAMomentIsNoFinding(self):

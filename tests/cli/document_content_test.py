@@ -84,7 +84,8 @@ class Shape(ContentCase):
                             'policies[1]: unknown key "colour"')
         self.refuse_content(document([policy(blobs=[blob(), blob("B", text="", size=1)])]),
                             'policies[0].blobs[1]: unknown key "size"')
-        self.refuse_content(document([], [datastore(Url="x")]), 'datastores[0]: unknown key "Url"')
+        self.refuse_content(document([], [datastore(Url="x")]),
+                            'datastores[0]: unknown key "Url"; did you mean "url"?')
 
     def test_HostileKeyIsShownEscapedAndCut(self):
         self.refuse_content({**document(), "\x1b[31m": ""}, 'unknown key "\\x1b[31m"')
@@ -128,7 +129,7 @@ class AllErrors(ContentCase):
     def test_AllKeysOfARecordAreToldAndItsOtherValuesLookedAt(self):
         errors = self.errors_of({"format": "quor-catalogue/1", "policies": [{"id": 1, "nmae": ""}]})
         self.assertEqual([error.split(": ", 1)[1] for error in errors], [
-            'the key "datastores" is missing', 'policies[0]: unknown key "nmae"',
+            'the key "datastores" is missing', 'policies[0]: unknown key "nmae"; did you mean "name"?',
             *(f'policies[0]: the key "{key}" is missing'
               for key in ("name", "description", "generation", "blobs")),
             'policies[0].id: expected a string or {"base64": "..."}, found a number'])

@@ -80,9 +80,9 @@ class Metrics(QuorctlCase):
     def test_TheHolderOfALockIsNamed(self):
         self.put()
         path = os.path.join(self.host, "config-store.lock")
-        hold = ("import fcntl, struct, sys\n"
+        hold = ("import fcntl, os, struct, sys\n"
                 "file = open(sys.argv[1], 'r+b')\n"
-                "file.write(b'process 4711 (a \"b\" \\\\ c)\\n'); file.truncate(); file.flush()\n"
+                "file.write(b'process %d (a \"b\" \\\\ c)\\n' % os.getpid()); file.truncate(); file.flush()\n"
                 "fcntl.fcntl(file, 37, struct.pack('hhqqi4x', fcntl.F_WRLCK, 0, 0, 0, 0))\n"
                 "print('held', flush=True); sys.stdin.read()\n")
         with subprocess.Popen([sys.executable, "-c", hold, path], stdin=subprocess.PIPE,
@@ -90,7 +90,7 @@ class Metrics(QuorctlCase):
             self.assertEqual(holder.stdout.readline(), b"held\n")
             found = self.metrics()
             holder.stdin.close()
-        self.assertEqual(found[("quor_lock_held", ("holder", 'process 4711 (a "b" \\ c)'),
+        self.assertEqual(found[("quor_lock_held", ("holder", f'process {holder.pid} (a "b" \\ c)'),
                                 ("lock", "config-store.lock"))], 1)
         self.assertLess(abs(found[("quor_lock_holder_timestamp_seconds",
                                    ("lock", "config-store.lock"))] - time.time()), 60)

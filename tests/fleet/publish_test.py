@@ -28,6 +28,13 @@ class Publishing(PublishCase):
         names = {policy["name"] for policy in json.loads(canonical)["policies"]}
         self.assertEqual(names, {policy["name"] for policy in json.loads(example)["policies"]})
 
+    def test_DocumentMayBeYaml(self):
+        text = self.ask("publish", "-", "--parent", "0", "--reason", "by hand", given=(
+            b"format: quor-catalogue/1\npolicies:\n"
+            b"  - {id: a, name: A, description: '', generation: 1, blobs: []}\ndatastores: []\n"))
+        self.assertIn("published release 1, 1 policy and 0 datastores", text)
+        self.assertEqual(json.loads(self.ask("export", "1", options=()))["policies"][0]["name"], "A")
+
     def test_SameRecordsInAnotherOrderAreTheSameRelease(self):
         self.publish(0, document())
         mixed = json.loads(document())

@@ -15,6 +15,7 @@
 #include "catalogue/json_tree.h"
 #include "catalogue/record_fields.h"
 #include "catalogue/text/base64_text.h"
+#include "catalogue/text/suggestion.h"
 #include "catalogue/text/terminal_text.h"
 
 namespace Quorctl {
@@ -209,7 +210,8 @@ class DocumentReader {
     for (const auto& member : value.items()) {
       const auto isMember = [&member](const char* key) { return member.key() == key; };
       if (std::none_of(keys.begin(), keys.end(), isMember)) {
-        tell("unknown key " + Quoted(member.key()));
+        tell("unknown key " + Quoted(member.key()) +
+             DidYouMean(member.key(), {keys.begin(), keys.end()}));
       }
     }
     for (const char* key : keys) {

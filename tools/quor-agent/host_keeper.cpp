@@ -18,6 +18,9 @@ using Quorctl::Digests;
 
 namespace {
 
+// Longer than from one replacement of a change to the next.
+constexpr milliseconds kSettling(1000);
+
 // Nothing, and a line in the log, for a file that cannot be used.
 template <typename Read>
 auto ReadKept(const Read& read) -> decltype(read()) {
@@ -69,7 +72,8 @@ void HostKeeper::Check() {
 }
 
 void HostKeeper::FoundDrift(const Digests& found) {
-  if (drift_ != found) ++metrics_.drifts;
+  const bool isNew = drift_ != found;
+  if (isNew) ++metrics_.drifts;
   drift_ = found;
   const std::string change = "the host's catalogue was changed by others (digests " +
                              Quorctl::Joined(found) + " in place of " +
@@ -84,6 +88,10 @@ void HostKeeper::FoundDrift(const Digests& found) {
                 change + " again; it is repaired once in " +
                     std::to_string(static_cast<std::int64_t>(settings_.repairPeriod)) +
                     " s; find who changes it (quorctl history)"});
+  }
+  if (isNew && !settings_.once) {  // it may be half of a change that goes on
+    nextCheck_ = Clock::now() + kSettling;
+    return;
   }
   nextRepair_ = Clock::now() + SecondsOf(settings_.repairPeriod);
   Log(Severity::kWarning, change);

@@ -23,7 +23,8 @@ namespace QuorAgent {
 
 // A release is durable in the state directory before the host is touched, so a change that was
 // interrupted is ended by the next Check(). Problems are logged once and kept as the condition;
-// what can be tried again is, sooner at first.
+// what can be tried again is, sooner at first. What others changed is repaired when two looks a
+// second apart see the same.
 class HostKeeper {
  public:
   HostKeeper(const Settings& settings, Chance* chance, Metrics* metrics)

@@ -18,6 +18,7 @@
 #include "fleet/sha256.h"
 #include "fleet/signature.h"
 #include "input_file.h"
+#include "yaml_document.h"
 
 namespace QuorPublish {
 
@@ -202,7 +203,7 @@ void Publish(const CentreOptions& centre, const PublishOptions& options, Answer*
   if (options.reason.empty()) throw UsageError("publish needs --reason TEXT, which the log keeps");
   const std::string source = Quorctl::InputName(options.file);
   const Draft draft =
-      DraftOf(QuorFleet::ReadWholeDocument(Quorctl::ReadInput(options.file), source));
+      DraftOf(QuorFleet::ReadWholeDocument(Quorctl::ReadDocument(options.file), source));
   Publication(centre, options, answer).Make(draft);
 }
 

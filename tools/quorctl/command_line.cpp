@@ -6,10 +6,10 @@
 #include <algorithm>
 #include <utility>
 
+#include "catalogue/text/suggestion.h"
 #include "catalogue/text/terminal_text.h"
 #include "completion.h"
 #include "help.h"
-#include "text/suggestion.h"
 
 namespace Quorctl {
 

@@ -5,8 +5,8 @@
 
 #include <map>
 
+#include "catalogue/text/suggestion.h"
 #include "catalogue/text/terminal_text.h"
-#include "text/suggestion.h"
 
 namespace Quorctl {
 

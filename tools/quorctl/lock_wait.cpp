@@ -4,10 +4,7 @@
 #include "lock_wait.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <csignal>
 #include <cstdint>
-#include <cstdio>
 #include <exception>
 #include <optional>
 #include <system_error>
@@ -41,17 +38,9 @@ struct HeldLock {
   std::string holder;
 };
 
-// The name in a lock file stays there when its process is gone.
-std::string LivingHolder(const std::string& holder) {
-  long process = 0;
-  const bool named = std::sscanf(holder.c_str(), "process %ld", &process) == 1;
-  const bool gone = named && kill(static_cast<pid_t>(process), 0) != 0 && errno == ESRCH;
-  return named && !gone ? holder : "another process";
-}
-
 std::optional<HeldLock> FindHeldLock() {
   for (const HostPlatform::LockState& lock : HostPlatform::GetLockStates()) {
-    if (lock.held) return HeldLock{lock.path, LivingHolder(lock.holder)};
+    if (lock.held) return HeldLock{lock.path, lock.holder};
   }
   return std::nullopt;
 }

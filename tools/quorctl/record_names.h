@@ -13,10 +13,10 @@
 #include <string>
 #include <vector>
 
+#include "catalogue/text/suggestion.h"
 #include "catalogue/text/terminal_text.h"
 #include "exit_status.h"
 #include "quor/quor_lib.h"
-#include "text/suggestion.h"
 
 namespace Quorctl {
 

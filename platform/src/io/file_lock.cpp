@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <thread>
@@ -49,12 +50,16 @@ int SetLock(int fd, short type, off_t byte, off_t count = 1) {
   return RetryInterrupted([&] { return fcntl(fd, F_OFD_SETLK, &range); }) == 0 ? 0 : errno;
 }
 
+// The name that the last writer left. A writer that was killed at once left that of one before.
 std::string ReadHolder(const FileDescriptor& file) {
   char text[kHolderSize] = {};
   const ssize_t got = RetryInterrupted([&] { return pread(file.get(), text, sizeof text - 1, 0); });
-  if (got <= 0) return "a process that has not said its name";
+  if (got <= 0) return "another process";
   std::string holder(text, static_cast<std::size_t>(got));
   holder.resize(std::min(holder.find('\n'), holder.size()));
+  int process = 0;
+  const bool isNamed = std::sscanf(holder.c_str(), "process %d", &process) == 1;
+  if (isNamed && kill(process, 0) != 0 && errno == ESRCH) return "another process";
   for (char& c : holder) {
     if (static_cast<unsigned char>(c) < ' ' || c == '\x7f') c = '?';  // it is shown on terminals
   }

@@ -8,6 +8,7 @@ import signal
 import socket
 import subprocess
 import sys
+import time
 import unittest
 
 try:
@@ -173,6 +174,17 @@ class Drift(AgentCase):
                 self.wait_for(lambda: self.holds(generation("A")))
                 self.wait_for_log("repairing it")
             self.assertIn("changed by others", self.log())
+
+    def test_IsLeftAloneWhileItGoesOn(self):
+        self.take(generation("A"))
+        with self.daemon():
+            self.wait_for_log("no connection")
+            for name in "BCDEF":  # as a change of several replacements
+                self.disturb(generation(name))
+                time.sleep(0.4)
+                self.assertTrue(self.holds(generation(name)), self.log())
+            self.wait_for(lambda: self.holds(generation("A")))
+        self.assertEqual(self.log().count("repairing it"), 1, self.log())
 
     def test_IsRepairedOnceInAPeriod(self):
         self.take(generation("A"))

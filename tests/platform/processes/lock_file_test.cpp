@@ -290,12 +290,16 @@ TEST_F(LockFile, WithHostileTextIsShownWithoutItsControlCharacters) {
   EXPECT_EQ(message.find("second line"), std::string::npos) << message;
 }
 
-TEST_F(LockFile, WithoutTextIsOfAnUnknownHolder) {
+TEST_F(LockFile, WithoutTheNameOfALivingProcessIsOfAnotherOne) {
   const auto lock = Lock();
-  WriteFile(Path(), "");
-  std::string message;
-  EXPECT_FALSE(IsFree(&message));
-  EXPECT_NE(message.find("has not said its name"), std::string::npos) << message;
+  const std::string dead = "process 4194305 (gone)\n";  // beyond the highest number
+  const std::string living = "process " + std::to_string(getpid()) + " (self)\n";
+  for (const std::string& text : {std::string(), dead, living}) {
+    WriteFile(Path(), text);
+    std::string message;
+    EXPECT_FALSE(IsFree(&message));
+    EXPECT_EQ(message.find("another process") != std::string::npos, text != living) << message;
+  }
 }
 
 TEST_F(LockFile, WithLongTextIsShownCutShort) {

@@ -40,7 +40,7 @@ class ApplyCommand final : public Command {
         "all anew would heal; nor is it unless the whole document is right. With --no-history\n"
         "also records that cannot be read are replaced. A change that was killed half-way is\n"
         "ended by --resume, or taken back by \"quorctl restore --last\". The document is\n"
-        "JSON of this shape, all keys required:\n"
+        "JSON of this shape, or YAML of the same one, all keys required:\n"
         "\n"
         "  {\"format\": \"quor-catalogue/1\",\n"
         "   \"policies\": [{\"id\": \"gold-01\", \"name\": \"Gold\", \"description\": \"\",\n"

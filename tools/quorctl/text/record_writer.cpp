@@ -9,9 +9,9 @@
 #include <utility>
 
 #include "catalogue/text/json_text.h"
+#include "catalogue/text/suggestion.h"
 #include "catalogue/text/terminal_text.h"
 #include "exit_status.h"
-#include "text/suggestion.h"
 #include "text/yaml_text.h"
 
 namespace Quorctl {

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-#include "text/suggestion.h"
+#include "catalogue/text/suggestion.h"
 
 #include <algorithm>
 #include <numeric>

@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: Apache-2.0
 
 // What somebody may have meant by a word that is unknown.
-#ifndef TOOLS_QUORCTL_TEXT_SUGGESTION_H_
-#define TOOLS_QUORCTL_TEXT_SUGGESTION_H_
+#ifndef TOOLS_CATALOGUE_TEXT_SUGGESTION_H_
+#define TOOLS_CATALOGUE_TEXT_SUGGESTION_H_
 
 #include <string>
 #include <vector>
@@ -16,4 +16,4 @@ std::string DidYouMean(const std::string& word, const std::vector<std::string>& 
 
 }  // namespace Quorctl
 
-#endif  // TOOLS_QUORCTL_TEXT_SUGGESTION_H_
+#endif  // TOOLS_CATALOGUE_TEXT_SUGGESTION_H_
