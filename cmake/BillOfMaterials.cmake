@@ -1,7 +1,7 @@
 # SPDX-FileCopyrightText: 2026 libquor developers
 # SPDX-License-Identifier: Apache-2.0
 
-# The bill of materials: which version of which foreign software is in the libraries and in quorctl, in
+# The bill of materials: which version of which foreign software is in the libraries and programs, in
 # CycloneDX's form, installed with the texts. Versions are those of the headers that the compiler finds.
 # It has no date, so that a second build makes the same file.
 find_package(CLI11 CONFIG REQUIRED)
@@ -42,6 +42,36 @@ set(MD_VERSION unknown)
 if(EXISTS ${directory}/pkgconfig/libmd.pc)
   file(STRINGS ${directory}/pkgconfig/libmd.pc line REGEX "^Version: ")
   string(REPLACE "Version: " "" MD_VERSION "${line}")
+endif()
+
+# What only the programs for many hosts have, where they are built.
+set(FLEET_PROGRAMS "")
+set(FLEET_NAMES "")
+set(FLEET_DEPENDENCIES "")
+set(FLEET_MATERIALS "")
+if(TARGET quor-agent)
+  set(materials "\"libpq\", \"libcrypto\", \"zlib\", \"cli11\", \"nlohmann-json\", \"gcc\", \"glibc\", \"linux\"")
+  set(needs_quor-agent "\"libquor.so.1\", \"libquor-platform.so.1\", ${materials}")
+  set(needs_quor-publish "\"libquor-platform.so.1\", \"yaml-cpp\", ${materials}")
+  foreach(program quor-agent quor-publish)
+    string(APPEND FLEET_PROGRAMS ",\n        { \"type\": \"application\", \"bom-ref\": \"${program}\", \
+\"name\": \"${program}\", \"version\": \"${PROJECT_VERSION}\" }")
+    string(APPEND FLEET_NAMES ", \"${program}\"")
+    string(APPEND FLEET_DEPENDENCIES ",\n    { \"ref\": \"${program}\", \"dependsOn\": [${needs_${program}}] }")
+  endforeach()
+  foreach(material "libpq;${PostgreSQL_VERSION_STRING};PostgreSQL"
+                   "libcrypto;${OPENSSL_VERSION};Apache-2.0" "zlib;${ZLIB_VERSION_STRING};Zlib")
+    list(GET material 0 name)
+    list(GET material 1 version)
+    list(GET material 2 licence)
+    string(APPEND FLEET_MATERIALS ",
+    {
+      \"type\": \"library\", \"bom-ref\": \"${name}\", \"name\": \"${name}\", \"version\": \"${version}\",
+      \"description\": \"shared library\",
+      \"licenses\": [{ \"license\": { \"id\": \"${licence}\" } }],
+      \"purl\": \"pkg:generic/${name}@${version}\"
+    }")
+  endforeach()
 endif()
 
 configure_file(packaging/bill-of-materials.json.in documentation/quor.cdx.json @ONLY)

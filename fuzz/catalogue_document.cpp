@@ -10,6 +10,7 @@
 #include "catalogue/document_rules.h"
 #include "catalogue/document_writer.h"
 #include "catalogue/record_fields.h"
+#include "catalogue/text/json_text.h"
 #include "expect.h"
 
 namespace {
@@ -45,8 +46,10 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
   } catch (const Quorctl::DocumentError&) {
     // a catalogue that is not to be stored may still be written
   }
-  const Quorctl::Catalogue copy =
-      Quorctl::ReadCatalogueDocument(Quorctl::CatalogueAsDocument(catalogue), kSource);
+  const std::string written = Quorctl::CatalogueAsDocument(catalogue);
+  Expect(written == Quorctl::IndentedJson(Quorctl::CatalogueAsJson(catalogue)) + '\n',
+         "written record by record as the whole tree would be");
+  const Quorctl::Catalogue copy = Quorctl::ReadCatalogueDocument(written, kSource);
   Expect(SameRecords(catalogue.policies, copy.policies), "written policies read back the same");
   Expect(SameRecords(catalogue.datastores, copy.datastores),
          "written datastores read back the same");

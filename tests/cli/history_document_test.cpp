@@ -23,8 +23,15 @@ bool readable = true;
 
 }  // namespace
 
-std::string CatalogueAsDocument(const Catalogue& /*catalogue*/) {
-  return "the document";
+void WriteDocument(const Catalogue& /*catalogue*/,
+                   const std::function<void(std::string_view)>& write) {
+  write("the document");
+}
+
+std::string CatalogueAsDocument(const Catalogue& catalogue) {
+  std::string text;
+  WriteDocument(catalogue, [&text](std::string_view part) { text += part; });
+  return text;
 }
 
 Catalogue ReadCatalogueDocument(const std::string& /*text*/, const std::string& source) {

@@ -37,6 +37,13 @@ class DocumentProblems {
     if (++count_ <= kMostShown) problems_.push_back({path, problem});
   }
 
+  // Those of another part of the document.
+  void Add(const DocumentProblems& others) {
+    for (const Problem& problem : others.problems_)
+      Add(problem.path, problem.text);
+    count_ += others.count_ - others.problems_.size();
+  }
+
   bool Any() const { return count_ > 0; }
 
   // Raises DocumentError when there is any, with their lines in `text`, which is valid JSON; the

@@ -45,26 +45,21 @@ std::string WithArticle(const json& value) {
   }
 }
 
-// Moves the strings out of the tree while it goes, so that a large document is not held twice.
+constexpr char kPolicies[] = "policies";
+constexpr char kDatastores[] = "datastores";
+
+// Reads each record as soon as its text is parsed, and moves the strings out of the tree, so that a
+// large document is not held twice.
 class DocumentReader {
  public:
-  explicit DocumentReader(DocumentProblems* problems) : problems_(problems) {}
-
-  Catalogue Read(json& document) {
-    Catalogue catalogue;
-    Attempt([&] {
-      ExpectObject(document, "");
-      ExpectFormat(document);  // first: another format may well have other keys
-      const bool hasBasis = document.contains("basis");
-      Attempt([&] {
-        ExpectKeys(document, "",
-                   {"format", "policies", "datastores", hasBasis ? "basis" : "format"});
-      });
-      if (hasBasis) Attempt([&] { catalogue.basis = ReadBasis(document); });
-      ReadRecords(document, "policies", &catalogue.policies);
-      ReadRecords(document, "datastores", &catalogue.datastores);
-    });
-    return catalogue;
+  Catalogue Read(const std::string& text, const std::string& source) {
+    json document = ParseJson(text, source, nullptr,
+                              [this](const std::string& key, std::size_t index, json& element) {
+                                TakeRecord(key, index, element);
+                              });
+    Attempt([&] { ReadOthers(document); });
+    problems_.Raise(text, source);
+    return std::move(catalogue_);
   }
 
  private:
@@ -78,15 +73,41 @@ class DocumentReader {
     }
   }
 
-  template <typename Record>
-  void ReadRecords(json& document, const char* key, std::vector<Record>* records) {
-    if (!document.contains(key)) return;
+  void TakeRecord(const std::string& key, std::size_t index, json& element) {
+    json record = std::move(element);
+    if (key == kPolicies) {
+      Collect(&problemsOfPolicies_, [&] {
+        ReadRecord(record, ElementPath(key, index), &catalogue_.policies.emplace_back());
+      });
+    } else if (key == kDatastores) {
+      Collect(&problemsOfDatastores_, [&] {
+        ReadRecord(record, ElementPath(key, index), &catalogue_.datastores.emplace_back());
+      });
+    }
+  }
+
+  // Those of the records are told behind those of the document.
+  template <typename Action>
+  void Collect(DocumentProblems* problems, const Action& action) {
+    std::swap(problems_, *problems);
+    action();
+    std::swap(problems_, *problems);
+  }
+
+  // What is no record. Of a document of another format, which may well have other keys, nothing
+  // else is told.
+  void ReadOthers(json& document) {
+    ExpectObject(document, "");
+    ExpectFormat(document);
+    const bool hasBasis = document.contains("basis");
     Attempt([&] {
-      json& values = ExpectArray(document, "", key);
-      records->resize(values.size());
-      for (std::size_t i = 0; i < values.size(); ++i)
-        ReadRecord(values[i], ElementPath(key, i), &(*records)[i]);
+      ExpectKeys(document, "", {"format", kPolicies, kDatastores, hasBasis ? "basis" : "format"});
     });
+    if (hasBasis) Attempt([&] { catalogue_.basis = ReadBasis(document); });
+    for (const char* key : {kPolicies, kDatastores}) {
+      if (document.contains(key)) Attempt([&] { ExpectArray(document, "", key); });
+      problems_.Add(key == kPolicies ? problemsOfPolicies_ : problemsOfDatastores_);
+    }
   }
 
   template <typename Record>
@@ -204,7 +225,7 @@ class DocumentReader {
     ExpectObject(value, path);
     bool allRight = true;
     const auto tell = [&](const std::string& problem) {
-      problems_->Add(path, problem);
+      problems_.Add(path, problem);
       allRight = false;
     };
     for (const auto& member : value.items()) {
@@ -221,21 +242,20 @@ class DocumentReader {
   }
 
   [[noreturn]] void Fail(const std::string& path, const std::string& problem) {
-    problems_->Add(path, problem);
+    problems_.Add(path, problem);
     throw Stop();
   }
 
-  DocumentProblems* problems_;
+  Catalogue catalogue_;
+  DocumentProblems problems_;
+  DocumentProblems problemsOfPolicies_;
+  DocumentProblems problemsOfDatastores_;
 };
 
 }  // namespace
 
 Catalogue ReadCatalogueDocument(const std::string& text, const std::string& source) {
-  json document = ParseJson(text, source);
-  DocumentProblems problems;
-  Catalogue catalogue = DocumentReader(&problems).Read(document);
-  problems.Raise(text, source);
-  return catalogue;
+  return DocumentReader().Read(text, source);
 }
 
 }  // namespace Quorctl

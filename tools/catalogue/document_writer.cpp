@@ -17,6 +17,8 @@ using nlohmann::ordered_json;
 
 namespace {
 
+constexpr std::size_t kPart = std::size_t{1} << 16;
+
 // Text that a person can read and an editor leaves as it is.
 bool IsPlainText(std::string_view bytes) {
   for (std::size_t position = 0; position < bytes.size();) {
@@ -56,6 +58,38 @@ ordered_json RecordsAsJson(const std::vector<Record>& records) {
   return array;
 }
 
+// Lays the document out as its whole tree would be, but holds one record at a time.
+class DocumentText {
+ public:
+  explicit DocumentText(const std::function<void(std::string_view)>& write) : write_(write) {}
+
+  void Write(const Catalogue& catalogue) {
+    text_ = std::string("{\n  \"format\": \"") + kDocumentFormat + '"';
+    if (!catalogue.basis.empty()) text_ += ",\n  \"basis\": " + JsonOnOneLine(catalogue.basis);
+    Add("policies", catalogue.policies);
+    Add("datastores", catalogue.datastores);
+    text_ += "\n}\n";
+    write_(text_);
+  }
+
+ private:
+  template <typename Record>
+  void Add(const char* key, const std::vector<Record>& records) {
+    text_ += std::string(",\n  \"") + key + "\": [";
+    for (std::size_t i = 0; i < records.size(); ++i) {
+      text_ += i > 0 ? ",\n    " : "\n    ";
+      AppendIndentedJson(RecordAsJson(records[i]), 4, &text_);
+      if (text_.size() < kPart) continue;
+      write_(text_);
+      text_.clear();
+    }
+    text_ += records.empty() ? "]" : "\n  ]";
+  }
+
+  const std::function<void(std::string_view)>& write_;
+  std::string text_;  // what is not written yet
+};
+
 }  // namespace
 
 ordered_json ValueAsJson(const std::string& value) {
@@ -81,8 +115,14 @@ ordered_json CatalogueAsJson(const Catalogue& catalogue) {
   return document;
 }
 
+void WriteDocument(const Catalogue& catalogue, const std::function<void(std::string_view)>& write) {
+  DocumentText(write).Write(catalogue);
+}
+
 std::string CatalogueAsDocument(const Catalogue& catalogue) {
-  return IndentedJson(CatalogueAsJson(catalogue)) + '\n';
+  std::string text;
+  WriteDocument(catalogue, [&text](std::string_view part) { text += part; });
+  return text;
 }
 
 }  // namespace Quorctl

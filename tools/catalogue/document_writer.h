@@ -6,8 +6,10 @@
 #define TOOLS_CATALOGUE_DOCUMENT_WRITER_H_
 
 #include <cstdint>
+#include <functional>
 #include <nlohmann/json.hpp>
 #include <string>
+#include <string_view>
 
 #include "catalogue/catalogue.h"
 #include "catalogue/record_fields.h"
@@ -20,9 +22,11 @@ nlohmann::ordered_json ValueAsJson(std::int64_t value);
 nlohmann::ordered_json ValueAsJson(const Blobs& value);
 
 // The whole document, with the records in the order given, whatever bytes they hold: as a tree, and
-// as the text that ReadCatalogueDocument() reads, which is safe to show on a terminal.
+// as the text that ReadCatalogueDocument() reads, which is safe to show on a terminal; the latter
+// also handed to `write` in parts, of which only one is in memory.
 nlohmann::ordered_json CatalogueAsJson(const Catalogue& catalogue);
 std::string CatalogueAsDocument(const Catalogue& catalogue);
+void WriteDocument(const Catalogue& catalogue, const std::function<void(std::string_view)>& write);
 
 }  // namespace Quorctl
 

@@ -78,8 +78,8 @@ struct Cursor {
 class TreeBuilder final : public nlohmann::json_sax<json> {
  public:
   TreeBuilder(const std::string& text, const std::string& source,
-              std::map<std::string, std::size_t>* lines)
-      : text_(text), source_(source), lines_(lines), reached_(text.data()) {}
+              std::map<std::string, std::size_t>* lines, const TakeElement& take)
+      : text_(text), source_(source), lines_(lines), take_(take), reached_(text.data()) {}
 
   Cursor Begin() { return {text_.data(), &reached_}; }
   Cursor End() { return {text_.data() + text_.size(), &reached_}; }
@@ -124,8 +124,16 @@ class TreeBuilder final : public nlohmann::json_sax<json> {
   };
 
   bool Add(json value) {
-    Place(std::move(value));
+    json* const placed = Place(std::move(value));
+    OfferElement(placed);
     return true;
+  }
+
+  // When it is one of an array that is a member of the document.
+  void OfferElement(json* value) const {
+    if (!take_ || open_.size() != 2) return;
+    if (!open_[0].value->is_object() || !open_[1].value->is_array()) return;
+    take_(open_[0].lastKey, open_[1].value->size() - 1, *value);
   }
 
   json* Place(json value) {
@@ -157,7 +165,9 @@ class TreeBuilder final : public nlohmann::json_sax<json> {
   }
 
   bool Close() {
+    json* const closed = open_.back().value;
     open_.pop_back();
+    OfferElement(closed);
     return true;
   }
 
@@ -203,13 +213,14 @@ class TreeBuilder final : public nlohmann::json_sax<json> {
   std::vector<Container> open_;
   std::size_t values_ = 0;
   std::map<std::string, std::size_t>* lines_;
+  const TakeElement& take_;
   const char* reached_;  // in the text, by the parser
 };
 
 }  // namespace
 
 json ParseJson(const std::string& text, const std::string& source,
-               std::map<std::string, std::size_t>* lines) {
+               std::map<std::string, std::size_t>* lines, const TakeElement& take) {
   if (std::string_view(text).substr(0, kByteOrderMark.size()) == kByteOrderMark) {
     throw DocumentError(source, "", "starts with a byte-order mark; save it as UTF-8 without one");
   }
@@ -219,7 +230,7 @@ json ParseJson(const std::string& text, const std::string& source,
     throw DocumentError(source, LineAndColumn(text, zero + 1),
                         "a zero byte; a catalogue is JSON text in UTF-8");
   }
-  TreeBuilder builder(text, source, lines);
+  TreeBuilder builder(text, source, lines, take);
   json::sax_parse(builder.Begin(), builder.End(), &builder);
   return builder.TakeRoot();
 }

@@ -6,6 +6,7 @@
 #define TOOLS_CATALOGUE_JSON_TREE_H_
 
 #include <cstddef>
+#include <functional>
 #include <map>
 #include <nlohmann/json.hpp>
 #include <string>
@@ -18,8 +19,14 @@ namespace Quorctl {
 //
 // `lines`, when given, has paths of values ("policies[3].id") for keys; each that is there gets the
 // line, counted from 1, in which its key stands, of an element its beginning.
+//
+// `take`, when given, is called with each element of the arrays that are members of the document,
+// as soon as the element is complete. What it moves out of the tree is not held any longer, so that
+// a large document is never there as a whole tree. Text behind the element may still be wrong.
+using TakeElement = std::function<void(const std::string& key, std::size_t index, nlohmann::json&)>;
 nlohmann::json ParseJson(const std::string& text, const std::string& source,
-                         std::map<std::string, std::size_t>* lines = nullptr);
+                         std::map<std::string, std::size_t>* lines = nullptr,
+                         const TakeElement& take = nullptr);
 
 }  // namespace Quorctl
 

@@ -269,8 +269,9 @@ void ReadBack(const Plan& plan) {
 }
 
 // False, with nothing done, when another process was faster.
-bool CarryOut(const std::string& verb, const ChangeOptions& options, const Present& present,
+bool CarryOut(const std::string& verb, const ChangeOptions& options, Present* whatIs,
               const Plan& plan, ProgressLine* progress, CommandOutput* output) {
+  const Present& present = *whatIs;
   SignalBlock block;  // until policies and datastores are of one catalogue
   block.Keep(true);   // and what was done is told
   LockWait wait(progress);
@@ -284,6 +285,8 @@ bool CarryOut(const std::string& verb, const ChangeOptions& options, const Prese
     block.Keep(false);
     return false;
   }
+  // Where one kind is replaced nothing is ever put back; and a large catalogue is not held thrice.
+  if (!plan.policies() || !plan.datastores()) whatIs->live.catalogue = {};
   DamagedStore aside(present.damage.empty() ? "" : present.live.stamp.path());
   try {
     Replacement(present.live, plan.next(), plan.policies(), plan.datastores())
@@ -295,6 +298,7 @@ bool CarryOut(const std::string& verb, const ChangeOptions& options, const Prese
   output->changedHost = true;
   output->text += aside.Text();
   record.Complete();
+  whatIs->live.catalogue = {};
   progress->Begin("reading the catalogue back");
   ReadBack(plan);
   return true;
@@ -351,7 +355,7 @@ ChangeOutcome ChangeFrom(const ChangeRequest& request, const ChangeOptions& opti
   const std::string shownBefore = output->text;
   for (int attempt = 0; attempt < kAttempts; ++attempt) {
     progress->Begin("reading the present catalogue");
-    const Present present =
+    Present present =
         ReadPresent(request.replacesDamaged || options.replaceDamaged(), options.noHistory());
     make(present.live.catalogue, &next);
     const bool isEmpty =
@@ -375,7 +379,7 @@ ChangeOutcome ChangeFrom(const ChangeRequest& request, const ChangeOptions& opti
     if (asks) Confirm(request, loss, progress, output);
     if (!plan.IsNeeded()) return end(ChangeResult::kNothingDiffers);
     if (present.live.stamp.IsCurrent() &&
-        CarryOut(request.verb, options, present, plan, progress, output)) {
+        CarryOut(request.verb, options, &present, plan, progress, output)) {
       return end(ChangeResult::kDone);
     }
     if (asks) {

@@ -7,6 +7,7 @@
 #include <charconv>
 #include <ctime>
 #include <filesystem>
+#include <fstream>
 #include <limits>
 #include <optional>
 
@@ -142,23 +143,43 @@ std::string LengthFile() {
   return HistoryDirectory() + "/.length";
 }
 
-std::uint64_t Keep(const std::string& document, const std::string& name) {
-  if (document.size() > kLargestInput) {
-    throw CommandError(ExitStatus::kStore,
-                       "its document would be larger than 256 MiB, which could "
-                       "not be read again");
-  }
-  return HostPlatform::AddNumberedFile(kFolder, name, document);
+std::uint64_t Keep(const Catalogue& catalogue, const std::string& name) {
+  std::size_t size = 0;
+  return HostPlatform::AddNumberedFile(kFolder, name, [&](const HostPlatform::AppendPart& append) {
+    WriteDocument(catalogue, [&](std::string_view part) {
+      size += part.size();
+      if (size > kLargestInput) {
+        throw CommandError(ExitStatus::kStore,
+                           "its document would be larger than 256 MiB, which could "
+                           "not be read again");
+      }
+      append(part);
+    });
+  });
 }
 
-bool IsNewest(const std::string& document, const Digests& digests, bool inStore) {
+// Whether the file is the document of the catalogue. One that cannot be read is not.
+bool IsDocumentOf(const Catalogue& catalogue, const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  bool same = file.is_open();
+  std::string there;
+  WriteDocument(catalogue, [&](std::string_view part) {
+    if (!same) return;
+    there.resize(part.size());
+    file.read(there.data(), static_cast<std::streamsize>(part.size()));
+    same = file.good() && there == part;
+  });
+  return same && file.peek() == std::ifstream::traits_type::eof();
+}
+
+bool IsNewest(const Catalogue& catalogue, const Digests& digests, bool inStore) {
   try {
     const std::vector<HistoryEntry> entries = ListHistory();
     const auto newest = std::find_if(entries.begin(), entries.end(), [inStore](const auto& entry) {
       return entry.inStore == inStore;
     });
     return newest != entries.end() && newest->digests == digests &&
-           ReadKeptFile(newest->path) == document;
+           IsDocumentOf(catalogue, newest->path);
   } catch (const std::runtime_error&) {
     return false;  // who cannot read it keeps another one
   }
@@ -214,20 +235,18 @@ Catalogue ReadHistoryEntry(const HistoryEntry& entry) {
 
 std::uint64_t KeepInHistory(const Catalogue& catalogue, const Digests& digests, bool inStore,
                             const std::string& reason) {
-  const std::string document = CatalogueAsDocument(catalogue);
-  if (IsNewest(document, digests, inStore)) return 0;
+  if (IsNewest(catalogue, digests, inStore)) return 0;
   try {
-    ReadCatalogueDocument(document, "its document");
+    ReadCatalogueDocument(CatalogueAsDocument(catalogue), "its document");
   } catch (const DocumentError& failure) {  // what cannot be read again is not kept
     throw CommandError(ExitStatus::kStore, failure.what());
   }
-  return Keep(document, NameBehindNumber(catalogue, digests, inStore, reason));
+  return Keep(catalogue, NameBehindNumber(catalogue, digests, inStore, reason));
 }
 
 std::uint64_t KeepPending(const Catalogue& catalogue, const Digests& digests, bool inStore,
                           const std::string& reason) {
-  return Keep(CatalogueAsDocument(catalogue),
-              NameBehindNumber(catalogue, digests, inStore, reason) + kPending);
+  return Keep(catalogue, NameBehindNumber(catalogue, digests, inStore, reason) + kPending);
 }
 
 void EndPending(std::uint64_t number, bool inStore) {

@@ -8,6 +8,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <system_error>
 
@@ -42,6 +43,10 @@ class OpenFile {
 // Returns 0, or the number of the error.
 int ReadAll(int descriptor, const std::string& name, std::string* text) {
   char chunk[kChunk];
+  struct stat status;
+  if (fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode)) {
+    text->reserve(std::min(static_cast<std::size_t>(status.st_size), kLargestInput));
+  }
   for (;;) {
     const ssize_t count = read(descriptor, chunk, sizeof chunk);
     if (count == 0) return 0;

@@ -7,6 +7,7 @@
 #define PLATFORM_ADMIN_H_
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -102,6 +103,9 @@ struct LockState : StoredFile {
 // std::bad_alloc.
 PLATFORM_API std::vector<LockState> GetLockStates();
 
+// Appends a part to a file that is being written.
+using AppendPart = std::function<void(std::string_view part)>;
+
 // Writes `content` to a new file in the directory `folder` of the host directory, durably. The file
 // is called by a number, one above the highest there, with `suffix` behind it. File and directory
 // are made like those of the host, 0640 and 2750 with the host directory's owner and group. Callers
@@ -110,8 +114,13 @@ PLATFORM_API std::vector<LockState> GetLockStates();
 // process or root, or may be written by everybody; when there is no higher number; and as the
 // system says. No such file is made then, unless the message says that it is in place and only the
 // flush of the directory failed.
+//
+// A content that need not be in memory at once is written by `write`, which is called while the
+// lock is held; where it raises no file is made either.
 PLATFORM_API std::uint64_t AddNumberedFile(const std::string& folder, const std::string& suffix,
                                            std::string_view content);
+PLATFORM_API std::uint64_t AddNumberedFile(const std::string& folder, const std::string& suffix,
+                                           const std::function<void(const AppendPart&)>& write);
 
 // Whether a service raised this because the process may not read or write what it needs to, or
 // because another user could have planted it.

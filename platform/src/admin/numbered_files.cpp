@@ -90,6 +90,11 @@ std::uint64_t NextNumber(const Io::Directory& directory) {
 
 std::uint64_t AddNumberedFile(const std::string& folder, const std::string& suffix,
                               std::string_view content) {
+  return AddNumberedFile(folder, suffix, [content](const AppendPart& append) { append(content); });
+}
+
+std::uint64_t AddNumberedFile(const std::string& folder, const std::string& suffix,
+                              const std::function<void(const AppendPart&)>& write) {
   const Io::CallScope scope;
   try {
     const Io::Directory host(Io::HostDirectoryPath());
@@ -99,7 +104,7 @@ std::uint64_t AddNumberedFile(const std::string& folder, const std::string& suff
     const std::uint64_t number = NextNumber(directory);
     const std::string name = std::to_string(number) + suffix;
     Io::FileReplacement file(directory, name.c_str(), kFileMode);
-    Io::WriteAll(file.file(), content, file.path());
+    write([&file](std::string_view part) { Io::WriteAll(file.file(), part, file.path()); });
     file.Commit();
     return number;
   } catch (const Io::Error& error) {

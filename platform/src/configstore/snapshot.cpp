@@ -304,7 +304,9 @@ const char* Snapshot::Accept(SnapshotBytes::Part part, std::uint32_t number,
 }
 
 void Snapshot::LoadAll(const Kind& kind) const {
+  constexpr std::uint32_t kMappedAtOnce = 8 << 20;  // bounds what is in memory twice
   const std::uint32_t end = kind.first + kind.count;
+  std::uint32_t mappedFrom = kind.first;
   bool any = false;
   for (std::uint32_t number = kind.first; number < end;) {
     if (records_.Get(number) != nullptr) {
@@ -314,6 +316,10 @@ void Snapshot::LoadAll(const Kind& kind) const {
     try {
       number = LoadRun(number, end, kind);
       any = true;
+      if (number < end && Position(number) - Position(mappedFrom) >= kMappedAtOnce) {
+        bytes_.ReleasePages();
+        mappedFrom = number;
+      }
     } catch (const ConfigStoreException& failure) {
       if (failure.code() != kCorrupt) throw;
       ++number;  // reported when it is read

@@ -76,6 +76,22 @@ TEST_F(NumberedFiles, HaveTheModesAndTheOwnerOfTheHostDirectory) {
   }
 }
 
+TEST_F(NumberedFiles, OfSeveralPartsAreWholeOrNotMade) {
+  const auto add = [](bool fails) {
+    return HostPlatform::AddNumberedFile("kept", ".txt", [fails](const auto& append) {
+      append("one, ");
+      append("");
+      append(std::string(100000, 'x'));
+      if (fails) throw std::out_of_range("no more");
+    });
+  };
+  EXPECT_EQ(add(false), 1U);
+  EXPECT_EQ(ReadFile(KeptPath("1.txt")), "one, " + std::string(100000, 'x'));
+  EXPECT_THROW(add(true), std::out_of_range);
+  EXPECT_EQ(NamesIn(FolderPath()), (std::vector<std::string>{".lock", "1.txt"}));
+  EXPECT_EQ(add(false), 2U);
+}
+
 TEST_F(NumberedFiles, AreAddedOnceByEachOfSeveralProcesses) {
   constexpr int kProcesses = 4;
   constexpr int kEach = 10;

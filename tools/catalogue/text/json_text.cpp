@@ -3,6 +3,7 @@
 
 #include "catalogue/text/json_text.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <string_view>
 
@@ -32,19 +33,23 @@ void AppendJsonEscape(std::string* text, char32_t codePoint) {
 
 // JSON allows some characters in strings that a terminal acts on. Beyond the line feeds of the
 // layout such characters stand in strings only, so each may be written as an escape.
-std::string SafeOnTerminal(std::string_view document) {
-  std::string safe;
-  safe.reserve(document.size() + 1);
+void AppendSafeOnTerminal(std::string_view document, std::size_t indentation, std::string* safe) {
+  const auto isPlain = [](char byte) { return byte >= ' ' && byte <= '~'; };
   for (std::size_t position = 0; position < document.size();) {
+    const auto* const begin = document.data() + position;
+    const auto* const end = std::find_if_not(begin, document.data() + document.size(), isPlain);
+    safe->append(begin, end);
+    position += static_cast<std::size_t>(end - begin);
+    if (position == document.size()) return;
     const DecodedCharacter character = DecodeCharacter(document, position);
     if (character.codePoint != '\n' && IsUnsafeOnTerminal(character.codePoint)) {
-      AppendJsonEscape(&safe, character.codePoint);
+      AppendJsonEscape(safe, character.codePoint);
     } else {
-      safe += document.substr(position, character.length);
+      safe->append(document, position, character.length);
+      if (character.codePoint == '\n') safe->append(indentation, ' ');
     }
     position += character.length;
   }
-  return safe;
 }
 
 }  // namespace
@@ -54,12 +59,20 @@ ordered_json BytesAsJson(const std::string& bytes) {
   return {{"base64", EncodeBase64(bytes)}};
 }
 
+void AppendIndentedJson(const ordered_json& value, std::size_t indentation, std::string* text) {
+  AppendSafeOnTerminal(value.dump(kIndent), indentation, text);
+}
+
 std::string IndentedJson(const ordered_json& value) {
-  return SafeOnTerminal(value.dump(kIndent));
+  std::string text;
+  AppendIndentedJson(value, 0, &text);
+  return text;
 }
 
 std::string JsonOnOneLine(const ordered_json& value) {
-  return SafeOnTerminal(value.dump());
+  std::string text;
+  AppendSafeOnTerminal(value.dump(), 0, &text);
+  return text;
 }
 
 }  // namespace Quorctl

@@ -5,6 +5,7 @@
 #ifndef TOOLS_CATALOGUE_TEXT_JSON_TEXT_H_
 #define TOOLS_CATALOGUE_TEXT_JSON_TEXT_H_
 
+#include <cstddef>
 #include <nlohmann/json.hpp>
 #include <string>
 
@@ -17,6 +18,10 @@ nlohmann::ordered_json BytesAsJson(const std::string& bytes);
 // line. No line feed at the end. Strings in it must be UTF-8.
 std::string IndentedJson(const nlohmann::ordered_json& value);
 std::string JsonOnOneLine(const nlohmann::ordered_json& value);
+
+// Appends the indented text, with so many spaces more before each line but the first.
+void AppendIndentedJson(const nlohmann::ordered_json& value, std::size_t indentation,
+                        std::string* text);
 
 }  // namespace Quorctl
 

@@ -89,11 +89,19 @@ RecordWriter::RecordWriter(const RecordLayout& layout, RecordChoices choices)
                                                                : layout.inData;
   }
   for (const std::string& field : choices_.fields)
-    columns_.push_back(IndexOf(field));
+    columns_.push_back(PlaceOf(field));
   for (const SortKey& key : choices_.sort)
-    IndexOf(key.field);
+    sortedBy_.push_back(PlaceOf(key.field));
   for (const Condition& condition : choices_.where)
     IndexOf(condition.field);
+}
+
+std::size_t RecordWriter::PlaceOf(const std::string& field) {
+  const std::size_t index = IndexOf(field);
+  const auto found = std::find(kept_.begin(), kept_.end(), index);
+  const auto place = static_cast<std::size_t>(found - kept_.begin());
+  if (found == kept_.end()) kept_.push_back(index);
+  return place;
 }
 
 std::size_t RecordWriter::IndexOf(const std::string& field) const {
@@ -122,7 +130,10 @@ bool RecordWriter::Add(std::vector<FieldValue> values) {
     const std::string& value = values[IndexOf(condition.field)].shown;
     if (fnmatch(condition.pattern.c_str(), value.c_str(), 0) != 0) return false;
   }
-  records_.push_back(std::move(values));
+  Record& record = records_.emplace_back();
+  record.reserve(kept_.size());
+  for (const std::size_t index : kept_)
+    record.push_back(std::move(values[index]));
   return true;
 }
 
@@ -148,10 +159,9 @@ std::string RecordWriter::Text() {
 void RecordWriter::Sort() {
   if (choices_.sort.empty()) return;
   const auto comesBefore = [this](const Record& a, const Record& b) {
-    for (const SortKey& key : choices_.sort) {
-      const std::size_t i = IndexOf(key.field);
-      const int order = Order(a[i], b[i]);
-      if (order != 0) return key.descending ? order > 0 : order < 0;
+    for (std::size_t i = 0; i < sortedBy_.size(); ++i) {
+      const int order = Order(a[sortedBy_[i]], b[sortedBy_[i]]);
+      if (order != 0) return choices_.sort[i].descending ? order > 0 : order < 0;
     }
     return false;
   };
@@ -162,7 +172,7 @@ std::string RecordWriter::TableText() const {
   if (records_.empty() && !layout_.headingsWhenEmpty) return "";
   std::vector<Table::Column> columns;
   for (const std::size_t i : columns_) {
-    const RecordField& field = layout_.fields[i];
+    const RecordField& field = layout_.fields[kept_[i]];
     const auto& names = layout_.names;
     const bool isName = std::find(names.begin(), names.end(), field.name) != names.end();
     columns.push_back({field.heading, field.align, isName});
@@ -181,7 +191,7 @@ std::string RecordWriter::TableText() const {
 ordered_json RecordWriter::AsObject(const Record& record) const {
   ordered_json object = ordered_json::object();
   for (const std::size_t i : columns_)
-    object[layout_.fields[i].name] = record[i].json;
+    object[layout_.fields[kept_[i]].name] = record[i].json;
   return object;
 }
 

@@ -106,8 +106,9 @@ class RecordWriter {
   std::string Text();
 
  private:
-  using Record = std::vector<FieldValue>;
+  using Record = std::vector<FieldValue>;  // of the fields in kept_
 
+  std::size_t PlaceOf(const std::string& field);
   std::size_t IndexOf(const std::string& field) const;
   void Sort();
   std::string TableText() const;
@@ -118,7 +119,10 @@ class RecordWriter {
 
   const RecordLayout& layout_;
   RecordChoices choices_;
-  std::vector<std::size_t> columns_;  // indexes into the layout's fields
+  std::vector<std::size_t>
+      kept_;  // indexes of what is written or sorted by, among the layout's fields
+  std::vector<std::size_t> columns_;   // indexes into a Record
+  std::vector<std::size_t> sortedBy_;  // likewise
   std::vector<Record> records_;
 };
 
