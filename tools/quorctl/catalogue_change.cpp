@@ -26,6 +26,7 @@
 #include "interrupt_notice.h"
 #include "live_catalogue.h"
 #include "lock_wait.h"
+#include "managed_host.h"
 #include "replacement.h"
 #include "signal_block.h"
 #include "standard_streams.h"
@@ -347,6 +348,14 @@ struct ChangeOutcome {
   nlohmann::ordered_json json;  // with -o json
 };
 
+// That the change may not last.
+void Warn(ProgressLine* progress) {
+  const std::string warning = WarningOfAgent();
+  if (warning.empty()) return;
+  progress->Hide();
+  WriteErrorLine(warning);
+}
+
 ChangeOutcome ChangeFrom(const ChangeRequest& request, const ChangeOptions& options,
                          const MakeCatalogue& make, Catalogue next, ProgressLine* progress,
                          CommandOutput* output) {
@@ -369,6 +378,7 @@ ChangeOutcome ChangeFrom(const ChangeRequest& request, const ChangeOptions& opti
     if (!plan.IsNeeded() && (!request.wipes || options.dryRun())) {
       return end(ChangeResult::kNothingDiffers);
     }
+    if (attempt == 0 && !options.quiet()) Warn(progress);
     ExpectBasis(options.expected(), present, "look at the catalogue, and change it anew");
     ExpectBasis(basis, present, "export it and change it anew, or apply with --force");
     const bool shows = !options.quiet() && !options.asJson();

@@ -15,6 +15,7 @@
 #include "history.h"
 #include "host_backend.h"
 #include "interrupted_change.h"
+#include "managed_host.h"
 #include "option_values.h"
 #include "platform/feature_list.h"
 #include "quor/quor_lib.h"
@@ -169,6 +170,9 @@ ordered_json AsJson(const FeatureState& backend) {
                          {"otherFile", AsJson(StateOf(!backend.on))},
                          {"history", ListHistory().size()},
                          {"interrupted", ordered_json::array()}};
+  if (const std::string state = StateOfAgent(); !state.empty()) {
+    object["agentState"] = BytesAsJson(state);
+  }
   if (!backend.problem.empty()) object["problem"] = BytesAsJson(backend.problem);
   for (const HistoryEntry& entry : ListInterrupted())
     object["interrupted"].push_back(DescribeInterrupted(entry));
@@ -191,6 +195,9 @@ class StatusText {
       return;
     }
     lines_.Add("host directory:", HostPlatform::HostDirectory());
+    if (const std::string state = StateOfAgent(); !state.empty()) {
+      lines_.Add("kept equal by:", "quor-agent, state in " + state);
+    }
     AddSwitch(backend, &lines_);
     AddFile(file, &lines_);
     AddOtherFile(backend.on, &lines_);
