@@ -113,7 +113,7 @@ void Connection::Finish::operator()(pg_conn* connection) const {
 }
 
 Connection::Connection(const ConnectionOptions& options, Deadline deadline)
-    : warnings_(std::make_unique<std::vector<std::string>>()) {
+    : stop_(options.stop), warnings_(std::make_unique<std::vector<std::string>>()) {
   const std::vector<ConnectionWords> servers = ServersOf(options.connectionString);
   for (const ConnectionWords& words : servers) {
     if (TryServer(words, options, deadline)) return;
@@ -186,11 +186,16 @@ bool Connection::Poll(Deadline deadline) {
 }
 
 void Connection::WaitForSocket(bool toWrite, Deadline deadline) {
-  pollfd wanted = {PQsocket(connection_.get()), POLLIN, 0};
-  if (toWrite) wanted.events |= POLLOUT;
+  pollfd wanted[] = {{PQsocket(connection_.get()), POLLIN, 0}, {stop_, POLLIN, 0}};
+  if (toWrite) wanted[0].events |= POLLOUT;
   for (;;) {
     const auto left = std::min<long long>(deadline.Remaining().count(), INT_MAX);
-    const int count = poll(&wanted, 1, static_cast<int>(left));
+    const int count = poll(wanted, std::size(wanted), static_cast<int>(left));
+    if (wanted[1].revents != 0) {
+      connection_.reset();
+      throw FleetError(FleetProblem::kTimeout, server_,
+                       "the wait for the answer was ended by a signal", "");
+    }
     if (count > 0) return;
     if (count < 0 && errno == EINTR) continue;
     const int error = count < 0 ? errno : 0;

@@ -74,6 +74,8 @@ struct ConnectionOptions {
   std::string programName;       // shown by the server as application_name
   std::chrono::milliseconds perServer = std::chrono::seconds(5);
   bool takesChanges = false;  // a standby will not do, unless the string asks for one
+  int stop =
+      -1;  // a descriptor: once it is readable, whatever is waited for ends as at its deadline
 };
 
 class Connection {
@@ -107,6 +109,7 @@ class Connection {
   static void KeepWarning(void* warnings, const pg_result* notice);
 
   std::unique_ptr<pg_conn, Finish> connection_;
+  const int stop_;
   std::string server_;
   std::string problems_;  // of the servers that were tried
   bool denied_ = false;   // one of them answered, and does not let this role in

@@ -28,7 +28,7 @@ Agent::Agent(const Settings& settings, StopRequest* stop)
     : settings_(settings),
       stop_(stop),
       keeper_(settings, &chance_, &metrics_),
-      channel_(settings, &keeper_, &chance_, &metrics_) {}
+      channel_(settings, &keeper_, &chance_, &metrics_, stop ? stop->descriptor() : -1) {}
 
 Outcome Agent::Run() {
   if (Open()) {

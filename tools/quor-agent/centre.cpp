@@ -12,8 +12,8 @@ namespace QuorAgent {
 
 using QuorFleet::Deadline;
 
-Centre::Centre(const Settings& settings)
-    : settings_(settings), deadline_(Deadline::In(milliseconds(0))) {}
+Centre::Centre(const Settings& settings, int stop)
+    : settings_(settings), stop_(stop), deadline_(Deadline::In(milliseconds(0))) {}
 
 void Centre::BeginCycle() {
   deadline_ = Deadline::In(SecondsOf(settings_.timeout));
@@ -50,8 +50,11 @@ void Centre::Report(const QuorFleet::HostReport& report) {
 QuorFleet::Connection& Centre::Connected() {
   if (!connection_ || !connection_->IsUsable()) {
     connection_.reset();
-    connection_.emplace(QuorFleet::ConnectionOptions{settings_.connection, "quor-agent"},
-                        deadline_);
+    QuorFleet::ConnectionOptions options;
+    options.connectionString = settings_.connection;
+    options.programName = "quor-agent";
+    options.stop = stop_;
+    connection_.emplace(options, deadline_);
   }
   return *connection_;
 }

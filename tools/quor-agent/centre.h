@@ -18,7 +18,8 @@ namespace QuorAgent {
 // questions of a cycle. Failures are FleetError; the next question opens another connection.
 class Centre {
  public:
-  explicit Centre(const Settings& settings);
+  // What is waited for ends once the descriptor is readable; -1 for none.
+  Centre(const Settings& settings, int stop);
 
   void BeginCycle();
   void EndCycle();  // closes the connection unless the settings keep it
@@ -33,6 +34,7 @@ class Centre {
   QuorFleet::Connection& Connected();
 
   const Settings& settings_;
+  const int stop_;
   QuorFleet::Deadline deadline_;
   std::optional<QuorFleet::Connection> connection_;
 };

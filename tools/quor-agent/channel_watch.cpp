@@ -55,12 +55,12 @@ auto AllOf(const HostReport& report) {
 }  // namespace
 
 ChannelWatch::ChannelWatch(const Settings& settings, HostKeeper* keeper, Chance* chance,
-                           Metrics* metrics)
+                           Metrics* metrics, int stop)
     : settings_(settings),
       keeper_(*keeper),
       chance_(*chance),
       metrics_(*metrics),
-      centre_(settings) {
+      centre_(settings, stop) {
   if (!settings.keyFile.empty()) keys_.Add(ReadFileText(settings.keyFile), settings.keyFile);
 }
 

@@ -25,7 +25,8 @@ namespace QuorAgent {
 class ChannelWatch {
  public:
   // Raises FleetError for a key that is none, and std::system_error for one that cannot be read.
-  ChannelWatch(const Settings& settings, HostKeeper* keeper, Chance* chance, Metrics* metrics);
+  ChannelWatch(const Settings& settings, HostKeeper* keeper, Chance* chance, Metrics* metrics,
+               int stop);
 
   // One cycle with the centre. Failures are logged once and counted; the next cycle then comes
   // sooner.

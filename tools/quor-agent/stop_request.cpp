@@ -3,6 +3,9 @@
 
 #include "stop_request.h"
 
+#include <sys/signalfd.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <cerrno>
 
@@ -13,6 +16,11 @@ StopRequest::StopRequest() {
   sigaddset(&signals_, SIGTERM);
   sigaddset(&signals_, SIGINT);
   pthread_sigmask(SIG_BLOCK, &signals_, nullptr);
+  descriptor_ = signalfd(-1, &signals_, SFD_CLOEXEC);
+}
+
+StopRequest::~StopRequest() {
+  if (descriptor_ != -1) close(descriptor_);
 }
 
 bool StopRequest::Came(Clock::time_point until) {

@@ -15,12 +15,19 @@ namespace QuorAgent {
 class StopRequest {
  public:
   StopRequest();
+  StopRequest(const StopRequest&) = delete;
+  StopRequest& operator=(const StopRequest&) = delete;
+  ~StopRequest();
 
   // Whether one has come; waits for it until then at most.
   bool Came(Clock::time_point until = Clock::time_point::min());
 
+  // Readable when one has come that Came() has not told of. -1 where the system has none left.
+  int descriptor() const { return descriptor_; }
+
  private:
   sigset_t signals_;
+  int descriptor_;
   bool came_ = false;
 };
 

@@ -1,7 +1,8 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// Whether quor-agent keeps the host's catalogue equal to a release, and so undoes what is changed here.
+// Whether quor-agent keeps the host's catalogue equal to a release, and so undoes what is changed
+// here.
 #ifndef TOOLS_QUORCTL_MANAGED_HOST_H_
 #define TOOLS_QUORCTL_MANAGED_HOST_H_
 
@@ -9,9 +10,9 @@
 
 namespace Quorctl {
 
-// The agent's state directory, when there is one with a release in it or one that this process may not
-// look into; otherwise empty. QUOR_AGENT_STATE names it; without that variable it is the usual one, which
-// belongs to the usual host directory only.
+// The agent's state directory, when there is one with a release in it or one that this process may
+// not look into; otherwise empty. QUOR_AGENT_STATE names it; without that variable it is the usual
+// one, which belongs to the usual host directory only.
 std::string StateOfAgent();
 
 // What to tell before a change, without a line feed; empty when no agent keeps the host.

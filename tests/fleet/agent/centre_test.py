@@ -6,11 +6,13 @@ import json
 import os
 import re
 import shutil
+import socket
 import subprocess
+import time
 import unittest
 import zlib
 
-from agent_case import (DONE, NO_CENTRE, REFUSED, WOULD_CHANGE, AgentCase, blob, datastore, document,
+from agent_case import (DONE, NO_CENTRE, REFUSED, TIMEOUT, WOULD_CHANGE, AgentCase, blob, datastore, document,
                         generation, in_order, policy)
 from postgres import Cluster
 
@@ -19,6 +21,21 @@ HOST = "h1"
 
 def text_of(content):
     return (json.dumps(content) if isinstance(content, dict) else content).encode()
+
+
+class MuteCentre(AgentCase):
+    """What takes the connection and never says a word, as a network that was cut."""
+
+    def test_SignalEndsTheWait(self):
+        with socket.create_server(("127.0.0.1", 0)) as mute:
+            self.connection = f"host=127.0.0.1 port={mute.getsockname()[1]} dbname=postgres"
+            with self.daemon("--timeout", "60") as agent, mute.accept()[0] as taken:
+                taken.recv(1)
+                began = time.monotonic()
+                agent.terminate()
+                agent.wait(TIMEOUT)
+                self.assertLess(time.monotonic() - began, 3)  # 5 for a server, 60 for all
+        self.assertIn("ended by a signal", self.log())
 
 
 class CentreCase(AgentCase):
