@@ -19,7 +19,7 @@ inline std::string Joined(const Digests& digests) {
   return digests.first + ':' + digests.second;
 }
 
-// As QuorLib::GetDbHash() tells them of a host that lists these records in this order.
+// The digests that QuorLib::GetDbHash() returns on a host that lists these records in this order.
 Digests DigestsOf(const Catalogue& catalogue);
 
 }  // namespace Quorctl

@@ -46,8 +46,8 @@ class DocumentProblems {
 
   bool Any() const { return count_ > 0; }
 
-  // Raises DocumentError when there is any, with their lines in `text`, which is valid JSON; the
-  // first ones are told, the others counted.
+  // Raises DocumentError if there are any. The message gives the line of each in `text`, which must
+  // be valid JSON; the first ones are listed, the others counted.
   void Raise(const std::string& text, const std::string& source) const {
     if (Any()) throw Told(text, source);
   }

@@ -86,7 +86,7 @@ class DocumentReader {
     }
   }
 
-  // Those of the records are told behind those of the document.
+  // Record problems are reported after those of the document itself.
   template <typename Action>
   void Collect(DocumentProblems* problems, const Action& action) {
     std::swap(problems_, *problems);
@@ -94,8 +94,8 @@ class DocumentReader {
     std::swap(problems_, *problems);
   }
 
-  // What is no record. Of a document of another format, which may well have other keys, nothing
-  // else is told.
+  // Everything but the records. If the format is another one, its keys may be others too, so
+  // nothing else is reported.
   void ReadOthers(json& document) {
     ExpectObject(document, "");
     ExpectFormat(document);

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// What a catalogue must keep so that every record of it can be stored and found.
+// Rules that a catalogue must keep so that every record can be stored and found.
 #ifndef TOOLS_CATALOGUE_DOCUMENT_RULES_H_
 #define TOOLS_CATALOGUE_DOCUMENT_RULES_H_
 

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// What a change of the catalogue takes away from those who look something up.
+// Lookups that had an answer before a change of the catalogue and have none after it.
 #ifndef TOOLS_CATALOGUE_LOSSES_H_
 #define TOOLS_CATALOGUE_LOSSES_H_
 

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// Documents on their way: the format of zlib.
+// Compression of documents for the network, in zlib's format.
 #ifndef TOOLS_FLEET_COMPRESSION_H_
 #define TOOLS_FLEET_COMPRESSION_H_
 
@@ -16,7 +16,8 @@ inline constexpr std::size_t kLargestDocument = std::size_t{256} << 20;
 
 std::string Compressed(const std::string& bytes);
 
-// Nothing for bytes that are not one whole compressed text, or one of more than `most` bytes.
+// Returns nothing if the bytes are not one complete compressed text, or if it is longer than `most`
+// bytes.
 std::optional<std::string> Uncompressed(const std::string& bytes,
                                         std::size_t most = kLargestDocument);
 

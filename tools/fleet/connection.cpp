@@ -17,13 +17,14 @@
 namespace QuorFleet {
 namespace {
 
-// What a connection has unless its string says otherwise: four seconds of silence end it.
+// Settings that the connection string may override: a connection ends after four seconds of
+// silence.
 constexpr std::pair<const char*, const char*> kDefaults[] = {
     {"keepalives", "1"},       {"keepalives_idle", "2"},     {"keepalives_interval", "1"},
     {"keepalives_count", "2"}, {"tcp_user_timeout", "4000"}, {"client_encoding", "UTF8"},
 };
 
-// libpq's messages have several lines, of which each but the first explains.
+// libpq's messages have several lines; those after the first explain it.
 std::string OnOneLine(const char* message) {
   std::string line;
   for (std::string_view rest = message; !rest.empty();) {
@@ -118,7 +119,7 @@ Connection::Connection(const ConnectionOptions& options, Deadline deadline)
   for (const ConnectionWords& words : servers) {
     if (TryServer(words, options, deadline)) return;
   }
-  // libpq would go through the servers twice: whichever there is is better than none.
+  // As libpq does for prefer-standby: a second round over the servers accepts any of them.
   for (ConnectionWords words : servers) {
     if (words["target_session_attrs"] != "prefer-standby") break;
     words["target_session_attrs"] = "any";
@@ -135,7 +136,7 @@ bool Connection::TryServer(const ConnectionWords& words, const ConnectionOptions
   all["application_name"] = options.programName;
   for (const auto& [keyword, value] : words)
     all[keyword] = value;
-  // libpq's default is told as if somebody had asked for it.
+  // libpq reports its default as if the string had asked for it.
   if (options.takesChanges && all["target_session_attrs"] == "any") {
     all["target_session_attrs"] = "read-write";
   }
@@ -166,14 +167,14 @@ bool Connection::TryServer(const ConnectionWords& words, const ConnectionOptions
     return note(failure.reason());
   }
   const std::string problem = OnOneLine(PQerrorMessage(connection_.get()));
-  // libpq hands out no error code of a connection that was not made.
+  // libpq gives no error code for a connection that failed to open, so the message is searched.
   denied_ = denied_ || problem.find("authentication failed") != std::string::npos ||
             problem.find("no pg_hba.conf entry") != std::string::npos ||
             problem.find("permission denied for database") != std::string::npos;
   return note(problem);
 }
 
-// False when the server does not take the connection.
+// Returns false if the server refuses the connection.
 bool Connection::Poll(Deadline deadline) {
   PostgresPollingStatusType status = PGRES_POLLING_WRITING;
   if (PQstatus(connection_.get()) == CONNECTION_BAD) return false;

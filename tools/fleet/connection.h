@@ -22,7 +22,7 @@
 #include "fleet/connection_words.h"
 #include "fleet/deadline.h"
 
-// libpq's, whose header is needed by the sources alone.
+// libpq's types; only the sources need its header.
 struct pg_conn;
 struct pg_result;
 
@@ -47,7 +47,7 @@ struct Parameter {
   bool isRaw = false;
 };
 
-// Of one statement. Rows and columns are counted from 0.
+// The result of one statement. Rows and columns are counted from 0.
 class Rows {
  public:
   explicit Rows(pg_result* result);
@@ -80,11 +80,11 @@ struct ConnectionOptions {
 
 class Connection {
  public:
-  // Raises FleetError when none of the servers lets this role in before the deadline; the message
-  // names each server and its reason.
+  // Raises FleetError if no server accepts this role before the deadline; the message names each
+  // server and its reason.
   Connection(const ConnectionOptions& options, Deadline deadline);
 
-  // Executes one statement; several without parameters, of which the last one's rows are returned.
+  // Executes one statement; without parameters, several, and returns the rows of the last one.
   // Raises FleetError. After kTimeout and kLost the connection is unusable.
   Rows Query(const std::string& statement, const std::vector<Parameter>& parameters,
              Deadline deadline, RowFormat format = RowFormat::kText);
@@ -94,7 +94,7 @@ class Connection {
   // "db1:5432", for messages.
   const std::string& server() const { return server_; }
 
-  // What the server warned of since the last call of this function.
+  // The server's warnings since the last call of this function.
   std::vector<std::string> TakeWarnings();
 
  private:

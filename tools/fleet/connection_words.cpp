@@ -24,7 +24,7 @@ void AddWords(const PQconninfoOption* option, ConnectionWords* words) {
   }
 }
 
-// libpq prefers not to be asked twice: what it takes from the environment goes before the string.
+// The values of the environment (PGHOST, ...) first, then those of the string, which override them.
 ConnectionWords WordsOf(const std::string& connectionString) {
   char* message = nullptr;
   const Options given(PQconninfoParse(connectionString.c_str(), &message));

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// A point in time by which something has to be done.
+// A point in time by which work must be done.
 #ifndef TOOLS_FLEET_DEADLINE_H_
 #define TOOLS_FLEET_DEADLINE_H_
 
@@ -16,7 +16,7 @@ class Deadline {
 
   static Deadline In(std::chrono::milliseconds time) { return Deadline(Clock::now() + time); }
 
-  // The earlier of this one and one in `time` from now.
+  // The earlier of this deadline and one in `time` from now.
   Deadline Within(std::chrono::milliseconds time) const {
     return Deadline(std::min(at_, Clock::now() + time));
   }

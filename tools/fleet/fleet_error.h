@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// How a failure between a host and the centre is reported.
+// A failure between a host and the centre: kind, server, reason and advice.
 #ifndef TOOLS_FLEET_FLEET_ERROR_H_
 #define TOOLS_FLEET_FLEET_ERROR_H_
 

@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// What a host asks the centre and tells it: three functions, which answer for the host of the role
-// that is logged in. All raise FleetError.
+// The three functions of the centre that a host may call, each for the host of the role that is
+// logged in. All raise FleetError.
 #ifndef TOOLS_FLEET_HOST_CALLS_H_
 #define TOOLS_FLEET_HOST_CALLS_H_
 
@@ -15,7 +15,7 @@
 
 namespace QuorFleet {
 
-// Nothing when the centre knows no host of this role.
+// Returns nothing if the centre has no host of this role.
 std::optional<ReleaseHead> FetchHead(Connection& connection, Deadline deadline);
 
 // Nothing when there is no such release.

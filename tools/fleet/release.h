@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// A release, and the rules by which one is refused. The publisher tells of them before a release is
-// made, the agent holds them again before its host is touched.
+// A release, and the rules for refusing one. The publisher checks them before it makes a release,
+// the agent again before it changes its host.
 #ifndef TOOLS_FLEET_RELEASE_H_
 #define TOOLS_FLEET_RELEASE_H_
 
@@ -35,7 +35,7 @@ struct ReleaseDocument {
   std::string signature;  // empty: not signed
 };
 
-// Why a release is refused; the word is for counters.
+// The reason for refusing a release; its word labels counters.
 enum class Refusal { kHash, kSignature, kDocument, kEmpty, kShrunk };
 const char* RefusalWord(Refusal refusal);
 
@@ -64,13 +64,13 @@ Quorctl::Catalogue OpenRelease(std::int64_t release, const std::string& sha256,
                                const ReleaseDocument& document, const VerifyingKeys& keys,
                                std::string* text = nullptr);
 
-// The rules of the catalogue document for text of any origin, as "quorctl apply" holds them for
-// either store. Raises Quorctl::DocumentError.
+// Checks text of any origin by the rules that "quorctl apply" has for both stores. Raises
+// Quorctl::DocumentError.
 Quorctl::Catalogue ReadWholeDocument(const std::string& text, const std::string& source);
 
-// Raises ReleaseRefused when `after` is empty without `mayEmpty`, or deletes more than a fifth of
-// the policies or of the datastores of `before` without `mayShrink`. `release` 0 is one that is to
-// come.
+// Raises ReleaseRefused if `after` is empty without `mayEmpty`, or deletes more than a fifth of the
+// policies or of the datastores of `before` without `mayShrink`. `release` is 0 for one that is not
+// made yet.
 void ExpectNoLoss(std::int64_t release, const Quorctl::Catalogue& before,
                   const Quorctl::Catalogue& after, bool mayEmpty, bool mayShrink);
 

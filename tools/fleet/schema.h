@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// The statements that make the schema of the centre, by version.
+// The SQL statements that make the schema of the centre, by version.
 #ifndef TOOLS_FLEET_SCHEMA_H_
 #define TOOLS_FLEET_SCHEMA_H_
 
@@ -15,7 +15,7 @@ struct Migration {
   const char* statements;  // to be executed in one transaction; they record the version
 };
 
-// In rising order of version, from 1 without gaps.
+// In ascending order of version, from 1 without gaps.
 const std::vector<Migration>& Migrations();
 
 }  // namespace QuorFleet

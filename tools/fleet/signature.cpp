@@ -35,7 +35,7 @@ Bio ReaderOf(const std::string& pem) {
   return bio;
 }
 
-// A key with a passphrase is refused: nobody is asked here.
+// A key with a passphrase is refused: there is nobody to ask.
 int NoPassphrase(char* /*buffer*/, int /*size*/, int /*writing*/, void* /*user*/) {
   return -1;
 }

@@ -19,7 +19,7 @@ namespace QuorFleet {
 
 class SigningKey {
  public:
-  // `pem` is a private key, `source` names it in messages. Raises FleetError (kSettings).
+  // `pem` holds a private key; `source` names it in messages. Raises FleetError (kSettings).
   SigningKey(const std::string& pem, const std::string& source);
 
   // 64 bytes.
@@ -29,15 +29,15 @@ class SigningKey {
   std::shared_ptr<evp_pkey_st> key_;
 };
 
-// Any number of public keys, so that a new one can be handed out before the old one is given up.
+// Several public keys, so that a new one can be distributed before the old one is withdrawn.
 class VerifyingKeys {
  public:
-  // `pem` holds one public key or several. Raises FleetError (kSettings) when it holds none.
+  // `pem` holds one or more public keys. Raises FleetError (kSettings) if it holds none.
   void Add(const std::string& pem, const std::string& source);
 
   bool Any() const { return !keys_.empty(); }
 
-  // Whether one of the keys made the signature.
+  // True if one of the keys made the signature.
   bool Accept(std::int64_t release, const std::string& sha256, const std::string& signature) const;
 
  private:

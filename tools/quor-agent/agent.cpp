@@ -44,8 +44,8 @@ Outcome Agent::Run() {
   return Outcome::kDone;
 }
 
-// A state directory that cannot be used is waited for: the host stays as it is meanwhile. False
-// when a signal came first.
+// Waits until the state directory can be used; the host stays as it is meanwhile. Returns false if
+// a signal came first.
 bool Agent::Open() {
   BackOff backOff;
   std::string problem;
@@ -147,8 +147,8 @@ Outcome Agent::DryRun() {
   return difference.empty() ? Outcome::kDone : Outcome::kWouldChange;
 }
 
-// By the same rules as a release, but for the signature: who may start the agent may change the
-// host without it too.
+// Applies the rules of a release except the signature: a user who may start the agent may change
+// the host anyway.
 Catalogue Agent::FromFile(Wanted* wanted) const {
   const std::string& path = settings_.from;
   Catalogue next = QuorFleet::ReadWholeDocument(ReadFileText(path), path);

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// The agent: two rhythms, one with the centre and one with the host, and what others are told.
+// The agent's loop: the cycle with the centre, the check of the host, and the reports on both.
 #ifndef TOOLS_QUOR_AGENT_AGENT_H_
 #define TOOLS_QUOR_AGENT_AGENT_H_
 
@@ -32,13 +32,13 @@ class Agent {
  public:
   Agent(const Settings& settings, StopRequest* stop);
 
-  // Until a signal comes: nothing else ends it, but for DirectoryTaken, which it raises.
+  // Runs until a signal comes. Raises DirectoryTaken.
   Outcome Run();
 
   // One cycle without splay, with the centre or with the document of --from.
   Outcome RunOnce();
 
-  // Prints what a cycle would change; touches neither the host nor the state.
+  // Prints what a cycle would change, without writing to the host or to the state directory.
   Outcome DryRun();
 
  private:

@@ -23,7 +23,7 @@ void Centre::EndCycle() {
   if (!settings_.keepsConnection) connection_.reset();
 }
 
-// A kept connection may be gone since the last cycle, which is no failure of this one.
+// A kept connection may have broken since the last cycle; then a new one is tried first.
 std::optional<QuorFleet::ReleaseHead> Centre::AskHead() {
   const bool isKept = connection_.has_value();
   try {

@@ -14,18 +14,18 @@
 
 namespace QuorAgent {
 
-// Opened by the first question of a cycle, to any of several servers. One deadline holds for all
-// questions of a cycle. Failures are FleetError; the next question opens another connection.
+// Connects at the first question of a cycle, to any of several servers. One deadline covers all
+// questions of a cycle. Failures are FleetError; the next question then connects anew.
 class Centre {
  public:
-  // What is waited for ends once the descriptor is readable; -1 for none.
+  // Waiting ends once the descriptor `stop` is readable; -1 for none.
   Centre(const Settings& settings, int stop);
 
   void BeginCycle();
   void EndCycle();  // closes the connection unless the settings keep it
   void Close() { connection_.reset(); }
 
-  // What the host's channel has; nothing where the centre does not know the host.
+  // The release of the host's channel. Returns nothing if the centre does not know the host.
   std::optional<QuorFleet::ReleaseHead> AskHead();
   QuorFleet::ReleaseDocument Fetch(std::int64_t release);
   void Report(const QuorFleet::HostReport& report);

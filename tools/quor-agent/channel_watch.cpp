@@ -129,7 +129,7 @@ void ChannelWatch::Consider(const ReleaseHead& head) {
   if (IsTimeToFetch()) Take(head);
 }
 
-// No reason where the release is to be taken, or is the one that the host has.
+// Empty if the release may be taken or is the one that the host has.
 Condition ChannelWatch::WhyNot(const ReleaseHead& head) const {
   const std::optional<ReleaseName> floor = keeper_.Floor();
   if (!floor) return {head.release ? State::kApplied : State::kWaiting, "", ""};
@@ -160,7 +160,7 @@ bool ChannelWatch::WasRefused(const ReleaseHead& head) const {
          Clock::now() < retryRefused_;
 }
 
-// The wait begins when a new release is seen, and goes on when a still newer one comes.
+// The splay starts when a new release is seen; a still newer one does not restart it.
 bool ChannelWatch::IsTimeToFetch() {
   if (settings_.once || settings_.splay <= 0) return true;
   const auto now = Clock::now();
@@ -203,7 +203,8 @@ Catalogue ChannelWatch::Fetch(const ReleaseHead& head, std::string* document) {
   const std::int64_t release = *head.release;
   Catalogue next =
       QuorFleet::OpenRelease(release, head.sha256, centre_.Fetch(release), keys_, document);
-  // One that the host had already, and of which the kept document was lost, is no loss.
+  // A release that the host has already is accepted without the comparison, since its kept document
+  // was lost.
   const std::optional<ReleaseName> floor = keeper_.Floor();
   const bool wasTaken = floor && floor->id == release && floor->sha256 == head.sha256;
   if (!wasTaken)

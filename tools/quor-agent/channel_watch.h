@@ -24,16 +24,16 @@ namespace QuorAgent {
 // over.
 class ChannelWatch {
  public:
-  // Raises FleetError for a key that is none, and std::system_error for one that cannot be read.
+  // Raises FleetError for an invalid key, and std::system_error for an unreadable one.
   ChannelWatch(const Settings& settings, HostKeeper* keeper, Chance* chance, Metrics* metrics,
                int stop);
 
-  // One cycle with the centre. Failures are logged once and counted; the next cycle then comes
-  // sooner.
+  // One cycle with the centre. Failures are logged once and counted, and shorten the wait for the
+  // next cycle.
   void Ask();
   Clock::time_point NextAsk() const { return nextAsk_; }
 
-  // The release that the next cycle would take, if any, after the same rules. Raises FleetError and
+  // The release that the next cycle would take, if any, by the same rules. Raises FleetError and
   // ReleaseRefused.
   std::optional<Quorctl::Catalogue> Preview();
 

@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// Work with the host's catalogue in a child process, whose memory is gone when it is done: the
-// library keeps what it has read of a store for as long as its process lives.
+// Runs work on the host's catalogue in a child process, so that its memory is returned afterwards:
+// in the agent's own process the library would keep the records that it has read.
 #ifndef TOOLS_QUOR_AGENT_CHILD_WORK_H_
 #define TOOLS_QUOR_AGENT_CHILD_WORK_H_
 

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// How the host stands, as its log, its metrics and the centre are told.
+// The state of the host, as it is logged, counted and reported to the centre.
 #ifndef TOOLS_QUOR_AGENT_CONDITION_H_
 #define TOOLS_QUOR_AGENT_CONDITION_H_
 

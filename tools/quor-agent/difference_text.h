@@ -11,8 +11,8 @@
 
 namespace QuorAgent {
 
-// A line a record: "delete policy "Gold" (id-1)", "change datastore "ds:///a/": namespace". Empty
-// where nothing differs.
+// One line per record: "delete policy "Gold" (id-1)", "change datastore "ds:///a/": namespace".
+// Empty if nothing differs.
 std::string DifferenceAsText(const Quorctl::Catalogue& before, const Quorctl::Catalogue& after);
 
 }  // namespace QuorAgent

@@ -53,7 +53,8 @@ bool AreOrdered(const Catalogue& a, const Catalogue& b) {
   return true;
 }
 
-// A store that an agent wrote lists the records in the order of its writing.
+// The order counts only where a key repeats. A store lists the records in the order in which the
+// agent wrote them.
 bool AreEqual(const Catalogue& host, const Catalogue& wanted) {
   if (!Quorctl::AreSameRecords(host, wanted)) return false;
   return Quorctl::FindDuplicates(wanted).empty() || AreOrdered(host, wanted);
@@ -74,7 +75,8 @@ std::string FreeName(const QuorPolicyInfo& policy, const std::set<std::string>& 
   return name;
 }
 
-// False when somebody changed the policies meanwhile, or the switch now selects the other store.
+// Returns false if another process changed the policies meanwhile, or the switch now selects the
+// other store.
 bool ReplaceBoth(const Catalogue& host, const Catalogue& wanted, int* replacements) {
   const Policies expanded = Expanded(host, wanted);
   QuorLib::AddPolicyInfo(expanded);
@@ -83,7 +85,8 @@ bool ReplaceBoth(const Catalogue& host, const Catalogue& wanted, int* replacemen
   QuorLib::AddDatastoreInfo(wanted.datastores);
   ++*replacements;
   if (HasPolicies({expanded, {}, ""}, wanted.policies)) return true;
-  // A lookup is two: one that has found a datastore's old default policy gets the time to find it.
+  // A lookup takes two reads: a reader that has read a datastore's old default policy gets time to
+  // read that policy.
   std::this_thread::sleep_for(kGrace);
   if (!HasDatastores({{}, QuorLib::ListDatastoreInfo(), ""}, wanted.datastores)) return false;
   QuorLib::AddPolicyInfo(wanted.policies);

@@ -12,11 +12,11 @@
 namespace QuorAgent {
 
 // Policies and datastores of one moment, without records that cannot be read. Raises
-// std::runtime_error when the catalogue changes all the time, and what the library raises.
+// std::runtime_error if the catalogue keeps changing, and the library's exceptions.
 Quorctl::Catalogue ReadHost();
 
-// Whether the host's records are those that are wanted: also in their order where a policy
-// identifier repeats, and with generations of the low 32 bits, as the configuration file has them.
+// True if the host has the wanted records: in the same order if a policy identifier repeats, and
+// with only the low 32 bits of generations if the configuration file is used.
 bool IsEqual(const Quorctl::Catalogue& host, const Quorctl::Catalogue& wanted);
 
 struct HostChange {

@@ -18,10 +18,10 @@ using Quorctl::Digests;
 
 namespace {
 
-// Longer than from one replacement of a change to the next.
+// Longer than the time between the replacements of one change.
 constexpr milliseconds kSettling(1000);
 
-// Nothing, and a line in the log, for a file that cannot be used.
+// Logs a file that cannot be used, and returns nothing for it.
 template <typename Read>
 auto ReadKept(const Read& read) -> decltype(read()) {
   try {
@@ -129,7 +129,7 @@ void HostKeeper::MakeEqual(const std::string& why) {
   }
 }
 
-// In a child: the document, the records and what the library keeps of them are megabytes.
+// Runs in a child, since the document, the records and the library's copies take megabytes.
 HostChange HostKeeper::ChangeTo(ReleaseName release) {
   const std::string answer = InChild([&] {
     const auto wanted = ReadKept([this] { return state_->ReadWanted(); });

@@ -30,26 +30,27 @@ class HostKeeper {
   HostKeeper(const Settings& settings, Chance* chance, Metrics* metrics)
       : settings_(settings), chance_(*chance), metrics_(*metrics) {}
 
-  // Takes the state directory and reads it. Raises DirectoryTaken and std::system_error. A damaged
-  // file is logged and taken for none.
+  // Locks and reads the state directory. Raises DirectoryTaken and std::system_error. A damaged
+  // file is logged and treated as missing.
   void Open(StateDirectory::Use use);
   bool IsOpen() const { return state_ != nullptr; }
 
-  // Compares the host's digests with the kept ones, and ends or repeats what is to be done.
+  // Compares the host's digests with the kept ones; finishes an interrupted change and repairs
+  // drift.
   void Check();
   Clock::time_point NextCheck() const { return nextCheck_; }
 
-  // Keeps the release durably as the wanted one, then makes the host equal. Raises
-  // std::system_error, with the host untouched, when it cannot be kept.
+  // Writes the release durably to the state directory, then makes the host equal. Raises
+  // std::system_error, with the host untouched, if the release cannot be written.
   void Accept(const Wanted& wanted);
 
   const std::optional<ReleaseName>& WantedRelease() const { return wanted_; }
   const std::optional<Applied>& LastApplied() const { return applied_; }
 
-  // The highest release that was taken, of which the document may be lost.
+  // The highest release that was taken; its document may be lost.
   std::optional<ReleaseName> Floor() const;
 
-  // The catalogue that a new release is compared with: the wanted one, else the host's.
+  // The catalogue to compare a new release with: the wanted one, otherwise the host's.
   Quorctl::Catalogue Basis() const;
 
   const Condition& condition() const { return condition_; }

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// The agent's log: one line an event on standard error, which the service manager keeps.
+// The agent's log: one line per event on standard error, which the service manager stores.
 #ifndef TOOLS_QUOR_AGENT_JOURNAL_H_
 #define TOOLS_QUOR_AGENT_JOURNAL_H_
 
@@ -11,8 +11,8 @@ namespace QuorAgent {
 
 enum class Severity { kError = 3, kWarning = 4, kInfo = 6 };
 
-// Bytes that a terminal acts on are escaped. Where standard error is the journal's, the line begins
-// with the severity as the journal reads it ("<4>").
+// Escapes characters that a terminal acts on. If standard error is the journal, the line begins
+// with its severity prefix ("<4>").
 void Log(Severity severity, const std::string& event);
 
 }  // namespace QuorAgent

@@ -15,7 +15,7 @@ namespace {
 constexpr char kWantedFormat[] = "quor-agent-wanted/1";
 constexpr char kAppliedFormat[] = "quor-agent-applied/1";
 
-// Lines of a key, a space and a value; the rest of the text after an empty line.
+// Lines of a key, a blank and a value; after an empty line, the document.
 class KeptText {
  public:
   KeptText(const std::string& text, const std::string& path) : rest_(text), path_(path) {}

@@ -27,8 +27,8 @@ struct Wanted {
   std::string document;
 };
 
-// What it held when it was last made equal, as the library told it: the two host stores have
-// different digests for generations beyond 32 bits.
+// The release that the host held when it was last made equal, with the digests that the library
+// computed there: for generations beyond 32 bits they depend on the store.
 struct Applied {
   ReleaseName release;
   Quorctl::Digests digests;
@@ -42,7 +42,7 @@ class BadKeptFile : public std::runtime_error {
 std::string AsText(const Wanted& wanted);
 std::string AsText(const Applied& applied);
 
-// Raise BadKeptFile for text that AsText() did not make, and for a document with another SHA-256.
+// Raise BadKeptFile for text that AsText() did not write, and for a document with another SHA-256.
 Wanted ParseWanted(const std::string& text, const std::string& path);
 Applied ParseApplied(const std::string& text, const std::string& path);
 

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// The agent's figures for a monitoring system, as a file in the OpenMetrics text format.
+// The agent's metrics, written to a file in the OpenMetrics text format.
 #ifndef TOOLS_QUOR_AGENT_METRICS_H_
 #define TOOLS_QUOR_AGENT_METRICS_H_
 
@@ -31,7 +31,7 @@ struct Metrics {
 
 std::string AsOpenMetrics(const Metrics& metrics);
 
-// Puts the text in the place of the file by a rename, for readers of any moment; not flushed.
+// Replaces the file by a rename, so that readers always find a complete one; does not flush it.
 // Raises std::system_error.
 void ReplaceMetricsFile(const std::string& path, const std::string& text);
 

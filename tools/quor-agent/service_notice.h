@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// What the service manager is told: a datagram to the socket that NOTIFY_SOCKET names.
+// Notifies the service manager by datagrams to the socket in NOTIFY_SOCKET.
 #ifndef TOOLS_QUOR_AGENT_SERVICE_NOTICE_H_
 #define TOOLS_QUOR_AGENT_SERVICE_NOTICE_H_
 
@@ -13,7 +13,7 @@ namespace QuorAgent {
 
 class ServiceNotice {
  public:
-  // Takes the environment of the service manager: without one nothing is sent.
+  // Reads the service manager's environment; without one, all calls do nothing.
   ServiceNotice();
 
   void Ready(const std::string& status);   // the first call says READY=1
@@ -21,7 +21,7 @@ class ServiceNotice {
   void Stopping();
   void Alive();  // for the watchdog; sent at most once in a quarter of its time
 
-  // How long to sleep at most; nothing without a watchdog.
+  // The longest time between two calls of Alive(); nothing without a watchdog.
   std::optional<std::chrono::milliseconds> AlivePeriod() const { return alivePeriod_; }
 
  private:

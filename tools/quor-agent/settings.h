@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// What the operator chose: the command line, and below it the configuration file.
+// The agent's settings, from the command line and, with lower precedence, the configuration file.
 #ifndef TOOLS_QUOR_AGENT_SETTINGS_H_
 #define TOOLS_QUOR_AGENT_SETTINGS_H_
 
@@ -33,7 +33,8 @@ struct Settings {
   bool mayShrink = false;
 };
 
-// Nothing when the program is to end with `*status`: help and version were printed, or a mistake.
+// Returns nothing if the program is to end with `*status`: help or version was printed, or the
+// command line is wrong.
 std::optional<Settings> ReadSettings(int count, char** words, int* status);
 
 }  // namespace QuorAgent

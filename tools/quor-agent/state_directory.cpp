@@ -40,7 +40,7 @@ class OpenFile {
   int descriptor_;
 };
 
-// A child of an agent that was just killed may hold it for a moment.
+// A child of an agent that was just killed may hold the lock for a moment.
 bool Lock(int directory) {
   for (int attempt = 0; attempt < kLockAttempts; ++attempt) {
     if (flock(directory, LOCK_EX | LOCK_NB) == 0) return true;
@@ -126,8 +126,8 @@ std::optional<std::string> StateDirectory::Read(const char* name) const {
   return bytes;
 }
 
-// The new file has one name, since the lock admits one writer: what a killed agent left is
-// overwritten.
+// The temporary has a fixed name, since the lock admits one writer: a file left by a killed agent
+// is overwritten.
 void StateDirectory::Replace(const char* name, const std::string& bytes) {
   const std::string next = std::string(".") + name + ".new";
   bool written = false;

@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// What the agent keeps between two runs: the release that the host is to hold, and what the host
-// held when it was last made equal to one.
+// The agent's durable state: the release that the host should hold, and the one that it held when
+// it was last made equal.
 #ifndef TOOLS_QUOR_AGENT_STATE_DIRECTORY_H_
 #define TOOLS_QUOR_AGENT_STATE_DIRECTORY_H_
 
@@ -34,7 +34,7 @@ class StateDirectory {
   StateDirectory& operator=(const StateDirectory&) = delete;
   ~StateDirectory();
 
-  // Nothing when there is none. Raises BadKeptFile for one that is not as it was written.
+  // Return nothing if the file does not exist. Raise BadKeptFile if it is damaged.
   std::optional<Wanted> ReadWanted() const;
   std::optional<Applied> ReadApplied() const;
 

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// SIGTERM and SIGINT, noticed where the agent can end.
+// Receives SIGTERM and SIGINT at the points where the agent can end.
 #ifndef TOOLS_QUOR_AGENT_STOP_REQUEST_H_
 #define TOOLS_QUOR_AGENT_STOP_REQUEST_H_
 
@@ -11,7 +11,7 @@
 
 namespace QuorAgent {
 
-// From its making on the two signals are blocked, so that they interrupt no step of a change.
+// Blocks the two signals from its construction on, so that they interrupt no step of a change.
 class StopRequest {
  public:
   StopRequest();
@@ -19,10 +19,11 @@ class StopRequest {
   StopRequest& operator=(const StopRequest&) = delete;
   ~StopRequest();
 
-  // Whether one has come; waits for it until then at most.
+  // Returns whether a signal has come; waits for one until `until`.
   bool Came(Clock::time_point until = Clock::time_point::min());
 
-  // Readable when one has come that Came() has not told of. -1 where the system has none left.
+  // Readable once a signal has come, until Came() has returned true. -1 if the system had no
+  // descriptor left.
   int descriptor() const { return descriptor_; }
 
  private:

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// When the agent does what: never all hosts at once.
+// The agent's schedule, spread at random so that hosts do not act at the same time.
 #ifndef TOOLS_QUOR_AGENT_TIMING_H_
 #define TOOLS_QUOR_AGENT_TIMING_H_
 
@@ -20,7 +20,7 @@ inline milliseconds SecondsOf(double seconds) {
 
 class Chance {
  public:
-  // Seconds between the two, in milliseconds.
+  // A random time from `least` to `most` seconds.
   milliseconds Between(double least, double most) {
     return SecondsOf(std::uniform_real_distribution<double>(least, most)(engine_));
   }
@@ -29,8 +29,8 @@ class Chance {
   std::minstd_rand engine_{std::random_device()()};
 };
 
-// The waits after failures in a row: 0.25 s, doubled each time up to 30 s, of which the half to the
-// whole is waited.
+// Waits after successive failures: 0.25 s, doubled each time up to 30 s; the actual wait is between
+// half of that and all of it.
 class BackOff {
  public:
   milliseconds Next(Chance* chance) {

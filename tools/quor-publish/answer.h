@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// What a command has to say, and how it ends.
+// A command's output and exit status.
 #ifndef TOOLS_QUOR_PUBLISH_ANSWER_H_
 #define TOOLS_QUOR_PUBLISH_ANSWER_H_
 

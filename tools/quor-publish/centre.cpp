@@ -66,7 +66,7 @@ void Centre::ExpectStandby() {
                          "is lost when this server is");
 }
 
-// The server ends the transaction by itself when the connection ends.
+// If the connection ends, the server rolls the transaction back by itself.
 void Centre::TakeBack() {
   try {
     if (connection_.IsUsable()) Ask("rollback");
@@ -87,7 +87,8 @@ void Centre::Commit(const std::string& what) {
                        std::string(failure.what()) + "; it is not known whether " + what +
                            " is there: look with \"quor-publish log\" when the centre is back");
   }
-  // Whoever cancels the wait has the change on the primary alone, and gets a warning for it.
+  // A wait for the standby that is cancelled leaves the change on the primary alone, and the server
+  // warns of it.
   const std::vector<std::string> warnings = connection_.TakeWarnings();
   if (warnings.empty() || options_.noStandby) return;
   throw CommandError(

@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// The centre as the publisher uses it: every question with a deadline, every change confirmed by a
-// synchronous standby.
+// The publisher's connection to the centre: every question has a deadline, every change is
+// confirmed by a synchronous standby.
 #ifndef TOOLS_QUOR_PUBLISH_CENTRE_H_
 #define TOOLS_QUOR_PUBLISH_CENTRE_H_
 
@@ -29,7 +29,7 @@ class Centre {
   // Raises QuorFleet::FleetError.
   Centre(const CentreOptions& options, Use use);
 
-  // One statement outside of any change. Raises QuorFleet::FleetError.
+  // Executes one statement outside of a transaction. Raises QuorFleet::FleetError.
   QuorFleet::Rows Ask(const std::string& statement,
                       const std::vector<QuorFleet::Parameter>& parameters = {},
                       QuorFleet::RowFormat format = QuorFleet::RowFormat::kText);

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// Where hosts look: channels, moved forward only.
+// Channels, which name the release for their hosts and only move forward.
 #ifndef TOOLS_QUOR_PUBLISH_CHANNEL_COMMANDS_H_
 #define TOOLS_QUOR_PUBLISH_CHANNEL_COMMANDS_H_
 
@@ -17,11 +17,11 @@ void Promote(const CentreOptions& options, ReleaseId id, const std::string& name
 void Pause(const CentreOptions& options, const std::string& name, bool paused, Answer* answer);
 void AddChannel(const CentreOptions& options, const std::string& name, Answer* answer);
 
-// Raises CommandError when the release would take hosts of the channel back, or when they would
-// refuse it for what it deletes.
+// Raises CommandError if the release would take hosts of the channel back, or if they would refuse
+// it for its deletions.
 void ExpectForward(Centre& centre, const ReleaseRow& release, const ChannelRow& channel);
 
-// Offers the release to all hosts of the channel; ends the share of a roll-out.
+// Offers the release to all hosts of the channel; ends a staged roll-out.
 void MoveChannel(Centre& centre, ReleaseId release, const std::string& channel);
 
 }  // namespace QuorPublish

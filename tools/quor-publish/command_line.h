@@ -12,8 +12,8 @@
 
 namespace QuorPublish {
 
-// Runs the command that `words` (the arguments after the program's name) name. Failures are raised;
-// what was found out before one is in the answer.
+// Runs the command that `words` (the arguments after the program's name) name. Raises on failure;
+// output produced before is in the answer.
 void RunCommand(const std::vector<std::string>& words, Answer* answer);
 
 }  // namespace QuorPublish

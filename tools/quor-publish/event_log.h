@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// What was done at the centre, by whom and why.
+// The log of all changes at the centre: when, by whom and why.
 #ifndef TOOLS_QUOR_PUBLISH_EVENT_LOG_H_
 #define TOOLS_QUOR_PUBLISH_EVENT_LOG_H_
 
@@ -11,7 +11,7 @@
 
 namespace QuorPublish {
 
-// The newest `most` entries, the newest first.
+// At most `most` entries, the newest first.
 void ShowLog(const CentreOptions& options, int most, const Quorctl::RecordChoices& choices,
              Answer* answer);
 

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// Which host has which release, and how it is.
+// The release and the state of every host.
 #ifndef TOOLS_QUOR_PUBLISH_FLEET_STATUS_H_
 #define TOOLS_QUOR_PUBLISH_FLEET_STATUS_H_
 
@@ -19,7 +19,7 @@
 
 namespace QuorPublish {
 
-// From worst to best; each host is in one of them.
+// Ordered from worst to best; each host is in exactly one.
 enum class Condition { kRefusing, kSilent, kDrift, kBehind, kCurrent };
 inline constexpr std::array<Condition, 5> kConditions = {Condition::kRefusing, Condition::kSilent,
                                                          Condition::kDrift, Condition::kBehind,

@@ -25,7 +25,7 @@ class Argument {
   void Declare(CLI::App& app, const std::string& name, const std::string& valueName,
                const std::string& description);
 
-  // Of a value that can only be one of a few: these words, with blanks between them.
+  // For a value with a few possible words: these words, separated by blanks.
   void OfferChoices(const std::string& choices);
 
   bool Given() const;
@@ -49,7 +49,7 @@ class Arguments {
   CLI::Option* option_ = nullptr;
 };
 
-// The two sides of "KEY=VALUE". Raises UsageError, which tells the form.
+// Splits "KEY=VALUE". Raises UsageError, whose message gives the form.
 std::pair<std::string, std::string> SplitWord(const std::string& word, const std::string& form);
 
 // An option without a value, which sets `flag`.

@@ -8,7 +8,7 @@
 namespace Quorctl {
 namespace {
 
-// What the host's switch says now, whatever this process was made to use.
+// The state of the host's switch, even if this process was told to use the other store.
 bool SwitchOfTheHost() {
   const bool used = BackendSwitch().on;
   HostPlatform::UseHostDirectory(HostPlatform::HostDirectory());

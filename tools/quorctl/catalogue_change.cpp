@@ -63,7 +63,8 @@ struct Present {
   }
 };
 
-// What is to be kept has to be complete; without history the operator wants to be rid of it.
+// The history takes complete catalogues only. With --no-history, records that cannot be read may be
+// lost.
 Present ReadPresent(bool replacesDamaged, bool noHistory) {
   Present present;
   try {
@@ -102,7 +103,8 @@ std::string NameOf(const Difference& difference) {
          Quoted(difference.name) + done;
 }
 
-// What somebody changed since the catalogue had these digests, where the history has that one.
+// Names the records that changed since the catalogue had the digests `basis`, if the history still
+// has that catalogue; otherwise only the kinds.
 std::string ChangedSince(const std::string& basis, const Present& present) {
   std::string changes;
   for (const HistoryEntry& entry : ListHistory()) {
@@ -173,7 +175,7 @@ class Plan {
             {"digests", {{"policies", digests.first}, {"datastores", digests.second}}}};
   }
 
-  // What is taken away, in words; empty when nothing is.
+  // The losses in words; empty if there are none.
   std::string Loss() const {
     if (request_.wipes) return "all policies and datastores" + present_.AndLost();
     return losses_.Any() ? losses_.InWords() + present_.AndLost() : present_.LostInWords();
@@ -197,7 +199,7 @@ class Plan {
     return text + problems;
   }
 
-  // What "quorctl check" would find afterwards.
+  // The problems that "quorctl check" would find after the change and does not find now.
   std::string NewProblemsInWords() const {
     const Findings findings = NewProblems(present_.live.catalogue, next_);
     std::string text;
@@ -210,7 +212,7 @@ class Plan {
     return findings.empty() ? text : text + request_.advice;
   }
 
-  // The counts, the headings, what follows and the question are to be seen too.
+  // Leaves room for the counts, the headings, the lines that follow and the question.
   static std::size_t RowsOnTerminal(const std::string& following) {
     const auto rows = static_cast<std::ptrdiff_t>(SizeOfTerminal().rows);
     if (rows == 0) return SIZE_MAX;

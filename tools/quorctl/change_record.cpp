@@ -15,8 +15,8 @@
 namespace Quorctl {
 namespace {
 
-// Where the catalogue itself or the disk is what is in the way. Another process, a right that is
-// missing or a directory that is not safe would be in the way of the change too.
+// True if the catalogue or a full disk is the obstacle, so that the change could work without
+// history. Another process, a missing right or an unsafe directory would stop the change as well.
 bool HelpsToKeepNothing(const std::exception_ptr& failure) {
   try {
     std::rethrow_exception(failure);

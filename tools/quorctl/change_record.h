@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// What the history holds of a change: the catalogue before it, and the one that it is to put there.
+// The two entries that a change makes in the history: the catalogue before it and the one after it.
 #ifndef TOOLS_QUORCTL_CHANGE_RECORD_H_
 #define TOOLS_QUORCTL_CHANGE_RECORD_H_
 

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// What every command offers to the command line and to the help.
+// Interface of a command to the command line and to the help.
 #ifndef TOOLS_QUORCTL_COMMAND_H_
 #define TOOLS_QUORCTL_COMMAND_H_
 
@@ -45,7 +45,8 @@ class Command {
   // Whether it may make a host directory that is named and not there.
   virtual bool MakesHost() const { return false; }
 
-  // What it lists; `kind` is the first word behind the verb. Null where it lists nothing.
+  // The layout of the records that the command lists, where `kind` is the first word after the
+  // verb. Null if it lists none.
   virtual const RecordLayout* Lists(const std::string& /*kind*/) const { return nullptr; }
 
   // Does the work. Failures are raised.

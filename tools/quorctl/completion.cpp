@@ -62,9 +62,9 @@ class Completion {
   void OfferDatastores();
   void OfferNumbers();
 
-  // Those that begin with what is typed, but for what a shell would show as it is.
+  // Candidates that begin with the typed text, without those that a shell would have to escape.
   void Offer(const std::string& value, const std::string& description = "");
-  // As an argument too: one with a dash would be an option, unless "--" was typed.
+  // A candidate with a leading dash would be read as an option, unless "--" was typed before.
   void OfferRecord(const std::string& value, const std::string& description);
 
   CommandTable commands_ = MakeCommandTable();
@@ -147,7 +147,7 @@ void Completion::UseRoot(std::string directory) const {
   HostPlatform::UseHostDirectory(directory);
 }
 
-// Before a command is there, the option of any.
+// Looks among the options of the typed command, or of all commands if none is typed yet.
 const CLI::Option* Completion::FindOption(const std::string& name) const {
   if (const CLI::Option* const option = global_.get_option_no_throw(name)) return option;
   for (const auto& [command, parser] : parsers_) {
@@ -157,7 +157,7 @@ const CLI::Option* Completion::FindOption(const std::string& name) const {
   return nullptr;
 }
 
-// What the word that is typed would be; the last argument may be there any number of times.
+// The argument that the typed word belongs to. The last argument may repeat.
 const CLI::Option* Completion::NextArgument() const {
   std::size_t left = arguments_.size();
   for (const CLI::Option* const option : parsers_.at(command_->Info().name).get_options()) {

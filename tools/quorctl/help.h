@@ -12,7 +12,7 @@ namespace Quorctl {
 // What "quorctl help" prints.
 std::string GeneralHelp();
 
-// What "quorctl help VERB" prints. Raises CommandError (usage) for an unknown verb.
+// Returns the text of "quorctl help VERB". Raises CommandError (usage) for an unknown verb.
 std::string CommandHelp(const std::string& verb);
 
 }  // namespace Quorctl

@@ -46,8 +46,8 @@ struct HistoryEntry {
 // "/var/lib/quor/history"
 std::string HistoryDirectory();
 
-// What is kept, the newest first. Other files are passed over. Raises std::system_error
-// when the directory cannot be read.
+// The entries of the history, the newest first. Other files are ignored. Raises std::system_error
+// if the directory cannot be read.
 std::vector<HistoryEntry> ListHistory();
 
 // Likewise what changes were to put in place that did not come to their end, or are going on.

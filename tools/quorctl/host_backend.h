@@ -18,11 +18,11 @@ HostPlatform::FeatureState BackendSwitch();
 // choice than this one, which has to take the default.
 void ExpectReadable(const HostPlatform::FeatureState& backendSwitch);
 
-// Makes this process use the configuration store or the configuration file, whatever the switch
-// says from now on: a command that asks several times is to ask the same store.
+// Makes this process use the given store from now on, whatever the switch says, so that all calls
+// of a command go to the same store.
 void UseBackend(bool usesConfigStore);
 
-// For commands that only look: a lock that is held for longer is told, and not waited for.
+// For read-only commands: shortens the lock deadline, so that a held lock is reported soon.
 void WaitBriefly();
 
 // The choice of the words "store" and "file", which stand for the two. Raises UsageError for

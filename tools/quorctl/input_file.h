@@ -12,7 +12,7 @@ namespace Quorctl {
 
 inline constexpr std::size_t kLargestInput = std::size_t{256} << 20;
 
-// What messages call the input: the path itself, or "standard input" for "-".
+// The input's name in messages: the path, or "standard input" for "-".
 std::string InputName(const std::string& path);
 
 // All bytes of the file, or of standard input for "-". Raises CommandError (bad input) when it

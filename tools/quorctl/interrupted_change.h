@@ -12,8 +12,8 @@
 
 namespace Quorctl {
 
-// Those of the pending entries that no quorctl carries on and whose catalogue is not in place, the
-// newest first. Of both stores; this process goes on with the one that it uses.
+// Pending entries of both stores that no running quorctl works on and whose catalogue is not in
+// place, the newest first. Does not change which store this process uses.
 std::vector<HistoryEntry> ListInterrupted();
 
 // "apply of 2026-11-20T13:31:03Z to the configuration store was interrupted"

@@ -45,7 +45,7 @@ std::optional<HeldLock> FindHeldLock() {
   return std::nullopt;
 }
 
-// The lock of those who give numbers in the history is none of the host's two.
+// True if the lock of the history, which is neither of the host's two, was held too long.
 bool IsHistoryBusy(const std::exception_ptr& failure) {
   try {
     std::rethrow_exception(failure);

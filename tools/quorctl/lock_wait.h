@@ -31,7 +31,7 @@ class LockWait {
   // when a signal ends the wait or the lock stays held; what the call raises for other reasons.
   void Do(const std::string& step, const std::function<void()>& call);
 
-  // A turn of waiting for `holder`, who holds `lock`, without a call. Raises like Do().
+  // One turn of waiting for `holder` to release `lock`, without a call. Raises like Do().
   void Pause(const std::string& lock, const std::string& holder);
 
  private:

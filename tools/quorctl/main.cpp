@@ -27,8 +27,8 @@ void WriteOutput(const CommandOutput& output) {
                          (output.changedHost ? "; the command itself was carried out" : ""));
 }
 
-// What a command found out before it failed is shown too, and before its error, which often speaks
-// of it; the status of the command is the one that counts.
+// Output that a command produced before it failed is printed too, and before the error message,
+// which often refers to it. The exit status is the command's.
 ExitStatus RunAndReport(const std::vector<std::string>& words) {
   CommandOutput output;
   ExitStatus status = ExitStatus::kDone;

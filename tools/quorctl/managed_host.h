@@ -1,8 +1,7 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// Whether quor-agent keeps the host's catalogue equal to a release, and so undoes what is changed
-// here.
+// Detects that quor-agent keeps the host's catalogue equal to a release, and so will undo a change.
 #ifndef TOOLS_QUORCTL_MANAGED_HOST_H_
 #define TOOLS_QUORCTL_MANAGED_HOST_H_
 
@@ -15,7 +14,7 @@ namespace Quorctl {
 // one, which belongs to the usual host directory only.
 std::string StateOfAgent();
 
-// What to tell before a change, without a line feed; empty when no agent keeps the host.
+// The warning to print before a change, without a line feed; empty if no agent manages the host.
 std::string WarningOfAgent();
 
 }  // namespace Quorctl

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// One line on the terminal that tells what takes so long.
+// A line on the terminal that names the step in progress and its duration.
 #ifndef TOOLS_QUORCTL_PROGRESS_LINE_H_
 #define TOOLS_QUORCTL_PROGRESS_LINE_H_
 

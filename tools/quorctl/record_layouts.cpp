@@ -65,7 +65,7 @@ std::vector<FieldValue> ValuesOf(const Record& record) {
   return values;
 }
 
-// The keys of a document, which are what is written as data.
+// The document's keys: the fields that JSON, YAML and CSV output have by default.
 template <typename Record>
 std::vector<std::string> KeysOf() {
   std::vector<std::string> keys;
@@ -128,7 +128,7 @@ DatastoreRows::DatastoreRows(RecordWriter* writer) : writer_(writer) {
   const StoredRecords stored;
   policies_ = QuorLib::ListPolicyInfo();
   stored.WarnOfPolicies(policies_.size());
-  // Of equal identifiers the library takes the policy that is stored first.
+  // Among policies with equal identifiers the library uses the one that is stored first.
   std::stable_sort(
       policies_.begin(), policies_.end(),
       [](const QuorPolicyInfo& a, const QuorPolicyInfo& b) { return a.policyId < b.policyId; });

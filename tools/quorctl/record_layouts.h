@@ -12,8 +12,8 @@
 
 namespace Quorctl {
 
-// As data exactly the elements of a catalogue document. What is computed ("blobBytes") can be asked
-// for by its name.
+// JSON, YAML and CSV output have exactly the fields of a catalogue document. Computed fields
+// ("blobBytes") are written only if asked for by name.
 const RecordLayout& PolicyLayout();
 void AddPolicy(const TavQuor::QuorPolicyInfo& policy, RecordWriter* writer);
 

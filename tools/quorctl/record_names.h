@@ -20,7 +20,7 @@
 
 namespace Quorctl {
 
-// By what a record is named, the first before the second: its first fields.
+// The fields by which a record is named, in the order in which they are tried.
 inline std::array<const std::string*, 2> NamesOf(const TavQuor::QuorPolicyInfo& policy) {
   return {&policy.policyId, &policy.name};
 }
@@ -62,7 +62,8 @@ std::size_t FindOne(const std::vector<Record>& records, const std::string& key) 
                                              Quoted(key) + "; nothing was changed");
 }
 
-// As FindByKey(), else, where it is a pattern (* ? []), those with a name that fits.
+// Like FindByKey(); if nothing has that key and it contains a pattern character (* ? []), the
+// records whose name matches.
 template <typename Record>
 std::vector<std::size_t> FindNamed(const std::vector<Record>& records, const std::string& wanted) {
   std::vector<std::size_t> found = FindByKey(records, wanted);

@@ -31,8 +31,8 @@ std::string DatastoresStep(std::size_t count) {
   return "replacing " + Counted(count, "datastore", "datastores");
 }
 
-// The old policies that are named by the old datastores and have no successor. The new ones stand
-// before them in a list: where a name is there twice it is the new policy that is found.
+// Old policies that old datastores still name and that have no successor. In a list they stand
+// after the new policies, so that the new one is found first if a name is there twice.
 Policies StillNamed(const Catalogue& present, const Catalogue& next, bool inStore) {
   std::unordered_set<std::string_view> named;
   std::unordered_set<std::string_view> names;
@@ -121,7 +121,8 @@ void Replacement::ReplaceBoth(LockWait* wait, ProgressLine* progress,
     PutPoliciesBack(present_.catalogue.policies, first, failure, record);
   }
   if (kept.empty()) return;
-  // A lookup is two: who has found a datastore's old default policy gets the time to find that one.
+  // A lookup takes two reads: a reader that has read a datastore's old default policy gets time to
+  // read that policy.
   std::this_thread::sleep_for(kGrace);
   try {
     progress->Begin("deleting " + Counted(kept.size(), "policy", "policies"));

@@ -23,8 +23,8 @@ int WriteStandardOutput(const std::string& text);
 // Writes "quorctl: ", the message and a line feed. What could act on a terminal is escaped.
 void WriteErrorLine(const std::string& message);
 
-// Writes what is for a person at the terminal to standard error, with no line feed added. What
-// could act on a terminal is escaped, but for the carriage return and the line feed.
+// Writes text for a person at the terminal to standard error, without adding a line feed.
+// Characters that a terminal acts on are escaped, except carriage return and line feed.
 void WriteTerminal(const std::string& text);
 
 }  // namespace Quorctl

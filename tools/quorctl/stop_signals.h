@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// Ends a command that runs until it is told to stop.
+// Waits that SIGINT and SIGTERM end, for commands without an end of their own.
 #ifndef TOOLS_QUORCTL_STOP_SIGNALS_H_
 #define TOOLS_QUORCTL_STOP_SIGNALS_H_
 

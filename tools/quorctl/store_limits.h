@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// What a host store would not keep as it is.
+// Values that a host store would not keep unchanged.
 #ifndef TOOLS_QUORCTL_STORE_LIMITS_H_
 #define TOOLS_QUORCTL_STORE_LIMITS_H_
 

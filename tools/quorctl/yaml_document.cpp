@@ -44,8 +44,8 @@ std::string InJsonQuotes(const std::string& text) {
   return quoted + '"';
 }
 
-// A decimal number as JSON has it, without the plus and the leading zeros that YAML allows. Empty
-// for what is none.
+// Converts a decimal number to its JSON form, without the plus sign and leading zeros that YAML
+// allows. Empty if it is no decimal number.
 std::string AsInteger(std::string_view text) {
   std::string sign;
   if (!text.empty() && (text.front() == '-' || text.front() == '+')) {
@@ -119,7 +119,7 @@ class JsonWriter final : public YAML::EventHandler {
     if (tag != "?" && tag != "!" && !tag.empty()) Fail(mark, "tags (!name) are not taken");
   }
 
-  // What stands before the next value. True when that is a key.
+  // Writes the separator before the next value. Returns true if that value is a key.
   bool Begin(const YAML::Mark& mark) {
     bool isKey = false;
     if (!levels_.empty()) {

@@ -16,9 +16,8 @@ namespace Quorctl {
 // DocumentError for what is not YAML, or uses aliases or tags, which JSON does not have.
 std::string ReadDocument(const std::string& path);
 
-// YAML as JSON whose values stand on the lines on which they stand there, so that what reads the
-// JSON tells the right lines. Scalars without quotation marks are what the core schema of YAML 1.2
-// takes them for; numbers are decimal.
+// Converts YAML to JSON with every value on the line where it stands in the YAML, so that errors
+// name YAML's lines. Unquoted scalars are resolved by YAML 1.2's core schema; numbers are decimal.
 std::string YamlAsJson(const std::string& yaml, const std::string& source);
 
 }  // namespace Quorctl

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// What somebody may have meant by a word that is unknown.
+// Suggests a known word for a mistyped one.
 #ifndef TOOLS_CATALOGUE_TEXT_SUGGESTION_H_
 #define TOOLS_CATALOGUE_TEXT_SUGGESTION_H_
 

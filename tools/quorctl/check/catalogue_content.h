@@ -14,7 +14,7 @@ void CheckDuplicates(const Catalogue& catalogue, Findings* findings);
 // `policiesLost`: the catalogue lacks policies that cannot be read.
 void CheckDefaultPolicies(const Catalogue& catalogue, bool policiesLost, Findings* findings);
 
-// What these find in `after` and not in `before`.
+// Findings in `after` that are not in `before`.
 Findings NewProblems(const Catalogue& before, const Catalogue& after);
 
 }  // namespace Quorctl

@@ -21,7 +21,7 @@ namespace {
 
 constexpr char kByHand[] = "correct the file by hand, or restore it from a backup";
 
-// As the library decodes: up to the first NUL.
+// Decodes up to the first NUL, as the library does.
 bool IsBase64(const std::string& text) {
   uint8_t* bytes = nullptr;
   size_t length = 0;

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// The host directory and what is in it: modes, owners, switches, locks and room.
+// Checks the host directory and its files: modes, owners, switches, locks and free space.
 #ifndef TOOLS_QUORCTL_CHECK_HOST_FILES_H_
 #define TOOLS_QUORCTL_CHECK_HOST_FILES_H_
 
@@ -11,7 +11,7 @@ namespace Quorctl {
 
 void CheckModesAndOwners(Findings* findings);
 
-// Whether the switches can be read by everybody who is to see them.
+// Checks that every user who needs the switches can read them.
 void CheckSwitches(Findings* findings);
 
 // A lock that is held for as long as this looks at it, about a second.

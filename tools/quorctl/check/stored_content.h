@@ -11,8 +11,8 @@
 
 namespace Quorctl {
 
-// Of all kinds of objects, also those of other programs. Raises ConfigStoreException for lack of
-// permission only.
+// Checks all kinds of objects, including those of other programs. Raises ConfigStoreException only
+// for lack of permission.
 void CheckConfigStore(Findings* findings);
 
 // The catalogue's branches. Raises ConfigFileException for lack of permission only.

@@ -73,8 +73,8 @@ class ExplainCommand final : public Command {
                              : QuorLib::GetDefaultPolicyBlob(url_.Value());
   }
 
-  // Adds the steps up to the one that ends the lookup, and tells why it does; nothing where a blob
-  // is found.
+  // Adds the steps of the lookup up to the one that ends it, with the reason. Adds nothing if a
+  // blob is found.
   std::string Walk(const LiveCatalogue& live, LabelledLines* lines) const {
     const auto& policies = live.catalogue.policies;
     const std::size_t lost = live.lostPolicies + live.lostDatastores;

@@ -142,7 +142,7 @@ class GetCommand final : public Command {
     return shown;
   }
 
-  // One that is missed may be one that cannot be read.
+  // A record that was not found may be one that cannot be read.
   template <typename ExpectComplete>
   void Finish(const Shown& shown, RecordWriter* writer, CommandOutput* output,
               const ExpectComplete& expectComplete) const {

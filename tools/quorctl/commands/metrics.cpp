@@ -76,7 +76,7 @@ std::string LastPart(const std::string& path) {
   return path.substr(path.rfind('/') + 1);
 }
 
-// What the library answers. False when it cannot be asked, which is counted as a finding.
+// Asks the library for counts and digests. Returns false if it raises, which counts as a finding.
 bool AddCatalogue(bool configStore, MetricsText* text, Findings* findings) {
   Catalogue catalogue;
   std::pair<std::string, std::string> digests;

@@ -73,7 +73,8 @@ class MigrateCommand final : public Command {
                                             "written");
   }
 
-  // Of the source, as it is now: it may have changed since it was read. The target stays in use.
+  // Whether the source still has these digests: it may have changed since it was read. Leaves the
+  // target selected.
   static bool IsStill(bool toStore, const Digests& digests) {
     UseBackend(!toStore);
     const Digests source = QuorLib::GetDbHash();

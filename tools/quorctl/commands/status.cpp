@@ -59,7 +59,7 @@ StoredFile StateOf(bool configStore) {
   return file;
 }
 
-// Who gets through the directory to the file. Root always does.
+// The users who can reach and read the file. Root always can.
 std::string Readers(const StoredFile& file) {
   struct stat directory;
   struct stat status;
@@ -89,7 +89,8 @@ void AddFile(const StoredFile& state, LabelledLines* lines) {
   if (!state.problem.empty()) lines->Add("  problem:", state.problem);
 }
 
-// "16 policies and 20 datastores". Nobody waits long for what is told by the way.
+// Returns "16 policies and 20 datastores". Waits only briefly for a lock: the counts are a side
+// note.
 std::string CountsOfStore(bool configStore) {
   const bool used = BackendSwitch().on;
   const std::uint32_t timeout = HostPlatform::LockTimeout();
@@ -107,7 +108,7 @@ std::string CountsOfStore(bool configStore) {
   return counts;
 }
 
-// What the store that is not in use holds: after a switch it would be the catalogue.
+// The records in the store that is not in use, which would be the catalogue after a switch.
 void AddOtherFile(bool usesConfigStore, LabelledLines* lines) {
   const StoredFile other = StateOf(!usesConfigStore);
   std::string size = "nothing stored";
@@ -133,7 +134,7 @@ void AddHistory(LabelledLines* lines) {
   }
 }
 
-// What the library answers, so that it is what every program on the host gets.
+// Counts and digests by the library's calls, so they are what every program on the host gets.
 struct Answers {
   std::size_t policies = 0;
   std::size_t datastores = 0;
@@ -186,7 +187,7 @@ void AddAnswers(const Answers& answers, ordered_json* object) {
   (*object)["datastoreDigest"] = answers.digests.second;
 }
 
-// What could be found out, also where the rest raises.
+// Collects the lines found so far, which are printed even if a later part raises.
 class StatusText {
  public:
   StatusText(const FeatureState& backend, const StoredFile& file, bool json) : json_(json) {

@@ -54,7 +54,7 @@ milliseconds PeriodOf(const std::string& text) {
   return milliseconds(std::lround(seconds * 1000));
 }
 
-// What libquorc notices of the host directory.
+// Changes of the host directory, noticed by libquorc's change descriptor.
 class Changes {
  public:
   explicit Changes(const std::string& directory) {

@@ -11,11 +11,11 @@
 
 namespace Quorctl {
 
-// Of escaped text: combining marks take no column, wide East Asian characters and emoji two, all
-// others one. Does not depend on the locale, unlike the C library's answer.
+// Columns of escaped text: combining marks take none, wide East Asian characters and emoji two, all
+// others one. Unlike wcwidth(), independent of the locale.
 std::size_t DisplayWidth(std::string_view text);
 
-// As much of the beginning as takes no more than so many columns.
+// The longest prefix that takes at most so many columns.
 std::string FirstColumns(std::string_view text, std::size_t columns);
 
 }  // namespace Quorctl

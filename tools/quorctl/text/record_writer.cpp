@@ -27,8 +27,8 @@ int Order(const FieldValue& a, const FieldValue& b) {
   return left < right ? -1 : left > right;
 }
 
-// Of a string its text, of everything else the JSON text. A spreadsheet would take a text that
-// begins with one of these characters for a formula, and calculate it.
+// A string's text; the JSON text of any other value. A spreadsheet would evaluate a text that
+// begins with one of these characters as a formula.
 std::string CsvCell(const FieldValue& value, bool guarded) {
   if (value.json.is_null()) return "";
   if (!value.json.is_string()) return JsonOnOneLine(value.json);

@@ -17,7 +17,7 @@ struct TerminalSize {
   std::size_t columns = 0;
 };
 
-// Of standard output; nothing where it is no terminal or does not tell its size.
+// Size of the terminal at standard output; zero if it is none or does not tell its size.
 inline TerminalSize SizeOfTerminal() {
   winsize size = {};
   if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0) return {};

@@ -26,7 +26,7 @@ bool IsLetter(char byte) {
   return (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z');
 }
 
-// What YAML 1.1 or 1.2 reads as something else than a string.
+// True if a YAML 1.1 or 1.2 reader would take the plain scalar for something other than a string.
 bool IsKeyword(const std::string& text) {
   constexpr std::array<const char*, 9> kKeywords = {"true", "false", "null", "yes", "no",
                                                     "on",   "off",   "y",    "n"};
