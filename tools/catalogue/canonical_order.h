@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// The order of records in a document that is to be compared, kept and applied again.
+// The order of records in a document that will be compared, kept or applied again.
 #ifndef TOOLS_CATALOGUE_CANONICAL_ORDER_H_
 #define TOOLS_CATALOGUE_CANONICAL_ORDER_H_
 

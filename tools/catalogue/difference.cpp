@@ -33,7 +33,7 @@ std::map<std::string_view, BlobViews> ByNamespace(const Blobs& blobs) {
   return result;
 }
 
-// Whether the records themselves are equal, member by member, but for the order of blobs.
+// True if the records are equal member by member, ignoring the order of blobs.
 bool AreSame(const QuorDatastoreInfo& a, const QuorDatastoreInfo& b) {
   return Members(a) == Members(b);
 }

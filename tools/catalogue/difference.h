@@ -45,7 +45,7 @@ struct Difference {
 // policies) the same identifier, so that a renamed policy is changed, not deleted.
 std::vector<Difference> CompareCatalogues(const Catalogue& before, const Catalogue& after);
 
-// Whether both hold the same records, each as a whole, in whatever order.
+// True if both catalogues hold the same records, in any order.
 bool AreSameRecords(const Catalogue& a, const Catalogue& b);
 
 // How many of the differences are of this change and kind.

@@ -12,8 +12,8 @@
 
 namespace Quorctl {
 
-// Tells, with both places, of two policies of one name, two datastores of one URL, and two blobs of
-// one namespace in a policy. `consequence` ends the message: what becomes of such records.
+// Reports two policies of one name, two datastores of one URL, and two blobs of one namespace in a
+// policy, each with both places. `consequence` ends the message: what happens to such records.
 void FindRepeatedKeys(const Catalogue& catalogue, const std::string& consequence,
                       DocumentProblems* problems);
 

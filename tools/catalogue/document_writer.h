@@ -21,9 +21,9 @@ nlohmann::ordered_json ValueAsJson(const std::string& value);
 nlohmann::ordered_json ValueAsJson(std::int64_t value);
 nlohmann::ordered_json ValueAsJson(const Blobs& value);
 
-// The whole document, with the records in the order given, whatever bytes they hold: as a tree, and
-// as the text that ReadCatalogueDocument() reads, which is safe to show on a terminal; the latter
-// also handed to `write` in parts, of which only one is in memory.
+// The whole document, with the records in the given order and with any bytes in them: as a tree; as
+// the text that ReadCatalogueDocument() reads, safe to show on a terminal; and as the same text
+// handed to `write` in parts, so that only one part is in memory.
 nlohmann::ordered_json CatalogueAsJson(const Catalogue& catalogue);
 std::string CatalogueAsDocument(const Catalogue& catalogue);
 void WriteDocument(const Catalogue& catalogue, const std::function<void(std::string_view)>& write);

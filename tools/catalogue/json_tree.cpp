@@ -171,7 +171,7 @@ class TreeBuilder final : public nlohmann::json_sax<json> {
     return true;
   }
 
-  // Behind what was read last there may be one byte that the parser looked at.
+  // The parser may have looked at one byte after the last token.
   std::size_t Line() const {
     return 1 + static_cast<std::size_t>(std::count(text_.data(), reached_ - 1, '\n'));
   }
@@ -224,7 +224,8 @@ json ParseJson(const std::string& text, const std::string& source,
   if (std::string_view(text).substr(0, kByteOrderMark.size()) == kByteOrderMark) {
     throw DocumentError(source, "", "starts with a byte-order mark; save it as UTF-8 without one");
   }
-  // The parser takes a zero byte for the end of the text and would not look at what follows it.
+  // The parser stops at a zero byte, as at the end of the text, and would ignore the bytes after
+  // it.
   const std::size_t zero = text.find('\0');
   if (zero != text.npos) {
     throw DocumentError(source, LineAndColumn(text, zero + 1),

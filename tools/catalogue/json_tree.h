@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// JSON text to a tree, refusing what a catalogue must not contain whatever its shape.
+// Parses JSON text into a tree. Refuses text that no catalogue document may be, whatever its keys.
 #ifndef TOOLS_CATALOGUE_JSON_TREE_H_
 #define TOOLS_CATALOGUE_JSON_TREE_H_
 

@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// The members of a record, in one table for each kind: whatever reads, writes, compares or shows
-// records walks it, so that no field can be forgotten in one of these places.
+// The members of a record, in one table for each kind. Code that reads, writes, compares or shows
+// records iterates over the table, so that it cannot forget a field.
 #ifndef TOOLS_CATALOGUE_RECORD_FIELDS_H_
 #define TOOLS_CATALOGUE_RECORD_FIELDS_H_
 

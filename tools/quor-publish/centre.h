@@ -34,9 +34,9 @@ class Centre {
                       const std::vector<QuorFleet::Parameter>& parameters = {},
                       QuorFleet::RowFormat format = QuorFleet::RowFormat::kText);
 
-  // Does `change` in one transaction, and returns when a synchronous standby shows what it did.
-  // Where there is none nothing is changed, unless that was allowed. `what` is for messages,
-  // "release 5": a change of which it is not known whether it was made is told as such.
+  // Executes `change` in one transaction, and returns once a synchronous standby shows its effect.
+  // Changes nothing if there is no such standby, unless that was allowed. `what` names the change
+  // in messages ("release 5"), also in the message that it is unknown whether the change was made.
   void Change(const std::string& what, const std::function<void()>& change);
 
   const std::string& server() const { return connection_.server(); }

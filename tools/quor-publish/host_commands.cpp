@@ -20,7 +20,7 @@ namespace {
                          "; nothing was changed; \"quor-publish status --hosts\" lists them");
 }
 
-// What the statement answers to the host's name and the other words.
+// The statement's answer for the host's name and the other words.
 bool ChangeHost(Centre& centre, const std::string& name, const std::string& statement,
                 const std::vector<QuorFleet::Parameter>& words) {
   bool answer = false;

@@ -73,7 +73,8 @@ ExitStatus Main(const std::vector<std::string>& words) {
   } catch (...) {
     failure = std::current_exception();
   }
-  // What was found out comes before the error, which often speaks of it.
+  // Output that a command produced before it failed is printed before the error, which often refers
+  // to it.
   const int error = Quorctl::WriteStandardOutput(answer.text);
   if (failure) {
     try {

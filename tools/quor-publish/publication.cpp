@@ -85,7 +85,7 @@ class Publication {
 
   Centre& centre() { return centre_; }
 
-  // For what was made here and now of what is at the centre.
+  // Sets the parent for a document that this command made from the newest release.
   void BasedOnNewest() {
     if (!options_.parent) options_.parent = newest_.id;
   }
@@ -130,7 +130,7 @@ class Publication {
     throw CommandError(ExitStatus::kMoved, message);
   }
 
-  // Shows what differs, and refuses what the agents would refuse.
+  // Shows the difference, and refuses what the agents would refuse.
   void Compare(const Draft& draft) {
     Catalogue before;
     try {

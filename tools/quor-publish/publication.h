@@ -27,8 +27,8 @@ struct PublishOptions {
   bool dryRun = false;
 };
 
-// Shows what differs from the newest release and makes another one of the document. Raises
-// CommandError when the newest release is not the parent, or when the operator has to confirm.
+// Shows the difference from the newest release and makes a release of the document. Raises
+// CommandError if the newest release is not the parent, or if the operator has to confirm.
 void Publish(const CentreOptions& centre, const PublishOptions& options, Answer* answer);
 
 // The same with the document of an older release.

@@ -1,10 +1,10 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// A release brought to all hosts in stages: a channel of canaries, a share of the hosts of the
-// channel, all of them. It goes on when the hosts of a stage have the release, and stops by itself
-// where they refuse it or fall silent. What was reached stays at the centre: the same command goes
-// on from there.
+// Brings a release to all hosts in stages: a channel of canaries, a share of the hosts of the
+// channel, all of them. Proceeds once the hosts of a stage have the release, and stops by itself if
+// they refuse it or fall silent. The stage reached is stored at the centre, so the same command
+// resumes there.
 #ifndef TOOLS_QUOR_PUBLISH_ROLLOUT_H_
 #define TOOLS_QUOR_PUBLISH_ROLLOUT_H_
 

@@ -10,11 +10,11 @@
 
 namespace QuorPublish {
 
-// Makes what is missing, each version in a transaction. Raises CommandError for tables of a later
-// version than this program knows.
+// Makes the missing versions of the schema, each in a transaction. Raises CommandError if the
+// tables are of a later version than this program knows.
 void SetUpSchema(const CentreOptions& options, Answer* answer);
 
-// Deletes the releases that are older than the newest `keep`, but for those of a channel or a host.
+// Deletes the releases older than the newest `keep`, except those that a channel or a host has.
 void Retain(const CentreOptions& options, int keep, Answer* answer);
 
 }  // namespace QuorPublish

@@ -11,10 +11,11 @@
 
 namespace QuorPublish {
 
-// The page of status_page.html, in which the data of AsJson() is to stand.
+// The page of status_page.html, with the data of AsJson() in its place.
 extern const char kStatusPage[];
 
-// One file that needs no other and no network. Whatever a host or an author wrote is shown as text.
+// A single file that needs no other file and no network. Text from hosts and authors is shown as
+// text only.
 std::string StatusAsPage(const FleetStatus& status);
 
 }  // namespace QuorPublish

@@ -9,8 +9,8 @@
 
 namespace Quorctl {
 
-// Keeps this process at the store that the switch selects now, so that all calls of a command ask
-// the same one. What is wrong with the switch has to be asked for before: see ExpectReadable().
+// Makes this process keep the store that the switch selects now, so that all calls of a command go
+// to the same one. Call ExpectReadable() before, which reports problems of the switch.
 void StayWithTheBackend();
 
 // A line for the output when the host's switch selects another store than the one that this process

@@ -38,7 +38,8 @@ using TavQuor::QuorLib;
 
 namespace {
 
-// Each attempt begins anew because another process was faster; more than a few means a quarrel.
+// An attempt starts over if another process was faster; after a few, the processes are fighting
+// each other.
 constexpr int kAttempts = 10;
 
 constexpr std::size_t kNamedChanges = 5;  // of those that somebody else made, and of new problems
@@ -82,7 +83,7 @@ Present ReadPresent(bool replacesDamaged, bool noHistory) {
   return present;
 }
 
-// Shows what was found out so far and asks; raises CommandError for a no.
+// Shows the output so far and asks. Raises CommandError if the answer is no.
 void Confirm(const ChangeRequest& request, const std::string& loss, ProgressLine* progress,
              CommandOutput* output) {
   const std::string place = SelectedBackendPlace();
@@ -162,7 +163,7 @@ class Plan {
            (whyAnew_.empty() ? "" : "all records are to be written anew: " + whyAnew_ + '\n');
   }
 
-  // How much differs, and the digests that the catalogue is to have.
+  // The number of differences, and the digests that the catalogue will have.
   nlohmann::ordered_json AsJson() const {
     const auto counts = [this](RecordKind kind) {
       return nlohmann::ordered_json{{"deleted", CountOf(differences_, Change::kDeleted, kind)},

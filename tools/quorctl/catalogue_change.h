@@ -29,7 +29,7 @@ class ChangeOptions {
 
   void Declare(CLI::App& verb);
 
-  // Raises UsageError for what makes no sense.
+  // Raises UsageError for options that contradict each other.
   void Check() const;
 
   bool confirmed() const { return confirmed_; }
@@ -67,13 +67,14 @@ struct ChangeRequest {
   bool obeysBasis = false;       // of the new catalogue
 };
 
-// Makes the catalogue that is to be of the present one. Called again when that has changed.
+// Makes the new catalogue from the present one. Called again if the present one has changed.
 using MakeCatalogue = std::function<void(const Catalogue& present, Catalogue* next)>;
 
-// Makes what `make` gives the catalogue of the host store that this process uses, or those of its
-// records that the request names. Adds to `output` what differs and what was done with it. Raises
-// CommandError: kNotConfirmed; kMoved when the catalogue is not the one that the change is based
-// on; kStore and kPermission with what has become of the host; others as the library.
+// Replaces the catalogue of the host store that this process uses, or the kinds of records that the
+// request names, by the result of `make`. Adds the differences and what was done to `output`.
+// Raises CommandError: kNotConfirmed; kMoved if the catalogue is not the one that the change is
+// based on; kStore and kPermission, with the state in which the host was left; and the library's
+// exceptions.
 ExitStatus ChangeCatalogue(const ChangeRequest& request, const ChangeOptions& options,
                            const MakeCatalogue& make, ProgressLine* progress,
                            CommandOutput* output);

@@ -9,13 +9,12 @@
 
 namespace Quorctl {
 
-// Held from the last look at the catalogue to the end of its replacement, which are several calls
-// of the library: between them another quorctl would replace what nobody has kept.
+// Held from the last look at the catalogue to the end of its replacement, which takes several calls
+// of the library: another quorctl between them would replace a catalogue that nobody has kept.
 class ChangeTurn {
  public:
-  // Waits with `wait`, and raises what it does. Without the lock file
-  // of the history, which only the owner can open, there is nothing to take turns by, and every
-  // change goes on at once.
+  // Waits with `wait`, and raises what it raises. Only the owner can open the history's lock file;
+  // other users' changes take no turns and start at once.
   explicit ChangeTurn(LockWait* wait);
   ChangeTurn(const ChangeTurn&) = delete;
   ChangeTurn& operator=(const ChangeTurn&) = delete;

@@ -69,9 +69,9 @@ CommandLine::Request CommandLine::Parse(const std::vector<std::string>& words) {
   return Request::kCommand;
 }
 
-// Settles what the parser would take otherwise than the operator means it: "--option=" gives an
-// empty value, where the parser would go on to the next word; a flag takes no value; and "++" means
-// nothing. Words behind "--" are left as they are.
+// Corrects cases that the parser reads differently from what the operator means: "--option=" gives
+// an empty value, where the parser would take the next word; a flag takes no value; and "++" has no
+// meaning. Words after "--" are left unchanged.
 std::vector<std::string> CommandLine::Prepared(const std::vector<std::string>& words) const {
   std::vector<std::string> prepared;
   bool isValue = false;  // of the option before

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// The command line: which command it names, and what holds for every command.
+// The command line: finds the command, and applies the options that every command has.
 #ifndef TOOLS_QUORCTL_COMMAND_LINE_H_
 #define TOOLS_QUORCTL_COMMAND_LINE_H_
 

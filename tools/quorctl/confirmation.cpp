@@ -18,7 +18,8 @@
 namespace Quorctl {
 namespace {
 
-// One byte at a time: what follows the line is for whoever reads the terminal next.
+// Reads one byte at a time, so that input after the line is left to the next reader of the
+// terminal.
 std::string ReadLine(int input) {
   std::string line;
   char byte = 0;

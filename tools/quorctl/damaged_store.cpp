@@ -25,7 +25,8 @@ int Move(const std::string& from, const std::string& to) {
   return errno;
 }
 
-// The platform takes a store that it has read and that is gone for one that is to come back.
+// A process that has read a store expects the file to come back when it is gone, and would refuse
+// to write.
 void ForgetWhatWasRead() {
   const bool used = BackendSwitch().on;
   HostPlatform::UseHostDirectory(HostPlatform::HostDirectory());

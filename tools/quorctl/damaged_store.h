@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// A store's file that cannot be read, and that a change is to replace.
+// A store's file that cannot be read, and that a change will replace.
 #ifndef TOOLS_QUORCTL_DAMAGED_STORE_H_
 #define TOOLS_QUORCTL_DAMAGED_STORE_H_
 
@@ -13,7 +13,7 @@ namespace Quorctl {
 // not there, and when this process may not.
 std::string DamageOfTheStore();
 
-// The file under another name, beside the one that it had.
+// Holds the file under another name in the same directory.
 class DamagedStore {
  public:
   // Moves the file of the store that this process uses; of no path nothing is moved. Raises

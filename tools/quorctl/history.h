@@ -50,14 +50,14 @@ std::string HistoryDirectory();
 // if the directory cannot be read.
 std::vector<HistoryEntry> ListHistory();
 
-// Likewise what changes were to put in place that did not come to their end, or are going on.
+// Likewise the catalogues of changes that were interrupted or are still going on.
 std::vector<HistoryEntry> ListPending();
 
 // The entry of that number. Raises CommandError (absent) when there is none.
 HistoryEntry FindHistoryEntry(std::uint64_t number);
 
-// The catalogue of an entry. Raises CommandError when the document cannot be read, and as bad input
-// when it does not hold what its name says: as many records, with these digests.
+// The catalogue of an entry. Raises CommandError if the document cannot be read, and as bad input
+// if it does not match its name: the number of records and their digests.
 Catalogue ReadHistoryEntry(const HistoryEntry& entry);
 
 // Keeps the catalogue, durably, unless the newest of that store is the same; returns its number,
@@ -65,7 +65,7 @@ Catalogue ReadHistoryEntry(const HistoryEntry& entry);
 std::uint64_t KeepInHistory(const Catalogue& catalogue, const Digests& digests, bool inStore,
                             const std::string& reason);
 
-// Keeps what a change is to put in place, as pending.
+// Keeps the catalogue that a change will put in place, as pending.
 std::uint64_t KeepPending(const Catalogue& catalogue, const Digests& digests, bool inStore,
                           const std::string& reason);
 

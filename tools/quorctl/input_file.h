@@ -19,8 +19,8 @@ std::string InputName(const std::string& path);
 // cannot be read or is larger than kLargestInput.
 std::string ReadInput(const std::string& path);
 
-// The same for a file of the host. Only a regular one is read, and what else cannot be read is a
-// failure of the store or of permission.
+// Likewise for a file of the host: only a regular file is read, and failures count as failures of
+// the store or of permission.
 std::string ReadKeptFile(const std::string& path);
 
 }  // namespace Quorctl

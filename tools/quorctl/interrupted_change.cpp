@@ -16,8 +16,8 @@
 namespace Quorctl {
 namespace {
 
-// Whoever changes the catalogue has the turn. Who may not ask cannot tell it from an interrupted
-// one.
+// A running change holds the turn. A user who may not ask for it cannot tell a running change from
+// an interrupted one.
 bool IsChangeGoingOn() {
   const std::string path = HistoryDirectory() + "/.lock";
   const int file = open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);

@@ -34,7 +34,7 @@ RecordFormat FormatOf(const std::string& name, const std::string& another) {
                    "; choose table, wide, json, jsonl, yaml, " + another + "csv or csv-raw");
 }
 
-// The names between the commas, none of them empty or twice.
+// Splits a list at its commas; no name may be empty or repeat.
 std::vector<std::string> NamesIn(const std::string& list, const std::string& option) {
   std::vector<std::string> names;
   for (std::size_t begin = 0; begin <= list.size();) {

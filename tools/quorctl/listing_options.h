@@ -18,8 +18,8 @@ class ListingOptions {
   // With `named` also "-o name".
   void Declare(CLI::App& verb, bool named = false);
 
-  // Raises UsageError for what makes no sense whatever the records are. "-o name" writes
-  // `nameField` alone, the field by which a record is named, where there is one.
+  // Raises UsageError for options that contradict each other. "-o name" writes `nameField` alone,
+  // the field that names a record, if there is one.
   RecordChoices Choices(const std::string& nameField = "") const;
 
  private:

@@ -27,8 +27,8 @@ class LockWait {
  public:
   explicit LockWait(ProgressLine* progress) : progress_(progress) {}
 
-  // Makes the call, anew while another process holds one of the host's locks. Raises WaitEnded
-  // when a signal ends the wait or the lock stays held; what the call raises for other reasons.
+  // Makes the call, and repeats it while another process holds one of the host's locks. Raises
+  // WaitEnded if a signal ends the wait or the lock stays held, and the call's other exceptions.
   void Do(const std::string& step, const std::function<void()>& call);
 
   // One turn of waiting for `holder` to release `lock`, without a call. Raises like Do().

@@ -19,8 +19,8 @@ bool IsJson(const Argument& format);
 // POLICIES:DATASTORES. Raises UsageError, which names the option.
 Digests DigestsIn(const Argument& argument, const std::string& option);
 
-// A number of the history, or a count; `what` stands in the UsageError that it raises for other
-// words: "\"x\" is no " + what.
+// Parses a number of the history, or a count. For other words raises UsageError "\"x\" is no " +
+// what.
 std::uint64_t NumberIn(const std::string& word, const std::string& what);
 
 }  // namespace Quorctl

@@ -53,7 +53,7 @@ mode_t ModeOfNewFile() {
   return kModeOfNew & ~mask;
 }
 
-// A file beside the target, which takes its place or is removed.
+// A temporary file beside the target, which is renamed to it or removed.
 class NewFile {
  public:
   explicit NewFile(const std::string& target)

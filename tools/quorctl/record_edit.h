@@ -1,8 +1,7 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// Changing one record of the catalogue as an operator words it: what set, add, delete and rename
-// have in common.
+// Changes one record of the catalogue: the common part of set, add, delete and rename.
 #ifndef TOOLS_QUORCTL_RECORD_EDIT_H_
 #define TOOLS_QUORCTL_RECORD_EDIT_H_
 
@@ -69,9 +68,9 @@ void SetField(const std::string& assignment, Record* record);
 template <typename Record>
 void ExpectStorable(const std::vector<Record>& records, std::size_t index, const Record& before);
 
-// Changes the selected store's catalogue by `edit`, which is called again when another process was
-// faster: what that one has changed is kept. Raises UsageError for --replace-damaged, unless
-// the request wipes everything.
+// Changes the selected store's catalogue by `edit`, which is called again if another process was
+// faster, so that its change is kept. Raises UsageError for --replace-damaged, unless the request
+// wipes everything.
 ExitStatus EditCatalogue(const ChangeRequest& request, const ChangeOptions& options,
                          const std::function<void(Catalogue* catalogue)>& edit,
                          CommandOutput* output);

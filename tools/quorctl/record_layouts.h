@@ -17,8 +17,8 @@ namespace Quorctl {
 const RecordLayout& PolicyLayout();
 void AddPolicy(const TavQuor::QuorPolicyInfo& policy, RecordWriter* writer);
 
-// "defaultPolicyName" and "defaultBlobBytes" tell what the default policy is and whether it has a
-// blob for the datastore's namespace.
+// "defaultPolicyName" and "defaultBlobBytes": the default policy's name, and the size of its blob
+// for the datastore's namespace.
 const RecordLayout& DatastoreLayout();
 
 class DatastoreRows {

@@ -89,8 +89,8 @@ void Replacement::Run(LockWait* wait, ProgressLine* progress, const ChangeRecord
   if (policies_ && datastores_ && inStore && next_.policies.empty() && next_.datastores.empty()) {
     wait->Do("deleting all policies and datastores", [] { QuorLib::Reset(); });
   } else if (policies_ && datastores_ && inStore && present_.lostDatastores > 0) {
-    // The store verifies what a change keeps: with a damaged datastore the policies could not be
-    // replaced alone.
+    // The store verifies the records that a change keeps: with a damaged datastore the policies
+    // could not be replaced alone.
     DeleteAndWrite(wait, progress);
   } else if (policies_ && datastores_) {
     ReplaceBoth(wait, progress, record);

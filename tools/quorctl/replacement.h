@@ -23,8 +23,8 @@ class Replacement {
   Replacement(const LiveCatalogue& present, const Catalogue& next, bool policies, bool datastores)
       : present_(present), next_(next), policies_(policies), datastores_(datastores) {}
 
-  // Up to the first replacement a signal may end it. Raises CommandError with what has become of
-  // the host.
+  // A signal may end it before the first replacement. Raises CommandError with the state in which
+  // the host was left.
   void Run(LockWait* wait, ProgressLine* progress, const ChangeRecord& record) const;
 
  private:

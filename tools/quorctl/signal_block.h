@@ -20,8 +20,8 @@ class SignalBlock {
   SignalBlock& operator=(const SignalBlock&) = delete;
   ~SignalBlock();
 
-  // With true, leaves the signals to ReleaseKept(): what was done is to be told before one of them
-  // ends the process.
+  // With true, leaves the signals to ReleaseKept(), so that the result is printed before one of
+  // them ends the process.
   void Keep(bool kept) { kept_ = kept; }
   static void ReleaseKept();
 

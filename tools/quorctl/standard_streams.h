@@ -13,14 +13,14 @@ namespace Quorctl {
 // standard stream. Reading or writing the stream still fails afterwards, as it would have before.
 void ReserveStandardDescriptors();
 
-// Waits for POLLIN or POLLOUT, or for a signal: whoever opened a stream may have made it one that
-// does not block.
+// Waits for POLLIN or POLLOUT, or for a signal: a stream may have been opened non-blocking by
+// another process.
 void WaitUntilReady(int descriptor, short events);
 
 // Writes all of `text`. Returns 0, or the error number of the write that failed.
 int WriteStandardOutput(const std::string& text);
 
-// Writes "quorctl: ", the message and a line feed. What could act on a terminal is escaped.
+// Writes "quorctl: ", the message and a line feed. Characters that a terminal acts on are escaped.
 void WriteErrorLine(const std::string& message);
 
 // Writes text for a person at the terminal to standard error, without adding a line feed.

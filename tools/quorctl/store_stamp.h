@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// Whether a store is still as it was read, told without reading it again.
+// Tells whether a store is unchanged since it was read, without reading it again.
 #ifndef TOOLS_QUORCTL_STORE_STAMP_H_
 #define TOOLS_QUORCTL_STORE_STAMP_H_
 

@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// Where the two host stores keep the catalogue, for what looks below the library: the library
-// leaves records that it cannot read out of its answers, and does not tell.
+// Where the two host stores keep the catalogue. For code that reads below the library, which
+// silently leaves records that it cannot read out of its answers.
 #ifndef TOOLS_QUORCTL_STORED_LAYOUT_H_
 #define TOOLS_QUORCTL_STORED_LAYOUT_H_
 

@@ -9,11 +9,10 @@
 
 namespace Quorctl {
 
-// The document in the file, or of standard input for "-", as JSON: YAML is changed into JSON. A
-// file is YAML when its name ends in .yaml or .yml; standard input, and a file with another name
-// than
-// *.json, when its first character cannot begin a JSON document. Raises as ReadInput() does, and
-// DocumentError for what is not YAML, or uses aliases or tags, which JSON does not have.
+// Reads the document in the file, or on standard input for "-", and converts YAML to JSON. A file
+// is YAML if its name ends in .yaml or .yml; standard input, and a file with a name other than
+// *.json, if its first character cannot begin a JSON document. Raises like ReadInput(), and
+// DocumentError for text that is not YAML or uses aliases or tags, which JSON does not have.
 std::string ReadDocument(const std::string& path);
 
 // Converts YAML to JSON with every value on the line where it stands in the YAML, so that errors

@@ -15,7 +15,7 @@ namespace {
 constexpr std::size_t kLongestWord = 40;
 constexpr std::size_t kNear = 2;
 
-// How many bytes are to be inserted, deleted or replaced.
+// Edit distance: how many bytes to insert, delete or replace.
 std::size_t Distance(std::string_view a, std::string_view b) {
   std::vector<std::size_t> row(b.size() + 1);
   std::iota(row.begin(), row.end(), std::size_t{0});

@@ -10,8 +10,8 @@
 
 namespace Quorctl {
 
-// `; did you mean "list"?` with the known word that is nearest; empty where none is near: it begins
-// with the other, or at most two bytes are to be typed, left out or exchanged.
+// Returns `; did you mean "list"?` with the nearest known word. Empty if none is near: near is a
+// word that begins with the other, or at most two edits away.
 std::string DidYouMean(const std::string& word, const std::vector<std::string>& known);
 
 }  // namespace Quorctl

@@ -10,16 +10,16 @@
 
 namespace Quorctl {
 
-// True for what a terminal acts on or what misleads a reader: control characters, line and
-// paragraph separators, invisible marks, and the marks that turn the direction of writing.
+// True for characters that a terminal acts on or that mislead a reader: control characters, line
+// and paragraph separators, invisible marks, and marks that change the direction of writing.
 bool IsUnsafeOnTerminal(char32_t codePoint);
 
 // Unsafe characters up to U+00FF and bytes that are no UTF-8 as \xHH, other unsafe characters as
 // \uHHHH, the rest as it is.
 std::string EscapeForTerminal(std::string_view text);
 
-// The same for one cell of a table, with the backslash doubled, so that what the data says and what
-// was escaped cannot be confused.
+// Like EscapeForTerminal() for one cell of a table, with backslashes doubled, so that an escape in
+// the data cannot be mistaken for an escaped character.
 std::string EscapeCell(std::string_view text);
 
 // The text in quotation marks for a message: escaped, and cut when it is long.

@@ -128,7 +128,8 @@ class StoreCheck {
     return std::string(object.GetValuePtr(key).text);
   }
 
-  // A record that the library does not list. `first` is what to do before a replacement is.
+  // Reports a record that the library does not list. `first` is the advice to follow before a
+  // replacement.
   void AddLeftOut(const std::string& problem, const std::string& first) {
     Add(Severity::kError, problem, first);
     unreadable_ = true;

@@ -94,7 +94,7 @@ void CheckFreeSpace(Findings* findings) {
                          "its file system is mounted read-only, so no change can be made",
                          "mount it for writing; the system's log may say why it is not"});
   }
-  // A change writes the new content beside the old, and the old into the history.
+  // A change needs room for the new content beside the old, and for the old in the history.
   const std::uint64_t largest =
       std::max(HostPlatform::GetConfigStoreState().size, HostPlatform::GetConfigFileState().size);
   const std::uint64_t needed = 2 * largest + kSpareRoom;

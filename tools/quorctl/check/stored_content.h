@@ -1,7 +1,8 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// Every record of both host stores, read below the library, which passes over what it cannot read.
+// Checks every record of both host stores below the library, which skips records that it cannot
+// read.
 #ifndef TOOLS_QUORCTL_CHECK_STORED_CONTENT_H_
 #define TOOLS_QUORCTL_CHECK_STORED_CONTENT_H_
 
@@ -22,8 +23,8 @@ void CheckConfigFile(Findings* findings);
 // cannot be kept in the history.
 std::string AdviceToReplace(bool inStore, bool unreadable);
 
-// The first problem of that store that goes away when all records are written anew, although they
-// can be read and nothing would differ; empty when there is none.
+// The first problem of that store that rewriting all records would remove, although all can be read
+// and none would differ. Empty if there is none.
 std::string WhyToWriteAnew(bool inStore);
 
 }  // namespace Quorctl

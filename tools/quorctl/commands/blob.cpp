@@ -123,7 +123,7 @@ class BlobCommand final : public Command {
                                : " for the namespace \"RILK\"");
   }
 
-  // The library's answer is the same whatever is missing.
+  // The library returns an empty blob, whichever part is missing.
   std::string NoBlob() const {
     const bool ofDatastore = defaultOf_.Given() || datastore_.Given();
     return "no blob: there is none, or an empty one, of " + Wanted() + "; " +

@@ -50,7 +50,7 @@ FieldValue SeverityValue(Severity severity) {
   }
 }
 
-// The catalogue that programs get; what hides it was found in the store already.
+// Checks the catalogue that programs get; records hidden from them were reported with the store.
 void CheckCatalogue(Findings* findings) {
   Catalogue catalogue;
   const StoredRecords stored;

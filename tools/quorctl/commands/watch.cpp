@@ -211,8 +211,8 @@ class WatchCommand final : public Command {
     }
   }
 
-  // Until the catalogue may have changed, or the period is over. True when the watch was told to
-  // stop.
+  // Waits until the catalogue may have changed or the period is over. Returns true if the watch
+  // should stop.
   bool AwaitChange(milliseconds period, Changes* changes, StopSignals* signals) {
     const auto now = steady_clock::now();
     const auto end = period == kNever ? steady_clock::time_point::max() : now + period;
@@ -236,7 +236,7 @@ class WatchCommand final : public Command {
     WriteLine(json_ ? EventAsJson(what, digests) : TimeNow() + ' ' + what + ' ' + Joined(digests));
   }
 
-  // True when the watch was told to stop meanwhile.
+  // Returns true if the watch should stop.
   bool Report(const std::string& what, const Digests& after, StopSignals* signals) const {
     Print(what, after);
     const std::string digests = Joined(after);
