@@ -27,19 +27,31 @@ void UnlockHeap() {
 namespace ConfigFileTest {
 
 void LockAllocationsAroundForks() {
+  if (locked) return;
   pthread_atfork(&LockHeap, &UnlockHeap, &UnlockHeap);
   locked = true;
 }
 
 }  // namespace ConfigFileTest
 
-void* operator new(std::size_t size) {
+// All forms, since the address sanitizer has each of its own.
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
   const bool locks = locked;
   if (locks) LockHeap();
   void* const memory = std::malloc(size == 0 ? 1 : size);
   if (locks) UnlockHeap();
+  return memory;
+}
+void* operator new(std::size_t size) {
+  void* const memory = operator new(size, std::nothrow);
   if (memory == nullptr) throw std::bad_alloc();
   return memory;
+}
+void* operator new[](std::size_t size) {
+  return operator new(size);
+}
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
+  return operator new(size, std::nothrow);
 }
 
 void operator delete(void* memory) noexcept {
@@ -48,7 +60,18 @@ void operator delete(void* memory) noexcept {
   std::free(memory);
   if (locks) UnlockHeap();
 }
-
 void operator delete(void* memory, std::size_t) noexcept {
+  operator delete(memory);
+}
+void operator delete(void* memory, const std::nothrow_t&) noexcept {
+  operator delete(memory);
+}
+void operator delete[](void* memory) noexcept {
+  operator delete(memory);
+}
+void operator delete[](void* memory, std::size_t) noexcept {
+  operator delete(memory);
+}
+void operator delete[](void* memory, const std::nothrow_t&) noexcept {
   operator delete(memory);
 }
