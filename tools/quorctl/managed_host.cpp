@@ -30,7 +30,7 @@ std::string StateOfAgent() {
 
 std::string WarningOfAgent() {
   const std::string state = StateOfAgent();
-  if (state.empty()) return state;
+  if (state.empty()) return "";
   return "warning: quor-agent keeps this host equal to a release of its centre (state in " + state +
          ") and will undo the change; to change all hosts use quor-publish, to change this one "
          "alone stop the agent first";
