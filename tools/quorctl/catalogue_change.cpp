@@ -352,7 +352,7 @@ struct ChangeOutcome {
 };
 
 // That the change may not last.
-void Warn(ProgressLine* progress) {
+void WarnOfTheAgent(ProgressLine* progress) {
   const std::string warning = WarningOfAgent();
   if (warning.empty()) return;
   progress->Hide();
@@ -381,7 +381,7 @@ ChangeOutcome ChangeFrom(const ChangeRequest& request, const ChangeOptions& opti
     if (!plan.IsNeeded() && (!request.wipes || options.dryRun())) {
       return end(ChangeResult::kNothingDiffers);
     }
-    if (attempt == 0 && !options.quiet()) Warn(progress);
+    if (attempt == 0 && !options.quiet()) WarnOfTheAgent(progress);
     ExpectBasis(options.expected(), present, "look at the catalogue, and change it anew");
     ExpectBasis(basis, present, "export it and change it anew, or apply with --force");
     const bool shows = !options.quiet() && !options.asJson();
