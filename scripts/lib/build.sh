@@ -14,6 +14,9 @@ build_jobs() {
   echo $((gibibytes < 1 ? 1 : gibibytes < processors ? gibibytes : processors))
 }
 
+# Tests at a time: many of them wait, for a tick of a file system's clock or for another process.
+test_jobs() { echo $(($(build_jobs) + 2)); }
+
 # build_targets TARGET... [-- CMAKE ARGUMENT...]
 #
 # Configures the preset `release` and builds these targets. A terminal shows on one line how many
