@@ -47,12 +47,15 @@ tests libpq-dev       client of the centre of many hosts
 tests libssl-dev      hashes and signatures of releases
 tests zlib1g-dev      compression of releases
 tests postgresql      centre of many hosts
+tests openssl         keys and certificates of the centre's tests
+tests iproute2        networks of the centre's tests
 fleet libpq-dev       client of the centre of many hosts
 fleet libssl-dev      hashes and signatures of releases
 fleet zlib1g-dev      compression of releases
 fleet postgresql      centre of many hosts
 fleet python3         reads what quor-publish answers
 long  chromium        looks at the page of quor-publish status
+long  pgbouncer       pooler between many agents and the centre
 tests reuse           finds files without copyright and licence
 reference doxygen     makes the reference of the headers
 packages build-essential what every build of a Debian package takes for granted

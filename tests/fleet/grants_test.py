@@ -75,10 +75,32 @@ class Grants(unittest.TestCase):
 
     def test_HostGetsTheDocumentByNumber(self):
         self.publish(1, b"the text")
+        self.promote(1)
         rows = self.server.sql("select encode(document, 'hex'), sha256, signature from quor.document(1)", user="h1")
         self.assertEqual(zlib.decompress(bytes.fromhex(rows[0][0])), b"the text")
         self.assertEqual(rows[0][1:], [hashlib.sha256(b"the text").hexdigest(), ""])
         self.assertEqual(self.server.sql("select sha256 from quor.document(2)", user="h1"), [])
+
+    def documents_of(self, role):
+        return [number for number in range(1, 5) if
+                self.server.sql(f"select sha256 from quor.document({number})", user=role)]
+
+    def test_HostGetsNoDocumentBeyondTheOneThatItIsOffered(self):
+        for number in range(1, 5):
+            self.publish(number, b"document %d" % number)
+        self.assertEqual(self.documents_of("h1"), [])
+        self.promote(2)
+        self.promote(3, "canary")
+        self.assertEqual(self.documents_of("h1"), [1, 2])
+        self.assertEqual(self.documents_of("h2"), [1, 2, 3])
+        self.server.sql("create role stray login in role quor_host")
+        self.assertEqual(self.documents_of("stray"), [])
+        # The share of a roll-out: those hosts alone that it has reached.
+        place = int(self.server.sql("select quor.place('h1', 4)")[0][0])
+        self.server.sql(f"update quor.channel set next_release = 4, next_below = {place} where name = 'prod'", user="ann")
+        self.assertEqual(self.documents_of("h1"), [1, 2])
+        self.server.sql(f"update quor.channel set next_below = {place + 1} where name = 'prod'", user="ann")
+        self.assertEqual(self.documents_of("h1"), [1, 2, 3, 4])
 
     def test_ReportWritesTheCallersRowAlone(self):
         report = "select quor.report({}, 'aa', 'p', 'd', '{}', 'why', '1.0')"

@@ -9,8 +9,8 @@
         primary.kill()
         standby.promote()
 
-Each has its directory, its port on 127.0.0.1 and a socket in the directory, lets every role in that
-exists, and runs as a user who is not root. Nothing is left when the block ends.
+Each has its directory, its port and a socket in the directory, lets every role in that exists, and runs
+as a user who is not root. Nothing is left when the block ends.
 """
 import functools
 import glob
@@ -52,7 +52,7 @@ def _user():
     raise AssertionError("no user is there for a server to run as")
 
 
-def _free_port():
+def free_port():
     with socket.socket() as probe:
         probe.bind(("127.0.0.1", 0))
         return probe.getsockname()[1]
@@ -81,16 +81,16 @@ class SqlError(AssertionError):
 
 
 class Server:
-    def __init__(self, cluster, name):
+    def __init__(self, cluster, name, port):
         self.cluster = cluster
         self.name = name
         self.directory = os.path.join(cluster.directory, name)
-        self.port = _free_port()
+        self.port = port or free_port()
         self.process = None
 
     def connection(self, user=SUPERUSER, database="postgres", **words):
         """A connection string."""
-        words = {"host": "127.0.0.1", "port": self.port, "user": user, "dbname": database, **words}
+        words = {"host": self.cluster.addresses[0], "port": self.port, "user": user, "dbname": database, **words}
         return " ".join(f"{key}={value}" for key, value in words.items())
 
     def configure(self, **settings):
@@ -102,7 +102,7 @@ class Server:
         log = open(os.path.join(self.cluster.directory, self.name + ".log"), "ab")  # pylint: disable=R1732
         self.process = self.cluster.popen(
             "postgres", "-D", self.directory, "-p", str(self.port), "-k", self.cluster.directory,
-            "-c", "listen_addresses=127.0.0.1", stdout=log, stderr=log, stdin=subprocess.DEVNULL)
+            "-c", "listen_addresses=" + ",".join(self.cluster.addresses), stdout=log, stderr=log, stdin=subprocess.DEVNULL)
         log.close()
         if wait:
             self.wait_until("select 1")
@@ -171,19 +171,20 @@ class Server:
         self.wait_until("select 1 where not pg_is_in_recovery()")
 
     def sql(self, statement, user=SUPERUSER, database="postgres"):
-        """Rows as lists of texts, by psql. Raises SqlError with what it says."""
-        result = self.cluster.run("psql", "-XAtq", "-F", "\t", "-v", "ON_ERROR_STOP=1", "-d",
-                                  self.connection(user, database), "-c", statement, check=False)
+        """Rows as lists of texts, by psql, in one transaction. Raises SqlError with what it says."""
+        result = self.cluster.run("psql", "-XAtq1", "-F", "\t", "-v", "ON_ERROR_STOP=1", "-d",
+                                  self.connection(user, database), "-f", "-", check=False, given=statement.encode())
         if result.returncode != 0:
             raise SqlError(result.stderr.decode().strip())
         return [line.split("\t") for line in result.stdout.decode().splitlines()]
 
-    def make_centre(self):
-        """The tables of the centre, new, and a person's role for each group."""
+    def make_centre(self, version=None):
+        """The tables of the centre, new, of the newest version or a given one, and a person's role for each
+        group."""
         statements = ["drop schema if exists quor cascade",
                       "do $$ declare r name; begin for r in select rolname from pg_roles where rolcanlogin and "
                       f"rolname <> '{SUPERUSER}' loop execute format('drop role %I', r); end loop; end $$"]
-        for path in sorted(glob.glob(os.path.join(MIGRATIONS, "*.sql"))):
+        for path in sorted(glob.glob(os.path.join(MIGRATIONS, "*.sql")))[:version]:
             with open(path, encoding="utf-8") as file:
                 statements.append(file.read().rstrip().rstrip(";"))
         statements.append("create role ann login in role quor_publisher; create role vic login in role quor_viewer")
@@ -220,10 +221,12 @@ def _is_running(pid):
 
 
 class Cluster:
-    """Servers that belong together, and their directory."""
+    """Servers that belong together, and their directory. They listen at `addresses`, whose networks they
+    trust."""
 
-    def __init__(self):
+    def __init__(self, addresses=("127.0.0.1",)):
         self.user = _user()
+        self.addresses = addresses
         self.directory = tempfile.mkdtemp(prefix="quor-pg-")
         if self.user:
             os.chown(self.directory, self.user.pw_uid, self.user.pw_gid)
@@ -249,23 +252,25 @@ class Cluster:
         return subprocess.Popen([path, *arguments], cwd=self.directory, start_new_session=True,
                                 env={**kept, "LC_ALL": "C", "TZ": "UTC"}, **as_user, **options)
 
-    def run(self, program, *arguments, check=True):
-        with self.popen(program, *arguments, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+    def run(self, program, *arguments, check=True, given=b""):
+        with self.popen(program, *arguments, stdin=subprocess.PIPE, stdout=subprocess.PIPE,
                         stderr=subprocess.PIPE) as process:
-            output, errors = process.communicate(timeout=DEADLINE)
+            output, errors = process.communicate(given, timeout=DEADLINE)
         result = subprocess.CompletedProcess(arguments, process.returncode, output, errors)
         assert not check or result.returncode == 0, f"{program}: {errors.decode()}"
         return result
 
-    def _new_server(self):
+    def _new_server(self, port=None):
         self.count += 1
-        self.servers.append(Server(self, f"server{self.count}"))
+        self.servers.append(Server(self, f"server{self.count}", port))
         return self.servers[-1]
 
     def start_primary(self, **settings):
         server = self._new_server()
         self.run("initdb", "-D", server.directory, "-A", "trust", "-U", SUPERUSER, "--no-sync",
                  "-E", "UTF8", "--no-locale", "--no-instructions")
+        with open(os.path.join(server.directory, "pg_hba.conf"), "a", encoding="utf-8") as rules:
+            rules.writelines(f"host all all {address}/24 trust\n" for address in self.addresses)
         # What a killed process leaves is in the kernel's memory: nothing has to reach a disk.
         server.configure(fsync="off", shared_buffers="16MB", max_connections="100",
                          wal_keep_size="64MB", hot_standby="on", max_wal_senders="6",
@@ -273,9 +278,9 @@ class Cluster:
         server.start()
         return server
 
-    def start_standby(self, primary, synchronous):
+    def start_standby(self, primary, synchronous, port=None):
         """A standby that has caught up; `primary` waits for it from now on if it is synchronous."""
-        server = self._new_server()
+        server = self._new_server(port)
         self.run("pg_basebackup", "-D", server.directory, "-R", "-X", "stream", "-c", "fast",
                  "--no-sync", "-d", primary.connection(application_name=server.name))
         # Promoted, it waits for nobody; it has the settings of its primary otherwise.

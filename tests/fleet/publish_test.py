@@ -235,10 +235,35 @@ class Operators(PublishCase):
     def test_WithoutTablesTheWayIsTold(self):
         self.server.sql("drop schema quor cascade")
         self.refuse(CENTRE, 'quor-publish init', "status", user=SUPERUSER)
-        self.assertIn("the tables of the centre have version 1", self.ask("init", user=SUPERUSER))
-        self.assertIn("version 1 already", self.ask("migrate", user=SUPERUSER))
+        self.assertIn("the tables of the centre have version 2", self.ask("init", user=SUPERUSER))
+        self.assertIn("version 2 already", self.ask("migrate", user=SUPERUSER))
         self.server.sql("insert into quor.schema_version values (99)")
-        self.refuse(CENTRE, "have version 99, this program knows 1; nothing was changed", "migrate", user=SUPERUSER)
+        self.refuse(CENTRE, "have version 99, this program knows 2; nothing was changed", "migrate", user=SUPERUSER)
+
+    def test_TablesOfAnEarlierVersionAreBroughtUpToDate(self):
+        self.server.make_centre(version=1)
+        self.server.add_host("h1")
+        for parent in range(2):
+            self.publish(parent)
+        self.ask("promote", "1", "prod")
+        self.report("h1", 1)
+        tables = ("release", "channel", "host", "host_status", "event")
+        before = [self.server.sql(f"select * from quor.{table}") for table in tables]
+        second = "select sha256 from quor.document(2)"
+        self.assertEqual(len(self.server.sql(second, user="h1")), 1)
+        self.refuse(CENTRE, "quor.offered.* does not exist; .*quor-publish init", "status")
+
+        self.refuse(PERMISSION, "permission denied|must be owner", "migrate", user="ann")
+        self.assertIn("the tables of the centre have version 2 in", self.ask("migrate", user=SUPERUSER))
+        self.assertEqual([self.server.sql(f"select * from quor.{table}") for table in tables], before)
+        self.assertEqual(self.server.sql(second, user="h1"), [])
+        self.assertRegex(self.ask("status", "--hosts"), r"h1 +prod +current +1 +1 ")
+
+    def test_TableThatIsMissingIsNamed(self):
+        self.server.sql("drop table quor.host_status cascade")
+        self.refuse(CENTRE, 'quor.host_status" does not exist', "status")
+        self.refuse(CENTRE, "its tables have version 2, and quor.host_status is missing; restore the database",
+                    "init", user=SUPERUSER)
 
     def test_LogTellsWhoDidWhat(self):
         self.publish(0, reason="because\x1b[31m")

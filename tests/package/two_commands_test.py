@@ -94,7 +94,7 @@ class Test(CommandCase):
         self.assertEqual(calls, [
             "cmake --preset release -DQUOR_TESTS=ON",
             "cmake --build build/release -j 1 --target all",
-            "ctest --preset release -j 1 -LE ^long$ -R some"])
+            "ctest --preset release -j 3 -LE ^long$ -R some"])
         self.assertNotIn("Left out", result.stdout)
 
     def test_many_processors_do_not_take_more_memory_than_there_is(self):
@@ -133,13 +133,13 @@ class Test(CommandCase):
         _, calls = self.run_command("test", USER_ID="1000", NAMESPACES="1")
         namespace = "unshare --user --map-root-user --map-auto --mount"
         self.assertEqual([call for call in calls if "ctest" in call], [
-            f"{namespace} ctest --preset release -j 2 -LE ^long$",
-            "ctest --preset release -j 2 -LE ^long$"])
+            f"{namespace} ctest --preset release -j 4 -LE ^long$",
+            "ctest --preset release -j 4 -LE ^long$"])
 
     def test_without_user_namespaces_they_run_as_the_user(self):
         result, calls = self.run_command("test", USER_ID="1000")
         self.assertEqual(result.returncode, 0, result.stdout)
-        self.assertEqual(calls[-1], "ctest --preset release -j 2 -LE ^long$")
+        self.assertEqual(calls[-1], "ctest --preset release -j 4 -LE ^long$")
 
     def test_a_failed_build_shows_its_messages_and_runs_no_test(self):
         result, calls = self.run_command("test", BUILD_STATUS="1")

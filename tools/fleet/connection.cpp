@@ -48,7 +48,7 @@ bool IsDenied(const std::string& sqlState) {
 
 std::string AdviceFor(const std::string& sqlState) {
   if (sqlState == "3F000" || sqlState == "42P01" || sqlState == "42883") {
-    return "make the tables of the centre with \"quor-publish init\"";
+    return "make the tables of the centre, or bring them up to date, with \"quor-publish init\"";
   }
   if (sqlState == "25006") return "name the primary, or add target_session_attrs=read-write";
   if (IsDenied(sqlState)) return "grant the role quor_publisher, quor_host or quor_viewer";
@@ -65,10 +65,10 @@ void RaiseIfRefused(const PGresult* result, const std::string& server) {
   if (status == PGRES_TUPLES_OK || status == PGRES_COMMAND_OK || status == PGRES_EMPTY_QUERY)
     return;
   const std::string sqlState = FieldOf(result, PG_DIAG_SQLSTATE);
-  const std::string hint = FieldOf(result, PG_DIAG_MESSAGE_HINT);
+  std::string advice = AdviceFor(sqlState);
+  if (advice.empty()) advice = FieldOf(result, PG_DIAG_MESSAGE_HINT);
   throw FleetError(IsDenied(sqlState) ? FleetProblem::kDenied : FleetProblem::kRefused, server,
-                   FieldOf(result, PG_DIAG_MESSAGE_PRIMARY),
-                   hint.empty() ? AdviceFor(sqlState) : hint, sqlState);
+                   FieldOf(result, PG_DIAG_MESSAGE_PRIMARY), advice, sqlState);
 }
 
 }  // namespace

@@ -12,6 +12,13 @@ namespace QuorAgent {
 
 using QuorFleet::Deadline;
 
+namespace {
+
+// For an answer of one row. The kernel gives up a silent connection after four to eight seconds.
+constexpr std::chrono::seconds kAnswer(5);
+
+}  // namespace
+
 Centre::Centre(const Settings& settings, int stop)
     : settings_(settings), stop_(stop), deadline_(Deadline::In(milliseconds(0))) {}
 
@@ -23,16 +30,21 @@ void Centre::EndCycle() {
   if (!settings_.keepsConnection) connection_.reset();
 }
 
-// A kept connection may have broken since the last cycle; then a new one is tried first.
+// A kept connection may have been closed since the last cycle; then a new one is tried first. Where
+// it takes longer to see that it is lost the network is cut, and the failure is told at once.
 std::optional<QuorFleet::ReleaseHead> Centre::AskHead() {
+  constexpr std::chrono::seconds kSeenAtOnce(1);
   const bool isKept = connection_.has_value();
+  const auto asked = Clock::now();
   try {
-    return QuorFleet::FetchHead(Connected(), deadline_);
+    return QuorFleet::FetchHead(Connected(), deadline_.Within(kAnswer));
   } catch (const QuorFleet::FleetError& failure) {
-    if (!isKept || failure.problem() != QuorFleet::FleetProblem::kLost) throw;
+    const bool wasClosed = isKept && failure.problem() == QuorFleet::FleetProblem::kLost &&
+                           Clock::now() - asked < kSeenAtOnce;
+    if (!wasClosed) throw;
   }
   Close();
-  return QuorFleet::FetchHead(Connected(), deadline_);
+  return QuorFleet::FetchHead(Connected(), deadline_.Within(kAnswer));
 }
 
 QuorFleet::ReleaseDocument Centre::Fetch(std::int64_t release) {
@@ -44,7 +56,7 @@ QuorFleet::ReleaseDocument Centre::Fetch(std::int64_t release) {
 }
 
 void Centre::Report(const QuorFleet::HostReport& report) {
-  QuorFleet::SendReport(Connected(), report, deadline_);
+  QuorFleet::SendReport(Connected(), report, deadline_.Within(kAnswer));
 }
 
 QuorFleet::Connection& Centre::Connected() {

@@ -29,10 +29,9 @@ Condition ConditionOf(const HostRow& host, std::chrono::seconds silentAfter) {
 std::vector<HostRow> ListHosts(Centre& centre, std::chrono::seconds silentAfter) {
   centre.progress().Begin("reading what the hosts said");
   const QuorFleet::Rows rows = centre.Ask(
-      "select h.name, h.channel, case when quor.place(h.name, c.next_release) < c.next_below "
-      "then c.next_release else c.release end, s.release, s.state, s.reason, s.agent_version, "
+      "select h.name, h.channel, quor.offered(h), s.release, s.state, s.reason, s.agent_version, "
       "extract(epoch from clock_timestamp() - s.at)::bigint from quor.host h "
-      "join quor.channel c on c.name = h.channel left join quor.host_status s on s.host = h.name");
+      "left join quor.host_status s on s.host = h.name");
   std::vector<HostRow> hosts;
   for (std::size_t i = 0; i < rows.size(); ++i) {
     HostRow host;

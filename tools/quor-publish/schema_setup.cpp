@@ -16,6 +16,19 @@ int VersionOf(Centre& centre) {
   return static_cast<int>(centre.Ask("select max(version) from quor.schema_version").Number(0, 0));
 }
 
+// Tables that were dropped are not made again: what was in them is in a backup.
+void ExpectAllTables(Centre& centre, int version) {
+  const QuorFleet::Rows missing = centre.Ask(
+      "select 'quor.' || name from unnest(array['release', 'channel', 'host', 'host_status', "
+      "'event']) name where to_regclass('quor.' || name) is null");
+  if (missing.size() == 0) return;
+  throw CommandError(ExitStatus::kStore,
+                     "centre " + centre.server() + ": its tables have version " +
+                         std::to_string(version) + ", and " + missing.Text(0, 0) +
+                         " is missing; restore the database from a backup, or drop the schema "
+                         "quor and begin anew");
+}
+
 }  // namespace
 
 void SetUpSchema(const CentreOptions& options, Answer* answer) {
@@ -32,6 +45,7 @@ void SetUpSchema(const CentreOptions& options, Answer* answer) {
                                                std::to_string(newest) +
                                                "; nothing was changed; use a later quor-publish");
   }
+  if (version > 0) ExpectAllTables(centre, version);
   if (version == newest) {
     answer->text +=
         "the tables of the centre have version " + std::to_string(version) + " already\n";

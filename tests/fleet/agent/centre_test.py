@@ -23,6 +23,19 @@ def text_of(content):
     return (json.dumps(content) if isinstance(content, dict) else content).encode()
 
 
+def insert_release(number, parent, content, signature=None, sha256=None, compressed=None, **flags):
+    """The statement that publishes a document."""
+    text = text_of(content)
+    compressed = zlib.compress(text) if compressed is None else compressed
+    sha256 = sha256 or hashlib.sha256(text).hexdigest()
+    columns = "".join(f", {name}" for name in flags)
+    values = "".join(f", {value}" for value in flags.values())
+    signed = f"'\\x{signature.hex()}'" if signature else "null"
+    return ("insert into quor.release (id, sha256, document, document_bytes, policies, datastores, "
+            f"parent, reason, signature{columns}) values ({number}, '{sha256}', "
+            f"'\\x{compressed.hex()}', {len(text)}, 1, 1, {parent or 'null'}, 'a reason', {signed}{values})")
+
+
 class MuteCentre(AgentCase):
     """What takes the connection and never says a word, as a network that was cut."""
 
@@ -55,21 +68,10 @@ class CentreCase(AgentCase):
         self.connection = self.server.connection(HOST)
         self.newest = 0
 
-    def publish(self, content, promote=True, signature=None, sha256=None, compressed=None, **flags):
+    def publish(self, content, promote=True, **options):
         """The next release of channel prod."""
-        text = text_of(content)
-        compressed = zlib.compress(text) if compressed is None else compressed
-        sha256 = sha256 or hashlib.sha256(text).hexdigest()
         self.newest += 1
-        parent = self.newest - 1 or "null"
-        columns = "".join(f", {name}" for name in flags)
-        values = "".join(f", {value}" for value in flags.values())
-        signed = f"'\\x{signature.hex()}'" if signature else "null"
-        self.server.sql(
-            "insert into quor.release (id, sha256, document, document_bytes, policies, datastores, "
-            f"parent, reason, signature{columns}) values ({self.newest}, '{sha256}', "
-            f"'\\x{compressed.hex()}', {len(text)}, 1, 1, {parent}, 'a reason', {signed}{values})",
-            user="ann")
+        self.server.sql(insert_release(self.newest, self.newest - 1, content, **options), user="ann")
         if promote:
             self.promote(self.newest)
         return self.newest
@@ -401,6 +403,7 @@ class Disk(CentreCase):
         self.host = os.path.join(self.disk, "host")
         self.state = os.path.join(self.disk, "state")
         if subprocess.run(["unshare", "-m", "true"], check=False, stderr=subprocess.DEVNULL).returncode:
+            print(f"\nleft out: {self.id()}: needs mounts of its own", flush=True)
             self.skipTest("this user may not mount")
         self.publish(generation("A"))
         self.once()

@@ -1,6 +1,7 @@
 # SPDX-FileCopyrightText: 2026 libquor developers
 # SPDX-License-Identifier: Apache-2.0
 """quor-agent and its host, without a centre: documents from files, what is kept, drift."""
+import contextlib
 import fcntl
 import json
 import os
@@ -22,6 +23,9 @@ from agent_case import (AGENT, DONE, FAILED, NO_CENTRE, REFUSED, TAKEN, TIMEOUT,
 
 POLL_DEFAULTS = os.environ["QUOR_POLL_DEFAULTS"]
 STORES = ("store", "file")
+LOCK_SECONDS = float(os.environ.get("QUOR_LOCK_SECONDS", "1"))  # for which a writer stands still
+LOCK_TIMEOUT_MS = 300 if LOCK_SECONDS < 30 else 30000  # the second one is the library's own
+HEALS = 40  # seconds at most, since the agent tries again every 15 to 30 s in the end
 
 
 class Equal(AgentCase):
@@ -222,14 +226,18 @@ class Drift(AgentCase):
         self.assertEqual(self.replacements(), 2, self.log())
 
 
-class Disk(AgentCase):
-    def test_HeldLockIsWaitedFor(self):
-        self.take(generation("A"))
-        lock = self.snapshot_path().replace(".cdb", ".lock")
-        # As a stopped writer: it holds the lock and does not go on.
-        with open(lock, "r+b") as file:
+class HeldLock(AgentCase):
+    @contextlib.contextmanager
+    def stopped_writer(self):
+        """It holds the lock and does not go on."""
+        with open(self.snapshot_path().replace(".cdb", ".lock"), "r+b") as file:
             fcntl.lockf(file, fcntl.LOCK_EX)
             fcntl.flock(file, fcntl.LOCK_EX)
+            yield
+
+    def test_ChangeIsEndedLater(self):
+        self.take(generation("A"))
+        with self.stopped_writer():
             result = self.take(generation("B"), "--may-shrink", "--release", "6", status=FAILED)
             self.assertIn("could not be made equal to a document from a file, at release 6",
                           result.errors)
@@ -237,8 +245,20 @@ class Disk(AgentCase):
         self.expect(NO_CENTRE, "--once", message="ending what was interrupted")
         self.expect_host(generation("B"))
 
+    def test_DaemonHealsAlone(self):
+        self.take(generation("A"))
+        self.disturb(generation("B"))
+        with contextlib.ExitStack() as writer:
+            writer.enter_context(self.stopped_writer())
+            with self.daemon():
+                self.wait_for_log("config-store.lock")
+                time.sleep(LOCK_SECONDS)
+                self.expect_host(generation("B"))
+                writer.close()
+                self.wait_for(lambda: self.holds(generation("A")), "the host is equal again", HEALS)
+
     def environment(self, **changes):
-        return super().environment(QUOR_LOCK_TIMEOUT_MS="300", **changes)
+        return super().environment(QUOR_LOCK_TIMEOUT_MS=str(LOCK_TIMEOUT_MS), **changes)
 
 
 class Service(AgentCase):

@@ -2,29 +2,29 @@
 # SPDX-License-Identifier: Apache-2.0
 """What quor-agent costs a host, over a real PostgreSQL: prints a table.
 
-    measure.py [SECONDS]
+    measure.py [TEST...]
 
-The catalogue has 1,000 policies of two blobs and 1,000 datastores (2.3 MB). Idle for SECONDS (300)
-with the default settings: processor time, memory, files of the host that changed. Then what one
-change costs, beside "quorctl apply" of the same documents. Nothing here passes or fails.
+The catalogue has 1,000 policies of two blobs and 1,000 datastores (2.3 MB). Idle for QUOR_SECONDS (300) with the
+default settings: processor time, memory, files of the host that changed. Then what one change costs, beside
+"quorctl apply" of the same documents. Then the lookups of a daemon: without an agent, beside one that is idle, and
+beside one that makes a change every 2 s. Nothing here passes or fails.
 """
 import base64
-import hashlib
 import json
 import os
 import random
 import resource
 import subprocess
-import sys
 import time
 import unittest
-import zlib
 
 from agent_case import AGENT, QUORCTL, blob, datastore, document, policy
 from centre_test import CentreCase
 
-SECONDS = float(sys.argv.pop() if len(sys.argv) > 1 else 300)
+SECONDS = float(os.environ.get("QUOR_SECONDS", "300"))
 CHANGES = 20
+LOOKUP_SECONDS = 30
+LOOKUP_TIMES = os.path.join(os.path.dirname(AGENT), "fleet_lookup_times")
 RECORDS = int(os.environ.get("QUOR_RECORDS", "1000"))
 
 
@@ -42,18 +42,6 @@ def used(usage):
 
 
 class Measure(CentreCase):
-    def publish_large(self, content):
-        text = json.dumps(content).encode()
-        self.newest += 1
-        path = self.write("publish.sql", (
-            "insert into quor.release (id, sha256, document, document_bytes, policies, datastores, "
-            f"parent, reason, may_shrink) values ({self.newest}, '{hashlib.sha256(text).hexdigest()}', "
-            f"'\\x{zlib.compress(text).hex()}', {len(text)}, 1, 1, {self.newest - 1 or 'null'}, "
-            "'a reason', true)"))
-        os.chmod(self.directory, 0o755)
-        self.cluster.run("psql", "-Xq", "-d", self.server.connection("ann"), "-f", path)
-        self.promote(self.newest)
-
     def cost_of(self, *words, environment=None):
         """Processor seconds of a program that runs to its end, by what this process waited for."""
         before = used(resource.getrusage(resource.RUSAGE_CHILDREN))
@@ -63,7 +51,7 @@ class Measure(CentreCase):
         return used(resource.getrusage(resource.RUSAGE_CHILDREN)) - before, time.monotonic() - began
 
     def test_Cost(self):
-        self.publish_large(large("A"))
+        self.publish(large("A"), may_shrink=True)
         with subprocess.Popen([AGENT, "--config", os.devnull, "--state", self.state, "--connection",
                                self.connection], env=self.environment(),
                               stderr=subprocess.PIPE) as process:
@@ -83,7 +71,7 @@ class Measure(CentreCase):
         paths = {letter: self.write(letter, json.dumps(large(letter))) for letter in "AB"}
         for turn in range(CHANGES):
             letter = "BA"[turn % 2]
-            self.publish_large(large(letter))
+            self.publish(large(letter), may_shrink=True)
             agent.append(self.cost_of(*self.words("--once")))
         for turn in range(CHANGES):
             apply.append(self.cost_of(QUORCTL, "apply", "--yes", paths["BA"[turn % 2]]))
@@ -91,6 +79,26 @@ class Measure(CentreCase):
             processor, clock = (sorted(values)[CHANGES // 2] * 1000 for values in zip(*costs))
             print(f"{name}: {processor:.1f} ms of processor time, {clock:.1f} ms by the clock "
                   f"(median of {CHANGES})")
+
+    def test_Lookups(self):
+        self.publish(large("A"), may_shrink=True)
+        self.once()
+        for name, changes in (("no agent", None), ("an idle agent", False), ("a change every 2 s", True),
+                              ("no agent", None)):
+            with subprocess.Popen([LOOKUP_TIMES, *(f"ds:///{i}/" for i in range(100))], env=self.environment(),
+                                  stdin=subprocess.PIPE, stdout=subprocess.PIPE) as process:
+                if changes is None:
+                    time.sleep(LOOKUP_SECONDS)
+                else:
+                    with self.daemon(*(() if changes else ("--period", "30", "--check-period", "60"))):
+                        end = time.monotonic() + LOOKUP_SECONDS
+                        while time.monotonic() < end:
+                            if changes:
+                                self.publish(large("AB"[self.newest % 2]), may_shrink=True)
+                            time.sleep(2)
+                asked, none, *times = map(int, process.communicate()[0].split())
+            print(f"lookups beside {name}: {asked}, {none} without an answer; median, 99 % and 99.9 % "
+                  + ", ".join(f"{ns / 1000:.1f}" for ns in times) + " us")
 
     def host_files(self):
         return {name: os.stat(os.path.join(self.host, name)).st_mtime_ns
