@@ -20,6 +20,7 @@ namespace {
 
 // Longer than the time between the replacements of one change.
 constexpr milliseconds kSettling(1000);
+constexpr milliseconds kLongestSettling(5000);
 
 // Logs a file that cannot be used, and returns nothing for it.
 template <typename Read>
@@ -74,6 +75,7 @@ void HostKeeper::Check() {
 void HostKeeper::FoundDrift(const Digests& found) {
   const bool isNew = drift_ != found;
   if (isNew) ++metrics_.drifts;
+  if (!drift_) settledBy_ = Clock::now() + kLongestSettling;
   drift_ = found;
   const std::string change = "the host's catalogue was changed by others (digests " +
                              Quorctl::Joined(found) + " in place of " +
@@ -89,7 +91,8 @@ void HostKeeper::FoundDrift(const Digests& found) {
                     std::to_string(static_cast<std::int64_t>(settings_.repairPeriod)) +
                     " s; find who changes it (quorctl history)"});
   }
-  if (isNew && !settings_.once) {  // it may be half of a change that goes on
+  // It may be half of a change that goes on.
+  if (isNew && !settings_.once && Clock::now() < settledBy_) {
     nextCheck_ = Clock::now() + kSettling;
     return;
   }

@@ -71,6 +71,7 @@ class HostKeeper {
   std::optional<Applied> applied_;
   bool appliedIsKept_ = true;  // on the disk too
   std::optional<Quorctl::Digests> drift_;
+  Clock::time_point settledBy_;  // when drift_ is repaired even if it goes on changing
   Condition condition_{State::kWaiting, "", ""};
   BackOff backOff_;
   Clock::time_point nextCheck_;

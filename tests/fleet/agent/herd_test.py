@@ -121,7 +121,8 @@ server_idle_timeout = 2
         print(f"{HOSTS} hosts, {self.newest} releases: {fetched} documents fetched, all equal {took:.1f} s after "
               f"the last one; at most {self.most} connections; questions in a second at most {max(before):.0f} "
               f"before the restart, {max(after[:30]):.0f} in the 30 s after it, {max(after[30:] or [0]):.0f} later")
-        self.assertLess(self.most, PLACES + 1 if IS_LARGE else HOSTS + 1)
+        # The pooler gives a place away before the server's process of the one before has ended.
+        self.assertLess(self.most, 1.5 * PLACES if IS_LARGE else HOSTS + 1)
         # A host fetches what is newest when it asks, not what it missed.
         cycles = (SECONDS + GONE + took) / (0.8 * PERIOD) + 2
         self.assertLess(fetched, HOSTS * cycles)

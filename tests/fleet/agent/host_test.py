@@ -3,6 +3,7 @@
 """quor-agent and its host, without a centre: documents from files, what is kept, drift."""
 import contextlib
 import fcntl
+import itertools
 import json
 import os
 import signal
@@ -190,6 +191,18 @@ class Drift(AgentCase):
             self.wait_for(lambda: self.holds(generation("A")))
         self.assertEqual(self.log().count("repairing it"), 1, self.log())
 
+    def test_IsRepairedAlsoIfItNeverSettles(self):
+        self.take(generation("A"))
+        with self.daemon("--repair-period", "100"):
+            self.wait_for_log("no connection")
+            names = itertools.cycle("BCDEF")
+            began = time.monotonic()
+            while "repairing it" not in self.log():
+                self.assertLess(time.monotonic() - began, 20)
+                self.disturb(generation(next(names)))
+                time.sleep(0.4)
+            self.assertGreater(time.monotonic() - began, 4)
+
     def test_IsRepairedOnceInAPeriod(self):
         self.take(generation("A"))
         with self.daemon("--repair-period", "4"):
@@ -251,7 +264,7 @@ class HeldLock(AgentCase):
         with contextlib.ExitStack() as writer:
             writer.enter_context(self.stopped_writer())
             with self.daemon():
-                self.wait_for_log("config-store.lock")
+                self.wait_for(lambda: "config-store.lock" in self.log(), "it is told", 10 + LOCK_TIMEOUT_MS / 1000)
                 time.sleep(LOCK_SECONDS)
                 self.expect_host(generation("B"))
                 writer.close()

@@ -34,7 +34,9 @@ int main(int count, char** words) {
   }
   std::sort(times.begin(), times.end());
   const auto at = [&times](double share) {
-    return times.empty() ? 0 : times[static_cast<std::size_t>(share * (times.size() - 1))];
+    return times.empty()
+               ? 0
+               : times[static_cast<std::size_t>(share * static_cast<double>(times.size() - 1))];
   };
   std::printf("%zu %lu %lld %lld %lld\n", times.size(), none, at(0.5), at(0.99), at(0.999));
 }
