@@ -1,6 +1,9 @@
 # SPDX-FileCopyrightText: 2026 libquor developers
 # SPDX-License-Identifier: Apache-2.0
-"""Commands that must succeed."""
+"""Commands that must succeed, and what a terminal shows."""
+import contextlib
+import os
+import pty
 import subprocess
 
 
@@ -14,3 +17,15 @@ def run(*command, **options):
     if result.returncode != 0:
         raise Failed(f"{command[0]}: exit status {result.returncode}\n{result.stderr[:4000]}")
     return result.stdout
+
+
+def shown_on_a_terminal(work):
+    """Calls `work` with the descriptor of a terminal; returns its result and what the terminal shows."""
+    ours, theirs = pty.openpty()
+    result = work(theirs)
+    os.close(theirs)
+    shown = b""
+    with open(ours, "rb", buffering=0) as terminal, contextlib.suppress(OSError):  # raised at the end
+        while chunk := terminal.read(65536):
+            shown += chunk
+    return result, shown.decode()

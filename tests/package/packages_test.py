@@ -5,13 +5,14 @@
     packages_test.py ROOT
 """
 import os
-import pty
 import re
 import shutil
 import subprocess
 import sys
 import tempfile
 import unittest
+
+from commands import shown_on_a_terminal
 
 ROOT = ""
 
@@ -137,12 +138,8 @@ class Packages(unittest.TestCase):
         self.assertRegex(result.stderr, r"As root, run:  apt-get update && apt-get install -y .*g\+\+")
 
     def test_a_terminal_shows_the_progress_of_the_installation_on_one_line(self):
-        ours, theirs = pty.openpty()
-        result, _ = self.run_bash("ensure_packages build",
-                                  options={"stdout": theirs, "stderr": theirs})
-        os.close(theirs)
-        shown = os.read(ours, 65536).decode()
-        os.close(ours)
+        (result, _), shown = shown_on_a_terminal(lambda terminal: self.run_bash(
+            "ensure_packages build", options={"stdout": terminal, "stderr": terminal}))
         self.assertEqual(result.returncode, 0, shown)
         self.assertIn("\r\x1b[K 12 %  Retrieving file 1 of 9", shown)
         self.assertTrue(shown.endswith("\r\x1b[K 80 %  Unpacking cmake (amd64)\r\x1b[K"), shown)

@@ -5,12 +5,13 @@
     two_commands_test.py ROOT
 """
 import os
-import pty
 import shutil
 import subprocess
 import sys
 import tempfile
 import unittest
+
+from commands import shown_on_a_terminal
 
 ROOT = ""
 
@@ -79,11 +80,8 @@ class CommandCase(unittest.TestCase):
 
     def run_on_a_terminal(self, *words, **environment):
         """What the terminal gets, and the calls."""
-        ours, theirs = pty.openpty()
-        _, calls = self.run_command(*words, output=theirs, **environment)
-        os.close(theirs)
-        shown = os.read(ours, 65536).decode()
-        os.close(ours)
+        (_, calls), shown = shown_on_a_terminal(
+            lambda terminal: self.run_command(*words, output=terminal, **environment))
         return shown, calls
 
 
