@@ -7,6 +7,7 @@
 import ctypes
 import os
 import shutil
+import subprocess
 import sys
 import unittest
 
@@ -52,6 +53,22 @@ class OwnPlatform(unittest.TestCase):
             folder = os.path.join(self.build, kind)
             self.assertEqual(switch_of(os.path.join(folder, "libquor-platform.so.1")), switch)
             self.assertEqual(self.run_demo(folder), (installed, []), kind)
+
+    def test_the_agent_makes_either_store_equal_to_a_document(self):
+        agent = os.path.join(BUILD, "bin", "quor-agent")
+        if not os.path.exists(agent):
+            self.skipTest("quor-agent is not built here")
+        for kind in ("store", "file"):
+            place = os.path.join(self.directory, "agent-" + kind)
+            host = os.path.join(place, "host")
+            os.makedirs(host)
+            done = subprocess.run(
+                [agent, "--config", os.devnull, "--state", os.path.join(place, "state"), "--from",
+                 os.path.join(ROOT, "examples", "catalogue.json")], check=False, capture_output=True, text=True,
+                env={**os.environ, "LD_LIBRARY_PATH": os.path.join(self.build, kind), "QUOR_HOST_DIR": host})
+            self.assertEqual(done.returncode, 0, done.stderr)
+            self.assertIn("the host holds a document from a file, at release 0 (taking it; 2 replacements", done.stderr)
+            self.assertEqual(os.listdir(host), [], "this platform's records are in its own memory")
 
     def test_it_has_every_symbol_that_libquor_takes_from_a_platform(self):
         def symbols(option, library):
