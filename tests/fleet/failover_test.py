@@ -14,7 +14,7 @@ import unittest
 from postgres import Cluster
 from publish_case import CENTRE, DONE, MOVED, PublishCase, document
 
-ROUNDS = int(os.environ.get("QUOR_ROUNDS", "2"))
+ROUNDS = int(os.environ.get("QUOR_ROUNDS", "1"))
 
 
 class Failover(PublishCase):
@@ -64,7 +64,7 @@ class Failover(PublishCase):
         total, unknown = 0, 0
         for _ in range(ROUNDS):
             standby = self.cluster.start_standby(self.server, synchronous=True)
-            acknowledged, problem = self.publish_until_it_fails(moments.uniform(0.1, 0.8))
+            acknowledged, problem = self.publish_until_it_fails(moments.uniform(0.3, 1))
             self.refuse(CENTRE, f"no connection to the centre: 127.0.0.1:{self.server.port}: .*Connection refused",
                         "status")
             standby.promote()

@@ -3,7 +3,8 @@
 """quor-agent over a network that is slow, cut, or cut in one direction only.
 
 Centre and agent are in network namespaces of their own. A daemon asks for the blob of every datastore
-all the while and is never without an answer. QUOR_CUTS: how many of the three kinds of cuts are tried.
+all the while and is never without an answer. QUOR_CUTS: how many of the three kinds of cuts are tried; the
+first one alone without a document on its way.
 """
 import contextlib
 import os
@@ -98,6 +99,7 @@ class Network(CentreCase):
         self.wire.mend()
         return took, self.equal_within(EQUAL)
 
+    @unittest.skipIf(len(CUTS) == 1, "in the long form")
     def test_CutWhileADocumentIsFetchedIsNoticedAndHeals(self):
         self.publish(generation("A"))
         self.wire.delay = 0.1
@@ -120,7 +122,7 @@ class Network(CentreCase):
         with self.daemon("--period", str(PERIOD)):
             self.equal_within(EQUAL)
             with self.asking_daemon():
-                for letter in "BAB":
+                for letter in "BAB"[:len(CUTS)]:
                     self.publish(large(letter), may_shrink=True)
                     print(f"300 ms there and back: equal after {self.equal_within(EQUAL):.1f} s")
             self.assertNotIn("the host stays as it is", self.log())

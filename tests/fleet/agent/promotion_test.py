@@ -99,7 +99,7 @@ class Promotion(AgentCase):
         with self.agents():
             for _ in range(ROUNDS):
                 standby = self.cluster.start_standby(self.server, synchronous=True, port=self.other_port())
-                killer = threading.Timer(moments.uniform(0.1, 1.5), self.server.kill)
+                killer = threading.Timer(moments.uniform(0.3, 1.5), self.server.kill)
                 killer.start()
                 with contextlib.suppress(SqlError):
                     while True:
