@@ -265,6 +265,31 @@ class Operators(PublishCase):
         self.refuse(CENTRE, "its tables have version 2, and quor.host_status is missing; restore the database",
                     "init", user=SUPERUSER)
 
+    def problems(self):
+        """Of status, as JSON; the text and the page say the same."""
+        found = self.status()["problems"]
+        text = self.ask("status", options=())
+        self.assertEqual([line[len("problem: "):] for line in text.splitlines() if line.startswith("problem: ")],
+                         found)
+        return found
+
+    def test_WhatTheCentreHasLostIsNamed(self):
+        self.assertEqual(self.problems(), [])
+        for parent in range(2):
+            self.publish(parent)
+        self.ask("promote", "2", "prod")
+        self.assertEqual(self.problems(), [])
+        advice = "; hosts keep what they have; restore the database from a backup"
+        as_nobody_may = "set session_replication_role = replica; "
+        self.server.sql(as_nobody_may + "delete from quor.release where id = 2")
+        self.assertEqual(self.problems(), [
+            "channel prod offers release 2, which is not there" + advice,
+            "release 2 was published, the newest one here is 1" + advice])
+        self.server.sql(as_nobody_may + "truncate quor.release cascade")
+        self.assertEqual(self.problems(), [
+            "the table of channels is empty" + advice,
+            "release 2 was published, the newest one here is none" + advice])
+
     def test_LogTellsWhoDidWhat(self):
         self.publish(0, reason="because\x1b[31m")
         self.ask("promote", "1", "prod")

@@ -52,6 +52,34 @@ std::vector<HostRow> ListHosts(Centre& centre, std::chrono::seconds silentAfter)
   return hosts;
 }
 
+// The agents refuse whatever comes of a centre that has lost something, so that it may pass
+// unnoticed: hosts keep what they have, and report what they had before.
+std::vector<std::string> FindProblems(Centre& centre, const FleetStatus& status) {
+  constexpr char kAdvice[] = "; hosts keep what they have; restore the database from a backup";
+  std::vector<std::string> problems;
+  if (status.channels.empty()) {
+    problems.push_back("the table of channels is empty" + std::string(kAdvice));
+  }
+  const QuorFleet::Rows missing = centre.Ask(
+      "select c.name, r.id from quor.channel c, unnest(array[c.release, c.next_release]) r (id) "
+      "where r.id is not null and not exists (select from quor.release where id = r.id) "
+      "order by 1, 2");
+  for (std::size_t i = 0; i < missing.size(); ++i) {
+    problems.push_back("channel " + missing.Text(i, 0) + " offers release " + missing.Text(i, 1) +
+                       ", which is not there" + kAdvice);
+  }
+  const QuorFleet::Rows published =
+      centre.Ask("select max(release) from quor.event where action = 'publish'");
+  const std::int64_t last = published.Number(0, 0);
+  const std::int64_t newest = status.releases.empty() ? 0 : status.releases.front().id;
+  if (last > newest) {
+    problems.push_back("release " + std::to_string(last) +
+                       " was published, the newest one here is " +
+                       (newest == 0 ? "none" : std::to_string(newest)) + kAdvice);
+  }
+  return problems;
+}
+
 nlohmann::ordered_json OrNull(const std::optional<std::int64_t>& number) {
   return number ? nlohmann::ordered_json(*number) : nlohmann::ordered_json();
 }
@@ -127,6 +155,7 @@ FleetStatus ReadStatus(Centre& centre, std::chrono::seconds silentAfter) {
   status.channels = ListChannels(centre);
   status.releases = ListReleases(centre, kReleasesShown);
   status.hosts = ListHosts(centre, silentAfter);
+  status.problems = FindProblems(centre, status);
   const QuorFleet::Rows rows = centre.Ask(
       "select to_char(clock_timestamp() at time zone 'UTC', 'YYYY-MM-DD HH24:MI:SS') || ' UTC', "
       "quor.synchronous_standbys()");
@@ -152,6 +181,7 @@ nlohmann::ordered_json AsJson(const FleetStatus& status) {
           {"at", status.at},
           {"synchronousStandbys", status.standbys},
           {"silentAfter", status.silentAfter.count()},
+          {"problems", status.problems},
           {"channels", ChannelsAsJson(status)},
           {"releases", ReleasesAsJson(status)},
           {"hosts", std::move(hosts)}};

@@ -45,8 +45,9 @@ struct FleetStatus {
   std::string at;  // of the centre's clock
   std::chrono::seconds silentAfter = std::chrono::seconds(0);
   std::vector<ChannelRow> channels;
-  std::vector<ReleaseRow> releases;  // the newest first
-  std::vector<HostRow> hosts;        // the worst first, then by name
+  std::vector<ReleaseRow> releases;   // the newest first
+  std::vector<HostRow> hosts;         // the worst first, then by name
+  std::vector<std::string> problems;  // of the centre itself: what it has lost
   std::size_t standbys = 0;
 
   // Of the hosts of one channel.

@@ -151,6 +151,13 @@ std::string HostTable(const FleetStatus& status, bool allHosts) {
                                        : "");
 }
 
+std::string ProblemLines(const FleetStatus& status) {
+  std::string lines;
+  for (const std::string& problem : status.problems)
+    lines += "problem: " + problem + '\n';
+  return lines;
+}
+
 }  // namespace
 
 std::string StatusAsText(const FleetStatus& status, bool allHosts) {
@@ -158,8 +165,8 @@ std::string StatusAsText(const FleetStatus& status, bool allHosts) {
          (status.standbys == 0
               ? std::string("no synchronous standby seen from it")
               : Quorctl::Counted(status.standbys, "synchronous standby", "synchronous standbys")) +
-         "\n\n" + ChannelTable(status) + '\n' + ReleaseTable(status) + '\n' +
-         HostTable(status, allHosts);
+         "\n" + ProblemLines(status) + '\n' + ChannelTable(status) + '\n' + ReleaseTable(status) +
+         '\n' + HostTable(status, allHosts);
 }
 
 }  // namespace QuorPublish
