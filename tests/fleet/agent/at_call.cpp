@@ -15,6 +15,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <csignal>
 #include <cstddef>
 #include <cstdint>
@@ -64,7 +65,10 @@ int main(int count, char** words) {
     __ptrace_syscall_info info = {};
     const auto size = reinterpret_cast<void*>(sizeof(info));  // NOLINT
     const bool isCall = WSTOPSIG(status) == (SIGTRAP | 0x80);
-    if (isCall && ptrace(PTRACE_GET_SYSCALL_INFO, process, size, &info) <= 0) return kNotAllowed;
+    if (isCall && ptrace(PTRACE_GET_SYSCALL_INFO, process, size, &info) <= 0) {
+      if (errno == ESRCH) continue;  // killed meanwhile, as the child of one that was
+      return kNotAllowed;
+    }
     if (isCall && info.op == PTRACE_SYSCALL_INFO_ENTRY) {
       const bool counts = calls > 0 || Names(process, info.entry.args[0], path) ||
                           Names(process, info.entry.args[1], path);
