@@ -158,8 +158,11 @@ class HalfMade(ChangeCase):
         self.assertEqual(self.listed_document(), document([policy("Old")], [datastore()]))
 
     def test_CatalogueIsKeptWhenNobodyCanTellWhetherItIsStillThere(self):
-        before = document([policy("Old")])
-        self.apply(before)
+        # Another program's, so that it is in the history by this change alone.
+        self.apply(document([policy("First")]))
+        subprocess.run([PUT_CATALOGUE], env=self.environment(), timeout=TIMEOUT, check=True,
+                       input=b"policy x69642d4f6c64 x4f6c64 x 1 x52494c4b x78\n")
+        before = self.listed_document()
         snapshot = self.snapshot_path()
         lock = self.lock_store()
         terminal = Terminal(self, "apply", "--yes",
@@ -171,7 +174,7 @@ class HalfMade(ChangeCase):
         lock.close()
         self.assertEqual(terminal.finish().status, STORE)
         os.remove(snapshot)
-        self.ask("restore", "--yes", "2")
+        self.ask("restore", "--yes", "3")
         self.assertEqual(self.listed_document(), before)
 
     def test_MigrationWhoseSourceChangesMeanwhileIsNoCopy(self):

@@ -8,7 +8,9 @@
 
 #include <atomic>
 #include <chrono>
+#include <string>
 #include <thread>
+#include <utility>
 
 #include "faults/system_calls.h"
 #include "support/child_process.h"
@@ -59,11 +61,15 @@ TEST_F(ForkedMeanwhile, ChildDoesNotKeepTheLockWhoseFileWasBeingOpened) {
   const Shared<std::atomic<bool>> finished;
   Gate locked;
   ChildProcess writer([&] {
-    int opened = 0;
-    Watch();
+    std::string opened;
+    bool forked = false;
+    Watch([&](const SystemCall& call) {
+      if (call.name == "open") opened = call.path;
+      return 0;
+    });
     CallAfterOpens([&] {
       // Not when it is opened again: that nobody forks each time.
-      if (++opened % 2 == 0 || fork() != 0) return;
+      if (opened != "config-store.lock" || std::exchange(forked, true) || fork() != 0) return;
       alarm(60);
       while (!*finished)
         usleep(1000);
