@@ -64,7 +64,7 @@ class Failover(PublishCase):
         total, unknown = 0, 0
         for _ in range(ROUNDS):
             standby = self.cluster.start_standby(self.server, synchronous=True)
-            acknowledged, problem = self.publish_until_it_fails(moments.uniform(0.3, 1))
+            acknowledged, problem = self.publish_until_it_fails(moments.uniform(0.5, 1.5))
             self.refuse(CENTRE, f"no connection to the centre: 127.0.0.1:{self.server.port}: .*Connection refused",
                         "status")
             standby.promote()

@@ -19,7 +19,7 @@ from wire import Wire
 
 POLL_DEFAULTS = os.environ["QUOR_POLL_DEFAULTS"]
 PERIOD = 1.0  # seconds, of the agent
-NOTICED = 5  # seconds after the cut, beside the period
+NOTICED = 8  # seconds after the cut: the period, five for the answer, and what a busy machine takes
 EQUAL = PERIOD + 10  # seconds after the mend
 CUTS = ({"towards_far": True, "towards_near": True}, {"towards_far": True},
         {"towards_near": True})[:int(os.environ.get("QUOR_CUTS", "1"))]
@@ -94,7 +94,7 @@ class Network(CentreCase):
         began = time.monotonic()
         self.wait_for_log("the host stays as it is", noticed + 1)
         took = time.monotonic() - began
-        self.assertLess(took, NOTICED + 1.2 * PERIOD)
+        self.assertLess(took, NOTICED)
         then()
         self.wire.mend()
         return took, self.equal_within(EQUAL)
