@@ -12,6 +12,8 @@
 
 #include "catalogue_sets.h"
 #include "faults/trapped_calls.h"
+#include "platform/admin.h"
+#include "platform/feature_list.h"
 #include "quor/quor_lib.h"
 #include "support/child_process.h"
 #include "support/host_test.h"
@@ -27,9 +29,12 @@ constexpr int kCalls = 10'000;
 constexpr int kSet = 1;
 constexpr int kCallsOfALook = 3;  // the notice, the store's file, now and then the switches
 
+constexpr int kCallsOfASession = 8;
+
 struct Lookup {
   const char* name;
   std::function<void()> call;
+  int sessions = 1;  // of the configuration file
 };
 
 const std::vector<Lookup>& Lookups() {
@@ -37,11 +42,12 @@ const std::vector<Lookup>& Lookups() {
       {"blob by name", [] { QuorLib::GetRilkPolicyBlobByName(PolicyName(0)); }},
       {"blob by a name that is not there", [] { QuorLib::GetRilkPolicyBlobByName("none"); }},
       {"blob by identifier", [] { QuorLib::GetRilkPolicyBlobById(PolicyId(1)); }},
-      {"blob by identifier and datastore", [] { QuorLib::GetPolicyBlobById(PolicyId(1), Url(0)); }},
-      {"default blob", [] { QuorLib::GetDefaultPolicyBlob(Url(0)); }},
+      {"blob by identifier and datastore", [] { QuorLib::GetPolicyBlobById(PolicyId(1), Url(0)); },
+       2},
+      {"default blob", [] { QuorLib::GetDefaultPolicyBlob(Url(0)); }, 3},
       {"policies", [] { QuorLib::ListPolicyInfo(); }},
       {"datastores", [] { QuorLib::ListDatastoreInfo(); }},
-      {"digests", [] { QuorLib::GetDbHash(); }},
+      {"digests", [] { QuorLib::GetDbHash(); }, 2},
   };
   return lookups;
 }
@@ -90,6 +96,21 @@ TEST_F(WarmCalls, LookEachTimeWhileAWriterIsAboutToCommit) {
   PlatformTest::RunInChild([] {
     PlatformTest::TrapSystemCalls();
     EXPECT_GE(Count(Lookups().front().call).calls, kCalls);
+  });
+}
+
+// Those of the configuration file: of the lock its opening, status, two bytes, one of them given
+// back, the other too, its closing; and a look at the file and at the switches.
+TEST_F(WarmCalls, MakeFewInEachSessionOfTheConfigurationFile) {
+  HostPlatform::SetFeature(kFeatureQuorUsesConfigStore, false);
+  QuorLib::AddPolicyInfo(PoliciesOf(kSet));
+  QuorLib::AddDatastoreInfo(DatastoresOf(kSet));
+  std::this_thread::sleep_for(120ms);
+  PlatformTest::RunInChild([] {
+    PlatformTest::TrapSystemCalls();
+    for (const Lookup& lookup : Lookups())
+      EXPECT_LE(Count(lookup.call).calls, kCallsOfASession * lookup.sessions * kCalls)
+          << lookup.name;
   });
 }
 

@@ -95,7 +95,7 @@ PLATFORM_API StoredFile GetConfigFileState();
 // The lock by which the writers of one of the two stores take turns.
 struct LockState : StoredFile {
   bool held = false;   // at the moment of looking
-  std::string holder;  // who holds it, as the lock file tells: "process 4711 (quorctl)"
+  std::string holder;  // who holds it: "process 4711 (quorctl)", a reader without the name
 };
 
 // The locks of the configuration store and of the configuration file, looked at without taking

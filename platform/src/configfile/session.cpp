@@ -22,6 +22,7 @@
 #include "io/directory.h"
 #include "io/error.h"
 #include "io/file_replacement.h"
+#include "io/fork.h"
 #include "io/host_paths.h"
 #include "io/newest.h"
 #include "util/checksum.h"
@@ -98,7 +99,7 @@ std::filesystem::path TargetIn(const Directory& host) {
 
 Session::Session() try
     : path_(HostPlatform::Io::ConfigFilePath()),
-      process_(getpid()),
+      generation_(HostPlatform::Io::Generation()),
       store_(std::make_shared<TreeStore>()),
       number_(++lastSession) {
   root_.session = this;
@@ -215,7 +216,7 @@ void Session::ChangeText(const Place& place, std::string stored) {
 void Session::PrepareToChange() {
   if (ended_) RaiseConfigFile(path_ + ": changed after it had been unlocked");
   const bool locked = lock_ && lock_->HeldByThisProcess();
-  if (!locked && getpid() != process_) {
+  if (!locked && HostPlatform::Io::Generation() != generation_) {
     RaiseConfigFile(path_ +
                     ": locked by the parent process before a fork; a child needs a lock of "
                     "its own to change it");
@@ -225,11 +226,11 @@ void Session::PrepareToChange() {
                     ": another process changed it since it was read without a lock; "
                     "nothing was changed. Try again");
   }
-  if (!locked) LockForChange();
+  if (!locked || !lock_->BeginChange()) LockForChange();
 }
 
 // Takes the lock at the first change of a session that was opened without it, because the lock file
-// was missing or not writable.
+// was missing or not writable, or was replaced while it was being locked.
 void Session::LockForChange() try {
   const Directory directory(HostPlatform::Io::HostDirectoryPath());
   lock_.emplace(directory, HostPlatform::Io::kConfigFileLockName, HostPlatform::Io::LockDeadline());

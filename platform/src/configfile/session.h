@@ -79,7 +79,7 @@ class Session : public std::enable_shared_from_this<Session> {
   std::string PathOf(const Place& place) const;
 
   std::string path_;
-  pid_t process_;  // opened the session
+  unsigned generation_;  // of the process that opened the session
   std::optional<HostPlatform::Io::FileLock> lock_;
   TreeStore names_;                       // names of handles
   std::shared_ptr<const Document> base_;  // null: there is no file

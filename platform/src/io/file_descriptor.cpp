@@ -13,6 +13,7 @@
 #include <limits>
 #include <memory>
 #include <mutex>
+#include <optional>
 
 #include "io/error.h"
 #include "io/file_lock.h"
@@ -102,35 +103,45 @@ int MoveUp(int fd) {
   return above;
 }
 
-int Open(int directory, const char* path, int flags, mode_t mode) {
+struct FileToOpen {
+  int directory;
+  const char* path;
+  int flags;
+  mode_t mode;
+  bool guarded;
+};
+
+int Open(const FileToOpen& file) {
   const std::lock_guard lock(OpeningMutex());
-  const StandardStreamsHolder holder;
-  const int fd = RetryInterrupted([&] { return openat(directory, path, flags | O_CLOEXEC, mode); });
-  // A number below 3 remains possible if another thread closed it just now.
+  std::optional<StandardStreamsHolder> holder;
+  if (file.guarded) holder.emplace();
+  const int fd = RetryInterrupted(
+      [&] { return openat(file.directory, file.path, file.flags | O_CLOEXEC, file.mode); });
   return fd >= 0 && fd <= STDERR_FILENO ? MoveUp(fd) : fd;
 }
 
 // Retries while a file server holds a lease. Each attempt makes the kernel recall the lease; with
 // O_NONBLOCK open() does not wait for it.
-int OpenBehindLease(int directory, const char* path, int flags, mode_t mode) {
+int OpenBehindLease(const FileToOpen& file) {
   using Clock = std::chrono::steady_clock;
-  int fd = Open(directory, path, flags, mode);
+  int fd = Open(file);
   if (fd >= 0 || errno != EAGAIN) return fd;
   const Clock::time_point giveUp = Clock::now() + LockDeadline();
   while (fd < 0 && errno == EAGAIN && Clock::now() < giveUp) {
     nanosleep(&kLeasePause, nullptr);
-    fd = Open(directory, path, flags, mode);
+    fd = Open(file);
   }
   return fd;
 }
 
 }  // namespace
 
-FileDescriptor::FileDescriptor(int directory, const char* path, int flags, mode_t mode)
+FileDescriptor::FileDescriptor(int directory, const char* path, int flags, mode_t mode,
+                               bool guarded)
     : slot_(TakeSlot()) {
   for (int attempt = 1;; ++attempt) {
     const ForkWatch watch;
-    slot_->store(OpenBehindLease(directory, path, flags, mode));
+    slot_->store(OpenBehindLease({directory, path, flags, mode, guarded}));
     if (get() < 0 || !watch.SawFork() || (flags & O_EXCL) != 0 || attempt == kAttempts) return;
     Close();
     WaitForForks();

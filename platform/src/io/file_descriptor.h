@@ -11,6 +11,7 @@
 #ifndef PLATFORM_SRC_IO_FILE_DESCRIPTOR_H_
 #define PLATFORM_SRC_IO_FILE_DESCRIPTOR_H_
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/types.h>
 
@@ -26,7 +27,12 @@ class FileDescriptor {
   FileDescriptor() = default;
   // As openat(), with O_CLOEXEC added. On failure get() is -1 and errno says why: EAGAIN when
   // another program has a lease on the file and does not give it back within the locks' deadline.
-  FileDescriptor(int directory, const char* path, int flags, mode_t mode = 0);
+  // `guarded`: the file does not even have a number below 3 for the moment until it is moved up.
+  // Costs three system calls.
+  FileDescriptor(int directory, const char* path, int flags, mode_t mode, bool guarded);
+  // Guarded if the descriptor can be written to.
+  FileDescriptor(int directory, const char* path, int flags, mode_t mode = 0)
+      : FileDescriptor(directory, path, flags, mode, (flags & O_ACCMODE) != O_RDONLY) {}
   FileDescriptor(const FileDescriptor&) = delete;
   FileDescriptor& operator=(const FileDescriptor&) = delete;
   ~FileDescriptor();

@@ -28,6 +28,7 @@ constexpr int kOpenFlags = O_RDWR | O_NOFOLLOW | O_NONBLOCK;
 constexpr off_t kGateByte = 0;
 constexpr off_t kDataByte = 1;
 constexpr off_t kBothBytes = 2;
+constexpr off_t kToTheEnd = 0;
 constexpr std::size_t kHolderSize = 128;
 
 // Yields before the first sleep, because most holders release the lock sooner than a sleep ends.
@@ -50,20 +51,40 @@ int SetLock(int fd, short type, off_t byte, off_t count = 1) {
   return RetryInterrupted([&] { return fcntl(fd, F_OFD_SETLK, &range); }) == 0 ? 0 : errno;
 }
 
-// The name that the last writer left. A writer that was killed at once left that of one before.
-std::string ReadHolder(const FileDescriptor& file) {
+// What the last writer left, for terminals.
+std::string LastWriter(const FileDescriptor& file) {
   char text[kHolderSize] = {};
   const ssize_t got = RetryInterrupted([&] { return pread(file.get(), text, sizeof text - 1, 0); });
-  if (got <= 0) return "another process";
-  std::string holder(text, static_cast<std::size_t>(got));
-  holder.resize(std::min(holder.find('\n'), holder.size()));
-  int process = 0;
-  const bool isNamed = std::sscanf(holder.c_str(), "process %d", &process) == 1;
-  if (isNamed && kill(process, 0) != 0 && errno == ESRCH) return "another process";
-  for (char& c : holder) {
-    if (static_cast<unsigned char>(c) < ' ' || c == '\x7f') c = '?';  // it is shown on terminals
+  std::string writer(text, got > 0 ? static_cast<std::size_t>(got) : 0);
+  writer.resize(std::min(writer.find('\n'), writer.size()));
+  for (char& c : writer) {
+    if (static_cast<unsigned char>(c) < ' ' || c == '\x7f') c = '?';
   }
-  return holder;
+  return writer;
+}
+
+// The holder of a lock that was found to be held so. A lock of another program's, of one byte or of
+// all, does not tell the number: then the text is believed, unless that process is gone.
+std::string NameOf(const struct flock& held, const FileDescriptor& file) {
+  const std::string writer = LastWriter(file);
+  const off_t number = held.l_start + held.l_len - kBothBytes;
+  if (held.l_len != kToTheEnd && number > 0) {
+    std::string holder = "process " + std::to_string(number);
+    return writer.starts_with(holder + ' ') ? writer : holder;
+  }
+  int process = 0;
+  const bool hasNumber = std::sscanf(writer.c_str(), "process %d", &process) == 1;
+  const bool isGone = hasNumber && kill(process, 0) != 0 && errno == ESRCH;
+  return writer.empty() || isGone ? "another process" : writer;
+}
+
+std::optional<std::string> HolderOf(const FileDescriptor& file, const std::string& path) {
+  struct flock range = ByteRange(F_WRLCK, kDataByte, 1);
+  if (RetryInterrupted([&] { return fcntl(file.get(), F_OFD_GETLK, &range); }) != 0) {
+    RaiseSystemError(errno, path, "look at the lock");
+  }
+  if (range.l_type == F_UNLCK) return std::nullopt;
+  return NameOf(range, file);
 }
 
 }  // namespace
@@ -87,11 +108,17 @@ FileLock::FileLock(const Directory& directory, const char* name, std::chrono::mi
 FileLock::FileLock(const std::string& path, std::chrono::milliseconds deadline)
     : path_(path), name_(path) {
   const Clock::time_point giveUp = Clock::now() + deadline;
-  do {
-    if (OpenExisting(AT_FDCWD)) continue;
-    if (errno == ENOENT || errno == EACCES || errno == EPERM || errno == EROFS) return;
-    RaiseSystemError(errno, path_, "open the lock file for writing");
-  } while (!Lock(AT_FDCWD, giveUp, deadline));
+  for (;;) {
+    // Not guarded: stray output would spoil no more than the last writer's name.
+    if (!OpenExisting(AT_FDCWD, false)) {
+      if (errno == ENOENT || errno == EACCES || errno == EPERM || errno == EROFS) return;
+      RaiseSystemError(errno, path_, "open the lock file for writing");
+    }
+    CheckLockFile();
+    const bool wasFree = TakeTurn(giveUp, deadline);
+    if (wasFree || IsNamed(AT_FDCWD) || giveUp <= Clock::now()) return;
+    Unlock();
+  }
 }
 
 FileLock::~FileLock() {
@@ -99,10 +126,17 @@ FileLock::~FileLock() {
   if (HeldByThisProcess()) Unlock();
 }
 
-bool FileLock::OpenExisting(int directory) {
+bool FileLock::OpenExisting(int directory, bool guarded) {
   file_.reset();
-  file_.emplace(directory, name_.c_str(), kOpenFlags);
+  file_.emplace(directory, name_.c_str(), kOpenFlags, 0, guarded);
   return static_cast<bool>(*file_);
+}
+
+bool FileLock::BeginChange() {
+  if (changes_) return true;
+  if (!IsNamed(AT_FDCWD)) return false;
+  WriteHolder();
+  return true;
 }
 
 void FileLock::Create(const Directory& directory) {
@@ -152,10 +186,9 @@ void FileLock::Finish(const Directory& directory) const {
 
 // False if the locked file was removed or replaced meanwhile, so that its lock excludes nobody.
 bool FileLock::Lock(int directory, Clock::time_point giveUp, std::chrono::milliseconds deadline) {
-  const struct stat held = StatOf(*file_, path_);
-  CheckLockFile(held);
+  CheckLockFile();
   TakeTurn(giveUp, deadline);
-  if (IsNamed(directory, held)) {
+  if (IsNamed(directory)) {
     WriteHolder();
     return true;
   }
@@ -167,41 +200,47 @@ bool FileLock::Lock(int directory, Clock::time_point giveUp, std::chrono::millis
                   "leave it alone and try again");
 }
 
-void FileLock::TakeTurn(Clock::time_point giveUp, std::chrono::milliseconds deadline) {
-  if (!TryLock(kGateByte, kBothBytes)) {
+// True if the lock was free.
+bool FileLock::TakeTurn(Clock::time_point giveUp, std::chrono::milliseconds deadline) {
+  const off_t number = ProcessNumber();
+  const bool wasFree = TryLock(kGateByte, kBothBytes + number);
+  if (!wasFree) {
     try {
-      Wait(kGateByte, giveUp, deadline);
-      Wait(kDataByte, giveUp, deadline);
+      Wait(kGateByte, 1, giveUp, deadline);
+      Wait(kDataByte, 1 + number, giveUp, deadline);
     } catch (...) {
       Unlock();
       throw;
     }
   }
   SetLock(file_->get(), F_UNLCK, kGateByte);
+  return wasFree;
 }
 
 // Explicit, because a copy of the descriptor made by vfork() or clone() would keep the lock beyond
 // close().
 void FileLock::Unlock() const {
-  SetLock(file_->get(), F_UNLCK, kGateByte, kBothBytes);
+  SetLock(file_->get(), F_UNLCK, kGateByte, kToTheEnd);
 }
 
-bool FileLock::IsNamed(int directory, const struct stat& held) const {
+bool FileLock::IsNamed(int directory) const {
   struct stat named;
   return fstatat(directory, name_.c_str(), &named, AT_SYMLINK_NOFOLLOW) == 0 &&
-         named.st_dev == held.st_dev && named.st_ino == held.st_ino;
+         named.st_dev == status_.st_dev && named.st_ino == status_.st_ino;
 }
 
-void FileLock::CheckLockFile(const struct stat& status) const {
-  const bool isOfUs = status.st_uid == geteuid() || status.st_uid == 0;
-  if (S_ISREG(status.st_mode) && status.st_nlink <= 1 && isOfUs) return;
+void FileLock::CheckLockFile() {
+  status_ = StatOf(*file_, path_);
+  const bool isOfUs = status_.st_uid == 0 || status_.st_uid == geteuid();
+  if (S_ISREG(status_.st_mode) && status_.st_nlink <= 1 && isOfUs) return;
   struct stat parent;
   const std::string directory = path_.substr(0, path_.rfind('/'));
-  const bool isOfTheOwner = stat(directory.c_str(), &parent) == 0 && status.st_uid == parent.st_uid;
+  const bool isOfTheOwner =
+      stat(directory.c_str(), &parent) == 0 && status_.st_uid == parent.st_uid;
   // A backup by hard links adds a second name. If only the directory's owner may write there, the
   // name cannot belong to a file of somebody else.
   const bool mayHaveNames = isOfTheOwner && (parent.st_mode & (S_IWGRP | S_IWOTH)) == 0;
-  if (S_ISREG(status.st_mode) && (status.st_nlink <= 1 || mayHaveNames) &&
+  if (S_ISREG(status_.st_mode) && (status_.st_nlink <= 1 || mayHaveNames) &&
       (isOfUs || isOfTheOwner)) {
     return;
   }
@@ -219,13 +258,15 @@ bool FileLock::TryLock(off_t byte, off_t count) {
   return false;
 }
 
-void FileLock::Wait(off_t byte, Clock::time_point giveUp, std::chrono::milliseconds deadline) {
+void FileLock::Wait(off_t byte, off_t count, Clock::time_point giveUp,
+                    std::chrono::milliseconds deadline) {
   std::chrono::microseconds pause = kFirstPause;
-  for (int attempt = 0; !TryLock(byte, 1); ++attempt) {
+  for (int attempt = 0; !TryLock(byte, count); ++attempt) {
     if (Clock::now() >= giveUp) {
-      throw Error(ErrorKind::kBusy,
-                  path_ + ": still locked after " + std::to_string(deadline.count()) + " ms by " +
-                      ReadHolder(*file_) + "; try again when that writer is done");
+      throw Error(ErrorKind::kBusy, path_ + ": still locked after " +
+                                        std::to_string(deadline.count()) + " ms by " +
+                                        HolderOf(*file_, path_).value_or("another process") +
+                                        "; try again when that process is done");
     }
     if (attempt < kYields) {
       std::this_thread::yield();
@@ -239,10 +280,12 @@ void FileLock::Wait(off_t byte, Clock::time_point giveUp, std::chrono::milliseco
 // Writes the holder's name for the messages of waiters, unless it is there already. Best effort: a
 // full disk must not prevent locking.
 void FileLock::WriteHolder() {
+  changes_ = true;
   char text[kHolderSize] = {};
   char present[kHolderSize] = {};
-  const int length = std::snprintf(text, sizeof text, "process %ld (%.32s)\n",
-                                   static_cast<long>(getpid()), program_invocation_short_name);
+  const int length =
+      std::snprintf(text, sizeof text, "process %ld (%.32s)\n", static_cast<long>(ProcessNumber()),
+                    program_invocation_short_name);
   const auto size = static_cast<std::size_t>(length);
   const int fd = file_->get();
   const ssize_t got = RetryInterrupted([&] { return pread(fd, present, sizeof present, 0); });
@@ -259,12 +302,7 @@ std::optional<std::string> HolderOf(const std::string& path) {
     if (errno == ENOENT) return std::nullopt;
     RaiseSystemError(errno, path, "open the lock file");
   }
-  struct flock range = ByteRange(F_WRLCK, kDataByte, 1);
-  if (RetryInterrupted([&] { return fcntl(file.get(), F_OFD_GETLK, &range); }) != 0) {
-    RaiseSystemError(errno, path, "look at the lock");
-  }
-  if (range.l_type == F_UNLCK) return std::nullopt;
-  return ReadHolder(file);
+  return HolderOf(file, path);
 }
 
 }  // namespace Io

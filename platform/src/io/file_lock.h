@@ -10,6 +10,9 @@
 //
 // Waiting is fair: a waiter locks the gate byte, then the data byte, then unlocks the gate, so that
 // callers that lock in a loop cannot starve it. A free lock is taken by one call for both bytes.
+//
+// Behind the data byte the holder locks as many bytes as its process number says, which tells
+// waiters who it is. Whoever changes something writes the program's name into the file too.
 #ifndef PLATFORM_SRC_IO_FILE_LOCK_H_
 #define PLATFORM_SRC_IO_FILE_LOCK_H_
 
@@ -34,13 +37,18 @@ class FileLock {
   // directory's owner.
   FileLock(const Directory& directory, const char* name, std::chrono::milliseconds deadline);
 
-  // Locks the file at `path` if it exists and this process may write it; otherwise holds and
-  // creates nothing. Raises Error: kBusy, kInsecure, and other failures of the system.
+  // For a reader that may become a writer: locks the file at `path` if it exists and this process
+  // may write it; otherwise holds and creates nothing. A writer calls BeginChange() next. Raises
+  // Error: kBusy, kInsecure, and other failures of the system.
   FileLock(const std::string& path, std::chrono::milliseconds deadline);
 
   FileLock(const FileLock&) = delete;
   FileLock& operator=(const FileLock&) = delete;
   ~FileLock();
+
+  // To be called before a change. False if the file was removed or replaced meanwhile, so that the
+  // lock excludes nobody.
+  bool BeginChange();
 
   // False if nothing is held, as in a child of the process that took the lock.
   bool HeldByThisProcess() const {
@@ -52,26 +60,29 @@ class FileLock {
   using Clock = std::chrono::steady_clock;
 
   // `directory` is what `name_` is relative to.
-  bool OpenExisting(int directory);
+  bool OpenExisting(int directory, bool guarded = true);
   void Create(const Directory& directory);
   bool MakeAccessible(const Directory& directory);
   void Finish(const Directory& directory) const;
   bool Lock(int directory, Clock::time_point giveUp, std::chrono::milliseconds deadline);
-  void CheckLockFile(const struct stat& status) const;
-  void TakeTurn(Clock::time_point giveUp, std::chrono::milliseconds deadline);
-  void Wait(off_t byte, Clock::time_point giveUp, std::chrono::milliseconds deadline);
+  void CheckLockFile();
+  bool TakeTurn(Clock::time_point giveUp, std::chrono::milliseconds deadline);
+  void Wait(off_t byte, off_t count, Clock::time_point giveUp, std::chrono::milliseconds deadline);
   bool TryLock(off_t byte, off_t count);
   void Unlock() const;
-  bool IsNamed(int directory, const struct stat& held) const;
+  bool IsNamed(int directory) const;
   void WriteHolder();
 
   std::string path_;
   std::string name_;  // how the file is opened
   std::optional<FileDescriptor> file_;
+  struct stat status_ = {};
+  bool changes_ = false;  // the holder's name is in the file
 };
 
-// Tests the lock without taking it. Returns the holder's name from the lock file; nullopt if the
-// lock is free or has no file. Raises Error if the file cannot be opened.
+// Tests the lock without taking it. Returns the holder, "process 4711 (quorctl)", or without the
+// name if it only reads; nullopt if the lock is free or has no file. Raises Error if the file
+// cannot be opened.
 std::optional<std::string> HolderOf(const std::string& path);
 
 }  // namespace HostPlatform::Io

@@ -7,6 +7,7 @@
 #include <sched.h>
 #include <sys/mman.h>
 #include <time.h>
+#include <unistd.h>
 
 #include <memory>
 
@@ -22,7 +23,8 @@ enum State : unsigned { kForked, kRebuilding, kCurrent };
 // Fills a page of its own, which the kernel replaces by zeros in a child.
 struct alignas(kPageSize) WipedPage {
   std::atomic<unsigned> state{kForked};
-  unsigned char rest[kPageSize - sizeof(std::atomic<unsigned>)] = {};
+  std::atomic<int> process{0};
+  unsigned char rest[kPageSize - 2 * sizeof(std::atomic<int>)] = {};
 };
 constinit WipedPage wiped;
 
@@ -82,6 +84,7 @@ void Rebuild() {
     MakeAnewIfHeld(&lock.mutex);
   forksEnded.store(forksBegun.load());
   ++generation;
+  wiped.process.store(getpid());
   wiped.state.store(kCurrent);
 }
 
@@ -100,7 +103,13 @@ void FollowFork() {
 }
 
 unsigned Generation() {
+  FollowFork();
   return generation.load();
+}
+
+int ProcessNumber() {
+  FollowFork();
+  return wiped.process.load(std::memory_order_relaxed);
 }
 
 std::mutex& ParserMutex() {

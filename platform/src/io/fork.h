@@ -23,9 +23,12 @@ void RegisterForkHandlers();
 // one load. The functions below that return a mutex call it.
 void FollowFork();
 
-// Fork epoch: number of forks between the process that loaded the platform and this one, as noticed
-// by FollowFork().
+// Fork epoch: number of forks between the process that loaded the platform and this one, of those
+// in which the platform was called.
 unsigned Generation();
+
+// This process's number, without a system call.
+int ProcessNumber();
 
 // Guards the parser of the configuration file; see document_parser.cpp.
 std::mutex& ParserMutex();

@@ -65,7 +65,7 @@ TEST_F(Lock, OfAStoppedHolderRaisesAtTheDeadlineAndNamesIt) {
   EXPECT_LT(waited, std::chrono::seconds(10));
   EXPECT_TRUE(Contains(message, LockPath()));
   EXPECT_TRUE(Contains(message, "300 ms"));
-  EXPECT_TRUE(Contains(message, "process " + std::to_string(holder.pid()) + " "));
+  EXPECT_TRUE(Contains(message, "process " + std::to_string(holder.pid()) + ";"));
 }
 
 TEST_F(Lock, OfAHolderThatWasKilledIsFree) {
@@ -157,9 +157,7 @@ TEST_F(Lock, FileThatIsReplacedUnderAWaiterDoesNotLetTwoIn) {
   ChildProcess waiter([&] {
     waiting.Open();
     const SynchronizedConfigFile locked;  // on the old file first, then on the new one
-    struct stat held = StatusOf(LockPath());
-    EXPECT_GT(held.st_size, 0) << "the holder's name is in the new file";
-    EXPECT_TRUE(Contains(ReadFile(LockPath()), std::to_string(getpid())));
+    EXPECT_EQ(HostPlatform::GetLockStates().back().holder, "process " + std::to_string(getpid()));
   });
   ASSERT_TRUE(waiting.Wait());
   usleep(100'000);
@@ -167,6 +165,31 @@ TEST_F(Lock, FileThatIsReplacedUnderAWaiterDoesNotLetTwoIn) {
   goOn.Open();
   EXPECT_TRUE(waiter.Succeeds());
   EXPECT_TRUE(holder.Succeeds());
+}
+
+// The lock of a session that reads is looked at again at its first change.
+TEST_F(Lock, FileThatIsReplacedUnderAReaderIsLockedAnewForItsChange) {
+  {
+    const SynchronizedConfigFile locked;
+    ReplaceFile(LockPath(), "");
+    BranchOf(locked)->SetValue("key", "mine");
+    RunInChild([] { EXPECT_TRUE(Contains(BusyMessage(), "still locked")); });
+    locked.file->Write();
+  }
+  EXPECT_EQ(Get("key"), "mine");
+}
+
+TEST_F(Lock, FileThatIsReplacedUnderAReaderLosesNoChangeOfAnother) {
+  {
+    const SynchronizedConfigFile locked;
+    std::string value;
+    EXPECT_TRUE(BranchOf(locked)->GetValue("key", &value));
+    ReplaceFile(LockPath(), "");
+    RunInChild([] { Put("key", "theirs"); });
+    EXPECT_TRUE(Contains(MessageOf([&] { BranchOf(locked)->SetValue("key", "mine"); }),
+                         "another process changed it"));
+  }
+  EXPECT_EQ(Get("key"), "theirs");
 }
 
 TEST_F(Lock, FileThatIsALinkIsRefused) {

@@ -35,12 +35,24 @@ TEST(Descriptors, AreAboveTheStandardStreamsAlsoWhereTheirNumbersCannotBeKept) {
       refused += keepsNumber ? 1 : 0;
       return keepsNumber ? ENFILE : 0;
     });
-    const FileDescriptor file(AT_FDCWD, "/proc/self/maps", O_RDONLY);
+    const FileDescriptor file(AT_FDCWD, "/proc/self/maps", O_RDONLY, 0, true);
     Stop();
     EXPECT_EQ(refused, 1);
     EXPECT_GT(file.get(), STDERR_FILENO);
     EXPECT_NE(fcntl(file.get(), F_GETFD) & FD_CLOEXEC, 0);
     EXPECT_FALSE(IsOpen(STDIN_FILENO));
+  });
+}
+
+TEST(Descriptors, ThatAreNotGuardedAreAboveTheStandardStreamsToo) {
+  RunInChild([] {
+    for (int number = 0; number <= STDERR_FILENO; ++number)
+      close(number);
+    const FileDescriptor file(AT_FDCWD, "/proc/self/maps", O_RDONLY, 0, false);
+    EXPECT_GT(file.get(), STDERR_FILENO);
+    EXPECT_NE(fcntl(file.get(), F_GETFD) & FD_CLOEXEC, 0);
+    for (int number = 0; number <= STDERR_FILENO; ++number)
+      EXPECT_FALSE(IsOpen(number));
   });
 }
 

@@ -281,8 +281,11 @@ TEST_F(LockFile, NamesItsHolderToThoseWhoWait) {
       << message;
 }
 
+// Another program's lock does not tell its number.
 TEST_F(LockFile, WithHostileTextIsShownWithoutItsControlCharacters) {
-  const auto lock = Lock();
+  Lock();
+  const OtherDescriptor holder(Path());
+  ASSERT_TRUE(holder.Lock(F_WRLCK, 1));
   WriteFile(Path(), "process \x1b[31m1\a\nsecond line");
   std::string message;
   EXPECT_FALSE(IsFree(&message));
@@ -291,7 +294,9 @@ TEST_F(LockFile, WithHostileTextIsShownWithoutItsControlCharacters) {
 }
 
 TEST_F(LockFile, WithoutTheNameOfALivingProcessIsOfAnotherOne) {
-  const auto lock = Lock();
+  Lock();
+  const OtherDescriptor holder(Path());
+  ASSERT_TRUE(holder.Lock(F_WRLCK, 1));
   const std::string dead = "process 4194305 (gone)\n";  // beyond the highest number
   const std::string living = "process " + std::to_string(getpid()) + " (self)\n";
   for (const std::string& text : {std::string(), dead, living}) {
@@ -302,8 +307,19 @@ TEST_F(LockFile, WithoutTheNameOfALivingProcessIsOfAnotherOne) {
   }
 }
 
-TEST_F(LockFile, WithLongTextIsShownCutShort) {
+TEST_F(LockFile, WithTheNameOfAnotherProcessIsOfItsHolderAllTheSame) {
   const auto lock = Lock();
+  WriteFile(Path(), "process " + std::to_string(getppid()) + " (last)\n");
+  std::string message;
+  EXPECT_FALSE(IsFree(&message));
+  EXPECT_NE(message.find("by process " + std::to_string(getpid()) + ";"), std::string::npos)
+      << message;
+}
+
+TEST_F(LockFile, WithLongTextIsShownCutShort) {
+  Lock();
+  const OtherDescriptor holder(Path());
+  ASSERT_TRUE(holder.Lock(F_WRLCK, 1));
   WriteFile(Path(), std::string(100'000, 'x'));
   std::string message;
   EXPECT_FALSE(IsFree(&message));

@@ -68,6 +68,23 @@ TEST_F(LockStates, OpenSessionHoldsTheFilesLock) {
   EXPECT_FALSE(OfFile().held);
 }
 
+// Who only reads writes nothing, not even its name.
+TEST_F(LockStates, SessionIsNamedFromItsFirstChangeOn) {
+  RunInChild([] {
+    const ZynCtl::Config::SynchronizedConfigFile first;
+    first.file->GetBranch("/a")->SetValue("key", std::string("value"));
+    first.file->Write();
+  });
+  const std::string number = "process " + std::to_string(getpid());
+  const ZynCtl::Config::SynchronizedConfigFile locked;
+  const auto branch = locked.file->GetBranch("/a");
+  std::string value;
+  EXPECT_TRUE(branch->GetValue("key", &value));
+  EXPECT_EQ(OfFile().holder, number);
+  branch->SetValue("key", std::string("other"));
+  EXPECT_EQ(OfFile().holder.find(number + " ("), 0U) << OfFile().holder;
+}
+
 TEST_F(LockStates, LockOfAnotherProcessIsSeenAndNotTaken) {
   Put(OpenStore(), "a", "1");
   Gate began;
@@ -92,8 +109,9 @@ TEST_F(LockStates, ControlCharactersOfTheHoldersNameAreReplaced) {
   Put(OpenStore(), "a", "1");
   const Store store = OpenStore();
   store->BeginTransaction();
-  WriteFile(LockPath(), "a\x1b[31mb\nmore");
-  EXPECT_EQ(OfStore().holder, "a?[31mb");
+  const std::string number = "process " + std::to_string(getpid());
+  WriteFile(LockPath(), number + " a\x1b[31mb\nmore");
+  EXPECT_EQ(OfStore().holder, number + " a?[31mb");
 }
 
 TEST_F(LockStates, UserWhoMayNotOpenTheLockFileIsTold) {
