@@ -15,8 +15,6 @@
 namespace TavQuor::Digest {
 namespace {
 
-constexpr std::size_t kDigestSize = 32;
-
 // noexcept: a failure of the formatters ends the process.
 std::string PolicyHead(const QuorPolicyInfo& policy) noexcept {
   return Brisk::Misc::StrPrintf("%s%s%s%" PRId64, policy.name.c_str(), policy.policyId.c_str(),
@@ -80,22 +78,20 @@ class PolicyText {
 std::string PolicyDbHash(const std::vector<QuorPolicyInfo>& policies) {
   std::vector<Place<QuorPolicyInfo>> sorted;
   Sort(policies, &sorted);
-  std::string digests;
-  digests.reserve(kDigestSize * sorted.size());
+  Md5HexList digests(sorted.size());
   PolicyText text;
   for (const auto& place : sorted)
-    digests += Md5Hex(text.Of(*place.record));
-  return Md5Hex(digests);
+    digests.Add(text.Of(*place.record));
+  return Md5Hex(digests.Finish());
 }
 
 std::string DatastoreDbHash(const std::vector<QuorDatastoreInfo>& datastores) {
   std::vector<Place<QuorDatastoreInfo>> sorted;
   Sort(datastores, &sorted);
-  std::string digests;
-  digests.reserve(kDigestSize * sorted.size());
+  Md5HexList digests(sorted.size());
   for (const auto& place : sorted)
-    digests += Md5Hex(DatastoreText(*place.record));
-  return Md5Hex(digests);
+    digests.Add(DatastoreText(*place.record));
+  return Md5Hex(digests.Finish());
 }
 
 }  // namespace TavQuor::Digest

@@ -27,7 +27,7 @@ QUOR_NAMES = r"TavQuor::QuorLib::\w+(\[abi:cxx11\])?\("
 PLATFORM_NAMES = (
     r"((typeinfo|typeinfo name|vtable) for )?"
     r"(Brisk::(Lib|Misc)|TavConfigStore|ZynCtl::Config|HostPlatform)::"
-    r"|(Base64_EasyEncode|Base64_EasyDecode|CryptoHash_ComputeMD5|Str_Sprintf|FeatureList)$")
+    r"|(Base64_EasyEncode|Base64_EasyDecode|CryptoHash_ComputeMD5(OfEach)?|Str_Sprintf|FeatureList)$")
 
 C_NAMES = r"quor_\w+$"
 

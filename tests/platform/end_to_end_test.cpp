@@ -5,9 +5,13 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cstdio>
+#include <map>
 #include <string>
 #include <vector>
 
+#include "platform/crypto_hash.h"
 #include "quor/quor_lib.h"
 #include "support/child_process.h"
 #include "support/host_test.h"
@@ -102,6 +106,61 @@ TEST_F(EndToEnd, DigestTellsChangeToOtherProcesses) {
   EXPECT_EQ(QuorLib::GetDbHash().second, first.second);
   RunInChild([] { Push("first"); });
   EXPECT_EQ(QuorLib::GetDbHash(), first);
+}
+
+std::string Md5(const std::string& text) {
+  unsigned char digest[kCryptoHashMd5Size];
+  CryptoHash_ComputeMD5(text.data(), text.size(), digest);
+  std::string hex;
+  for (const unsigned char byte : digest) {
+    char digits[3];
+    std::snprintf(digits, sizeof digits, "%02x", byte);
+    hex += digits;
+  }
+  return hex;
+}
+
+// Those of several records are computed at once, at most 64 and about a megabyte of text.
+TEST_F(EndToEnd, DigestsOfManyRecordsAreThoseOfEachByItself) {
+  for (const int count : {1, 2, 63, 64, 65, 200}) {
+    std::vector<QuorPolicyInfo> policies = Policies("version", count);
+    if (count > 2) policies[1].blobs.front().first.assign(3'000'000, 'x');
+    QuorLib::AddPolicyInfo(policies);
+    QuorLib::AddDatastoreInfo(Datastores(count));
+    std::map<std::string, std::string> texts;  // by the records' keys
+    for (QuorPolicyInfo& policy : policies) {
+      std::string& text = texts[policy.policyId];
+      text = policy.name + policy.policyId + policy.description +
+             std::to_string(policy.generationNumber);
+      std::sort(policy.blobs.begin(), policy.blobs.end(),
+                [](const auto& a, const auto& b) { return a.second < b.second; });
+      for (const auto& [blob, blobNamespace] : policy.blobs)
+        text.append(blobNamespace).append(blob);
+    }
+    std::string digests;
+    for (const auto& [id, text] : texts)
+      digests += Md5(text);
+    EXPECT_EQ(QuorLib::GetDbHash().first, Md5(digests)) << count;
+    texts.clear();
+    for (const QuorDatastoreInfo& datastore : Datastores(count)) {
+      texts[datastore.url] =
+          datastore.url + datastore.datastoreNamespace + datastore.defaultPolicyId;
+    }
+    digests.clear();
+    for (const auto& [url, text] : texts)
+      digests += Md5(text);
+    EXPECT_EQ(QuorLib::GetDbHash().second, Md5(digests)) << count;
+  }
+}
+
+TEST_F(EndToEnd, DatastoreOfEmptyFieldsAddsNothingToTheDigest) {
+  std::vector<QuorDatastoreInfo> datastores = Datastores(3);
+  QuorLib::AddDatastoreInfo(datastores);
+  const auto digest = QuorLib::GetDbHash();
+  datastores.push_back({});
+  QuorLib::AddDatastoreInfo(datastores);
+  EXPECT_EQ(QuorLib::ListDatastoreInfo().size(), 4U);
+  EXPECT_EQ(QuorLib::GetDbHash(), digest);
 }
 
 TEST_F(EndToEnd, ResetLeavesNothing) {

@@ -20,6 +20,18 @@ extern "C" {
 // security.
 PLATFORM_API int CryptoHash_ComputeMD5(const void* data, size_t length, unsigned char* digest);
 
+// A text to be digested.
+typedef struct CryptoHashText {
+  const void* data;  // may be null when `length` is 0
+  size_t length;     // in bytes
+} CryptoHashText;
+
+// Writes the MD5 digests of `count` texts, 16 bytes each one after the other, to `digests`; several
+// times as fast as one call for each where the processor has vectors. Returns 0. Optional: libquor
+// works with a platform that does not have it.
+PLATFORM_API int CryptoHash_ComputeMD5OfEach(const CryptoHashText* texts, size_t count,
+                                             unsigned char* digests);
+
 #ifdef __cplusplus
 }
 #endif
