@@ -13,20 +13,16 @@ import unittest
 from check_case import CheckCase
 from quorctl_case import (DONE, NO, PERMISSION, STRANGER, USAGE, base64_of, blob, datastore, document,
                           entries_of, policy, without_lock_files)
+from private_mounts import need_private_mounts, with_private_mounts
 from stranger import become_stranger, need_root
 
 
 class ReadOnlyFileSystem(CheckCase):
     def test_ItIsFound(self):
-        script = "mount --bind $H $H && mount -o remount,bind,ro $H && exec "
-        as_root = ["unshare", "--mount", *(["--map-root-user"] if os.geteuid() != 0 else [])]
-        environment = self.environment(H=self.host, Q=self.program)
-        if subprocess.run([*as_root, "sh", "-c", script + "true"], env=environment,
-                          stderr=subprocess.DEVNULL).returncode != 0:
-            print(f"\nleft out: {self.id()}: needs mounts of its own", flush=True)
-            self.skipTest("needs mounts of its own")
-        done = subprocess.run([*as_root, "sh", "-c", script + "$Q check -o json"], env=environment,
-                              stdout=subprocess.PIPE)
+        need_private_mounts(self, self.host)
+        script = "mount --bind $H $H && mount -o remount,bind,ro $H && exec $Q check -o json"
+        done = subprocess.run(with_private_mounts(self.host, "sh", "-c", script),
+                              env=self.environment(H=self.host, Q=self.program), stdout=subprocess.PIPE)
         self.assertEqual(done.returncode, NO)
         self.assertEqual([(f["severity"], f["subject"], f["problem"])
                           for f in json.loads(done.stdout)],

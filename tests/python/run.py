@@ -21,7 +21,7 @@ def main():
             [sys.executable, "-B", "-m", "pytest", "-q", "-p", "no:cacheprovider", "--rootdir", here,
              here, *sys.argv[2:]], check=False, cwd=directory,
             env={**os.environ, "QUOR_HOST_DIR": host, "QUOR_TEST_STORE": sys.argv[1],
-                 "HYPOTHESIS_STORAGE_DIRECTORY": directory}).returncode
+                 "PYTEST_DEBUG_TEMPROOT": directory, "HYPOTHESIS_STORAGE_DIRECTORY": directory}).returncode
 
 
 if __name__ == "__main__":

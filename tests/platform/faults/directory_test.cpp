@@ -19,6 +19,7 @@
 #include "io/error.h"
 #include "support/child_process.h"
 #include "support/host_test.h"
+#include "support/needs.h"
 
 namespace PlatformTest {
 namespace {
@@ -51,8 +52,10 @@ using HostPlatform::Io::Directory;
 using HostPlatform::Io::Error;
 using HostPlatform::Io::ErrorKind;
 
+// Only root gives a directory to a group.
 class GroupOfTheHost : public HostTest {
  protected:
+  GroupOfTheHost() { Machine::NeedRoot(); }
   ~GroupOfTheHost() override { theLookUp = nullptr; }
 
   static int Found(struct group* entry, struct group** found) {
