@@ -12,7 +12,7 @@ times would be none.
 Two counts a call: `own` are the instructions in the library and its platform alone, `all` those of
 the other libraries too: a copy too many shows there only. What would make them differ from machine
 to machine is taken out: the C library is told to use none of the instructions that a newer
-processor has, and simdjson its portable code; valgrind's processor is its own; the store's clock
+processor has; valgrind's processor is its own; the store's clock
 stands still (standing_clock.cpp), and a block of memory always costs the same (steady_memory.cpp).
 System calls count nothing but what enters them.
 """
@@ -42,8 +42,7 @@ TUNABLES = ":".join([
     "glibc.cpu.x86_data_cache_size=0x8000", "glibc.cpu.x86_shared_cache_size=0x100000",
     "glibc.cpu.x86_non_temporal_threshold=0xc0000", "glibc.cpu.x86_rep_movsb_threshold=0x800",
     "glibc.cpu.x86_rep_stosb_threshold=0x800"])
-ENVIRONMENT = {"GLIBC_TUNABLES": TUNABLES, "SIMDJSON_FORCE_IMPLEMENTATION": "fallback",
-               "LC_ALL": "C"}
+ENVIRONMENT = {"GLIBC_TUNABLES": TUNABLES, "LC_ALL": "C"}
 
 Counts = dict[str, dict[str, int]]
 

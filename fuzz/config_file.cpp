@@ -1,12 +1,13 @@
 // SPDX-FileCopyrightText: 2026 libquor developers
 // SPDX-License-Identifier: Apache-2.0
 
-// Any bytes as configuration file: a tree or an exception, and what is written of a tree reads
-// back.
+// Any bytes as configuration file: the tree that other parsers of JSON find, or an exception where
+// they have one too; and what is written of a tree reads back.
 #include <simdjson.h>
 
 #include <cstring>
 #include <memory>
+#include <nlohmann/json.hpp>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -45,8 +46,7 @@ void DecodeAll(const Node& node) {
     DecodeAll(*child.node);
 }
 
-// What a parser that checks the whole text says first. It has no numbers above 64 bits and nests as
-// deeply as it likes.
+// What a parser that has no numbers above 64 bits says.
 bool IsJson(std::string_view text) {
   simdjson::dom::parser parser;
   const auto error = parser.parse(text.data(), text.size()).error();
@@ -54,17 +54,59 @@ bool IsJson(std::string_view text) {
          error == simdjson::NUMBER_OUT_OF_RANGE;
 }
 
+// True if the document is refused by a rule of the configuration file, not of JSON.
+bool IsOwnRule(std::string_view reason) {
+  for (const char* own : {"nests deeper", "stands twice", "is not a JSON object", "byte-order mark",
+                          "a number is written like this"}) {
+    if (reason.find(own) != reason.npos) return true;
+  }
+  return false;
+}
+
+bool IsSame(const Node& node, const nlohmann::json& value) {
+  switch (node.type) {
+    case Node::Type::kBranch:
+    case Node::Type::kArray: {
+      const bool isArray = node.type == Node::Type::kArray;
+      if (isArray != value.is_array() || isArray == value.is_object() ||
+          node.children.size() != value.size()) {
+        return false;
+      }
+      auto item = value.begin();
+      for (const Child& child : node.children) {
+        const auto found = isArray ? item++ : value.find(std::string(child.name));
+        if (found == value.end() || !IsSame(*child.node, *found)) return false;
+      }
+      return true;
+    }
+    case Node::Type::kText:
+      return value.is_string() && value.get_ref<const std::string&>() == node.text;
+    case Node::Type::kNull:
+      return value.is_null();
+    default:
+      return node.text == "true" || node.text == "false" ? value == (node.text == "true")
+                                                         : value.is_number();
+  }
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size) {
   TreeStore store;
   const Node* tree = nullptr;
+  const std::string_view text(reinterpret_cast<const char*>(data), size);
   try {
-    tree = Parse({reinterpret_cast<const char*>(data), size}, &store);
-  } catch (const ConfigFileException&) {
+    tree = Parse(text, &store);
+  } catch (const ConfigFileException& refusal) {
+    // To the other parser a zero byte is the end.
+    const bool isJson = text.find('\0') == text.npos && nlohmann::json::accept(text);
+    Expect(!isJson || IsOwnRule(refusal.what()), "JSON is read");
     return 0;
   }
-  Expect(IsJson({reinterpret_cast<const char*>(data), size}), "what is read is JSON");
+  Expect(IsJson(text), "what is read is JSON");
+  // Numbers beyond the range of a double are an error to it.
+  const nlohmann::json other = nlohmann::json::parse(text, nullptr, false);
+  Expect(other.is_discarded() || IsSame(*tree, other), "what is read is what another parser reads");
   DecodeAll(*tree);
   TreeStore storeOfCopy;
   std::string written;

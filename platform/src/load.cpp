@@ -3,11 +3,8 @@
 
 // Initialisation at load time and cleanup at unload time.
 //
-// The feature switches are read as plain bytes and must be loaded before the first call. The
-// parser's library is initialised here, because a child forked during its lazy initialisation would
-// wait for it for ever.
+// The feature switches are read as plain bytes and must be loaded before the first call.
 #include "configfile/document.h"
-#include "configfile/document_parser.h"
 #include "configstore/snapshot_cache.h"
 #include "features/feature_page.h"
 #include "io/call_scope.h"
@@ -22,7 +19,6 @@ namespace {
   Io::RegisterForkHandlers();
   Io::ReadEnvironment();
   LoadFeatures();
-  ZynCtl::Config::PrepareParser();
 }
 
 // Also runs at exit, while other threads may still call; they rebuild what they need.

@@ -16,7 +16,6 @@ build cmake           build configuration, 3.25 or newer
 build ninja-build     runs the build
 build libxxhash-dev   checksums of stored records
 build libmd-dev       MD5 of the catalogue digests
-build libsimdjson-dev parser of the configuration file
 build libcli11-dev    command line of quorctl
 build nlohmann-json3-dev catalogue documents of quorctl
 build libyaml-cpp-dev catalogue documents in YAML
@@ -82,6 +81,7 @@ wheel python3-wheel builds the Python package as a wheel
 lint  shellcheck      static checks of the scripts
 fuzz  clang-14         compiler of the fuzz targets
 fuzz  libclang-rt-14-dev libFuzzer and the sanitizers of clang
+fuzz  libsimdjson-dev  oracle for the parser of the configuration file
 compilers g++-11 other compiler of the libraries and the tool
 compilers g++-12 other compiler of the libraries and the tool
 compilers clang-14 other compiler of the libraries and the tool
@@ -101,6 +101,7 @@ bench util-linux      tells the file system of the measured directory
 bench libbenchmark-dev benchmark framework
 bench libsqlite3-dev  peer in the benchmarks
 bench liblmdb-dev     peer in the benchmarks
+bench libsimdjson-dev peer in the benchmarks
 bench nlohmann-json3-dev peer in the benchmarks, and writes their results
 END
 }

@@ -18,13 +18,13 @@ BUILD = ""
 
 # Components by the Debian packages of their headers and by the names of their shared libraries.
 HEADERS = {
-    "xxhash": "libxxhash-dev", "simdjson": "libsimdjson-dev", "libmd": "libmd-dev",
+    "xxhash": "libxxhash-dev", "libmd": "libmd-dev",
     "cli11": "libcli11-dev", "nlohmann-json": "nlohmann-json3-dev", "yaml-cpp": "libyaml-cpp-dev",
     "linux": "linux-libc-dev", "libpq": "libpq-dev", "libcrypto": "libssl-dev", "zlib": "zlib1g-dev",
     "glibc": "libc6-dev", "gcc": r"(libstdc\+\+|libgcc)-\d+-dev",
 }
 LIBRARIES = {
-    "libmd": r"libmd\.so\.\d+", "simdjson": r"libsimdjson\.so\.\d+", "yaml-cpp": r"libyaml-cpp\.so\.[\d.]+",
+    "libmd": r"libmd\.so\.\d+", "yaml-cpp": r"libyaml-cpp\.so\.[\d.]+",
     "gcc": r"(libstdc\+\+|libgcc_s)\.so\.\d+", "glibc": r"(libc|libm|ld-linux.*)\.so\.\d+",
     "libpq": r"libpq\.so\.\d+", "libcrypto": r"libcrypto\.so\.\d+", "zlib": r"libz\.so\.\d+",
     "libquor.so.1": r"libquor\.so\.1", "libquorc.so.1": r"libquorc\.so\.1",

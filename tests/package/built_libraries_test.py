@@ -34,7 +34,7 @@ C_NAMES = r"quor_\w+$"
 RUNTIME = {"libstdc++.so.6", "libgcc_s.so.1", "libc.so.6"}
 QUOR_MAY_NEED = RUNTIME | {"libquor-platform.so.1"}
 C_MAY_NEED = RUNTIME | {"libquor.so.1"}
-PLATFORM_MAY_NEED = RUNTIME | {"libmd.so.0", "libsimdjson.so.14"}
+PLATFORM_MAY_NEED = RUNTIME | {"libmd.so.0"}
 
 
 def output_of(*command):

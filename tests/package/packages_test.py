@@ -84,7 +84,7 @@ class Packages(unittest.TestCase):
 
     def test_root_installs_what_is_missing_and_nothing_else(self):
         result, calls = self.run_bash("ensure_packages build",
-                                      installed="g++ cmake libmd-dev libsimdjson-dev "
+                                      installed="g++ cmake libmd-dev "
                                                 "libcli11-dev nlohmann-json3-dev "
                                                 "libyaml-cpp-dev")
         self.assertEqual(result.returncode, 0, result.stderr)

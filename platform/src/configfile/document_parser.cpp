@@ -3,245 +3,134 @@
 
 #include "configfile/document_parser.h"
 
-// The parser's development checks write to a buffer without testing its allocation.
-#define SIMDJSON_DEVELOPMENT_CHECKS 0
-#include <simdjson.h>
-
 #include <algorithm>
 #include <cstdint>
-#include <memory>
-#include <mutex>
-#include <new>
+#include <cstring>
 #include <set>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
-#include "configfile/document_outline.h"
 #include "configfile/failure.h"
-#include "io/fork.h"
-
-// The leak sanitizer's, in programs that have it.
-extern "C" [[gnu::weak]] void __lsan_ignore_object(const void* object);  // NOLINT: its name
+#include "util/plain_text.h"
+#include "util/utf8.h"
 
 namespace ZynCtl::Config {
 namespace {
 
-namespace ondemand = simdjson::ondemand;
-
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 constexpr std::size_t kFewMembers = 16;  // compared pair by pair
 
-// Shared by the process, guarded by ParserMutex(), and never destroyed: simdjson's factory object
-// is destroyed at exit, while exit handlers and other threads may still call.
-struct SharedParser {
-  ondemand::parser* parser;
-  ondemand::parser* spare;  // for a child forked during a parse
-  bool busy;
-};
-constinit SharedParser shared = {};
+constexpr char32_t kHighSurrogates = 0xD800;
+constexpr char32_t kLowSurrogates = 0xDC00;
+constexpr char32_t kBehindSurrogates = 0xE000;
 
-ondemand::parser* MakeParser() {
-  auto parser = std::make_unique<ondemand::parser>();
-  // Allocates what needs the factory object. Depth 1, since the stack of 10 KB serves another way
-  // of parsing.
-  if (parser->allocate(0, 1) != simdjson::SUCCESS) throw std::bad_alloc();
-  // Leaks when the library is unloaded.
-  if (&__lsan_ignore_object != nullptr) __lsan_ignore_object(parser.get());
-  return parser.release();
-}
-
-// Holds the shared parser during one parse, then frees the memory of the document.
-class ParserLock {
- public:
-  ParserLock()
-      : lock_(HostPlatform::Io::ParserMutex()), generation_(HostPlatform::Io::Generation()) {
-    // The process was forked during a parse, by another thread or by a signal handler of this one.
-    if (shared.busy) shared.parser = std::exchange(shared.spare, nullptr);
-    shared.busy = false;
-    if (shared.parser == nullptr) {
-      shared.parser = MakeParser();
-      shared.spare = MakeParser();
-    }
-    shared.busy = true;
-    parser_ = shared.parser;
-  }
-  ParserLock(const ParserLock&) = delete;
-  ParserLock& operator=(const ParserLock&) = delete;
-  ~ParserLock() {
-    const auto error = parser_->allocate(0, 1);
-    static_cast<void>(error);  // out of memory: everything was freed
-    if (generation_ == HostPlatform::Io::Generation()) {
-      shared.busy = false;
-    } else {
-      static_cast<void>(lock_.release());  // the parent's: the child's own is another one
-    }
-  }
-
-  ondemand::parser& parser() const { return *parser_; }
-
- private:
-  std::unique_lock<std::mutex> lock_;
-  unsigned generation_;
-  ondemand::parser* parser_;
-};
-
-// Builds the tree, keeps numbers literally, and locates errors.
+// Reads the text once, from its beginning to its end. Escapes are replaced in place, as they are
+// longer than what they stand for. Behind the text stands a zero byte, which ends every scan.
 class Parser {
  public:
-  Parser(simdjson::padded_string_view text, const std::string& path, TreeStore* store)
-      : path_(path), padded_(text), store_(store), parser_(held_.parser()) {}
+  Parser(char* text, std::size_t size, const std::string& path, TreeStore* store)
+      : path_(path), begin_(text), end_(text + size), at_(text), lineStart_(text), store_(store) {}
 
   Node* Parse() {
-    if (Text().starts_with(kByteOrderMark)) {
-      RaiseAt(padded_.data(), "it starts with a byte-order mark; save it as UTF-8 without one");
-    }
-    if (const auto error = parser_.iterate(padded_).get(document_)) Raise(error);
-    started_ = true;
-    ondemand::object object;
-    if (const auto error = document_.get_object().get(object)) {
-      if (error == simdjson::INCORRECT_TYPE) RaiseHere("the document is not a JSON object");
-      Raise(error);
-    }
-    Node* const root = OpenBranch(object);
-    ParseOpen();
-    const char* rest = nullptr;
-    if (document_.current_location().get(rest) == simdjson::SUCCESS) {
-      RaiseAt(rest, "there is more text behind the document's end");
-    }
+    CheckEncoding();
+    SkipSpace();
+    if (at_ == end_) RaiseAtStart("it is empty");
+    if (*at_ != '{') RaiseHere("the document is not a JSON object");
+    Node* const root = Open(Node::Type::kBranch);
+    while (!open_.empty())
+      ParseChildOrEnd();
+    SkipSpace();
+    if (at_ != end_) RaiseHere("there is more text behind the document's end");
     return root;
   }
 
  private:
-  std::string_view Text() const { return std::string_view(padded_.data(), padded_.size()); }
-
   // An open branch or array. An explicit stack, because threads may have a small one.
   struct Container {
     Node* node;
     std::size_t first;  // index of its first child in children_
-    bool started = false;
-    simdjson::simdjson_result<ondemand::object_iterator> member, membersEnd;
-    simdjson::simdjson_result<ondemand::array_iterator> item, itemsEnd;
     std::set<std::string_view> names = {};
 
     bool IsArray() const { return node->type == Node::Type::kArray; }
-    // Moves to the next child; false after the last one.
-    bool Advance() {
-      if (IsArray()) {
-        if (started) ++item;
-        return (started = true) && item != itemsEnd;
-      }
-      if (started) ++member;
-      return (started = true) && member != membersEnd;
-    }
   };
 
-  Node* OpenBranch(ondemand::object object) {
-    Node* const node = store_->Make(Node::Type::kBranch);
-    open_.push_back({node, children_.size(), false, object.begin(), object.end(), {}, {}});
+  void CheckEncoding() {
+    const std::string_view text(begin_, static_cast<std::size_t>(end_ - begin_));
+    if (text.starts_with(kByteOrderMark)) {
+      RaiseAtStart("it starts with a byte-order mark; save it as UTF-8 without one");
+    }
+    const char* const invalid = begin_ + HostPlatform::FindInvalidUtf8(text);
+    if (invalid == end_) return;
+    while (at_ != invalid)
+      Step();
+    RaiseHere("it is not valid UTF-8");
+  }
+
+  // Over a character that may be a line break.
+  void Step() {
+    if (*at_++ != '\n') return;
+    ++line_;
+    lineStart_ = at_;
+  }
+
+  void SkipSpace() {
+    while (*at_ == ' ' || *at_ == '\n' || *at_ == '\t' || *at_ == '\r')
+      Step();
+  }
+
+  bool TakeIf(char wanted) {
+    if (*at_ != wanted) return false;
+    ++at_;
+    return true;
+  }
+
+  Node* Open(Node::Type type) {
+    if (open_.size() == kDeepestNesting) {
+      RaiseHere("it nests deeper than " + std::to_string(kDeepestNesting) + " levels");
+    }
+    ++at_;
+    Node* const node = store_->Make(type);
+    open_.push_back({node, children_.size()});
     return node;
   }
 
-  Node* OpenArray(ondemand::array array) {
-    Node* const node = store_->Make(Node::Type::kArray);
-    open_.push_back({node, children_.size(), false, {}, {}, array.begin(), array.end()});
-    return node;
-  }
-
-  void CheckDepth() {
-    if (open_.size() < kDeepestNesting) return;
-    RaiseHere("it nests deeper than " + std::to_string(kDeepestNesting) + " levels");
-  }
-
-  void ParseOpen() {
-    while (!open_.empty()) {
-      if (open_.back().Advance()) {
-        ParseChild(&open_.back());
-      } else {
-        TakeChildren(open_.back().first, open_.back().node);
-        open_.pop_back();
+  // The next child of the innermost container, or its end. The children of a child that is a
+  // container itself come next.
+  void ParseChildOrEnd() {
+    Container& parent = open_.back();
+    const bool isArray = parent.IsArray();
+    SkipSpace();
+    if (TakeIf(isArray ? ']' : '}')) {
+      TakeChildren(parent.first, parent.node);
+      open_.pop_back();
+      return;
+    }
+    if (children_.size() != parent.first) {
+      if (!TakeIf(',')) {
+        RaiseHere(isArray ? "a comma or ] is missing here" : "a comma or } is missing here");
       }
+      SkipSpace();
     }
+    const std::size_t own = children_.size();
+    const std::string_view name = isArray ? std::string_view() : ParseName(&parent);
+    children_.push_back({name, nullptr});
+    children_[own].node = ParseValue();
   }
 
-  // Pushes a child that is a branch or array; its own children are parsed later.
-  void ParseChild(Container* parent) {
-    ondemand::value value;
-    if (parent->IsArray()) {
-      if (const auto error = (*parent->item).get(value)) Raise(error);
-      children_.push_back({{}, nullptr});
-    } else {
-      ondemand::field field;
-      if (const auto error = (*parent->member).get(field)) Raise(error);
-      children_.push_back({ParseNewName(field.key(), parent), nullptr});
-      value = field.value();
+  // A name that is new in the branch, and the colon behind it.
+  std::string_view ParseName(Container* branch) {
+    const char* const start = at_;
+    if (*at_ != '"') RaiseHere("a name in double quotes is missing here");
+    const std::string_view name = ParseText();
+    if (!IsNew(name, branch)) {
+      RaiseAt(start, "the key \"" + std::string(name) + "\" stands twice in one object");
     }
-    const std::size_t own = children_.size() - 1;
-    children_[own].node = ParseValue(value);
-  }
-
-  Node* ParseValue(ondemand::value value) {
-    ondemand::json_type type;
-    if (const auto error = value.type().get(type)) Raise(error);
-    switch (type) {
-      case ondemand::json_type::object: {
-        CheckDepth();
-        ondemand::object object;
-        if (const auto error = value.get_object().get(object)) Raise(error);
-        return OpenBranch(object);
-      }
-      case ondemand::json_type::array: {
-        CheckDepth();
-        ondemand::array array;
-        if (const auto error = value.get_array().get(array)) Raise(error);
-        return OpenArray(array);
-      }
-      case ondemand::json_type::string:
-        return ParseText(value);
-      default:
-        return ParseLiteral(value);
-    }
-  }
-
-  static std::string_view WithoutSpaceBehind(std::string_view token) {
-    const std::size_t last = token.find_last_not_of(" \t\r\n");
-    return token.substr(0, last + 1);
-  }
-
-  // Avoids the parser's own buffer, which is null if its allocation failed. `size` includes
-  // escapes.
-  std::string_view Unescape(ondemand::raw_json_string escaped, std::size_t size) {
-    auto* room = reinterpret_cast<std::uint8_t*>(store_->Reserve(size + kTextPadding));
-    std::string_view text;
-    if (const auto error = parser_.unescape(escaped, room).get(text)) {
-      RaiseAt(escaped.raw(), simdjson::error_message(error));
-    }
-    return text;
-  }
-
-  // A string without escapes, the usual case, refers to the document's text.
-  Node* ParseText(ondemand::value value) {
-    Node* const node = store_->Make(Node::Type::kText);
-    const std::string_view token = WithoutSpaceBehind(value.raw_json_token());
-    ondemand::raw_json_string raw;
-    if (const auto error = value.get_raw_json_string().get(raw)) Raise(error);
-    const std::string_view text = token.substr(1, token.size() - 2);  // without the quotes
-    node->text = text.find('\\') == std::string_view::npos ? text : Unescape(raw, text.size());
-    return node;
-  }
-
-  std::string_view ParseName(ondemand::raw_json_string raw) {
-    const char* const begin = raw.raw();
-    const char* end = begin;
-    bool escaped = false;
-    for (; *end != '"'; ++end) {  // there is a quote: the parser has seen it
-      if (*end != '\\') continue;
-      escaped = true;
-      ++end;
-    }
-    const auto size = static_cast<std::size_t>(end - begin);
-    return escaped ? Unescape(raw, size) : std::string_view(begin, size);
+    SkipSpace();
+    if (!TakeIf(':')) RaiseHere("a colon is missing here, between a name and its value");
+    SkipSpace();
+    return name;
   }
 
   // False for a repeated name, of which the next write would lose one value. Compares pairwise in
@@ -260,26 +149,108 @@ class Parser {
     return branch->names.insert(name).second;
   }
 
-  std::string_view ParseNewName(ondemand::raw_json_string raw, Container* branch) {
-    const std::string_view name = ParseName(raw);
-    if (!IsNew(name, branch)) {
-      RaiseAt(raw.raw(), "the key \"" + std::string(name) + "\" stands twice in one object");
+  Node* ParseValue() {
+    switch (*at_) {
+      case '{':
+        return Open(Node::Type::kBranch);
+      case '[':
+        return Open(Node::Type::kArray);
+      case '"': {
+        Node* const node = store_->Make(Node::Type::kText);
+        node->text = ParseText();
+        return node;
+      }
+      default:
+        return ParseLiteral();
     }
-    return name;
   }
 
-  // Moves the children from `first` on to the node, with exact capacity.
-  void TakeChildren(std::size_t first, Node* node) {
-    node->children.assign(children_.begin() + static_cast<std::ptrdiff_t>(first), children_.end());
-    children_.resize(first);
+  // To the next quote, backslash or control character, or to the end.
+  void SkipPlain() {
+    using HostPlatform::ByteBlock;
+    const std::string_view rest(at_, static_cast<std::size_t>(end_ - at_));
+    at_ += HostPlatform::SkipBlocks(rest, 0, [](ByteBlock block) {
+      return HostPlatform::AnyByte((block == '"') | (block == '\\') | (block < ' '));
+    });
+    while (*at_ != '"' && *at_ != '\\' && static_cast<unsigned char>(*at_) >= ' ')
+      ++at_;
+  }
+
+  // The text within the quotes, the first of which is here.
+  std::string_view ParseText() {
+    const char* const quote = at_++;
+    char* const text = at_;
+    SkipPlain();
+    char* textEnd = at_;
+    while (*at_ != '"') {
+      if (at_ == end_) RaiseAt(quote, "the text that begins here is not closed");
+      if (*at_ != '\\') {
+        RaiseHere(
+            "a line break, tab or other control character stands inside a text; write it as \\n, "
+            "\\t or \\u00..");
+      }
+      textEnd = ParseEscape(textEnd);
+      const char* const plain = at_;
+      SkipPlain();
+      const auto size = static_cast<std::size_t>(at_ - plain);
+      std::memmove(textEnd, plain, size);
+      textEnd += size;
+    }
+    ++at_;
+    return {text, static_cast<std::size_t>(textEnd - text)};
+  }
+
+  // Writes what the escape stands for to `to`; returns the end.
+  char* ParseEscape(char* to) {
+    constexpr std::string_view kLetters = "\"\\/bfnrt";
+    constexpr std::string_view kMeant = "\"\\/\b\f\n\r\t";
+    const char letter = at_[1];
+    if (letter == 'u') return ParseCodes(to);
+    const std::size_t known = letter == '\0' ? kLetters.npos : kLetters.find(letter);
+    if (known == kLetters.npos) RaiseHere("there is no such escape in JSON");
+    at_ += 2;
+    *to = kMeant[known];
+    return to + 1;
+  }
+
+  // One code, or the two of a surrogate pair.
+  char* ParseCodes(char* to) {
+    const char* const escape = at_;
+    char32_t code = ParseCode(escape);
+    if (code >= kHighSurrogates && code < kBehindSurrogates) {
+      const bool isPair = code < kLowSurrogates && at_[0] == '\\' && at_[1] == 'u';
+      const char32_t low = isPair ? ParseCode(escape) : 0;
+      if (low < kLowSurrogates || low >= kBehindSurrogates) {
+        RaiseAt(escape, "half of a surrogate pair is no character");
+      }
+      code = 0x10000 + ((code - kHighSurrogates) << 10) + (low - kLowSurrogates);
+    }
+    return HostPlatform::AppendUtf8(code, to);
+  }
+
+  char32_t ParseCode(const char* escape) {
+    at_ += 2;
+    char32_t code = 0;
+    for (int i = 0; i < 4; ++i) {
+      constexpr std::string_view kDigits = "0123456789abcdef0123456789ABCDEF";
+      const std::size_t digit = *at_ == '\0' ? kDigits.npos : kDigits.find(*at_);
+      if (digit == kDigits.npos) RaiseAt(escape, "\\u needs four hexadecimal digits");
+      code = code << 4 | static_cast<char32_t>(digit % 16);
+      ++at_;
+    }
+    return code;
   }
 
   // Keeps numbers literally, so that no digit of another program's number is lost.
-  Node* ParseLiteral(ondemand::value value) {
-    const std::string_view token = WithoutSpaceBehind(value.raw_json_token());
+  Node* ParseLiteral() {
+    const char* const start = at_;
+    while (*at_ != '\0' && std::string_view(" \t\r\n,:[]{}\"").find(*at_) == std::string_view::npos)
+      ++at_;
+    const std::string_view token(start, static_cast<std::size_t>(at_ - start));
+    if (token.empty()) RaiseHere("a value is missing here");
     if (token == "null") return store_->Make(Node::Type::kNull);
     if (token != "true" && token != "false" && !IsNumber(token)) {
-      RaiseAt(token.data(), "neither a value nor a number is written like this");
+      RaiseAt(start, "neither a value nor a number is written like this");
     }
     Node* const node = store_->Make(Node::Type::kLiteral);
     node->text = token;
@@ -315,70 +286,51 @@ class Parser {
     return text.empty();
   }
 
-  [[noreturn]] void Raise(simdjson::error_code error) {
-    if (error == simdjson::MEMALLOC) throw std::bad_alloc();
-    if (error == simdjson::UTF8_ERROR) {
-      RaiseAt(padded_.data() + FindInvalidUtf8(Text()), "it is not valid UTF-8");
-    }
-    if (error == simdjson::EMPTY) RaiseAt(padded_.data(), "it is empty");
-    if (!started_ || error == simdjson::INCOMPLETE_ARRAY_OR_OBJECT) {
-      if (const auto mistake = FindOutlineMistake(Text())) {
-        RaiseAt(padded_.data() + mistake->place, mistake->reason);
-      }
-    }
-    RaiseHere(simdjson::error_message(error));
+  // Moves the children from `first` on to the node, with exact capacity.
+  void TakeChildren(std::size_t first, Node* node) {
+    node->children.assign(children_.begin() + static_cast<std::ptrdiff_t>(first), children_.end());
+    children_.resize(first);
+  }
+
+  [[noreturn]] void RaiseAtStart(const std::string& reason) {
+    line_ = 1;
+    lineStart_ = begin_;
+    RaiseAt(begin_, reason);
   }
 
   [[noreturn]] void RaiseHere(const std::string& reason) {
-    const char* place = nullptr;
-    if (!started_ || document_.current_location().get(place) != simdjson::SUCCESS) {
-      place = padded_.data() + padded_.size();
-    }
-    RaiseAt(place, reason);
+    RaiseAt(at_, at_ == end_ ? "it ends before its branches and arrays are closed" : reason);
   }
 
+  // The place is in the present line.
   [[noreturn]] void RaiseAt(const char* place, const std::string& reason) {
-    const char* const begin = padded_.data();
-    place = std::clamp(place, begin, begin + padded_.size());
-    const auto line = std::count(begin, place, '\n') + 1;
-    const char* lineStart = place;
-    while (lineStart != begin && lineStart[-1] != '\n')
-      --lineStart;
-    RaiseConfigFile(path_ + ":" + std::to_string(line) + ":" +
-                    std::to_string(place - lineStart + 1) + ": " + reason +
+    RaiseConfigFile(path_ + ":" + std::to_string(line_) + ":" +
+                    std::to_string(place - lineStart_ + 1) + ": " + reason +
                     "; nothing was changed. Correct it, or restore it from a backup");
   }
 
   const std::string& path_;
-  simdjson::padded_string_view padded_;
+  const char* begin_;
+  const char* end_;
+  char* at_;
+  std::size_t line_ = 1;
+  const char* lineStart_;
   TreeStore* store_;
   std::vector<Container> open_;  // innermost last
   std::vector<Child> children_;  // children of the containers in open_
-  ParserLock held_;
-  ondemand::parser& parser_;
-  ondemand::document document_;
-  bool started_ = false;  // the document has a current location
 };
 
 }  // namespace
 
 Node* ParseDocument(std::unique_ptr<char[]> text, std::size_t size, const std::string& path,
                     TreeStore* store) {
-  static_assert(kTextPadding >= simdjson::SIMDJSON_PADDING);
   if (size > kLargestDocument) {
     RaiseConfigFile(path + ": it has more than " + std::to_string(kLargestDocument >> 20) +
                     " MiB, the most that is read; nothing was changed. Restore it from a backup");
   }
-  const simdjson::padded_string_view padded(text.get(), size, size + kTextPadding);
+  char* const begin = text.get();
   store->Keep(std::move(text));
-  return Parser(padded, path, store).Parse();
-}
-
-// Constructs both parsers, since the factory object is destroyed before the last exit handlers run.
-void PrepareParser() try {
-  shared.parser = MakeParser();
-  shared.spare = MakeParser();
-} catch (const std::bad_alloc&) {  // retried at first use
+  return Parser(begin, size, path, store).Parse();
 }
 
 }  // namespace ZynCtl::Config

@@ -13,23 +13,21 @@
 
 namespace ZynCtl::Config {
 
-// Limit of nesting, which bounds recursion.
+// Limit of nesting, which bounds the recursion of those who walk the tree.
 inline constexpr std::size_t kDeepestNesting = 200;
 
 // Limit of the text's size, for reading and writing. Base64 enlarges blobs by a third.
 inline constexpr std::size_t kLargestDocument = std::size_t{1} << 30;
 
-// Readable bytes after the text, with any content.
-inline constexpr std::size_t kTextPadding = 64;
+// Zero bytes after the text.
+inline constexpr std::size_t kTextPadding = 1;
 
 // Returns the root of the tree, allocated in `store`. The tree refers to the text (`size` bytes and
-// the padding), which the store takes over. Raises ConfigFileException with `path`, line, column
-// and reason if the text is not a JSON object, repeats a key in an object, or nests too deeply.
+// the padding), which the store takes over and in which escapes are replaced. Raises
+// ConfigFileException with `path`, line, column and reason if the text is not a JSON object,
+// repeats a key in an object, or nests too deeply.
 Node* ParseDocument(std::unique_ptr<char[]> text, std::size_t size, const std::string& path,
                     TreeStore* store);
-
-// Constructs the parsers and initialises their library; called at load time.
-void PrepareParser();
 
 }  // namespace ZynCtl::Config
 

@@ -3,16 +3,14 @@
 
 #include "configfile/stored_text.h"
 
-#include <algorithm>
 #include <cstdlib>
 #include <memory>
 #include <new>
 #include <string_view>
 #include <utility>
 
-#include "configfile/document_outline.h"
 #include "platform/base64.h"
-#include "util/plain_text.h"
+#include "util/utf8.h"
 
 namespace ZynCtl::Config {
 namespace {
@@ -21,15 +19,6 @@ using namespace std::string_view_literals;
 
 constexpr std::string_view kMark = "\0base64:"sv;
 
-// Fast path: true if the text is ASCII without NUL.
-bool IsPlain(std::string_view bytes) {
-  const auto isOther = [](char c) { return static_cast<signed char>(c) <= 0; };
-  const std::size_t at = HostPlatform::SkipBlocks(bytes, 0, [](HostPlatform::ByteBlock block) {
-    return HostPlatform::AnyByte((block == 0) | (block > 127));
-  });
-  return std::none_of(bytes.begin() + static_cast<std::ptrdiff_t>(at), bytes.end(), isOther);
-}
-
 struct Free {
   void operator()(void* memory) const { std::free(memory); }
 };
@@ -37,8 +26,8 @@ struct Free {
 }  // namespace
 
 bool IsReadable(std::string_view bytes) {
-  if (IsPlain(bytes)) return true;
-  return bytes.find('\0') == std::string_view::npos && FindInvalidUtf8(bytes) == bytes.size();
+  return bytes.find('\0') == std::string_view::npos &&
+         HostPlatform::FindInvalidUtf8(bytes) == bytes.size();
 }
 
 std::string EncodeText(std::string bytes) {

@@ -32,7 +32,6 @@ constinit std::atomic<unsigned> generation{0};
 constinit std::atomic<unsigned> forksBegun{0};
 constinit std::atomic<unsigned> forksEnded{0};
 
-constinit std::mutex parserMutex;
 constinit std::mutex featuresMutex;
 constinit std::mutex openingMutex;
 
@@ -77,7 +76,6 @@ void Rebuild() {
     return;
   }
   FileDescriptor::ForgetAllInChild();
-  MakeAnewIfHeld(&parserMutex);
   MakeAnewIfHeld(&featuresMutex);
   MakeAnewIfHeld(&openingMutex);
   for (CacheLock& lock : cacheLocks)
@@ -110,11 +108,6 @@ unsigned Generation() {
 int ProcessNumber() {
   FollowFork();
   return wiped.process.load(std::memory_order_relaxed);
-}
-
-std::mutex& ParserMutex() {
-  FollowFork();
-  return parserMutex;
 }
 
 std::mutex& FeaturesMutex() {

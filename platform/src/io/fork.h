@@ -5,7 +5,7 @@
 //
 // No lock is taken around a fork. A child may inherit mutexes locked by threads that it does not
 // have, and guarded state that is half changed. Its first call constructs such mutexes anew; the
-// owner of the state detects a torn change by itself (newest.h, document_parser.cpp). A page that
+// owner of the state detects a torn change by itself (newest.h). A page that
 // the kernel wipes at fork tells the child that it is one, also after _Fork() and clone(), which
 // run no fork handlers.
 #ifndef PLATFORM_SRC_IO_FORK_H_
@@ -29,9 +29,6 @@ unsigned Generation();
 
 // This process's number, without a system call.
 int ProcessNumber();
-
-// Guards the parser of the configuration file; see document_parser.cpp.
-std::mutex& ParserMutex();
 
 // Guards the state of the `features` file (feature_page.cpp). Locked before OpeningMutex().
 std::mutex& FeaturesMutex();
