@@ -6,7 +6,6 @@
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/uio.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -16,6 +15,7 @@
 #include "configstore/failure.h"
 #include "io/call_scope.h"
 #include "io/error.h"
+#include "io/fork.h"
 #include "util/bytes.h"
 
 namespace TavConfigStore {
@@ -74,7 +74,7 @@ void SnapshotBytes::Replace(std::string bytes) {
 bool SnapshotBytes::CopyOut(std::uint64_t position, std::size_t size, char* to) const noexcept {
   const iovec into{to, size};
   const iovec from{static_cast<char*>(mapping_) + position, size};
-  return process_vm_readv(getpid(), &into, 1, &from, 1, 0) == static_cast<ssize_t>(size);
+  return process_vm_readv(HostPlatform::Io::ProcessNumber(), &into, 1, &from, 1, 0) == static_cast<ssize_t>(size);
 }
 
 SnapshotBytes::Part SnapshotBytes::Read(std::uint64_t position, std::uint64_t size) const {
