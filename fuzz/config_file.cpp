@@ -12,10 +12,10 @@
 #include <string_view>
 #include <utility>
 
-#include "configfile/document_parser.h"
-#include "configfile/document_writer.h"
-#include "configfile/stored_text.h"
 #include "expect.h"
+#include "tree/document_parser.h"
+#include "tree/document_writer.h"
+#include "tree/stored_text.h"
 #include "zynctl/exception.h"
 
 namespace {

@@ -8,11 +8,11 @@
 #include <string>
 #include <string_view>
 
-#include "configstore/object_contents.h"
-#include "configstore/record_codec.h"
 #include "expect.h"
+#include "services/bytes.h"
+#include "store/object_contents.h"
+#include "store/record_codec.h"
 #include "tavconfigstore/exception.h"
-#include "util/bytes.h"
 
 namespace {
 

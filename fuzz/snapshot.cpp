@@ -11,9 +11,9 @@
 #include <string_view>
 #include <system_error>
 
-#include "configstore/record_codec.h"
-#include "configstore/snapshot.h"
 #include "expect.h"
+#include "store/record_codec.h"
+#include "store/snapshot.h"
 #include "tavconfigstore/exception.h"
 
 namespace {

@@ -4,12 +4,12 @@
 // Initialisation at load time and cleanup at unload time.
 //
 // The feature switches are read as plain bytes and must be loaded before the first call.
-#include "configfile/document.h"
-#include "configstore/snapshot_cache.h"
-#include "features/feature_page.h"
-#include "io/call_scope.h"
-#include "io/fork.h"
-#include "io/host_paths.h"
+#include "os/call_scope.h"
+#include "os/fork.h"
+#include "os/host_paths.h"
+#include "services/feature_page.h"
+#include "store/snapshot_cache.h"
+#include "tree/document.h"
 
 namespace HostPlatform {
 namespace {

@@ -59,6 +59,11 @@ BACKENDS_MAY_USE = ["include/quor", "src/api/backend.h", "src/api/identifier.h",
                     "src/api/lasting_string.h", "src/digest",
                     PLATFORM_HEADERS]
 
+# Errors at the bottom, then the system's files, then services; the two stores do not know each other.
+ERRORS = [PLATFORM_HEADERS, "platform/src/errors"]
+OS = [*ERRORS, "platform/src/os"]
+SERVICES = [*OS, "platform/src/services"]
+
 LAYERS = {
     "include/quor/quor.h": Layer([], external={"stddef.h", "stdint.h"}),
     "include/quor": Layer([], external=CXX11_HEADERS),
@@ -77,6 +82,11 @@ LAYERS = {
         never=ADMINISTRATION + STORE_CLIENTS, external=STANDARD_HEADERS),
     "c": Layer(["include/quor", "c/src"], external=STANDARD_HEADERS | SYSTEM_HEADERS),
     "platform/include": Layer([PLATFORM_HEADERS], external=STANDARD_HEADERS),
+    "platform/src/errors": Layer(ERRORS),
+    "platform/src/os": Layer(OS),
+    "platform/src/services": Layer(SERVICES),
+    "platform/src/store": Layer([*SERVICES, "platform/src/store"]),
+    "platform/src/tree": Layer([*SERVICES, "platform/src/tree"]),
     "platform/src": Layer([PLATFORM_HEADERS, "platform/src"]),
     "tools/catalogue": Layer(
         ["include/quor", "tools/catalogue", "src/digest/catalogue_digest.h",

@@ -2,13 +2,13 @@
 // SPDX-License-Identifier: Apache-2.0
 
 // Change of the process's host directory.
-#include "configfile/document.h"
-#include "configstore/snapshot_cache.h"
-#include "features/feature_page.h"
-#include "io/call_scope.h"
-#include "io/error.h"
-#include "io/host_paths.h"
+#include "errors/error.h"
+#include "os/call_scope.h"
+#include "os/host_paths.h"
 #include "platform/admin.h"
+#include "services/feature_page.h"
+#include "store/snapshot_cache.h"
+#include "tree/document.h"
 
 namespace HostPlatform {
 

@@ -10,12 +10,12 @@
 #include <charconv>
 #include <limits>
 
-#include "io/call_scope.h"
-#include "io/directory.h"
-#include "io/error.h"
-#include "io/file_lock.h"
-#include "io/file_replacement.h"
-#include "io/host_paths.h"
+#include "errors/error.h"
+#include "os/call_scope.h"
+#include "os/directory.h"
+#include "os/file_lock.h"
+#include "os/file_replacement.h"
+#include "os/host_paths.h"
 #include "platform/admin.h"
 
 namespace HostPlatform {

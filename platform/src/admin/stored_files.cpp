@@ -11,14 +11,14 @@
 #include <system_error>
 #include <vector>
 
-#include "configfile/document.h"
-#include "configstore/snapshot.h"
-#include "io/call_scope.h"
-#include "io/error.h"
-#include "io/file_lock.h"
-#include "io/host_paths.h"
+#include "errors/error.h"
+#include "os/call_scope.h"
+#include "os/file_lock.h"
+#include "os/host_paths.h"
 #include "platform/admin.h"
+#include "store/snapshot.h"
 #include "tavconfigstore/exception.h"
+#include "tree/document.h"
 #include "zynctl/exception.h"
 
 namespace HostPlatform {

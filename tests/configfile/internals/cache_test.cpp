@@ -16,10 +16,10 @@
 #include <thread>
 #include <vector>
 
-#include "configfile/document.h"
-#include "configfile/document_writer.h"
 #include "internals/opened_files.h"
 #include "support.h"
+#include "tree/document.h"
+#include "tree/document_writer.h"
 
 namespace ConfigFileTest {
 namespace {

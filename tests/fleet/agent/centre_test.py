@@ -418,7 +418,7 @@ class Disk(CentreCase):
         return self.daemon(environment={"DISK": self.disk, "SIZE": "256k"})
 
     def inside(self, process, command):
-        return subprocess.run(["nsenter", "-t", str(process.pid), "-m", "sh", "-c", command],
+        return subprocess.run(["nsenter", "-t", str(process.pid), "-m", "-r", "sh", "-c", command],
                               check=True, capture_output=True, text=True,
                               env=self.environment(DISK=self.disk, Q=self.program)).stdout
 
@@ -438,7 +438,7 @@ class Disk(CentreCase):
                              in_order(generation("B", blobs=[blob(text="x" * 999)])))
 
     def test_FullDiskHealsAlone(self):
-        self.heals('dd if=/dev/zero of="$DISK/fill" 2>/dev/null || true', 'rm "$DISK/fill"',
+        self.heals('dd if=/dev/zero of="$DISK/fill" bs=64k count=8 2>/dev/null || true', 'rm "$DISK/fill"',
                    "No space left on device")
 
     def test_ReadOnlyDiskHealsAlone(self):

@@ -8,9 +8,9 @@
 #include <filesystem>
 #include <string>
 
-#include "configstore/snapshot_format.h"
 #include "damage/damage_test.h"
 #include "damage/forgery.h"
+#include "store/snapshot_format.h"
 #include "tavconfigstore/value_search.h"
 
 namespace PlatformTest {

@@ -6,11 +6,11 @@
 #include <string_view>
 #include <utility>
 
-#include "configstore/index_page.h"
-#include "configstore/snapshot_format.h"
-#include "configstore/snapshot_record.h"
-#include "util/bytes.h"
-#include "util/checksum.h"
+#include "services/bytes.h"
+#include "services/checksum.h"
+#include "store/index_page.h"
+#include "store/snapshot_format.h"
+#include "store/snapshot_record.h"
 
 namespace PlatformTest {
 

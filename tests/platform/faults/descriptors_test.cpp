@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "faults/system_calls.h"
-#include "io/file_descriptor.h"
+#include "os/file_descriptor.h"
 #include "support/child_process.h"
 
 namespace PlatformTest {

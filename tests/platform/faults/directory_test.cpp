@@ -14,9 +14,9 @@
 #include <system_error>
 #include <utility>
 
+#include "errors/error.h"
 #include "faults/system_calls.h"
-#include "io/directory.h"
-#include "io/error.h"
+#include "os/directory.h"
 #include "support/child_process.h"
 #include "support/host_test.h"
 #include "support/needs.h"

@@ -14,10 +14,10 @@
 #include <memory>
 #include <string>
 
+#include "errors/error.h"
 #include "faults/system_calls.h"
-#include "io/directory.h"
-#include "io/error.h"
-#include "io/file_lock.h"
+#include "os/directory.h"
+#include "os/file_lock.h"
 #include "support/host_test.h"
 
 namespace PlatformTest {

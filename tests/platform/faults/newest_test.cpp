@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 
 // The newest version that a process keeps, changed while a thread is about to hand on the former.
-#include "io/newest.h"
+#include "os/newest.h"
 
 #include <gtest/gtest.h>
 #include <sched.h>

@@ -11,10 +11,10 @@
 #include <string>
 #include <vector>
 
+#include "errors/error.h"
 #include "faults/system_calls.h"
-#include "io/directory.h"
-#include "io/error.h"
-#include "io/file_replacement.h"
+#include "os/directory.h"
+#include "os/file_replacement.h"
 #include "support/child_process.h"
 #include "support/host_test.h"
 #include "support/needs.h"

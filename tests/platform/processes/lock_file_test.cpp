@@ -15,9 +15,9 @@
 #include <string>
 #include <thread>
 
-#include "io/directory.h"
-#include "io/error.h"
-#include "io/file_lock.h"
+#include "errors/error.h"
+#include "os/directory.h"
+#include "os/file_lock.h"
 #include "support/child_process.h"
 #include "support/host_test.h"
 #include "support/needs.h"

@@ -12,10 +12,10 @@
 #include <optional>
 #include <string>
 
+#include "services/bytes.h"
+#include "services/checksum.h"
 #include "support/host_test.h"
 #include "tavconfigstore/value_search.h"
-#include "util/bytes.h"
-#include "util/checksum.h"
 
 namespace PlatformTest {
 namespace {

@@ -11,12 +11,12 @@
 #include <utility>
 #include <vector>
 
-#include "configstore/object_key.h"
-#include "configstore/snapshot.h"
+#include "services/bytes.h"
+#include "services/checksum.h"
+#include "store/object_key.h"
+#include "store/snapshot.h"
 #include "support/child_process.h"
 #include "support/host_test.h"
-#include "util/bytes.h"
-#include "util/checksum.h"
 
 namespace PlatformTest {
 namespace {

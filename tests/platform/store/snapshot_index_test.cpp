@@ -9,10 +9,10 @@
 #include <string>
 #include <vector>
 
-#include "configstore/index_page.h"
-#include "configstore/object_key.h"
-#include "configstore/snapshot.h"
-#include "configstore/snapshot_writer.h"
+#include "store/index_page.h"
+#include "store/object_key.h"
+#include "store/snapshot.h"
+#include "store/snapshot_writer.h"
 #include "support/host_test.h"
 
 namespace PlatformTest {
