@@ -4,13 +4,12 @@
 #include "quor/quor_lib.h"
 
 #include "api/backend.h"
-#include "api/lasting_string.h"
 
 namespace TavQuor {
 namespace {
 
 // The storage namespace of the lookups without a datastore.
-const LastingString kRilkNamespace("RILK");
+const char* const kRilkNamespace = "RILK";
 
 }  // namespace
 

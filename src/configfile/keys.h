@@ -15,28 +15,26 @@
 #ifndef SRC_CONFIGFILE_KEYS_H_
 #define SRC_CONFIGFILE_KEYS_H_
 
-#include "api/lasting_string.h"
-
 namespace TavQuor::ConfigFileBackend {
 
-inline const LastingString kPolicyBranch("/Quor/Policy-Info");
-inline const LastingString kPolicyArray("policy");
-inline const LastingString kDatastoreBranch("/Quor/Datastore-Info");
-inline const LastingString kDatastoreArray("Datastore");
-inline const LastingString kBlobArray("blobs");
+inline const char* const kPolicyBranch = "/Quor/Policy-Info";
+inline const char* const kPolicyArray = "policy";
+inline const char* const kDatastoreBranch = "/Quor/Datastore-Info";
+inline const char* const kDatastoreArray = "Datastore";
+inline const char* const kBlobArray = "blobs";
 
-inline const LastingString kName("name");
-inline const LastingString kDescription("description");
-inline const LastingString kPolicyId("policy-id");
-inline const LastingString kGenerationNumber("generation-number");
-inline const LastingString kBlob("blob");
-inline const LastingString kDatastoreNamespace("datastore-namespace");
-inline const LastingString kUrl("url");
-inline const LastingString kDefaultPolicyId("default-policy-id");
+inline const char* const kName = "name";
+inline const char* const kDescription = "description";
+inline const char* const kPolicyId = "policy-id";
+inline const char* const kGenerationNumber = "generation-number";
+inline const char* const kBlob = "blob";
+inline const char* const kDatastoreNamespace = "datastore-namespace";
+inline const char* const kUrl = "url";
+inline const char* const kDefaultPolicyId = "default-policy-id";
 
 // Part of the layout, but used by no operation here.
-inline const LastingString kRilk("RILK");
-inline const LastingString kAll("ALL");
+inline const char* const kRilk = "RILK";
+inline const char* const kAll = "ALL";
 
 }  // namespace TavQuor::ConfigFileBackend
 

@@ -25,9 +25,10 @@ void WritePolicy(ConfigBranch& instance, const QuorPolicyInfo& policy) {
   instance.SetValue(kPolicyId, policy.policyId);
   instance.SetValue(kGenerationNumber, static_cast<std::uint64_t>(policy.generationNumber));
   const auto blobs = instance.GetArray(kBlobArray);
+  const std::string namespaceKey = kDatastoreNamespace;  // too long to make it for each blob
   for (const auto& [blob, blobNamespace] : policy.blobs) {
     const auto entry = blobs->NewInstance();
-    entry->SetValue(kDatastoreNamespace, blobNamespace);
+    entry->SetValue(namespaceKey, blobNamespace);
     entry->SetValue(kBlob, EncodeBlob(blob));
   }
 }
@@ -43,9 +44,10 @@ bool ReadPolicy(ConfigBranch& instance, QuorPolicyInfo* policy) {
   }
   policy->generationNumber = generationNumber;
   const auto blobs = instance.GetArray(kBlobArray);
+  const std::string namespaceKey = kDatastoreNamespace;
   for (const auto& entry : blobs->GetInstances()) {
     std::string blobNamespace;
-    if (!entry->GetValue(kDatastoreNamespace, &blobNamespace)) continue;
+    if (!entry->GetValue(namespaceKey, &blobNamespace)) continue;
     std::string text;
     if (!entry->GetValue(kBlob, &text)) continue;
     policy->blobs.emplace_back(DecodeBlob(text), std::move(blobNamespace));
@@ -55,9 +57,10 @@ bool ReadPolicy(ConfigBranch& instance, QuorPolicyInfo* policy) {
 
 std::string ReadBlob(ConfigBranch& policy, const std::string& blobNamespace) {
   const auto blobs = policy.GetArray(kBlobArray);
+  const std::string namespaceKey = kDatastoreNamespace;
   for (const auto& entry : blobs->GetInstances()) {
     std::string storedNamespace;
-    if (!entry->GetValue(kDatastoreNamespace, &storedNamespace)) continue;
+    if (!entry->GetValue(namespaceKey, &storedNamespace)) continue;
     if (storedNamespace != blobNamespace) continue;
     std::string text;
     if (entry->GetValue(kBlob, &text)) return DecodeBlob(text);
