@@ -17,6 +17,12 @@ def with_private_mounts(directory, *command):
             *command]
 
 
+def within_mounts_of(process, *command):
+    """The words that run the command where the process sees its mounts."""
+    user = ["--user", "--preserve-credentials"] if os.geteuid() != 0 else []
+    return ["nsenter", "--target", str(process.pid), *user, "--mount", "--root", *command]
+
+
 def need_private_mounts(case, directory):
     """Leaves the test out where it cannot mount; scripts/test counts these lines."""
     command = with_private_mounts(directory, "mount", "-t", "tmpfs", "none", directory)

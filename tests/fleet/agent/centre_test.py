@@ -15,7 +15,7 @@ import zlib
 from agent_case import (DONE, NO_CENTRE, REFUSED, TIMEOUT, WOULD_CHANGE, AgentCase, blob, datastore, document,
                         generation, in_order, policy)
 from postgres import Cluster
-from private_mounts import need_private_mounts, with_private_mounts
+from private_mounts import need_private_mounts, with_private_mounts, within_mounts_of
 
 HOST = "h1"
 
@@ -418,7 +418,7 @@ class Disk(CentreCase):
         return self.daemon(environment={"DISK": self.disk, "SIZE": "256k"})
 
     def inside(self, process, command):
-        return subprocess.run(["nsenter", "-t", str(process.pid), "-m", "-r", "sh", "-c", command],
+        return subprocess.run(within_mounts_of(process, "sh", "-c", command),
                               check=True, capture_output=True, text=True,
                               env=self.environment(DISK=self.disk, Q=self.program)).stdout
 
@@ -442,7 +442,7 @@ class Disk(CentreCase):
                    "No space left on device")
 
     def test_ReadOnlyDiskHealsAlone(self):
-        self.heals('mount -o remount,ro "$DISK"', 'mount -o remount,rw "$DISK"',
+        self.heals('mount -o remount,bind,ro "$DISK"', 'mount -o remount,bind,rw "$DISK"',
                    "Read-only file system")
 
 
