@@ -398,7 +398,7 @@ class Disk(CentreCase):
     """State and host on a small disk of their own, in the agent's mount namespace."""
 
     SMALL = ('mount -t tmpfs -o size=$SIZE none "$DISK" && cp -a "$DISK.old/." "$DISK" && '
-             'touch "$DISK/ready" && exec "$@"')
+             'exec "$@"')
 
     def setUp(self):
         super().setUp()
@@ -415,7 +415,7 @@ class Disk(CentreCase):
         words = super().words
         self.words = lambda *arguments: with_private_mounts(
             self.disk, "sh", "-c", self.SMALL, "sh", *words(*arguments))
-        return self.daemon(environment={"DISK": self.disk, "SIZE": "256k"})
+        return self.daemon("--report-period", "1", environment={"DISK": self.disk, "SIZE": "256k"})
 
     def inside(self, process, command):
         return subprocess.run(within_mounts_of(process, "sh", "-c", command),
@@ -423,8 +423,9 @@ class Disk(CentreCase):
                               env=self.environment(DISK=self.disk, Q=self.program)).stdout
 
     def heals(self, harm, remedy, reason):
+        told = self.server.sql("select at from quor.host_status")
         with self.on_small_disk() as process:
-            self.wait_for(lambda: os.path.exists(f"/proc/{process.pid}/root{self.disk}/ready"))
+            self.wait_for(lambda: self.server.sql("select at from quor.host_status") != told)
             self.inside(process, harm)
             self.publish(generation("B", blobs=[blob(text="x" * 999)]), may_shrink=True)
             self.wait_for(lambda: self.status()[1] == "failed")
