@@ -16,23 +16,30 @@ using ZynCtl::Config::SynchronizedConfigFile;
 
 namespace {
 
-bool ReadDatastore(const ConfigBranch& instance, QuorDatastoreInfo* datastore) {
-  return instance.GetValue(kUrl, &datastore->url) &&
-         instance.GetValue(kDatastoreNamespace, &datastore->datastoreNamespace) &&
-         instance.GetValue(kDefaultPolicyId, &datastore->defaultPolicyId);
+// Made once for all records of a call.
+struct Keys {
+  const std::string url = kUrl;
+  const std::string space = kDatastoreNamespace;
+  const std::string defaultPolicyId = kDefaultPolicyId;
+};
+
+bool ReadDatastore(const ConfigBranch& instance, const Keys& keys, QuorDatastoreInfo* datastore) {
+  return instance.GetValue(keys.url, &datastore->url) &&
+         instance.GetValue(keys.space, &datastore->datastoreNamespace) &&
+         instance.GetValue(keys.defaultPolicyId, &datastore->defaultPolicyId);
 }
 
 // Reader of an instance's URL; one lookup reads it once, the other twice.
-using ReadUrl = bool (*)(const ConfigBranch& instance, std::string* url);
+using ReadUrl = bool (*)(const ConfigBranch& instance, const std::string& key, std::string* url);
 
-bool ReadUrlOnce(const ConfigBranch& instance, std::string* url) {
-  return instance.GetValue(kUrl, url);
+bool ReadUrlOnce(const ConfigBranch& instance, const std::string& key, std::string* url) {
+  return instance.GetValue(key, url);
 }
 
 // Reads the URL twice and uses the second value, as the file library's users observe.
-bool ReadUrlTwice(const ConfigBranch& instance, std::string* url) {
-  instance.GetValue(kUrl, url);
-  return instance.GetValue(kUrl, url);
+bool ReadUrlTwice(const ConfigBranch& instance, const std::string& key, std::string* url) {
+  instance.GetValue(key, url);
+  return instance.GetValue(key, url);
 }
 
 std::string FindValue(const std::string& url, ReadUrl readUrl, const std::string& key) {
@@ -40,10 +47,11 @@ std::string FindValue(const std::string& url, ReadUrl readUrl, const std::string
   const SynchronizedConfigFile locked;
   const auto branch = locked.file->GetBranch(kDatastoreBranch);
   const auto datastores = branch->GetArray(kDatastoreArray);
+  const std::string urlKey = kUrl;
   std::string stored;
   for (const auto& instance : datastores->GetInstances()) {
     stored.clear();
-    if (!readUrl(*instance, &stored) || stored != url) continue;
+    if (!readUrl(*instance, urlKey, &stored) || stored != url) continue;
     std::string value;
     if (instance->GetValue(key, &value)) return value;
   }
@@ -64,11 +72,12 @@ void AddDatastoreInfo(const std::vector<QuorDatastoreInfo>& datastores) {
   const auto branch = locked.file->GetBranch(kDatastoreBranch);
   branch->RemoveAllChildren();
   const auto array = branch->GetArray(kDatastoreArray);
+  const Keys keys;
   for (const QuorDatastoreInfo& datastore : datastores) {
     const auto instance = array->NewInstance();
-    instance->SetValue(kUrl, datastore.url);
-    instance->SetValue(kDatastoreNamespace, datastore.datastoreNamespace);
-    instance->SetValue(kDefaultPolicyId, datastore.defaultPolicyId);
+    instance->SetValue(keys.url, datastore.url);
+    instance->SetValue(keys.space, datastore.datastoreNamespace);
+    instance->SetValue(keys.defaultPolicyId, datastore.defaultPolicyId);
   }
   locked.file->Write();
 }
@@ -78,10 +87,11 @@ std::vector<QuorDatastoreInfo> ListDatastoreInfo() {
   const SynchronizedConfigFile locked;
   const auto branch = locked.file->GetBranch(kDatastoreBranch);
   const auto array = branch->GetArray(kDatastoreArray);
+  const Keys keys;
   for (const auto& instance : array->GetInstances()) {
     try {
       QuorDatastoreInfo datastore;
-      if (ReadDatastore(*instance, &datastore)) datastores.push_back(std::move(datastore));
+      if (ReadDatastore(*instance, keys, &datastore)) datastores.push_back(std::move(datastore));
     } catch (const ConfigFileException&) {
       // An unreadable record is skipped.
     }

@@ -21,9 +21,9 @@ extern "C" {
 PLATFORM_API int CryptoHash_ComputeMD5(const void* data, size_t length, unsigned char* digest);
 
 // A text to be digested.
-typedef struct CryptoHashText {
-  const void* data;  // may be null when `length` is 0
-  size_t length;     // in bytes
+typedef struct CryptoHashText {  // NOLINT(modernize-use-using): for C too
+  const void* data;              // may be null when `length` is 0
+  size_t length;                 // in bytes
 } CryptoHashText;
 
 // Writes the MD5 digests of `count` texts, 16 bytes each one after the other, to `digests`; several
